@@ -1,0 +1,150 @@
+#pragma once
+
+#include <algorithm>
+#include <functional>
+#include <utility>
+#include <vector>
+
+#include "core/float_comparator.hpp"
+#include "core/scan.hpp"
+
+namespace vekanalysis {
+
+namespace internal {
+
+// The element operations, as function objects so that the transforms inline them. Division by zero
+// follows the floating-point rules: infinities and NaN, never an error.
+inline constexpr auto add = [](const double& a, const double& b) noexcept { return a + b; };
+inline constexpr auto subtract = [](const double& a, const double& b) noexcept { return a - b; };
+inline constexpr auto multiply = [](const double& a, const double& b) noexcept { return a * b; };
+inline constexpr auto divide = [](const double& a, const double& b) noexcept { return a / b; };
+
+}  // namespace internal
+
+namespace utils {
+
+/// Ascending wavelengths of which no two are equivalent under `key_comp()`.
+class WavelengthSet {
+public:
+    /// @param wavelengths  ascending and distinct under epsilon
+    WavelengthSet(std::vector<double> wavelengths, double epsilon) noexcept
+        : wavelengths_(std::move(wavelengths)), before_{epsilon} {}
+
+    [[nodiscard]] auto begin() const noexcept { return wavelengths_.begin(); }
+    [[nodiscard]] auto end() const noexcept { return wavelengths_.end(); }
+    [[nodiscard]] std::size_t size() const noexcept { return wavelengths_.size(); }
+    [[nodiscard]] bool empty() const noexcept { return wavelengths_.empty(); }
+    [[nodiscard]] const internal::FloatComparator<double>& key_comp() const noexcept {
+        return before_;
+    }
+    /// The wavelengths themselves, moved out.
+    [[nodiscard]] std::vector<double> release() && noexcept { return std::move(wavelengths_); }
+
+private:
+    std::vector<double> wavelengths_;
+    internal::FloatComparator<double> before_;
+};
+
+/// Wavelengths of `a` that `b` stores too, ascending: the two differ by at most the larger epsilon.
+[[nodiscard]] std::vector<double> key_intersection(const Scan& a, const Scan& b);
+
+/// Merged wavelengths of both scans, compared exactly, inside the span where both have points.
+///
+/// Deliberate: points before the other scan's first wavelength or after its last are dropped.
+[[nodiscard]] std::vector<double> key_union(const Scan& a, const Scan& b);
+
+/// Grid of a binary operation of which a side interpolates: each side's wavelengths inside the
+/// range of the other, as far as that other interpolates, widened by the smaller epsilon. Of
+/// equivalent wavelengths b's stays.
+[[nodiscard]] WavelengthSet wavelengths(const Scan& a, const Scan& b);
+
+/// The wavelengths of one scan, under its own epsilon.
+[[nodiscard]] WavelengthSet wavelengths(const Scan& scan);
+
+/// New scan of the same grid and settings with the values f(v, k).
+template <class F>
+[[nodiscard]] Scan transform(const Scan& scan, double k, const F& f) {
+    std::vector<double> values = scan.get_values();
+    for (double& v : values) v = f(v, k);
+    return {internal::PointMap::adopt(scan.get_wavelengths(), std::move(values),
+                                      scan.get_wavelength_epsilon()),
+            scan.get_interpolation_type()};
+}
+
+/// New scan of the same grid and settings with the values f(k, v).
+template <class F>
+[[nodiscard]] Scan transform(double k, const Scan& scan, const F& f) {
+    return transform(scan, k, [&f](double v, double left) { return f(left, v); });
+}
+
+/// Combination of two scans on a common grid.
+///
+/// When either interpolates, the grid is `wavelengths(a, b)` and the values are f(a(w), b(w)); when
+/// neither does, it is `key_intersection(a, b)` and the values are f(a[w], b[w]). The result has
+/// the smaller epsilon and a's interpolation type if a interpolates, else b's.
+///
+/// @throws std::runtime_error  a spline's errors (see Scan), where a grid point lies between points
+/// @throws std::out_of_range   "map::at:  key not found", when neither interpolates and a common
+///                             wavelength is farther away than one scan's own epsilon
+template <class F>
+[[nodiscard]] Scan transform(const Scan& a, const Scan& b, const F& f) {
+    const double epsilon = std::min(a.get_wavelength_epsilon(), b.get_wavelength_epsilon());
+    const spline::Type type =
+        a.is_interpolated() ? a.get_interpolation_type() : b.get_interpolation_type();
+    if (!a.is_interpolated() && !b.is_interpolated()) {
+        Scan result(epsilon, type);
+        for (const double wl : key_intersection(a, b)) result.insert({wl, f(a[wl], b[wl])});
+        return result;
+    }
+    std::vector<double> grid = wavelengths(a, b).release();
+    std::vector<double> values(grid.size());
+    ScanCursor a_at(a);
+    ScanCursor b_at(b);
+    for (std::size_t i = 0; i < grid.size(); ++i) values[i] = f(a_at(grid[i]), b_at(grid[i]));
+    return {internal::PointMap::adopt(std::move(grid), std::move(values), epsilon), type};
+}
+
+}  // namespace utils
+
+// Scan with scan on the common grid of utils::transform; scan with number on the scan's own grid.
+
+[[nodiscard]] inline Scan operator+(const Scan& a, const Scan& b) {
+    return utils::transform(a, b, internal::add);
+}
+[[nodiscard]] inline Scan operator-(const Scan& a, const Scan& b) {
+    return utils::transform(a, b, internal::subtract);
+}
+[[nodiscard]] inline Scan operator*(const Scan& a, const Scan& b) {
+    return utils::transform(a, b, internal::multiply);
+}
+[[nodiscard]] inline Scan operator/(const Scan& a, const Scan& b) {
+    return utils::transform(a, b, internal::divide);
+}
+
+[[nodiscard]] inline Scan operator+(const Scan& scan, double k) {
+    return utils::transform(scan, k, internal::add);
+}
+[[nodiscard]] inline Scan operator-(const Scan& scan, double k) {
+    return utils::transform(scan, k, internal::subtract);
+}
+[[nodiscard]] inline Scan operator*(const Scan& scan, double k) {
+    return utils::transform(scan, k, internal::multiply);
+}
+[[nodiscard]] inline Scan operator/(const Scan& scan, double k) {
+    return utils::transform(scan, k, internal::divide);
+}
+
+[[nodiscard]] inline Scan operator+(double k, const Scan& scan) {
+    return scan + k;
+}
+[[nodiscard]] inline Scan operator*(double k, const Scan& scan) {
+    return scan * k;
+}
+[[nodiscard]] inline Scan operator-(double k, const Scan& scan) {
+    return utils::transform(k, scan, internal::subtract);
+}
+[[nodiscard]] inline Scan operator/(double k, const Scan& scan) {
+    return utils::transform(k, scan, internal::divide);
+}
+
+}  // namespace vekanalysis

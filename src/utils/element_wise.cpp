@@ -1,0 +1,137 @@
+#include "utils/element_wise.hpp"
+
+#include <algorithm>
+#include <cstdint>
+#include <limits>
+#include <numeric>
+#include <stdexcept>
+
+namespace vekanalysis::utils {
+
+namespace {
+
+template <class F>
+Scan with_values(const Scan& scan, const F& f) {
+    std::vector<double> values = scan.get_values();
+    for (double& v : values) v = f(v);
+    return {internal::PointMap::adopt(scan.get_wavelengths(), std::move(values),
+                                      scan.get_wavelength_epsilon()),
+            scan.get_interpolation_type()};
+}
+
+std::vector<double> uniform_grid(double lo, double hi, double step) {
+    const double quotient = (hi - lo) / step;
+    if (!(quotient < 4294967296.0)) {
+        throw std::invalid_argument("uniform_wavelength_range: too many points");
+    }
+    const auto last = quotient > 0.0 ? static_cast<std::uint32_t>(quotient) : 0U;
+    std::vector<double> grid(std::size_t{last} + 1);
+    for (std::size_t i = 0; i < grid.size(); ++i) {
+        grid[i] = std::fma(static_cast<double>(i), step, lo);
+    }
+    return grid;
+}
+
+std::vector<double> values_at(const Scan& scan, const std::vector<double>& wavelengths) {
+    std::vector<double> values(wavelengths.size());
+    scan.evaluate(wavelengths, values);
+    return values;
+}
+
+}  // namespace
+
+Scan abs(const Scan& scan) {
+    return with_values(scan, [](double v) { return std::abs(v); });
+}
+
+void abs(Scan& scan) {
+    scan.for_each(
+        [](std::pair<const double, double>& point) { point.second = std::abs(point.second); });
+}
+
+Scan log(const Scan& scan) {
+    return with_values(scan, [](double v) { return std::log(v); });
+}
+
+Scan log10(const Scan& scan) {
+    return with_values(scan, [](double v) { return std::log10(v); });
+}
+
+Scan pow(const Scan& a, const Scan& b) {
+    return transform(a, b, internal::pow<double>);
+}
+
+Scan pow(const Scan& scan, const double& e) {
+    return transform(scan, e, internal::pow<double>);
+}
+
+Scan pow(const double& x, const Scan& scan) {
+    return transform(x, scan, internal::pow<double>);
+}
+
+double sum_values(const Scan& scan) noexcept {
+    const auto values = scan.data().values();
+    return std::accumulate(values.begin(), values.end(), 0.0);
+}
+
+std::vector<std::pair<double, double>> to_vector(const Scan& scan) {
+    return {scan.begin(), scan.end()};
+}
+
+Scan::const_iterator max_element(Scan::const_iterator first, Scan::const_iterator last) noexcept {
+    Scan::const_iterator best = first;
+    for (; first != last; ++first) {
+        if (first->second > best->second) best = first;
+    }
+    return best;
+}
+
+Scan::const_iterator min_element(Scan::const_iterator first, Scan::const_iterator last) noexcept {
+    Scan::const_iterator best = first;
+    for (; first != last; ++first) {
+        if (first->second < best->second) best = first;
+    }
+    return best;
+}
+
+void normalize_keys(Scan* a, Scan* b) {
+    const std::vector<double> keys = key_union(*a, *b);
+    const auto extended = [&keys](const Scan& scan) {
+        Scan result(scan);
+        result.__ensure_spline();
+        for (const double wl : keys) result.insert({wl, result(wl)});
+        return result;
+    };
+    Scan new_a = extended(*a);
+    Scan new_b = extended(*b);
+    *a = std::move(new_a);
+    *b = std::move(new_b);
+}
+
+Scan uniform_wavelength_range(const Scan& scan, double lo, double hi, double step) {
+    std::vector<double> grid = uniform_grid(lo, hi, step);
+    std::vector<double> values = values_at(scan, grid);
+    return {std::move(grid), std::move(values), scan.get_wavelength_epsilon(),
+            scan.get_interpolation_type()};
+}
+
+void uniform_wavelength_range(const Scan& scan, double lo, double hi, double step, Scan* out) {
+    const std::vector<double> grid = uniform_grid(lo, hi, step);
+    const std::vector<double> values = values_at(scan, grid);
+    for (std::size_t i = 0; i < grid.size(); ++i) out->insert({grid[i], values[i]});
+}
+
+bool are_equal(double x, double y, double n) noexcept {
+    const double unit = std::nextafter(x, std::numeric_limits<double>::infinity()) - x;
+    return std::fma(-n, unit, x) <= y && y <= std::fma(n, unit, x);
+}
+
+bool compare(const Scan& a, const Scan& b, double tolerance) {
+    ScanCursor b_at(b);
+    for (const auto& [wl, value] : a) {
+        if (std::abs(value - b_at(wl)) > tolerance) return false;
+    }
+    return true;
+}
+
+}  // namespace vekanalysis::utils
