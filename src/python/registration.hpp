@@ -1,0 +1,24 @@
+#pragma once
+
+#include <pybind11/pybind11.h>
+
+// One function per area of the module; each registers its names on the module it is given. They are
+// called once, in the order of module.cpp, which lets later signatures name earlier types.
+namespace vekanalysis::python {
+
+namespace py = pybind11;
+
+void add_scan_class(py::module_& m);
+void add_observer_class(py::module_& m);
+void add_chromaticity_module(py::module_& m);
+void add_colorimetry_module(py::module_& m);
+void add_colorimetry_data_module(py::module_& m);
+void add_curves_module(py::module_& m);
+void add_vekfile_structure(py::module_& m);
+void add_io_module(py::module_& m);
+void add_physics_module(py::module_& m);
+void add_monochromator_module(py::module_& m);
+void add_radiometry_module(py::module_& m);
+void add_utils_module(py::module_& m);
+
+}  // namespace vekanalysis::python
