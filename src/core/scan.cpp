@@ -292,7 +292,28 @@ void ScanCursor::bind_kernel() {
 }
 
 void ScanCursor::operator()(std::span<const double> wavelengths, std::span<double> values) {
-    for (std::size_t i = 0; i < wavelengths.size(); ++i) values[i] = (*this)(wavelengths[i]);
+    for (std::size_t i = 0; i < wavelengths.size();) {
+        double wl = wavelengths[i];
+        seek(wl);
+        if (is_hit(wl)) {
+            values[i++] = values_[index_];
+            continue;
+        }
+        values[i++] = between_points(wl);
+        if (kernel_ == nullptr || polynomial_ || index_ == 0 || index_ == size_) continue;
+
+        // Whatever follows inside the same pair of points and the same interval needs no search.
+        // The two differ only while an old spline serves a scan whose epsilon was widened.
+        const std::size_t interval = kernel_->find_interval(wl, index_ - 1);
+        const double low = std::max(keys_[index_ - 1] + epsilon_, kernel_->knots()[interval]);
+        const double high = std::min(keys_[index_], kernel_->knots()[interval + 1]);
+        const numerical::Spline::Piece piece = kernel_->piece(interval);
+        for (; i < wavelengths.size(); ++i) {
+            wl = wavelengths[i];
+            if (!(low < wl && wl + epsilon_ < high)) break;
+            values[i] = piece(wl);
+        }
+    }
 }
 
 bool operator==(const Scan& a, const Scan& b) noexcept {

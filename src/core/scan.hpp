@@ -320,8 +320,7 @@ public:
 
     [[nodiscard]] double operator()(double wl) {
         seek(wl);
-        if (index_ < size_ && keys_[index_] <= wl + epsilon_) return values_[index_];
-        return between_points(wl);
+        return is_hit(wl) ? values_[index_] : between_points(wl);
     }
 
     /// Evaluates an array; `values` may be the same memory as `wavelengths`.
@@ -340,6 +339,9 @@ private:
                 return;
             }
         }
+    }
+    [[nodiscard]] bool is_hit(double wl) const noexcept {
+        return index_ < size_ && keys_[index_] <= wl + epsilon_;
     }
     [[nodiscard]] double between_points(double wl) {
         if (size_ == 0 || wl < keys_[0] || wl > keys_[size_ - 1]) return 0.0;

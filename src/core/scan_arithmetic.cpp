@@ -1,24 +1,35 @@
 #include "core/scan_arithmetic.hpp"
 
 #include <cmath>
-#include <span>
 
-namespace vekanalysis::utils {
+namespace vekanalysis {
 
-namespace {
+namespace internal {
 
-/// The part of the ascending `keys` that lies inside the range of `other`, widened by epsilon.
-std::span<const double> reachable(std::span<const double> keys, std::span<const double> other,
-                                  double epsilon) {
-    if (keys.empty() || other.empty()) return {};
-    const auto first = std::partition_point(
-        keys.begin(), keys.end(), [&](double key) { return !(key + epsilon >= other.front()); });
-    const auto last = std::partition_point(
-        first, keys.end(), [&](double key) { return key <= other.back() + epsilon; });
-    return {first, last};
+CommonGrid::CommonGrid(const Scan& a, const Scan& b)
+    : epsilon_(std::min(a.get_wavelength_epsilon(), b.get_wavelength_epsilon())) {
+    if (a.is_interpolated()) b_ = reachable(b, a);
+    if (b.is_interpolated()) a_ = reachable(a, b);
 }
 
-}  // namespace
+/// The points whose wavelength lies inside the range of `other`, widened by epsilon.
+CommonGrid::Points CommonGrid::reachable(const Scan& points, const Scan& other) const {
+    if (points.empty() || other.empty()) return {};
+    const auto keys = points.data().keys();
+    const double low = other.data().keys().front();
+    const double high = other.data().keys().back() + epsilon_;
+    const auto first = std::partition_point(keys.begin(), keys.end(),
+                                            [&](double key) { return key + epsilon_ < low; });
+    const auto last =
+        std::partition_point(first, keys.end(), [&](double key) { return key <= high; });
+    const auto offset = static_cast<std::size_t>(first - keys.begin());
+    const auto count = static_cast<std::size_t>(last - first);
+    return {keys.subspan(offset, count), points.data().values().subspan(offset, count)};
+}
+
+}  // namespace internal
+
+namespace utils {
 
 std::vector<double> key_intersection(const Scan& a, const Scan& b) {
     const double tolerance = std::max(a.get_wavelength_epsilon(), b.get_wavelength_epsilon());
@@ -64,29 +75,18 @@ std::vector<double> key_union(const Scan& a, const Scan& b) {
 }
 
 WavelengthSet wavelengths(const Scan& a, const Scan& b) {
-    const double epsilon = std::min(a.get_wavelength_epsilon(), b.get_wavelength_epsilon());
-    const auto keys_a = a.data().keys();
-    const auto keys_b = b.data().keys();
-    using Keys = std::span<const double>;
-    const Keys from_b = a.is_interpolated() ? reachable(keys_b, keys_a, epsilon) : Keys();
-    const Keys from_a = b.is_interpolated() ? reachable(keys_a, keys_b, epsilon) : Keys();
-
-    // b's wavelengths go in first, so of equivalent ones a's is dropped. Each side's own are
-    // distinct under its epsilon and therefore under the smaller one.
-    std::vector<double> grid(from_a.size() + from_b.size());
-    std::size_t count = 0;
-    std::size_t j = 0;
-    for (const double x : from_a) {
-        while (j < from_b.size() && from_b[j] + epsilon < x) grid[count++] = from_b[j++];
-        if (j == from_b.size() || x + epsilon < from_b[j]) grid[count++] = x;
-    }
-    while (j < from_b.size()) grid[count++] = from_b[j++];
-    grid.resize(count);
-    return {std::move(grid), epsilon};
+    const internal::CommonGrid common(a, b);
+    std::vector<double> grid;
+    grid.reserve(common.max_size());
+    const auto take = [&grid](double wl, double) { grid.push_back(wl); };
+    common.walk(take, take);
+    return {std::move(grid), common.epsilon()};
 }
 
 WavelengthSet wavelengths(const Scan& scan) {
     return {scan.get_wavelengths(), scan.get_wavelength_epsilon()};
 }
 
-}  // namespace vekanalysis::utils
+}  // namespace utils
+
+}  // namespace vekanalysis

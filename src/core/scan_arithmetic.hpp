@@ -1,7 +1,8 @@
 #pragma once
 
 #include <algorithm>
-#include <functional>
+#include <cstddef>
+#include <span>
 #include <utility>
 #include <vector>
 
@@ -18,6 +19,45 @@ inline constexpr auto add = [](const double& a, const double& b) noexcept { retu
 inline constexpr auto subtract = [](const double& a, const double& b) noexcept { return a - b; };
 inline constexpr auto multiply = [](const double& a, const double& b) noexcept { return a * b; };
 inline constexpr auto divide = [](const double& a, const double& b) noexcept { return a / b; };
+
+/// Grid of a binary operation of which a side interpolates, see `utils::wavelengths(a, b)`.
+class CommonGrid {
+public:
+    CommonGrid(const Scan& a, const Scan& b);
+
+    [[nodiscard]] double epsilon() const noexcept { return epsilon_; }
+
+    /// Number of grid points, those counted that turn out equivalent.
+    [[nodiscard]] std::size_t max_size() const noexcept { return a_.keys.size() + b_.keys.size(); }
+
+    /// Calls at_a(wavelength, value of a) and at_b(wavelength, value of b) for the grid points
+    /// taken from either scan, ascending over both.
+    template <class AtA, class AtB>
+    void walk(const AtA& at_a, const AtB& at_b) const {
+        // b's wavelengths go in first, so of equivalent ones a's is dropped. Each side's own are
+        // distinct under its epsilon and therefore under the smaller one.
+        std::size_t j = 0;
+        for (std::size_t i = 0; i < a_.keys.size(); ++i) {
+            const double wl = a_.keys[i];
+            for (; j < b_.keys.size() && b_.keys[j] + epsilon_ < wl; ++j) {
+                at_b(b_.keys[j], b_.values[j]);
+            }
+            if (j == b_.keys.size() || wl + epsilon_ < b_.keys[j]) at_a(wl, a_.values[i]);
+        }
+        for (; j < b_.keys.size(); ++j) at_b(b_.keys[j], b_.values[j]);
+    }
+
+private:
+    struct Points {
+        std::span<const double> keys;
+        std::span<const double> values;
+    };
+    [[nodiscard]] Points reachable(const Scan& points, const Scan& other) const;
+
+    double epsilon_;
+    Points a_;
+    Points b_;
+};
 
 }  // namespace internal
 
@@ -37,8 +77,6 @@ public:
     [[nodiscard]] const internal::FloatComparator<double>& key_comp() const noexcept {
         return before_;
     }
-    /// The wavelengths themselves, moved out.
-    [[nodiscard]] std::vector<double> release() && noexcept { return std::move(wavelengths_); }
 
 private:
     std::vector<double> wavelengths_;
@@ -96,11 +134,23 @@ template <class F>
         for (const double wl : key_intersection(a, b)) result.insert({wl, f(a[wl], b[wl])});
         return result;
     }
-    std::vector<double> grid = wavelengths(a, b).release();
-    std::vector<double> values(grid.size());
+    const internal::CommonGrid common(a, b);
+    std::vector<double> grid(common.max_size());
+    std::vector<double> values(common.max_size());
+    std::size_t count = 0;
     ScanCursor a_at(a);
     ScanCursor b_at(b);
-    for (std::size_t i = 0; i < grid.size(); ++i) values[i] = f(a_at(grid[i]), b_at(grid[i]));
+    common.walk(
+        [&](double wl, double value_a) {
+            grid[count] = wl;
+            values[count++] = f(value_a, b_at(wl));
+        },
+        [&](double wl, double value_b) {
+            grid[count] = wl;
+            values[count++] = f(a_at(wl), value_b);
+        });
+    grid.resize(count);
+    values.resize(count);
     return {internal::PointMap::adopt(std::move(grid), std::move(values), epsilon), type};
 }
 

@@ -155,11 +155,6 @@ std::size_t Spline::find_interval(double x) const noexcept {
     return static_cast<std::size_t>(above - x_.begin()) - 1;
 }
 
-std::size_t Spline::find_interval(double x, std::size_t hint) const noexcept {
-    if (hint < x_.size() - 1 && x_[hint] <= x && x < x_[hint + 1]) return hint;
-    return find_interval(x);
-}
-
 double Spline::eval(double x) const noexcept {
     if (!initialized_ || x < x_.front() || x > x_.back()) return 0.0;
     return type_ == InterpolationType::POLYNOMIAL ? eval_polynomial(x)

@@ -27,6 +27,20 @@ enum class InterpolationType : std::uint32_t {
 /// 2001, ch. IV (natural CUBIC); Newton's divided differences (POLYNOMIAL).
 class Spline {
 public:
+    /// One interval's polynomial in t = x - knot.
+    struct Piece {
+        double knot;
+        double y;
+        double b;
+        double c;
+        double d;
+
+        [[nodiscard]] double operator()(double x) const noexcept {
+            const double t = x - knot;
+            return y + t * (b + t * (c + t * d));
+        }
+    };
+
     /// Builds the interpolant.
     ///
     /// @param x  shape (N), strictly ascending
@@ -58,12 +72,15 @@ public:
     [[nodiscard]] std::size_t find_interval(double x) const noexcept;
 
     /// As above, trying interval `hint` first (any value is allowed).
-    [[nodiscard]] std::size_t find_interval(double x, std::size_t hint) const noexcept;
-
-    [[nodiscard]] double eval_piece(std::size_t i, double x) const noexcept {
-        const double t = x - x_[i];
-        return y_[i] + t * (b_[i] + t * (c_[i] + t * d_[i]));
+    [[nodiscard]] std::size_t find_interval(double x, std::size_t hint) const noexcept {
+        if (hint < x_.size() - 1 && x_[hint] <= x && x < x_[hint + 1]) return hint;
+        return find_interval(x);
     }
+
+    [[nodiscard]] Piece piece(std::size_t i) const noexcept {
+        return {x_[i], y_[i], b_[i], c_[i], d_[i]};
+    }
+    [[nodiscard]] double eval_piece(std::size_t i, double x) const noexcept { return piece(i)(x); }
     [[nodiscard]] double deriv_piece(std::size_t i, double x) const noexcept;
     [[nodiscard]] double deriv2_piece(std::size_t i, double x) const noexcept;
     [[nodiscard]] double integ_piece(std::size_t i, double a, double b) const noexcept;
