@@ -1,0 +1,61 @@
+#include "colorimetry/physics.hpp"
+
+#include <cmath>
+
+namespace vekanalysis {
+
+namespace {
+
+// SI units.
+constexpr double k = 1.3806504e-23;                    // Boltzmann constant
+constexpr double hc = 1.9864455003959036e-25;          // Planck constant times speed of light
+constexpr double two_hc2 = 1.1910427584934558e-16;     // first radiation constant of radiance
+constexpr double two_h2c3 = 2.36594152838845e-41;      // two_hc2 times hc
+constexpr double minus_5k = -6.903252e-23;             // -5 k
+constexpr double wien = 0.0028977721;                  // Wien's displacement constant
+constexpr double stefan_boltzmann = 5.67040047374e-8;  // Stefan-Boltzmann constant
+
+}  // namespace
+
+double planks_law_sr(double T, double wl) noexcept {
+    return two_hc2 / (std::pow(wl, 5.0) * (std::exp(hc / (wl * k * T)) - 1.0));
+}
+
+double planks_law_sr_um(double T, double wl) noexcept {
+    return planks_law_sr(T, wl * 1e-6) * 1e-6;
+}
+
+double planks_law_sr_nm(double T, double wl) noexcept {
+    return planks_law_sr(T, wl * 1e-9) * 1e-9;
+}
+
+double planks_law_sr_deriv_T(double T, double wl) noexcept {
+    const double ex = std::exp(hc / (wl * k * T));
+    const double em1 = ex - 1.0;
+    return ex * two_h2c3 / (T * T * (std::pow(wl, 6.0) * k) * (em1 * em1));
+}
+
+double planks_law_sr_deriv_wl(double T, double wl) noexcept {
+    const double ex = std::exp(hc / (wl * k * T));
+    const double em1 = ex - 1.0;
+    return std::fma(ex, hc, wl * minus_5k * T * em1) * two_hc2 /
+           (std::pow(wl, 7.0) * k * T * (em1 * em1));
+}
+
+double wiens_displacement_law_T(double wl) noexcept {
+    return wien / wl;
+}
+
+double wiens_displacement_law_wl(double T) noexcept {
+    return wien / T;
+}
+
+double stefan_boltzmann_law(double T) noexcept {
+    return std::pow(T, 4.0) * stefan_boltzmann;
+}
+
+double stefan_boltzmann_law(double T, double A, double epsilon) noexcept {
+    return std::pow(T, 4.0) * stefan_boltzmann * (A * epsilon);
+}
+
+}  // namespace vekanalysis
