@@ -1,0 +1,86 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "io/compound_file.hpp"
+#include "io/vekfile.hpp"
+
+namespace vekanalysis::vekfile {
+
+/// Reads the stream "Contents", directory entry 1 of a measurement file, front to back into a
+/// record. docs/file-format.md has the layout. Instantiated for Scan and DataNative.
+///
+/// Counts in the file never drive an allocation: what they announce is first found to be there.
+template <class T>
+class __VekFileReader : public CFB::CompoundFileParser {
+public:
+    using Record = __VekFile<__DataSet<T>>;
+
+    /// Reads everything; the image is not used afterwards.
+    ///
+    /// @throws CFB::WrongFormat, CFB::FileCorrupted, std::invalid_argument  as CompoundFileReader
+    /// @throws std::runtime_error  "Contents entry missing.", "16 byte GUID header missing." or
+    ///                             "Size does not match entry size."
+    /// @throws CFB::OutOfRange     the stream ends before the record does
+    /// @throws std::invalid_argument  with Scan only: "Scan: wavelength must not be NaN"
+    __VekFileReader(const void* data, std::size_t len);
+
+    [[nodiscard]] const Record& record() const& noexcept { return record_; }
+    [[nodiscard]] Record record() && noexcept { return std::move(record_); }
+
+private:
+    void __init();
+    void __read_version();
+    void __read_graphview();
+    void __read_data_sets();
+    void __read_points();
+    void __skip_annotations();
+    void __skip_arrows();
+    void __skip_timestamps();
+    void __read_data_info();
+    void __read_x_type();
+
+    [[nodiscard]] std::uint64_t count_points(std::uint32_t count);
+    [[nodiscard]] MeasurementTypeUnits read_type_and_units();
+
+    Record record_;
+};
+
+extern template class __VekFileReader<Scan>;
+extern template class __VekFileReader<DataNative>;
+
+/// A measurement file with its points in Scans.
+class VekFileReader {
+public:
+    /// Throws as __VekFileReader<Scan>.
+    VekFileReader(const void* data, std::size_t len) : reader_(data, len) {}
+
+    [[nodiscard]] __VekFile<__DataSet<Scan>> vekfile() const& { return reader_.record(); }
+    [[nodiscard]] __VekFile<__DataSet<Scan>> vekfile() && { return std::move(reader_).record(); }
+
+    /// In file order; names may repeat.
+    [[nodiscard]] std::vector<std::string> get_dataset_names() const;
+
+private:
+    __VekFileReader<Scan> reader_;
+};
+
+/// A measurement file with its points as they stand there, for the JSON export.
+class VekFileReaderJSON {
+public:
+    /// Throws as __VekFileReader<DataNative>.
+    VekFileReaderJSON(const void* data, std::size_t len) : reader_(data, len) {}
+
+    [[nodiscard]] __VekFile<__DataSet<DataNative>> vekfile() const& { return reader_.record(); }
+    [[nodiscard]] __VekFile<__DataSet<DataNative>> vekfile() && {
+        return std::move(reader_).record();
+    }
+
+private:
+    __VekFileReader<DataNative> reader_;
+};
+
+}  // namespace vekanalysis::vekfile

@@ -1,0 +1,342 @@
+#include "io/compound_file.hpp"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <chrono>
+#include <memory>
+#include <string>
+
+#include "image_builder.hpp"
+
+namespace {
+
+using image::Bytes;
+using image::Container;
+using image::ContainerOptions;
+
+Bytes pattern(std::size_t size) {
+    Bytes bytes(size);
+    for (std::size_t i = 0; i < size; ++i) bytes[i] = static_cast<unsigned char>(i * 7 + i / 251);
+    return bytes;
+}
+
+/// The parser over an image of its own, with a way to look at what it loaded.
+class Parser : private std::unique_ptr<const Bytes>, public CFB::CompoundFileParser {
+public:
+    explicit Parser(const Bytes& image)
+        : unique_ptr(std::make_unique<const Bytes>(image)),
+          CompoundFileParser((*this)->data(), (*this)->size()) {}
+
+    [[nodiscard]] const Bytes& stream() const { return buffer; }
+    [[nodiscard]] std::uint64_t position() const { return pos; }
+};
+
+template <class F>
+std::string thrown_text(const F& f) {
+    try {
+        f();
+    } catch (const std::exception& error) {
+        return error.what();
+    }
+    return "no exception";
+}
+
+TEST(CompoundFileReader, RefusesWhatIsNoContainer) {
+    const Bytes good = Container(pattern(5000)).bytes;
+    const auto open = [](const Bytes& image, std::size_t len) {
+        static_cast<void>(CFB::CompoundFileReader(image.data(), len));
+    };
+    EXPECT_THROW(CFB::CompoundFileReader(nullptr, 4096), std::invalid_argument);
+    EXPECT_THROW(open(good, 0), std::invalid_argument);
+    EXPECT_EQ(thrown_text([&] { open(good, 511); }), "Wrong file format");
+    EXPECT_EQ(thrown_text([&] { open(good, 1535); }), "File corrupted");
+    EXPECT_THROW(open(good, 512), CFB::FileCorrupted);
+    Bytes other_signature = good;
+    other_signature[7] = 0;
+    EXPECT_THROW(open(other_signature, good.size()), CFB::WrongFormat);
+    const Bytes version_4 = Container(pattern(5000), {.major_version = 4}).bytes;
+    EXPECT_THROW(open(version_4, 3 * 4096 - 1), CFB::FileCorrupted);
+    EXPECT_NO_THROW(open(version_4, version_4.size()));
+}
+
+TEST(CompoundFileReader, FindsEntriesByIndex) {
+    Container container(pattern(100));
+    const Parser parser(container.bytes);
+    EXPECT_EQ(parser.GetEntry(0xFFFFFFFF), nullptr);
+    EXPECT_EQ(thrown_text([&] { return parser.get_entry_name(0xFFFFFFFF); }), "Invalid entry id");
+    EXPECT_THROW(static_cast<void>(parser.get_entry_size(0xFFFFFFFF)), CFB::InvalidEntryId);
+    EXPECT_EQ(parser.get_entry_name(0), "Root Entry");
+    EXPECT_EQ(parser.get_entry_size(1), 100U);
+    // The directory has one sector, four entries; the image would have room for more.
+    EXPECT_EQ(parser.get_entry_name(3), "");
+    EXPECT_THROW(static_cast<void>(parser.GetEntry(4)), CFB::FileCorrupted);
+    EXPECT_THROW(static_cast<void>(parser.GetEntry(container.bytes.size() / 128)),
+                 std::invalid_argument);
+
+    // A directory at the end of the image, which ends inside its third entry.
+    const std::uint32_t last = static_cast<std::uint32_t>(container.bytes.size() / 512 - 1);
+    image::put(container.bytes, 48, last);
+    container.bytes.resize(container.sector_address(last) + 2 * 128 + 127);
+    const Parser cut(container.bytes);
+    EXPECT_NO_THROW(static_cast<void>(cut.GetEntry(1)));
+    EXPECT_THROW(static_cast<void>(cut.GetEntry(2)), CFB::FileCorrupted);
+}
+
+TEST(CompoundFileReader, ConvertsNamesToUtf8) {
+    const std::pair<std::u16string, std::string> cases[]{
+        {u"Contents", "Contents"},
+        {u"\u00B5\u20AC", "\xC2\xB5\xE2\x82\xAC"},
+        {u"\U0001F600!", "\xF0\x9F\x98\x80!"},
+        {std::u16string{u'a', 0xD800, u'b', 0xDC00, u'c'}, "abc"},
+        {std::u16string(31, u'x') + char16_t{0xD83D}, std::string(31, 'x')},
+    };
+    for (const auto& [name, expected] : cases) {
+        const Bytes bytes = Container(pattern(10), {.name = name}).bytes;
+        EXPECT_EQ(Parser(bytes).get_entry_name(1), expected);
+    }
+}
+
+struct StreamCase {
+    std::uint16_t major_version;
+    std::size_t size;
+    bool fragmented;
+};
+
+class StreamTest : public testing::TestWithParam<StreamCase> {};
+
+TEST_P(StreamTest, ComesBackWholeAndInPieces) {
+    const auto [version, size, fragmented] = GetParam();
+    const Bytes stream = pattern(size);
+    const Container container(stream, {.major_version = version, .fragmented = fragmented});
+    Parser parser(container.bytes);
+    parser.read_file(1);
+    EXPECT_TRUE(parser.stream() == stream);
+    EXPECT_EQ(parser.position(), 0U);
+
+    const CFB::COMPOUND_FILE_ENTRY* entry = parser.GetEntry(1);
+    for (const std::size_t offset : {std::size_t{0}, std::size_t{63}, std::size_t{64}, size / 2,
+                                     size / 512 * 512, size - std::min<std::size_t>(size, 1)}) {
+        if (offset > size) continue;
+        for (const std::size_t len : {std::size_t{1}, std::size_t{513}, size - offset}) {
+            if (len > size - offset) continue;
+            std::string piece(len, '\0');
+            parser.ReadFile(entry, offset, piece.data(), len);
+            EXPECT_TRUE(std::equal(piece.begin(), piece.end(),
+                                   stream.begin() + static_cast<std::ptrdiff_t>(offset),
+                                   [](char a, unsigned char b) { return a == char(b); }))
+                << offset << " " << len;
+        }
+    }
+    char byte = 0;
+    EXPECT_THROW(parser.ReadFile(entry, size, &byte, 1), std::invalid_argument);
+    EXPECT_THROW(parser.ReadFile(entry, size + 1, &byte, 0), std::invalid_argument);
+}
+
+INSTANTIATE_TEST_SUITE_P(Sizes, StreamTest,
+                         testing::Values(StreamCase{3, 0, false}, StreamCase{3, 1, false},
+                                         StreamCase{3, 64, false}, StreamCase{3, 4095, true},
+                                         StreamCase{3, 4096, true}, StreamCase{3, 9000, false},
+                                         StreamCase{3, 200'000, true}, StreamCase{4, 4095, true},
+                                         StreamCase{4, 4096, false}, StreamCase{4, 4097, true},
+                                         StreamCase{4, 100'000, true}),
+                         [](const auto& instance) {
+                             return "v" + std::to_string(instance.param.major_version) + "_" +
+                                    std::to_string(instance.param.size) +
+                                    (instance.param.fragmented ? "_fragmented" : "");
+                         });
+
+TEST(CompoundFileReader, TheCutoffDividesMiniAndRegularStreams) {
+    // The data sits where each kind of stream looks for it; the other kind would read other bytes.
+    for (const std::size_t size : {std::size_t{999}, std::size_t{1000}, std::size_t{1001}}) {
+        const Bytes stream = pattern(size);
+        const Container container(stream, {.mini_stream_cutoff = 1000});
+        Parser parser(container.bytes);
+        parser.read_file(1);
+        EXPECT_TRUE(parser.stream() == stream) << size;
+        EXPECT_EQ(parser.get_entry_size(0) > 0, size < 1000) << size;
+    }
+}
+
+TEST(CompoundFileReader, FindsTheFatBeyondTheHeaderThroughTheDifat) {
+    // 16 MB of 512-byte sectors: 253 parts of the FAT, 109 in the header, 127 in the first DIFAT
+    // sector.
+    const Bytes stream = pattern(16 << 20);
+    const Container container(stream, {.fragmented = true});
+    Parser parser(container.bytes);
+    for (const std::size_t part : {0, 108, 109, 235, 236, 252}) {
+        EXPECT_EQ(parser.GetFATSectorLocation(part), container.first_fat + part);
+    }
+    parser.read_file(1);
+    EXPECT_TRUE(parser.stream() == stream);
+}
+
+TEST(CompoundFileReader, TableEntriesMayEndWithTheImageButNotBeyond) {
+    // The FAT is the last sector; the image is cut behind the entry of the sector before it.
+    Container container(pattern(9000));
+    const std::size_t sector = container.first_fat - 1;
+    image::put(container.bytes, container.fat_address(sector), std::uint32_t{77});
+    const auto next = [&](std::size_t cut) {
+        Bytes bytes = container.bytes;
+        bytes.resize(container.fat_address(sector) + 4 - cut);
+        return Parser(bytes).GetNextSector(sector);
+    };
+    EXPECT_EQ(next(0), 77U);
+    for (const std::size_t cut : {1, 2, 3, 4}) EXPECT_THROW(next(cut), CFB::FileCorrupted);
+}
+
+TEST(CompoundFileReader, NeverFollowsSectorsOutsideTheImage) {
+    const Container container(pattern(9000));
+    const Parser parser(container.bytes);
+    const std::size_t count = container.bytes.size() / 512 - 1;
+    EXPECT_NO_THROW(static_cast<void>(parser.GetNextSector(count - 1)));
+    for (const std::size_t sector : {count, std::size_t{0xFFFFFFF9}, std::size_t{0xFFFFFFFA},
+                                     std::size_t{0xFFFFFFFE}, ~std::size_t{0}}) {
+        char byte = 0;
+        EXPECT_THROW(static_cast<void>(parser.GetNextSector(sector)), CFB::FileCorrupted);
+        EXPECT_THROW(parser.ReadStream(sector, 0, &byte, 1), CFB::FileCorrupted);
+        EXPECT_THROW(parser.ReadMiniStream(sector, 0, &byte, 1), CFB::FileCorrupted);
+        EXPECT_THROW(static_cast<void>(parser.GetNextMiniSector(sector)), CFB::FileCorrupted);
+        EXPECT_THROW(static_cast<void>(parser.MiniSectorOffsetToAddress(sector, 0)),
+                     CFB::FileCorrupted);
+    }
+}
+
+TEST(CompoundFileReader, AFullLastSectorIsRead) {
+    // The stream's only sector moves to the very end of the image.
+    Container container(pattern(300), {.mini_stream_cutoff = 0});
+    const auto last = static_cast<std::uint32_t>(container.bytes.size() / 512 - 1);
+    const Bytes stream = pattern(512);
+    container.bytes.insert(container.bytes.end(), stream.begin(), stream.end());
+    image::put(container.bytes, container.entry_address(1) + 116, last);
+    image::put(container.bytes, container.entry_address(1) + 120, std::uint64_t{512});
+    Parser parser(container.bytes);
+    parser.read_file(1);
+    EXPECT_TRUE(parser.stream() == stream);
+    container.bytes.pop_back();
+    EXPECT_THROW(Parser(container.bytes).read_file(1), CFB::FileCorrupted);
+}
+
+TEST(CompoundFileReader, RefusesSizesThatTheImageCannotHold) {
+    Container container(pattern(9000));
+    for (const std::uint64_t size :
+         {std::uint64_t{container.bytes.size() - 511}, std::uint64_t{1} << 32,
+          std::uint64_t{1} << 40, ~std::uint64_t{0}}) {
+        image::put(container.bytes, container.entry_address(1) + 120, size);
+        Parser parser(container.bytes);
+        EXPECT_THROW(parser.read_file(1), CFB::FileCorrupted) << size;
+    }
+    const CFB::CompoundFileReader reader(container.bytes.data(), container.bytes.size());
+    char byte = 0;
+    EXPECT_THROW(reader.ReadFile(reader.GetEntry(1), std::size_t{1} << 50, &byte, 1),
+                 CFB::FileCorrupted);
+}
+
+/// A walk over every sector must not become quadratic, nor endless.
+class CraftedImageTest : public testing::Test {
+protected:
+    void SetUp() override { start_ = std::chrono::steady_clock::now(); }
+    void TearDown() override {
+        EXPECT_LT(std::chrono::steady_clock::now() - start_, std::chrono::seconds(2));
+    }
+
+private:
+    std::chrono::steady_clock::time_point start_;
+};
+
+TEST_F(CraftedImageTest, ADifatThatNamesItselfEnds) {
+    Container container(pattern(8 << 20));
+    const auto difat = static_cast<std::uint32_t>(container.bytes.size() / 512 - 2);
+    image::put(container.bytes, container.bytes.size() - 4, difat);
+    Parser parser(container.bytes);
+    EXPECT_THROW(static_cast<void>(parser.GetFATSectorLocation(std::size_t{1} << 40)),
+                 CFB::FileCorrupted);
+    EXPECT_NO_THROW(parser.read_file(1));
+}
+
+TEST_F(CraftedImageTest, AGiantMiniStreamOutOfOrderEnds) {
+    // 10 MB in mini sectors, each far from the one before in the mini FAT and in the mini stream.
+    const Bytes stream = pattern(9 << 20);
+    const Container container(stream, {.mini_stream_cutoff = 0xFFFFFFFF, .fragmented = true});
+    Parser parser(container.bytes);
+    parser.read_file(1);
+    EXPECT_TRUE(parser.stream() == stream);
+}
+
+TEST_F(CraftedImageTest, ChainsThatLoopEnd) {
+    Container container(pattern(4 << 20));
+    // Every sector is followed by itself, the directory's included.
+    for (std::uint32_t i = 0; i < container.first_fat; ++i) {
+        image::put(container.bytes, container.fat_address(i), i);
+    }
+    const CFB::CompoundFileReader reader(container.bytes.data(), container.bytes.size());
+    EXPECT_NO_THROW(static_cast<void>(reader.GetEntry(container.bytes.size() / 128 - 1)));
+    Bytes rest(container.bytes.size());
+    const auto read = [&](std::size_t len) {
+        reader.ReadStream(1, 0, reinterpret_cast<char*>(rest.data()), len);
+    };
+    EXPECT_NO_THROW(read(container.bytes.size() - 512));
+    EXPECT_THROW(read(container.bytes.size() - 511), CFB::FileCorrupted);
+}
+
+/// A parser whose stream holds exactly these bytes.
+Parser parser_over(const Bytes& stream) {
+    Parser parser(Container(stream).bytes);
+    parser.read_file(1);
+    return parser;
+}
+
+TEST(CompoundFileParser, ReadsStringsWithShortAndLongPrefixes) {
+    image::Writer writer;
+    writer.text("plain").text("\xB5m\xFF").text(std::string(0x1234, 'x')).text("end").zeros(1);
+    Parser parser = parser_over(writer.bytes);
+    EXPECT_EQ(parser.read_string(), "plain");
+    EXPECT_EQ(parser.read_string(), "\xC2\xB5m\xC3\xBF");
+    EXPECT_EQ(parser.read_string(), std::string(0x1234, 'x'));
+    EXPECT_EQ(parser.read_string(), "end");
+
+    Parser skipping = parser_over(writer.bytes);
+    skipping.skip_string(3);
+    EXPECT_EQ(skipping.get_string_len(), 3);
+}
+
+TEST(CompoundFileParser, NothingMayEndWithTheStream) {
+    const auto read = [](const Bytes& stream) {
+        return thrown_text([&] { return parser_over(stream).read_string(); });
+    };
+    const std::string past_end = "Attempt to read past end of __buffer.";
+    EXPECT_EQ(read({2, 'a', 'b', 0}), "no exception");
+    EXPECT_EQ(read({2, 'a', 'b'}), past_end);
+    EXPECT_EQ(read({0}), past_end);
+    EXPECT_EQ(read({}), past_end);
+    EXPECT_EQ(read({0xFF, 1, 0}), past_end);
+    EXPECT_EQ(read({0xFF, 0, 0, 0}), "no exception");
+    EXPECT_THROW(static_cast<void>(parser_over({1, 2, 3, 4}).read_u32()), CFB::OutOfRange);
+    EXPECT_EQ(parser_over({1, 2, 3, 4, 5}).read_u32(), 0x04030201U);
+    EXPECT_THROW(static_cast<void>(parser_over(Bytes(8)).read_f64()), CFB::OutOfRange);
+    EXPECT_THROW(parser_over(Bytes(8)).skip(8), CFB::OutOfRange);
+    EXPECT_THROW(parser_over(Bytes(8)).skip(~std::uint64_t{0}), CFB::OutOfRange);
+    EXPECT_THROW(parser_over({1, 'a', 0xFF, 0xFF}).skip_string(2), CFB::OutOfRange);
+}
+
+TEST(CompoundFileParser, AnEmptyStringGivesTheTextUpToTheNextZeroAndStays) {
+    Parser parser = parser_over({0, 'a', 0xE9, 0, 'b'});
+    EXPECT_EQ(parser.read_string(), "a\xC3\xA9");
+    EXPECT_EQ(parser.position(), 1U);
+    EXPECT_EQ(parser_over({0, 'a', 'b'}).read_string(), "ab") << "no zero before the end";
+}
+
+TEST(CompoundFileParser, SeeksPastAPattern) {
+    const unsigned char aab[]{'a', 'a', 'b'};
+    Parser parser = parser_over({'x', 'a', 'a', 'b', 'c'});
+    EXPECT_TRUE(parser.seek_past_bytes({}));
+    EXPECT_EQ(parser.position(), 0U);
+    EXPECT_TRUE(parser.seek_past_bytes(aab));
+    EXPECT_EQ(parser.position(), 4U);
+    EXPECT_FALSE(parser.seek_past_bytes(aab));
+    EXPECT_EQ(parser.position(), 5U);
+    // The third a breaks the match and is not tried as a first byte.
+    EXPECT_FALSE(parser_over({'a', 'a', 'a', 'b'}).seek_past_bytes(aab));
+}
+
+}  // namespace
