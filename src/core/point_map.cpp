@@ -5,6 +5,8 @@
 #include <map>
 #include <stdexcept>
 
+#include "numerical/stable_order.hpp"
+
 namespace vekanalysis::internal {
 
 namespace {
@@ -12,13 +14,6 @@ namespace {
 void require_number(double wl) {
     if (std::isnan(wl)) throw std::invalid_argument("Scan: wavelength must not be NaN");
 }
-
-/// A point on its way into a map: where it came in the input, so that a run of equivalent keys can
-/// be replayed in that order.
-struct IncomingPoint {
-    double key;
-    std::size_t position;
-};
 
 }  // namespace
 
@@ -95,37 +90,48 @@ PointMap PointMap::from_points(std::vector<double> keys, std::vector<double> val
     }
     if (taken == n) return map;
 
-    std::vector<IncomingPoint> order(n);
-    for (std::size_t i = 0; i < n; ++i) order[i] = {keys[i], i};
-    std::stable_sort(order.begin(), order.end(),
-                     [](const IncomingPoint& a, const IncomingPoint& b) { return a.key < b.key; });
-    map.keys_.clear();
-    map.values_.clear();
-    // Points that are neighbours in this order and not equivalent never meet in a lookup, so each
-    // run of equivalent neighbours can be settled on its own.
+    const std::vector<std::uint32_t> order = numerical::stable_order(keys);
+    map.keys_.resize(n);
+    map.values_.resize(n);
+    for (std::size_t i = 0; i < n; ++i) {
+        map.keys_[i] = keys[order[i]];
+        map.values_[i] = values[order[i]];
+    }
+    map.merge_equivalent_runs(keys, values, order);
+    return map;
+}
+
+/// Leaves one point of each run of equivalent neighbours: what replaying the run in its order of
+/// arrival gives. Neighbours that are not equivalent never meet in a lookup, so each run can be
+/// settled on its own.
+///
+/// @param keys, values  the points as they arrived
+/// @param order         positions in these of the stored points, which ascend
+void PointMap::merge_equivalent_runs(std::span<const double> keys, std::span<const double> values,
+                                     std::span<const std::uint32_t> order) {
+    const std::size_t n = keys_.size();
+    std::size_t count = 0;
     for (std::size_t first = 0; first < n;) {
         std::size_t last = first + 1;
-        while (last < n && !map.before_(order[last - 1].key, order[last].key)) ++last;
-        if (order[first].key == order[last - 1].key) {
-            map.keys_.push_back(order[first].key);
-            map.values_.push_back(values[order[last - 1].position]);
+        while (last < n && !before_(keys_[last - 1], keys_[last])) ++last;
+        if (keys_[first] == keys_[last - 1]) {
+            keys_[count] = keys_[first];
+            values_[count++] = values_[last - 1];
         } else {
-            const auto run = std::span(order).subspan(first, last - first);
-            std::sort(run.begin(), run.end(), [](const IncomingPoint& a, const IncomingPoint& b) {
-                return a.position < b.position;
-            });
-            std::map<double, double, FloatComparator<double>> merged(map.before_);
-            for (const IncomingPoint& point : run) {
-                merged.insert_or_assign(point.key, values[point.position]);
-            }
+            std::vector<std::uint32_t> arrival(order.begin() + static_cast<std::ptrdiff_t>(first),
+                                               order.begin() + static_cast<std::ptrdiff_t>(last));
+            std::sort(arrival.begin(), arrival.end());
+            std::map<double, double, FloatComparator<double>> merged(before_);
+            for (const std::uint32_t i : arrival) merged.insert_or_assign(keys[i], values[i]);
             for (const auto& [key, value] : merged) {
-                map.keys_.push_back(key);
-                map.values_.push_back(value);
+                keys_[count] = key;
+                values_[count++] = value;
             }
         }
         first = last;
     }
-    return map;
+    keys_.resize(count);
+    values_.resize(count);
 }
 
 std::size_t PointMap::lower_bound(double wl) const noexcept {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <span>
 #include <utility>
 #include <vector>
@@ -73,6 +74,8 @@ private:
     void insert_at(std::size_t i, double wl, double value);
     [[nodiscard]] bool absorb_ascending(double wl, double value);
     [[nodiscard]] bool absorb_descending(double wl, double value);
+    void merge_equivalent_runs(std::span<const double> keys, std::span<const double> values,
+                               std::span<const std::uint32_t> order);
 
     FloatComparator<double> before_;
     std::vector<double> keys_;

@@ -91,6 +91,22 @@ TEST(ScanConstruction, InBulkEqualsInsertionPointByPoint) {
     }
 }
 
+TEST(ScanConstruction, OfManyPointsInRandomOrderEqualsInsertionToo) {
+    std::mt19937 random(5);
+    Doubles x(5000);
+    for (double& wl : x)
+        wl = std::ldexp(static_cast<double>(random()) - 2e9, -static_cast<int>(random() % 60));
+    x[17] = -0.0;
+    x[4000] = 0.0;
+    for (int i = 0; i < 500; ++i) x[static_cast<std::size_t>(4500 + i)] = x[random() % 4000];
+    Doubles y(x.size());
+    std::iota(y.begin(), y.end(), 1.0);
+    for (const double epsilon : {1e-20, 1e-3, 1e3}) {
+        const Scan scan(x, y, epsilon);
+        EXPECT_EQ(scan.as_vectors(), inserted_one_by_one(x, y, epsilon));
+    }
+}
+
 TEST(ScanConstruction, TheFirstOfZeroAndMinusZeroStaysTheKey) {
     const Scan scan(Doubles{3.0, -0.0, 0.0}, Doubles{1, 2, 3});
     EXPECT_TRUE(std::signbit(scan.min_wavelength()));
