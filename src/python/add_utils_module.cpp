@@ -29,6 +29,14 @@ void add_statistics_class(py::module_& m) {
         .def_readonly("median", &Statistics::median,
                       "P-square estimate of the median, approximate for more than five values.")
         .def("__repr__", [](const Statistics& self) { return to_string(self); });
+    m.def(
+        "_scan_statistics",
+        [](double mean, double min, double max, double variance, double skewness, double kurtosis,
+           double median) {
+            return Statistics{mean, min, max, variance, skewness, kurtosis, median};
+        },
+        "mean"_a, "min"_a, "max"_a, "variance"_a, "skewness"_a, "kurtosis"_a, "median"_a,
+        "Restore a pickled ``ScanStatistics``.");
 }
 
 }  // namespace

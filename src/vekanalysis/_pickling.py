@@ -10,7 +10,7 @@ import copyreg
 from collections.abc import Callable
 from typing import TYPE_CHECKING, Any
 
-from ._core import Interpolation, Observer, Scan, chromaticity, colorimetry
+from ._core import Interpolation, Observer, Scan, chromaticity, colorimetry, utils
 
 if TYPE_CHECKING:
     import numpy as np
@@ -25,9 +25,13 @@ def _reduce_scan(scan: Scan) -> tuple[Callable[..., Scan], tuple[Any, ...]]:
     return _restore_scan, (scan.to_numpy(), scan.epsilon, int(scan.interpolation))
 
 
-def _register_record(record_type: type, *fields: str) -> None:
-    def reduce(record: object) -> tuple[type, tuple[Any, ...]]:
-        return record_type, tuple(getattr(record, field) for field in fields)
+def _register_record(
+    record_type: type, *fields: str, restore: Callable[..., Any] | None = None
+) -> None:
+    make = restore or record_type
+
+    def reduce(record: object) -> tuple[Callable[..., Any], tuple[Any, ...]]:
+        return make, tuple(getattr(record, field) for field in fields)
 
     copyreg.pickle(record_type, reduce)
 
@@ -41,3 +45,8 @@ def register() -> None:
     _register_record(colorimetry.CIELAB, "L_star", "a_star", "b_star")
     _register_record(colorimetry.RYG, "red", "yellow", "green")
     _register_record(colorimetry.RYGB, "red", "yellow", "green", "blue")
+    _register_record(
+        utils.ScanStatistics,
+        *("mean", "min", "max", "variance", "skewness", "kurtosis", "median"),
+        restore=utils._scan_statistics,
+    )

@@ -1,0 +1,239 @@
+"""Time the package against NumPy, SciPy and pandas, in one run.
+
+Prints, for each piece of work, both times, their ratio and the ratio aimed at. The
+peers are optional: `tools/setup bench` adds them to .venv. Times are the best of
+several rounds; quote the ratios, not the times.
+
+usage: .venv/bin/python benchmarks/bench_core.py [NAME...]
+"""
+
+from __future__ import annotations
+
+import subprocess
+import sys
+import tempfile
+import timeit
+from collections.abc import Callable
+from pathlib import Path
+
+import numpy as np
+import vekanalysis as vek
+from numpy.typing import NDArray
+from vekanalysis import colorimetry
+
+try:
+    import pandas
+    from scipy.interpolate import Akima1DInterpolator
+except ImportError:
+    sys.exit("SciPy and pandas are needed as peers: run tools/setup bench")
+
+Floats = NDArray[np.float64]
+Work = Callable[[], object]
+
+DATA = colorimetry.data
+GRID = np.arange(380.0, 781.0)
+SHIFTED = GRID + 0.5
+
+
+def signal(wavelengths: Floats) -> Floats:
+    return 0.5 + 0.3 * np.sin(wavelengths / 17.0)
+
+
+def scan(wavelengths: Floats) -> vek.Scan:
+    return vek.Scan(wavelengths, signal(wavelengths))
+
+
+def best(work: Work) -> float:
+    """Seconds of one call: the best of rounds of at least 20 ms each."""
+    timer = timeit.Timer(work)
+    number = max(1, int(0.02 / max(timer.timeit(1), 1e-7)))
+    return min(timer.repeat(7, number)) / number
+
+
+def akima_build() -> tuple[Work, Work]:
+    ours = scan(GRID)
+
+    def build() -> float:
+        ours[580.0] = 0.25
+        return ours(555.5)
+
+    values = signal(GRID)
+    return build, lambda: Akima1DInterpolator(GRID, values)(555.5)
+
+
+def one_value() -> tuple[Work, Work]:
+    ours, peer = scan(GRID), Akima1DInterpolator(GRID, signal(GRID))
+    return lambda: ours(555.5), lambda: peer(555.5)
+
+
+def many_values() -> tuple[Work, Work]:
+    ours, peer = scan(GRID), Akima1DInterpolator(GRID, signal(GRID))
+    wavelengths = np.linspace(380, 780, 10_000)
+    return lambda: ours(wavelengths), lambda: peer(wavelengths)
+
+
+def scipy_product(
+    a: tuple[Floats, Floats, Akima1DInterpolator], b: tuple[Floats, Floats, Akima1DInterpolator]
+) -> tuple[Floats, Floats]:
+    low, high = max(a[0][0], b[0][0]), min(a[0][-1], b[0][-1])
+    grid = np.union1d(a[0], b[0])
+    grid = grid[(grid >= low) & (grid <= high)]
+    return grid, a[2](grid) * b[2](grid)
+
+
+def peer_of(points: vek.Scan) -> tuple[Floats, Floats, Akima1DInterpolator]:
+    wavelengths, values = points.to_numpy()
+    return wavelengths, values, Akima1DInterpolator(wavelengths, values)
+
+
+def product_apart() -> tuple[Work, Work]:
+    a, b = scan(GRID), scan(SHIFTED)
+    a(555.5), b(555.2)
+    peer_a, peer_b = peer_of(a), peer_of(b)
+    return lambda: a * b, lambda: scipy_product(peer_a, peer_b)
+
+
+def product_one_grid() -> tuple[Work, Work]:
+    a, b = scan(GRID), scan(GRID)
+    peer_a, peer_b = peer_of(a), peer_of(b)
+    return lambda: a * b, lambda: peer_a[2](GRID) * peer_b[2](GRID)
+
+
+def integral() -> tuple[Work, Work]:
+    ours, peer = scan(GRID), Akima1DInterpolator(GRID, signal(GRID))
+    return lambda: ours(380, 780), lambda: peer.integrate(380, 780)
+
+
+def scipy_weighted(lens: Floats, *weights: tuple[Floats, Floats, Akima1DInterpolator]) -> float:
+    """Integral of the product of a lens and weights, products formed pair by pair."""
+    current = (GRID, lens, Akima1DInterpolator(GRID, lens))
+    for weight in weights:
+        grid, values = scipy_product(current, weight)
+        current = (grid, values, Akima1DInterpolator(grid, values))
+    low, high = max(380.0, current[0][0]), min(780.0, current[0][-1])
+    return float(current[2].integrate(low, high))
+
+
+def luminous_transmittance() -> tuple[Work, Work]:
+    ours = scan(GRID)
+    lens = signal(GRID)
+    v_lambda = peer_of(DATA.cie_1931_standard_observer_y())
+    d65 = peer_of(DATA.cie_illuminant_d65())
+
+    def peer() -> float:
+        weights = scipy_product(v_lambda, d65)
+        below = Akima1DInterpolator(*weights)
+        low, high = max(380.0, weights[0][0]), min(780.0, weights[0][-1])
+        return scipy_weighted(lens, v_lambda, d65) / float(below.integrate(low, high))
+
+    return lambda: colorimetry.ISO8980_3_tau_v(ours), peer
+
+
+def xyz_and_lab() -> tuple[Work, Work]:
+    names = [f"cie_1931_standard_observer_{axis}" for axis in "xyz"]
+    observer = vek.Observer(*(getattr(DATA, name)() for name in names))
+    peers = [peer_of(getattr(DATA, name)()) for name in names]
+    white = DATA.cie_illuminant_d65()
+    peer_white = peer_of(white)
+    ours = scan(GRID)
+    lens = signal(GRID)
+
+    def work() -> object:
+        colour = colorimetry.CIE_tristimulus_values(ours, observer)
+        return colour, colorimetry.CIELAB_tristimulus_values(ours, white, observer)
+
+    def integrals(x: Floats, y: Floats) -> list[float]:
+        spectrum = (x, y, Akima1DInterpolator(x, y))
+        out = []
+        for matching in peers:
+            grid, values = scipy_product(matching, spectrum)
+            curve = Akima1DInterpolator(grid, values)
+            out.append(float(curve.integrate(max(380.0, grid[0]), min(780.0, grid[-1]))))
+        return out
+
+    def peer() -> object:
+        colour = integrals(GRID, lens)
+        lab = [a / b for a, b in zip(integrals(GRID, lens), integrals(*peer_white[:2]))]
+        f = [t ** (1 / 3) if t > 216 / 24389 else t * 841 / 108 + 4 / 29 for t in lab]
+        return colour, (116 * f[1] - 16, 500 * (f[0] - f[1]), 200 * (f[1] - f[2]))
+
+    return work, peer
+
+
+def numpy_points(wavelengths: Floats, values: Floats) -> Floats:
+    order = np.argsort(wavelengths, kind="stable")
+    keys, first = np.unique(wavelengths[order], return_index=True)
+    return np.stack((keys, values[order][first]))
+
+
+def ascending_points() -> tuple[Work, Work]:
+    wavelengths = 200.0 + 0.01 * np.arange(100_000)
+    values = signal(wavelengths)
+    return (
+        lambda: vek.Scan(wavelengths, values).to_numpy(),
+        lambda: numpy_points(wavelengths, values),
+    )
+
+
+def random_points() -> tuple[Work, Work]:
+    wavelengths = np.random.default_rng(1).permutation(200.0 + 0.01 * np.arange(100_000))
+    values = signal(wavelengths)
+    return (
+        lambda: vek.Scan(wavelengths, values).to_numpy(),
+        lambda: numpy_points(wavelengths, values),
+    )
+
+
+def csv_lines() -> tuple[Work, Work]:
+    file = Path(tempfile.mkdtemp()) / "spectrum.csv"
+    wavelengths = 200.0 + 0.01 * np.arange(100_000)
+    np.savetxt(file, np.column_stack((wavelengths, signal(wavelengths))), "%.6g", ",")
+    return (
+        lambda: vek.io.load_csv(str(file)),
+        lambda: pandas.read_csv(file, header=None, names=["wavelength", "value"]),
+    )
+
+
+WORK: dict[str, tuple[Callable[[], tuple[Work, Work]], str, float]] = {
+    "akima build and one value": (akima_build, "SciPy", 0.10),
+    "one value, built": (one_value, "SciPy", 0.06),
+    "10,000 ascending values": (many_values, "SciPy", 0.4),
+    "product, grids 0.5 nm apart": (product_apart, "SciPy", 0.15),
+    "product on one grid": (product_one_grid, "SciPy", 0.15),
+    "integral 380 to 780": (integral, "SciPy", 0.2),
+    "ISO8980_3_tau_v": (luminous_transmittance, "SciPy", 0.05),
+    "XYZ and L*a*b*": (xyz_and_lab, "SciPy", 0.06),
+    "100,000 ascending points": (ascending_points, "NumPy", 0.5),
+    "100,000 random points": (random_points, "NumPy", 1.2),
+    "CSV of 100,000 lines": (csv_lines, "pandas", 1.0),
+}
+
+
+def import_time() -> float:
+    """Seconds that importing the package adds to an empty start, best of 15 pairs."""
+
+    def start(code: str) -> float:
+        return timeit.timeit(
+            lambda: subprocess.run([sys.executable, "-c", code], check=True), number=1
+        )
+
+    pairs = [(start("import vekanalysis"), start("pass")) for _ in range(15)]
+    return min(ours for ours, _ in pairs) - min(empty for _, empty in pairs)
+
+
+def main(names: list[str]) -> None:
+    print(f"{'work':30}{'ours':>12}{'peer':>12}{'ratio':>8}{'aim':>7}")
+    for name, (setup, peer_name, aim) in WORK.items():
+        if names and not any(asked in name for asked in names):
+            continue
+        ours, peer = (best(work) for work in setup())
+        print(
+            f"{name:30}{ours * 1e6:9.2f} us{peer * 1e6:9.2f} us{ours / peer:8.3f}{aim:7}"
+            f"  {peer_name}{'' if ours / peer <= aim else '  MISSED'}"
+        )
+    if not names or "import" in names:
+        print(f"{'import, above an empty start':30}{import_time() * 1e3:9.2f} ms  (aim 10 ms)")
+
+
+if __name__ == "__main__":
+    main(sys.argv[1:])

@@ -1,0 +1,83 @@
+"""Scans and records travel: copy, deepcopy, pickle, process pools."""
+
+import copy
+import pickle
+import subprocess
+import sys
+from collections.abc import Callable
+from concurrent.futures import ProcessPoolExecutor
+from multiprocessing import get_context
+
+import pytest
+from vekanalysis import Interpolation, Observer, Scan, chromaticity, colorimetry, utils
+
+
+def pickled(thing: object) -> object:
+    return pickle.loads(pickle.dumps(thing))
+
+
+def pickled_out_of_band(thing: object) -> object:
+    buffers: list[pickle.PickleBuffer] = []
+    data = pickle.dumps(thing, protocol=5, buffer_callback=buffers.append)
+    return pickle.loads(data, buffers=buffers)
+
+
+WAYS = [copy.copy, copy.deepcopy, pickled, pickled_out_of_band]
+
+
+@pytest.mark.parametrize("travel", WAYS)
+@pytest.mark.parametrize(
+    "scan",
+    [Scan(), Scan([2, 1.25, 1], [3, -0.0, 1e300], 0.1, Interpolation.LINEAR)],
+    ids=["empty", "points"],
+)
+def test_a_scan_arrives_whole_and_of_its_own(travel: Callable[[object], Scan], scan: Scan) -> None:
+    arrived = travel(scan)
+    assert arrived.to_lists() == scan.to_lists()
+    assert repr(arrived) == repr(scan)
+    arrived[5.0] = 1.0
+    assert 5.0 not in list(scan)
+
+
+@pytest.mark.parametrize("travel", WAYS)
+@pytest.mark.parametrize(
+    "record",
+    [
+        colorimetry.CIEXYZ(1.1, 2.2, 3.3),
+        colorimetry.CIELAB(1.1, 2.2, 3.3),
+        colorimetry.RYG(1.1, 2.2, 3.3),
+        colorimetry.RYGB(1.1, 2.2, 3.3, 4.4),
+        chromaticity.CIExy(0.3127, 0.329),
+        utils.get_statistics(Scan([1, 2, 3], [1, 2, 5])),
+    ],
+    ids=lambda record: type(record).__name__,
+)
+def test_a_record_arrives_whole(travel: Callable[[object], object], record: object) -> None:
+    fields = [name for name in dir(record) if not name.startswith("_")]
+    arrived = travel(record)
+    assert type(arrived) is type(record)
+    assert [getattr(arrived, name) for name in fields] == [getattr(record, name) for name in fields]
+    assert fields
+
+
+def test_an_observer_arrives_whole() -> None:
+    scans = [Scan([1, 2], [3, index]) for index in range(3)]
+    arrived = pickle.loads(pickle.dumps(Observer(*scans)))
+    assert [arrived.x, arrived.y, arrived.z] == scans
+
+
+def test_a_new_process_needs_nothing_but_the_pickle() -> None:
+    data = pickle.dumps((Scan([1, 2], [3, 4]), colorimetry.CIEXYZ(1, 2, 3), Interpolation.LINEAR))
+    code = "import pickle, sys; print(*pickle.loads(sys.stdin.buffer.read()))"
+    done = subprocess.run([sys.executable, "-c", code], input=data, capture_output=True, check=True)
+    assert done.stdout.decode() == "\n1, 3\n2, 4\n X:1 Y:2 Z:3 Interpolation.LINEAR\n"
+
+
+def double(scan: Scan) -> Scan:
+    return scan * 2
+
+
+def test_a_process_pool_maps_over_scans() -> None:
+    scans = [Scan([1, 2], [index, 1]) for index in range(3)]
+    with ProcessPoolExecutor(1, mp_context=get_context("spawn")) as pool:
+        assert [scan[1] for scan in pool.map(double, scans)] == [0, 2, 4]

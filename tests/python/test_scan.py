@@ -1,0 +1,241 @@
+"""The Scan class as Python sees it: names, overloads, conversions, texts and error types."""
+
+import math
+from collections.abc import Callable
+
+import numpy as np
+import pytest
+from hypothesis import given
+from hypothesis import strategies as st
+from vekanalysis import Interpolation, Scan
+
+LINEAR = Interpolation.LINEAR
+NO_TYPE = "Cannot initialize a spline with type None"
+TOO_FEW = "Cannot initialize a spline, too few points"
+
+
+@pytest.fixture
+def scan() -> Scan:
+    return Scan([400, 500, 600, 700], [1, 2, 4, 3], interpolation=LINEAR)
+
+
+@pytest.mark.parametrize(
+    ("scan", "text"),
+    [
+        (Scan(), "Scan(empty)"),
+        (Scan(epsilon=1e-20, interpolation=Interpolation.AKIMA), "Scan(empty)"),
+        (Scan(range(380, 781), range(401)), "Scan(380→780[401])"),
+        (
+            Scan([400, 500, 600, 700], [1, 2, 3, 4], 0.01, LINEAR),
+            "Scan(400→700[4], epsilon=0.01, interpolation=LINEAR)",
+        ),
+        (Scan([1234567.5], [1]), "Scan(1.23457e+06→1.23457e+06[1])"),
+        (Scan(interpolation=Interpolation.NONE), "Scan(empty, interpolation=NONE)"),
+    ],
+)
+def test_repr_names_range_count_and_what_is_not_default(scan: Scan, text: str) -> None:
+    assert repr(scan) == text
+
+
+def test_str_is_a_line_for_each_point() -> None:
+    assert str(Scan([400.5, 401], [0.125, 2e-9])) == "\n400.5, 0.125\n401, 2e-09\n"
+
+
+@pytest.mark.parametrize(
+    ("action", "error", "text"),
+    [
+        (lambda s: Scan([1, 2], [3]), RuntimeError, "Scan::Scan: wavelength and signal must be the same size"),
+        (lambda s: s[512], KeyError, "key '512.000000' does not exist"),
+        (lambda s: Scan().min_wavelength(), RuntimeError, "Scan::min_wavelength: empty scan"),
+        (lambda s: Scan().max_wavelength(), RuntimeError, "Scan::max_wavelength: empty scan"),
+        (lambda s: Scan([1, 2, 3, 4], [1, 2, 3, 4])(1.5), RuntimeError, TOO_FEW),
+        (lambda s: Scan([1, 2], [1, 2], interpolation=Interpolation.NONE)(1.5), RuntimeError, NO_TYPE),
+        (lambda s: Scan().deriv(1.0), RuntimeError, TOO_FEW),
+        (lambda s: s.add(math.nan, 1.0), ValueError, "Scan: wavelength must not be NaN"),
+        (lambda s: Scan(epsilon=-1.0), ValueError, "Scan: epsilon must be finite and not negative"),
+        (lambda s: setattr(s, "epsilon", math.nan), ValueError, "Scan: epsilon must be finite and not negative"),
+    ],
+)  # fmt: skip
+def test_errors_have_the_documented_type_and_text(
+    scan: Scan, action: Callable[[Scan], object], error: type[Exception], text: str
+) -> None:
+    before = scan * 1.0
+    with pytest.raises(error) as caught:
+        action(scan)
+    assert caught.value.args == (text,)
+    assert scan == before
+
+
+@pytest.mark.parametrize(
+    "action",
+    [
+        lambda s: s("550"),
+        lambda s: s(b"550"),
+        lambda s: s(None),
+        lambda s: s(1, 2, 3),
+        lambda s: s + "1",
+        lambda s: Scan("12", "34"),
+        lambda s: Scan(b"12", b"34"),
+        lambda s: Scan(np.zeros((2, 2)), np.zeros((2, 2))),
+        lambda s: Scan(np.zeros(2, complex), np.zeros(2)),
+        lambda s: s(np.array(["a"])),
+        lambda s: hash(s),
+        lambda s: len(s),
+    ],
+)
+def test_wrong_arguments_are_type_errors(scan: Scan, action: Callable[[Scan], object]) -> None:
+    with pytest.raises(TypeError):
+        action(scan)
+
+
+def test_access_to_points(scan: Scan) -> None:
+    scan[450] = 9
+    scan.add(450.0, 1.5)
+    assert scan[450] == 1.5
+    assert list(scan) == scan.wavelengths() == [400, 450, 500, 600, 700]
+    assert list(scan.items())[1] == (450.0, 1.5)
+    assert scan.to_lists() == (scan.wavelengths(), scan.values())
+    assert scan.x().values() == scan.wavelengths()
+    points = scan.to_numpy()
+    assert points.shape == (2, 5)
+    assert points.dtype == np.float64
+    assert points.tolist() == [scan.wavelengths(), scan.values()]
+    assert Scan().to_numpy().shape == (2, 0)
+
+
+def test_evaluation(scan: Scan) -> None:
+    assert (scan(500), scan(450), scan(399.9), scan(700.1)) == (2.0, 1.5, 0.0, 0.0)
+    assert scan(wavelength_from=300, wavelength_to=500) == 150.0
+    assert scan(500, 400) == 0.0
+    assert scan.integral() == scan(400, 700)
+    assert scan.deriv(550) == pytest.approx(0.02)
+    assert scan.is_interpolated()
+    scan.interpolation = Interpolation.NONE
+    assert not scan.is_interpolated()
+
+
+@pytest.mark.parametrize("dtype", ["f8", ">f8", "f4", "f2", "i4", "u1", "i8", "bool", "longdouble"])
+def test_arrays_of_every_real_type_are_taken_as_a_whole(scan: Scan, dtype: str) -> None:
+    numbers = np.array([1, 0, 3, 0, 1], dtype)[::2]
+    expected = [float(value) for value in numbers]
+    assert Scan(np.arange(len(numbers)), numbers).values() == expected
+    ramp = Scan([-1, 5], [-1, 5], interpolation=LINEAR)
+    assert ramp(numbers).tolist() == pytest.approx(expected)
+
+
+def test_arrays_keep_their_shape(scan: Scan) -> None:
+    wavelengths = np.linspace(350, 750, 24).reshape(2, 3, 4)
+    for asked in (wavelengths, wavelengths.T, wavelengths[:, ::2], np.asfortranarray(wavelengths)):
+        values = scan(asked)
+        assert values.shape == asked.shape
+        assert values.dtype == np.float64
+        assert values.tolist() == np.vectorize(lambda wl: scan(float(wl)))(asked).tolist()
+        slopes = scan.deriv(asked)
+        assert slopes.tolist() == np.vectorize(lambda wl: scan.deriv(float(wl)))(asked).tolist()
+    assert scan(np.empty((0, 3))).shape == (0, 3)
+    assert type(scan(np.float64(450))) is float
+    assert type(scan(np.float32(450))) is float
+    assert scan(np.array(450)) == 1.5
+
+
+def test_objects_that_only_know_how_to_become_arrays_are_converted(scan: Scan) -> None:
+    class Column:
+        """Like a pandas series: indexed by label, so walking it item by item would go wrong."""
+
+        def __array__(self, dtype: object = None, copy: object = None) -> "np.ndarray":
+            return np.array([450.0, 500.0])
+
+        def __len__(self) -> int:
+            return 2
+
+        def __getitem__(self, label: int) -> float:
+            raise KeyError(label)
+
+    assert Scan(Column(), Column()).values() == [450.0, 500.0]
+    assert scan(Column()).tolist() == [1.5, 2.0]
+
+
+def test_arithmetic_with_scans_and_numbers(scan: Scan) -> None:
+    other = Scan([450, 650], [10, 20], interpolation=LINEAR)
+    assert (scan + other).wavelengths() == [450, 500, 600, 650]
+    assert (2 - scan).values() == [1, 0, -2, -1]
+    assert (scan - 2).values() == [-1, 0, 2, 1]
+    assert (12 / scan).values() == [12, 6, 3, 4]
+    assert (scan**2).values() == [1, 4, 16, 9]
+    assert (2**scan).values() == [2, 4, 16, 8]
+    assert (scan**scan)[600] == 256
+    assert math.copysign(1, (-Scan([1], [0]))[1]) == -1
+    same = scan
+    same += 1
+    same *= other
+    assert same is scan
+    assert scan.values() == [0, 3 * 12.5, 5 * 17.5, 0]
+    total = Scan(epsilon=0.5)
+    total += other
+    assert total == other
+    assert total.epsilon == other.epsilon
+
+
+def test_equality_ignores_the_interpolation_and_other_types(scan: Scan) -> None:
+    twin = scan * 1.0
+    twin.interpolation = Interpolation.NONE
+    assert scan == twin
+    assert scan != twin + 1
+    assert (scan == 1) is False
+    assert scan.__eq__(1) is NotImplemented
+
+
+def test_epsilon_merges_and_keeps_the_old_spline() -> None:
+    scan = Scan([1, 4, 4.5, 9], [1, 2, 10, 3], interpolation=LINEAR)
+    before = scan(6)
+    scan.epsilon = 0.5
+    assert scan.wavelengths() == [1, 4, 9]
+    assert scan(6) == before
+    assert scan(np.array([6.0]))[0] == before
+    scan[9] = 3
+    assert scan(6) == 2.4
+
+
+def test_iterators_survive_changes_of_the_scan(scan: Scan) -> None:
+    seen = []
+    for wavelength, value in scan.items():
+        seen.append((wavelength, value))
+        scan[wavelength + 1] = 0.0
+        scan *= Scan()
+    assert [wavelength for wavelength, _ in seen] == [400, 500, 600, 700]
+    iterator = iter(Scan([1, 2], [3, 4]))
+    assert next(iterator) == 1.0
+    assert list(iterator) == [2.0]
+
+
+FINITE = st.floats(-1e6, 1e6)
+POINTS = st.lists(st.tuples(FINITE, FINITE), max_size=30)
+
+
+@given(POINTS, st.sampled_from([1e-20, 0.5, 10.0]))
+def test_lists_and_arrays_build_what_setting_items_builds(
+    points: list[tuple[float, float]], epsilon: float
+) -> None:
+    wavelengths = [wl for wl, _ in points]
+    values = [value for _, value in points]
+    by_item = Scan(epsilon=epsilon)
+    for wl, value in points:
+        by_item[wl] = value
+    assert Scan(wavelengths, values, epsilon).to_lists() == by_item.to_lists()
+    from_arrays = Scan(np.array(wavelengths), np.array(values), epsilon)
+    assert from_arrays.to_lists() == by_item.to_lists()
+
+
+@given(POINTS.filter(lambda points: len(points) > 1), FINITE, FINITE, FINITE)
+def test_adjoining_integrals_add_up(
+    points: list[tuple[float, float]], a: float, b: float, c: float
+) -> None:
+    scan = Scan([wl for wl, _ in points], [value for _, value in points], 1e-3, LINEAR)
+    if len(list(scan)) < 2:
+        return
+    low, middle, high = sorted((a, b, c))
+    scale = sum(abs(value) for value in scan.values()) * (
+        scan.max_wavelength() - scan.min_wavelength()
+    )
+    whole = scan(low, high)
+    assert scan(low, middle) + scan(middle, high) == pytest.approx(whole, abs=1e-12 * scale + 1e-12)
