@@ -3,6 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstddef>
+#include <span>
+#include <vector>
 
 #include "colorimetry/curves.hpp"
 #include "colorimetry/data/reference_spectra.hpp"
@@ -57,6 +60,28 @@ TEST(BlackBody, RadiatesWhatStefanAndBoltzmannSay) {
 TEST(BlackBody, UnitsDifferByPowersOfTen) {
     EXPECT_DOUBLE_EQ(planks_law_sr_um(2856.0, 0.555), planks_law_sr(2856.0, 0.555e-6) * 1e-6);
     EXPECT_DOUBLE_EQ(planks_law_sr_nm(2856.0, 555.0), planks_law_sr(2856.0, 555e-9) * 1e-9);
+}
+
+TEST(BlackBody, ArraysHoldTheValuesOfTheScalarFunctions) {
+    const std::vector<double> wl{0.0, 1e-9, 4.1e-7, 5.55e-7, 2.3e-6, 7.9e-5, 1e-3};
+    std::vector<double> scaled(wl.size());
+    std::vector<double> radiance(wl.size());
+    const auto expect = [&](auto function, double unit) {
+        for (const double T : temperatures) {
+            for (std::size_t i = 0; i < wl.size(); ++i) scaled[i] = wl[i] / unit;
+            function(T, scaled, radiance);
+            EXPECT_TRUE(std::isnan(radiance[0]));
+            for (std::size_t i = 1; i < wl.size(); ++i) {
+                const double scalar = planks_law_sr(T, scaled[i] * unit) * unit;
+                EXPECT_NEAR(radiance[i], scalar, 1e-15 * scalar) << T << ' ' << wl[i];
+            }
+        }
+    };
+    using Values = std::span<const double>;
+    using Result = std::span<double>;
+    expect([](double T, Values w, Result r) { planks_law_sr(T, w, r); }, 1.0);
+    expect([](double T, Values w, Result r) { planks_law_sr_um(T, w, r); }, 1e-6);
+    expect([](double T, Values w, Result r) { planks_law_sr_nm(T, w, r); }, 1e-9);
 }
 
 // The slope of a chord of +-1e-4, of relative error 1e-8 times the third derivative's share.
