@@ -1,0 +1,52 @@
+#include "python/registration.hpp"
+
+#include <string>
+
+#include "colorimetry/observers.hpp"
+
+namespace vekanalysis::python {
+
+using namespace py::literals;
+
+void add_observer_class(py::module_& m) {
+    py::class_<Observer> observer(m, "Observer", "Observer struct");
+    observer.def(py::init([](const Scan& x, const Scan& y, const Scan& z) {
+                     return Observer{x, y, z};
+                 }),
+                 "x"_a, "y"_a, "z"_a, py::keep_alive<1, 2>(), py::keep_alive<1, 3>(),
+                 py::keep_alive<1, 4>(), R"doc(Make an observer of three colour-matching functions.
+
+The observer refers to the given scans: changing one of them later changes what
+the observer computes.
+
+Parameters
+----------
+x, y, z : Scan
+    Colour-matching functions, dimensionless, against wavelength in nm, such as
+    ``colorimetry.data.cie_1931_standard_observer_x()``.
+)doc");
+    const auto add_function = [&observer](const char* name, auto read, const char* doc) {
+        observer.def_property_readonly(name, read, doc);
+    };
+    add_function(
+        "x", [](const Observer& self) { return Scan(self.x); },
+        "Copy of the colour-matching function x.");
+    add_function(
+        "y", [](const Observer& self) { return Scan(self.y); },
+        "Copy of the colour-matching function y.");
+    add_function(
+        "z", [](const Observer& self) { return Scan(self.z); },
+        "Copy of the colour-matching function z.");
+    observer.def(
+        "__repr__",
+        [](const Observer& self) {
+            const auto text = [](const Scan& scan) {
+                return std::string(py::str(py::cast(scan, py::return_value_policy::reference)));
+            };
+            return "<Observer x: " + text(self.x) + ", y: " + text(self.y) +
+                   ", z: " + text(self.z) + ">";
+        },
+        "The points of the three functions.");
+}
+
+}  // namespace vekanalysis::python

@@ -1,0 +1,12 @@
+from typing import SupportsFloat, SupportsIndex, SupportsInt
+
+from .. import Scan
+
+type _Float = SupportsFloat | SupportsIndex
+
+def uniform_fibres_value(
+    central_wavelength: _Float, bandwidth: _Float, wavelength: _Float
+) -> float: ...
+def uniform_fibres(
+    central_wavelength: _Float, bandwidth: _Float, points: SupportsInt | SupportsIndex
+) -> Scan: ...

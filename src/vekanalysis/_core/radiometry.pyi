@@ -1,0 +1,3 @@
+from . import Scan
+
+def illuminance(spectral_irradiance: Scan) -> float: ...
