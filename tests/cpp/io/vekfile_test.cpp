@@ -4,6 +4,7 @@
 
 #include <cmath>
 #include <limits>
+#include <nlohmann/json.hpp>
 #include <string>
 
 #include "image_builder.hpp"
@@ -313,16 +314,20 @@ TEST(VekFileToJson, WritesEveryMemberInOrder) {
     EXPECT_EQ(vekfile_to_json(without_sets, -1, true).find("data_sets"), std::string::npos);
 }
 
-TEST(VekFileToJson, IndentsByAnyStepUpToTheLimit) {
-    for (const int indent : {0, 1, 3, 500, 1023, 1024}) {
-        const std::string text = vekfile_to_json(small_file(), indent, false);
-        // The fifth level, the members of "x", and the first.
-        const auto blanks = [&](int levels) {
-            return "\n" + std::string(static_cast<std::size_t>(levels * indent), ' ');
-        };
-        EXPECT_NE(text.find("[" + blanks(5) + "1.0," + blanks(5) + "1.0"), std::string::npos);
-        EXPECT_EQ(text.rfind("{" + blanks(1) + "\"data_info\": {" + blanks(2), 0), 0U) << indent;
+TEST(VekFileToJson, IsLaidOutAsTheWholeDocumentWouldBe) {
+    auto file = small_file();
+    for (const std::size_t sets : {1, 2, 0, 3}) {
+        file.data_sets.resize(sets, {0, "\"data_sets\": [", {}});
+        for (const int indent : {-1, 0, 1, 3, 500, 1023, 1024}) {
+            for (const bool ensure_ascii : {false, true}) {
+                const std::string text = vekfile_to_json(file, indent, ensure_ascii);
+                EXPECT_EQ(text, nlohmann::json::parse(text).dump(indent, ' ', ensure_ascii));
+            }
+        }
     }
+}
+
+TEST(VekFileToJson, RefusesIndentsThatTheWriterCannotDo) {
     for (const int indent : {1025, 5000, std::numeric_limits<int>::max()}) {
         EXPECT_THROW(static_cast<void>(vekfile_to_json(small_file(), indent, false)),
                      std::invalid_argument);
