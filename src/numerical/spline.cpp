@@ -174,9 +174,15 @@ double Spline::deriv2(double x) const noexcept {
 }
 
 double Spline::integ(double a, double b) const noexcept {
-    if (a == b || !initialized_) return 0.0;
-    if (b < a) return -integ(b, a);
-    if (!(a >= x_.front() && b <= x_.back())) return 0.0;
+    if (!initialized_ || !(a < b || b < a)) return 0.0;
+    const double low = std::min(a, b);
+    const double high = std::max(a, b);
+    if (low < x_.front() || high > x_.back()) return 0.0;
+    const double integral = integ_ascending(low, high);
+    return a < b ? integral : -integral;
+}
+
+double Spline::integ_ascending(double a, double b) const noexcept {
     if (type_ == InterpolationType::POLYNOMIAL) return integ_polynomial(a, b);
     const std::size_t first = find_interval(a);
     const std::size_t last = find_interval(b);

@@ -91,6 +91,7 @@ public:
     [[nodiscard]] double integ_polynomial(double a, double b) const noexcept;
 
 private:
+    [[nodiscard]] double integ_ascending(double a, double b) const noexcept;
     void set_linear();
     void set_cubic();
     void set_akima();
