@@ -131,11 +131,11 @@ when iteration began. A scan must not be used from two threads at once.
 Examples
 --------
 >>> from vekanalysis import Interpolation, Scan
->>> scan = Scan([400, 500, 600], [0.1, 0.5, 0.3], interpolation=Interpolation.LINEAR)
+>>> scan = Scan([400, 500, 600], [1, 2, 4], interpolation=Interpolation.LINEAR)
 >>> scan[500], scan(450), scan(700)
-(0.5, 0.3, 0.0)
+(2.0, 1.5, 0.0)
 >>> scan(400, 600)
-70.0
+450.0
 )doc";
 
 constexpr const char* in_place_rule =

@@ -1,5 +1,6 @@
 """The checked-in stubs against the built module, and types in the examples."""
 
+import re
 import subprocess
 import sys
 from pathlib import Path
@@ -11,22 +12,28 @@ pytest.importorskip("mypy")
 ROOT = Path(__file__).resolve().parents[2]
 
 
-def run_mypy(*arguments: str) -> str:
+# What the binding layer adds to every class, and its refusal of construction where a class has no
+# constructor: stubs cannot say either.
+BINDING_LAYER = re.compile(
+    r"metaclass differs$|\.__init__ is inconsistent, stub does not have \*args parameter"
+)
+
+
+def run_mypy(*arguments: str) -> list[str]:
+    """Run a mypy tool outside the sources, where it sees the installed package; its complaints."""
     done = subprocess.run(
         [sys.executable, "-m", *arguments], capture_output=True, text=True, cwd=ROOT / "tests"
     )
-    return "" if done.returncode == 0 else done.stdout + done.stderr
+    return [] if done.returncode == 0 else (done.stdout + done.stderr).splitlines()
 
 
-@pytest.mark.slow
 def test_the_stubs_match_the_module() -> None:
-    allowed = ROOT / "tests/python/stubtest_allowlist.txt"
-    assert not run_mypy("mypy.stubtest", "vekanalysis", "--allowlist", str(allowed))
+    complaints = run_mypy("mypy.stubtest", "vekanalysis._core", "--concise")
+    assert [line for line in complaints if not BINDING_LAYER.search(line)] == []
 
 
-@pytest.mark.slow
 def test_the_package_and_the_examples_are_typed() -> None:
     examples = [str(path) for path in sorted((ROOT / "examples").glob("*.py"))]
     assert examples
-    assert not run_mypy("mypy", "--strict", "-p", "vekanalysis")
-    assert not run_mypy("mypy", "--strict", *examples)
+    assert run_mypy("mypy", "--strict", "-p", "vekanalysis") == []
+    assert run_mypy("mypy", "--strict", *examples) == []

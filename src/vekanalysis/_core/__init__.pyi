@@ -1,5 +1,5 @@
 from collections.abc import Iterator, Sequence
-from typing import Any, ClassVar, Final, SupportsFloat, SupportsIndex, SupportsInt, overload
+from typing import Any, ClassVar, Final, SupportsIndex, SupportsInt, overload
 
 import numpy as np
 from numpy.typing import NDArray
@@ -14,7 +14,8 @@ from . import physics as physics
 from . import radiometry as radiometry
 from . import utils as utils
 
-type _Float = SupportsFloat | SupportsIndex
+# Not SupportsFloat, which every array satisfies.
+type _Float = float | np.floating[Any] | np.integer[Any]
 type _FloatList = Sequence[_Float] | NDArray[Any]
 
 __vekanalysis_version__: Final[str]

@@ -1,8 +1,6 @@
-from typing import SupportsFloat, SupportsIndex, overload
+from typing import overload
 
-from . import Scan
-
-type _Float = SupportsFloat | SupportsIndex
+from . import _Float, Scan
 
 class CIExy:
     @overload

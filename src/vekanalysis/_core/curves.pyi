@@ -1,8 +1,4 @@
-from typing import SupportsFloat, SupportsIndex
-
-from . import Scan
-
-type _Float = SupportsFloat | SupportsIndex
+from . import _Float, Scan
 
 def longpass_filter(
     center_wl: _Float, bandwidth: _Float, min_wl: _Float, max_wl: _Float, step_wl: _Float

@@ -3,8 +3,7 @@ from typing import Any, overload
 import numpy as np
 from numpy.typing import NDArray
 
-# Not SupportsFloat, which every array satisfies.
-type _Float = float | np.number[Any]
+from . import _Float
 
 @overload
 def planks_law_sr(T: _Float, wl: _Float) -> float: ...

@@ -1,9 +1,7 @@
 from collections.abc import Callable
-from typing import SupportsFloat, SupportsIndex, overload
+from typing import overload
 
-from . import Scan
-
-type _Float = SupportsFloat | SupportsIndex
+from . import _Float, Scan
 
 class ScanStatistics:
     @property

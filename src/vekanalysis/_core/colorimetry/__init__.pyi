@@ -1,9 +1,7 @@
-from typing import SupportsFloat, SupportsIndex, overload
+from typing import overload
 
-from .. import Observer, Scan
+from .. import _Float, Observer, Scan
 from . import data as data
-
-type _Float = SupportsFloat | SupportsIndex
 
 class CIEXYZ:
     @overload

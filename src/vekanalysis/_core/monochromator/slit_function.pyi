@@ -1,8 +1,6 @@
-from typing import SupportsFloat, SupportsIndex, SupportsInt
+from typing import SupportsIndex, SupportsInt
 
-from .. import Scan
-
-type _Float = SupportsFloat | SupportsIndex
+from .. import _Float, Scan
 
 def uniform_fibres_value(
     central_wavelength: _Float, bandwidth: _Float, wavelength: _Float
