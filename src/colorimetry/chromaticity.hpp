@@ -20,8 +20,8 @@ struct ChromaticityPoint {
 /// from the integrals of `colorimetry::CIE_tristimulus_values`, whose errors they throw.
 ///
 /// A spectrum of which all three integrals are 0 gives NaN. No function judges its point: holding
-/// it against the limits of a standard is the caller's business. Source: CIE 15:2004, section 7; the lens
-/// functions ANSI Z80.3-2015.
+/// it against the limits of a standard is the caller's business. Source: CIE 15:2004, section 7;
+/// the lens functions ANSI Z80.3-2015.
 namespace chromaticity {
 
 /// Chromaticity of a spectrum (any unit, nm).

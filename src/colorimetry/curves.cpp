@@ -6,8 +6,6 @@
 #include <utility>
 #include <vector>
 
-#include "core/scan_arithmetic.hpp"
-
 namespace vekanalysis::curves {
 
 namespace {
@@ -45,19 +43,26 @@ Scan sample(double min_wl, double max_wl, double step_wl, const F& value) {
     return {std::move(wavelengths), std::move(values)};
 }
 
+double logistic_edge(double center_wl, double bandwidth, double wl) noexcept {
+    return 1.0 / (std::exp((wl - center_wl) * -5.88887795833 / bandwidth) + 1.0);
+}
+
 }  // namespace
 
 Scan longpass_filter(double center_wl, double bandwidth, double min_wl, double max_wl,
                      double step_wl) {
     check_grid(min_wl, max_wl, step_wl);
     return sample(min_wl, max_wl, step_wl, [center_wl, bandwidth](double wl) {
-        return 1.0 / (std::exp((wl - center_wl) * -5.88887795833 / bandwidth) + 1.0);
+        return logistic_edge(center_wl, bandwidth, wl);
     });
 }
 
 Scan shortpass_filter(double center_wl, double bandwidth, double min_wl, double max_wl,
                       double step_wl) {
-    return 1.0 - longpass_filter(center_wl, bandwidth, min_wl, max_wl, step_wl);
+    check_grid(min_wl, max_wl, step_wl);
+    return sample(min_wl, max_wl, step_wl, [center_wl, bandwidth](double wl) {
+        return 1.0 - logistic_edge(center_wl, bandwidth, wl);
+    });
 }
 
 Scan lognormal(double peak_wl, double fwhm, double min_wl, double max_wl, double step_wl) {
@@ -72,7 +77,9 @@ Scan lognormal(double peak_wl, double fwhm, double min_wl, double max_wl, double
         const double distance = std::log(wl) - mu;
         return 1.0 / (n * wl) * std::exp(q * (distance * distance));
     };
-    return sample(min_wl, max_wl, step_wl, density) / density(peak_wl);
+    const double peak = density(peak_wl);
+    return sample(min_wl, max_wl, step_wl,
+                  [&density, peak](double wl) { return density(wl) / peak; });
 }
 
 }  // namespace vekanalysis::curves
