@@ -188,8 +188,8 @@ double Spline::integ_ascending(double a, double b) const noexcept {
     const std::size_t last = find_interval(b);
     if (first == last) return integ_piece(first, a, b);
     double sum = integ_piece(first, a, x_[first + 1]);
-    for (std::size_t i = first + 1; i < last; ++i) sum += integ_piece(i, x_[i], x_[i + 1]);
-    return sum + integ_piece(last, x_[last], b);
+    for (std::size_t i = first + 1; i < last; ++i) sum += antiderivative(i, x_[i + 1] - x_[i]);
+    return sum + antiderivative(last, b - x_[last]);
 }
 
 double Spline::deriv_piece(std::size_t i, double x) const noexcept {
@@ -202,13 +202,15 @@ double Spline::deriv2_piece(std::size_t i, double x) const noexcept {
     return 2.0 * c_[i] + 6.0 * d_[i] * t;
 }
 
+/// Antiderivative of a piece at t from its knot, 0 at the knot itself.
+double Spline::antiderivative(std::size_t i, double t) const noexcept {
+    const double t2 = t * t;
+    const double t3 = t2 * t;
+    return y_[i] * t + b_[i] * t2 / 2.0 + c_[i] * t3 / 3.0 + d_[i] * (t3 * t) / 4.0;
+}
+
 double Spline::integ_piece(std::size_t i, double a, double b) const noexcept {
-    const auto antiderivative = [this, i](double t) {
-        const double t2 = t * t;
-        const double t3 = t2 * t;
-        return y_[i] * t + b_[i] * t2 / 2.0 + c_[i] * t3 / 3.0 + d_[i] * (t3 * t) / 4.0;
-    };
-    return antiderivative(b - x_[i]) - antiderivative(a - x_[i]);
+    return antiderivative(i, b - x_[i]) - antiderivative(i, a - x_[i]);
 }
 
 double Spline::eval_polynomial(double x) const noexcept {

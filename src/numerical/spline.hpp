@@ -92,6 +92,7 @@ public:
 
 private:
     [[nodiscard]] double integ_ascending(double a, double b) const noexcept;
+    [[nodiscard]] double antiderivative(std::size_t i, double t) const noexcept;
     void set_linear();
     void set_cubic();
     void set_akima();
