@@ -13,6 +13,8 @@
 // to 10,000, 1000 up to 600,000; peak 2.144 at 450.5 nm; trapezoid integral 1366.091 W m-2 (solar
 // constant 1366.1).
 
+#include <array>
+
 #include "colorimetry/data/make_table.hpp"
 #include "colorimetry/data/reference_spectra.hpp"
 
@@ -21,7 +23,7 @@ namespace vekanalysis::colorimetry::data {
 namespace {
 
 // clang-format off
-constexpr double points[][2] = {
+constexpr std::array<internal::Point, 1697> points{{
     {119.5, 0.00006185}, {120.5, 0.0005614}, {121.5, 0.004901}, {122.5, 0.001184},
     {123.5, 0.00004770}, {124.5, 0.00003433}, {125.5, 0.00002882}, {126.5, 0.00003523},
     {127.5, 0.00002127}, {128.5, 0.00001727}, {129.5, 0.00003994}, {130.5, 0.0001206},
@@ -333,7 +335,7 @@ constexpr double points[][2] = {
     {40000, 9.307e-7}, {50000, 3.826e-7}, {60000, 1.850e-7}, {80000, 5.882e-8}, {100000, 2.418e-8},
     {120000, 1.169e-8}, {150000, 4.807e-9}, {200000, 1.528e-9}, {250000, 6.275e-10},
     {300000, 2.950e-10}, {400000, 1.014e-10}, {1000000, 3.384e-12},
-};
+}};
 // clang-format on
 
 }  // namespace

@@ -7,6 +7,8 @@
 // Checks: steps 0.5 nm to 400, 1 nm to 1700, then 1702, 1705 and 5 nm; peak 1.4348 at 531 nm;
 // trapezoid integral 900.139 W m-2.
 
+#include <array>
+
 #include "colorimetry/data/make_table.hpp"
 #include "colorimetry/data/reference_spectra.hpp"
 
@@ -15,7 +17,7 @@ namespace vekanalysis::colorimetry::data {
 namespace {
 
 // clang-format off
-constexpr double points[][2] = {
+constexpr std::array<internal::Point, 2002> points{{
     {280, 2.5361e-26}, {280.5, 1.0917e-24}, {281, 6.1253e-24}, {281.5, 2.7479e-22},
     {282, 2.8346e-21}, {282.5, 1.3271e-20}, {283, 6.7646e-20}, {283.5, 1.4614e-19},
     {284, 4.9838e-18}, {284.5, 2.1624e-17}, {285, 8.9998e-17}, {285.5, 6.4424e-16},
@@ -406,7 +408,7 @@ constexpr double points[][2] = {
     {3950, 0.0076475}, {3955, 0.0077399}, {3960, 0.0077679}, {3965, 0.0078253}, {3970, 0.0076997},
     {3975, 0.0075280}, {3980, 0.0074049}, {3985, 0.0074503}, {3990, 0.0073894}, {3995, 0.0072263},
     {4000, 0.0071199},
-};
+}};
 // clang-format on
 
 }  // namespace

@@ -7,6 +7,8 @@
 // Checks: steps 0.5 nm to 400, 1 nm to 1700, then 1702, 1705 and 5 nm; peak 1.6485 at 495 nm;
 // trapezoid integral 1000.371 W m-2.
 
+#include <array>
+
 #include "colorimetry/data/make_table.hpp"
 #include "colorimetry/data/reference_spectra.hpp"
 
@@ -15,7 +17,7 @@ namespace vekanalysis::colorimetry::data {
 namespace {
 
 // clang-format off
-constexpr double points[][2] = {
+constexpr std::array<internal::Point, 2002> points{{
     {280, 4.7309e-23}, {280.5, 1.2307e-21}, {281, 5.6895e-21}, {281.5, 1.5662e-19},
     {282, 1.1946e-18}, {282.5, 4.5436e-18}, {283, 1.8452e-17}, {283.5, 3.5360e-17},
     {284, 7.2670e-16}, {284.5, 2.4856e-15}, {285, 8.0142e-15}, {285.5, 4.2613e-14},
@@ -406,7 +408,7 @@ constexpr double points[][2] = {
     {3950, 0.0076277}, {3955, 0.0077199}, {3960, 0.0077482}, {3965, 0.0078057}, {3970, 0.0076806},
     {3975, 0.0075097}, {3980, 0.0073872}, {3985, 0.0074327}, {3990, 0.0073723}, {3995, 0.0072100},
     {4000, 0.0071043},
-};
+}};
 // clang-format on
 
 }  // namespace

@@ -13,6 +13,8 @@
 // Likely error of single entries: 0.05 to 0.15. Not for conformity decisions; replace the table as
 // soon as the printed one is at hand.
 
+#include <array>
+
 #include "colorimetry/data/make_table.hpp"
 #include "colorimetry/data/reference_spectra.hpp"
 
@@ -21,7 +23,7 @@ namespace vekanalysis::colorimetry::data {
 namespace {
 
 // clang-format off
-constexpr double points[][2] = {
+constexpr std::array<internal::Point, 41> points{{
     {380, 0.0235}, {390, 0.0440}, {400, 0.0773}, {410, 0.1269}, {420, 0.1950}, {430, 0.2805},
     {440, 0.3776}, {450, 0.4760}, {460, 0.5615}, {470, 0.6201}, {480, 0.6409}, {490, 0.6345},
     {500, 0.6100}, {510, 0.5654}, {520, 0.5027}, {530, 0.4271}, {540, 0.3457}, {550, 0.2658},
@@ -29,7 +31,7 @@ constexpr double points[][2] = {
     {620, 0.0084}, {630, 0.0040}, {640, 0.0018}, {650, 0.0007}, {660, 0.0003}, {670, 0.0001},
     {680, 0}, {690, 0}, {700, 0}, {710, 0}, {720, 0}, {730, 0}, {740, 0}, {750, 0}, {760, 0},
     {770, 0}, {780, 0},
-};
+}};
 // clang-format on
 
 }  // namespace

@@ -12,6 +12,8 @@
 // Likely error of single entries: 0.01 to 0.03 above 630 nm, up to 0.2 on the edge. Not for
 // conformity decisions; replace the table as soon as the printed one is at hand.
 
+#include <array>
+
 #include "colorimetry/data/make_table.hpp"
 #include "colorimetry/data/reference_spectra.hpp"
 
@@ -20,12 +22,12 @@ namespace vekanalysis::colorimetry::data {
 namespace {
 
 // clang-format off
-constexpr double points[][2] = {
+constexpr std::array<internal::Point, 20> points{{
     {590, 0}, {600, 0.023}, {610, 0.243}, {620, 0.590}, {630, 0.734}, {640, 0.784}, {650, 0.805},
     {660, 0.820}, {670, 0.830}, {680, 0.839}, {690, 0.847}, {700, 0.853}, {710, 0.851},
     {720, 0.849}, {730, 0.848}, {740, 0.846}, {750, 0.844}, {760, 0.842}, {770, 0.840},
     {780, 0.839},
-};
+}};
 // clang-format on
 
 }  // namespace

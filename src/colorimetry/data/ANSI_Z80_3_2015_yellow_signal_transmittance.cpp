@@ -12,6 +12,8 @@
 // Likely error of single entries: 0.01 to 0.03 above 580 nm, up to 0.2 on the edge. Not for
 // conformity decisions; replace the table as soon as the printed one is at hand.
 
+#include <array>
+
 #include "colorimetry/data/make_table.hpp"
 #include "colorimetry/data/reference_spectra.hpp"
 
@@ -20,13 +22,13 @@ namespace vekanalysis::colorimetry::data {
 namespace {
 
 // clang-format off
-constexpr double points[][2] = {
+constexpr std::array<internal::Point, 29> points{{
     {500, 0}, {510, 0.001}, {520, 0.013}, {530, 0.062}, {540, 0.194}, {550, 0.448}, {560, 0.656},
     {570, 0.745}, {580, 0.784}, {590, 0.808}, {600, 0.826}, {610, 0.837}, {620, 0.849},
     {630, 0.858}, {640, 0.866}, {650, 0.874}, {660, 0.882}, {670, 0.886}, {680, 0.891},
     {690, 0.889}, {700, 0.887}, {710, 0.885}, {720, 0.883}, {730, 0.881}, {740, 0.879},
     {750, 0.877}, {760, 0.875}, {770, 0.873}, {780, 0.871},
-};
+}};
 // clang-format on
 
 }  // namespace

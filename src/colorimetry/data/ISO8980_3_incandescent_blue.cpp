@@ -13,6 +13,8 @@
 // Likely error of single entries: a few % up to 515 nm, 10 to 40 % above. Not for conformity
 // decisions; replace the table as soon as the printed one is at hand.
 
+#include <array>
+
 #include "colorimetry/data/make_table.hpp"
 #include "colorimetry/data/reference_spectra.hpp"
 
@@ -21,7 +23,7 @@ namespace vekanalysis::colorimetry::data {
 namespace {
 
 // clang-format off
-constexpr double points[][2] = {
+constexpr std::array<internal::Point, 75> points{{
     {395, 0}, {400, 0.01}, {405, 0.01}, {410, 0.03}, {415, 0.06}, {420, 0.12}, {425, 0.25},
     {430, 0.44}, {435, 0.68}, {440, 0.97}, {445, 1.26}, {450, 1.60}, {455, 1.95}, {460, 2.35},
     {465, 2.76}, {470, 3.23}, {475, 3.72}, {480, 4.24}, {485, 4.65}, {490, 5.08}, {495, 5.51},
@@ -33,7 +35,7 @@ constexpr double points[][2] = {
     {675, 0.18}, {680, 0.27}, {685, 0.29}, {690, 0.26}, {695, 0.22}, {700, 0.17}, {705, 0.13},
     {710, 0.10}, {715, 0.08}, {720, 0.06}, {725, 0.04}, {730, 0.03}, {735, 0.02}, {740, 0.02},
     {745, 0.01}, {750, 0.01}, {755, 0.01}, {760, 0.01}, {765, 0},
-};
+}};
 // clang-format on
 
 }  // namespace

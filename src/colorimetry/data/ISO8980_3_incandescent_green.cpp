@@ -13,6 +13,8 @@
 // Likely error of single entries: 0.01 up to 515 nm if the recollection is right, 5 to 15 % above.
 // Not for conformity decisions; replace the table as soon as the printed one is at hand.
 
+#include <array>
+
 #include "colorimetry/data/make_table.hpp"
 #include "colorimetry/data/reference_spectra.hpp"
 
@@ -21,7 +23,7 @@ namespace vekanalysis::colorimetry::data {
 namespace {
 
 // clang-format off
-constexpr double points[][2] = {
+constexpr std::array<internal::Point, 65> points{{
     {430, 0}, {435, 0.01}, {440, 0.02}, {445, 0.03}, {450, 0.05}, {455, 0.08}, {460, 0.12},
     {465, 0.18}, {470, 0.27}, {475, 0.38}, {480, 0.54}, {485, 0.74}, {490, 1.02}, {495, 1.41},
     {500, 1.91}, {505, 2.61}, {510, 3.43}, {515, 4.37}, {520, 5.31}, {525, 6.09}, {530, 6.70},
@@ -32,7 +34,7 @@ constexpr double points[][2] = {
     {675, 0.03}, {680, 0.03}, {685, 0.04}, {690, 0.05}, {695, 0.05}, {700, 0.05}, {705, 0.05},
     {710, 0.04}, {715, 0.04}, {720, 0.03}, {725, 0.02}, {730, 0.02}, {735, 0.01}, {740, 0.01},
     {745, 0.01}, {750, 0},
-};
+}};
 // clang-format on
 
 }  // namespace

@@ -14,6 +14,8 @@
 // Likely error of single entries: 10 % on the plateau, large below 615 nm. Not for conformity
 // decisions; replace the table as soon as the printed one is at hand.
 
+#include <array>
+
 #include "colorimetry/data/make_table.hpp"
 #include "colorimetry/data/reference_spectra.hpp"
 
@@ -22,7 +24,7 @@ namespace vekanalysis::colorimetry::data {
 namespace {
 
 // clang-format off
-constexpr double points[][2] = {
+constexpr std::array<internal::Point, 55> points{{
     {495, 0}, {500, 0.01}, {505, 0.01}, {510, 0.01}, {515, 0.01}, {520, 0.01}, {525, 0.02},
     {530, 0.02}, {535, 0.02}, {540, 0.02}, {545, 0.02}, {550, 0.02}, {555, 0.03}, {560, 0.03},
     {565, 0.03}, {570, 0.03}, {575, 0.03}, {580, 0.03}, {585, 0.03}, {590, 0.03}, {595, 0.06},
@@ -31,7 +33,7 @@ constexpr double points[][2] = {
     {670, 1.88}, {675, 1.41}, {680, 1.06}, {685, 0.77}, {690, 0.54}, {695, 0.39}, {700, 0.29},
     {705, 0.21}, {710, 0.15}, {715, 0.11}, {720, 0.08}, {725, 0.06}, {730, 0.04}, {735, 0.03},
     {740, 0.02}, {745, 0.01}, {750, 0.01}, {755, 0.01}, {760, 0.01}, {765, 0},
-};
+}};
 // clang-format on
 
 }  // namespace

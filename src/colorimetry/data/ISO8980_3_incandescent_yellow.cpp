@@ -13,6 +13,8 @@
 // Likely error of single entries: 5 to 15 % on the plateau, more below 545 nm. Not for conformity
 // decisions; replace the table as soon as the printed one is at hand.
 
+#include <array>
+
 #include "colorimetry/data/make_table.hpp"
 #include "colorimetry/data/reference_spectra.hpp"
 
@@ -21,7 +23,7 @@ namespace vekanalysis::colorimetry::data {
 namespace {
 
 // clang-format off
-constexpr double points[][2] = {
+constexpr std::array<internal::Point, 55> points{{
     {470, 0}, {475, 0.01}, {480, 0.01}, {485, 0.01}, {490, 0.01}, {495, 0.01}, {500, 0.02},
     {505, 0.02}, {510, 0.03}, {515, 0.06}, {520, 0.18}, {525, 0.39}, {530, 0.82}, {535, 1.56},
     {540, 2.65}, {545, 3.68}, {550, 4.50}, {555, 5.04}, {560, 5.41}, {565, 5.65}, {570, 5.80},
@@ -30,7 +32,7 @@ constexpr double points[][2] = {
     {645, 1.41}, {650, 1.12}, {655, 0.87}, {660, 0.67}, {665, 0.50}, {670, 0.36}, {675, 0.27},
     {680, 0.20}, {685, 0.14}, {690, 0.10}, {695, 0.07}, {700, 0.05}, {705, 0.04}, {710, 0.03},
     {715, 0.02}, {720, 0.01}, {725, 0.01}, {730, 0.01}, {735, 0.01}, {740, 0},
-};
+}};
 // clang-format on
 
 }  // namespace

@@ -13,6 +13,8 @@
 // to 4 nm), 20 % near the peak. Not for conformity decisions; replace the table as soon as the
 // printed one is at hand.
 
+#include <array>
+
 #include "colorimetry/data/make_table.hpp"
 #include "colorimetry/data/reference_spectra.hpp"
 
@@ -21,7 +23,7 @@ namespace vekanalysis::colorimetry::data {
 namespace {
 
 // clang-format off
-constexpr double points[][2] = {
+constexpr std::array<internal::Point, 51> points{{
     {420, 0}, {425, 0.01}, {430, 0.02}, {435, 0.08}, {440, 0.22}, {445, 0.52}, {450, 1.16},
     {455, 2.42}, {460, 4.42}, {465, 7.16}, {470, 9.89}, {475, 11.04}, {480, 10.42}, {485, 8.95},
     {490, 7.60}, {495, 6.45}, {500, 5.53}, {505, 4.67}, {510, 3.77}, {515, 3.08}, {520, 2.46},
@@ -30,7 +32,7 @@ constexpr double points[][2] = {
     {595, 0.20}, {600, 0.17}, {605, 0.15}, {610, 0.13}, {615, 0.11}, {620, 0.09}, {625, 0.07},
     {630, 0.06}, {635, 0.04}, {640, 0.03}, {645, 0.03}, {650, 0.02}, {655, 0.01}, {660, 0.01},
     {665, 0.01}, {670, 0},
-};
+}};
 // clang-format on
 
 }  // namespace

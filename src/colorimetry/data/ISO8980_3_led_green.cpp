@@ -13,6 +13,8 @@
 // to 4 nm), 20 % near the peak. Not for conformity decisions; replace the table as soon as the
 // printed one is at hand.
 
+#include <array>
+
 #include "colorimetry/data/make_table.hpp"
 #include "colorimetry/data/reference_spectra.hpp"
 
@@ -21,14 +23,14 @@ namespace vekanalysis::colorimetry::data {
 namespace {
 
 // clang-format off
-constexpr double points[][2] = {
+constexpr std::array<internal::Point, 42> points{{
     {435, 0}, {440, 0.01}, {445, 0.01}, {450, 0.02}, {455, 0.04}, {460, 0.06}, {465, 0.11},
     {470, 0.23}, {475, 0.49}, {480, 1.01}, {485, 1.97}, {490, 3.61}, {495, 6.03}, {500, 8.75},
     {505, 10.86}, {510, 11.48}, {515, 10.88}, {520, 9.70}, {525, 8.36}, {530, 6.75}, {535, 5.13},
     {540, 3.92}, {545, 2.92}, {550, 2.17}, {555, 1.58}, {560, 1.15}, {565, 0.81}, {570, 0.57},
     {575, 0.41}, {580, 0.29}, {585, 0.20}, {590, 0.13}, {595, 0.10}, {600, 0.07}, {605, 0.05},
     {610, 0.04}, {615, 0.03}, {620, 0.02}, {625, 0.02}, {630, 0.01}, {635, 0.01}, {640, 0},
-};
+}};
 // clang-format on
 
 }  // namespace

@@ -13,6 +13,8 @@
 // to 4 nm), 20 % near the peak. Not for conformity decisions; replace the table as soon as the
 // printed one is at hand.
 
+#include <array>
+
 #include "colorimetry/data/make_table.hpp"
 #include "colorimetry/data/reference_spectra.hpp"
 
@@ -21,12 +23,12 @@ namespace vekanalysis::colorimetry::data {
 namespace {
 
 // clang-format off
-constexpr double points[][2] = {
+constexpr std::array<internal::Point, 28> points{{
     {550, 0}, {555, 0.01}, {560, 0.02}, {565, 0.03}, {570, 0.07}, {575, 0.14}, {580, 0.27},
     {585, 0.52}, {590, 0.97}, {595, 1.64}, {600, 2.51}, {605, 3.70}, {610, 5.04}, {615, 7.35},
     {620, 10.35}, {625, 14.01}, {630, 17.70}, {635, 17.93}, {640, 11.34}, {645, 4.32}, {650, 1.36},
     {655, 0.46}, {660, 0.16}, {665, 0.06}, {670, 0.02}, {675, 0.01}, {680, 0.01}, {685, 0},
-};
+}};
 // clang-format on
 
 }  // namespace

@@ -13,6 +13,8 @@
 // to 4 nm), 20 % near the peak. Not for conformity decisions; replace the table as soon as the
 // printed one is at hand.
 
+#include <array>
+
 #include "colorimetry/data/make_table.hpp"
 #include "colorimetry/data/reference_spectra.hpp"
 
@@ -21,12 +23,12 @@ namespace vekanalysis::colorimetry::data {
 namespace {
 
 // clang-format off
-constexpr double points[][2] = {
+constexpr std::array<internal::Point, 26> points{{
     {515, 0}, {520, 0.01}, {525, 0.02}, {530, 0.03}, {535, 0.06}, {540, 0.11}, {545, 0.20},
     {550, 0.37}, {555, 0.65}, {560, 1.12}, {565, 1.93}, {570, 3.58}, {575, 6.20}, {580, 10.81},
     {585, 18.19}, {590, 24.89}, {595, 18.95}, {600, 8.18}, {605, 3.00}, {610, 1.07}, {615, 0.40},
     {620, 0.15}, {625, 0.05}, {630, 0.02}, {635, 0.01}, {640, 0},
-};
+}};
 // clang-format on
 
 }  // namespace

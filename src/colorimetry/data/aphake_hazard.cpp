@@ -12,6 +12,8 @@
 //
 // Checks: 6 at 300 nm, 1 at 440 nm, 0.001 from 590 to 700 nm.
 
+#include <array>
+
 #include "colorimetry/data/make_table.hpp"
 #include "colorimetry/data/reference_spectra.hpp"
 
@@ -20,7 +22,7 @@ namespace vekanalysis::colorimetry::data {
 namespace {
 
 // clang-format off
-constexpr double points[][2] = {
+constexpr std::array<internal::Point, 81> points{{
     {300, 6}, {305, 6}, {310, 6}, {315, 6}, {320, 6}, {325, 6}, {330, 6}, {335, 6}, {340, 5.88},
     {345, 5.71}, {350, 5.46}, {355, 5.22}, {360, 4.62}, {365, 4.29}, {370, 3.75}, {375, 3.56},
     {380, 3.19}, {385, 2.31}, {390, 1.88}, {395, 1.58}, {400, 1.43}, {405, 1.3}, {410, 1.25},
@@ -33,7 +35,7 @@ constexpr double points[][2] = {
     {615, 0.001}, {620, 0.001}, {625, 0.001}, {630, 0.001}, {635, 0.001}, {640, 0.001},
     {645, 0.001}, {650, 0.001}, {655, 0.001}, {660, 0.001}, {665, 0.001}, {670, 0.001},
     {675, 0.001}, {680, 0.001}, {685, 0.001}, {690, 0.001}, {695, 0.001}, {700, 0.001},
-};
+}};
 // clang-format on
 
 }  // namespace

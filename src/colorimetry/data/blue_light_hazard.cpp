@@ -10,6 +10,8 @@
 //
 // Checks: all 25 published products Es * B are reproduced; 1 at 435 and 440 nm, 0.1 at 500 nm.
 
+#include <array>
+
 #include "colorimetry/data/make_table.hpp"
 #include "colorimetry/data/reference_spectra.hpp"
 
@@ -18,12 +20,12 @@ namespace vekanalysis::colorimetry::data {
 namespace {
 
 // clang-format off
-constexpr double points[][2] = {
+constexpr std::array<internal::Point, 25> points{{
     {380, 0.006}, {385, 0.012}, {390, 0.025}, {395, 0.05}, {400, 0.1}, {405, 0.2}, {410, 0.4},
     {415, 0.8}, {420, 0.9}, {425, 0.95}, {430, 0.98}, {435, 1}, {440, 1}, {445, 0.97}, {450, 0.94},
     {455, 0.9}, {460, 0.8}, {465, 0.7}, {470, 0.62}, {475, 0.55}, {480, 0.45}, {485, 0.4},
     {490, 0.22}, {495, 0.16}, {500, 0.1},
-};
+}};
 // clang-format on
 
 }  // namespace

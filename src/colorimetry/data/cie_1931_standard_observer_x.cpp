@@ -9,6 +9,8 @@
 // than 5e-7 in 22 of the 81 entries. One public transcription has 0.058010 at 485 nm: an error
 // there, all others read 0.057950.
 
+#include <array>
+
 #include "colorimetry/data/make_table.hpp"
 #include "colorimetry/data/reference_spectra.hpp"
 
@@ -17,7 +19,7 @@ namespace vekanalysis::colorimetry::data {
 namespace {
 
 // clang-format off
-constexpr double points[][2] = {
+constexpr std::array<internal::Point, 81> points{{
     {380, 0.001368}, {385, 0.002236}, {390, 0.004243}, {395, 0.00765}, {400, 0.01431},
     {405, 0.02319}, {410, 0.04351}, {415, 0.07763}, {420, 0.13438}, {425, 0.21477}, {430, 0.2839},
     {435, 0.3285}, {440, 0.34828}, {445, 0.34806}, {450, 0.3362}, {455, 0.3187}, {460, 0.2908},
@@ -32,7 +34,7 @@ constexpr double points[][2] = {
     {705, 0.008111}, {710, 0.00579}, {715, 0.004109}, {720, 0.002899}, {725, 0.002049},
     {730, 0.00144}, {735, 0.001}, {740, 0.00069}, {745, 0.000476}, {750, 0.000332}, {755, 0.000235},
     {760, 0.000166}, {765, 0.000117}, {770, 0.000083}, {775, 0.000059}, {780, 0.000042},
-};
+}};
 // clang-format on
 
 }  // namespace

@@ -11,6 +11,8 @@
 // Checks: 1 at 555 nm; y times D65 reproduces ISO 8980-3:2022, Table A.2, to within 0.00013 of its
 // sum 100.
 
+#include <array>
+
 #include "colorimetry/data/make_table.hpp"
 #include "colorimetry/data/reference_spectra.hpp"
 
@@ -19,7 +21,7 @@ namespace vekanalysis::colorimetry::data {
 namespace {
 
 // clang-format off
-constexpr double points[][2] = {
+constexpr std::array<internal::Point, 81> points{{
     {380, 0.000039}, {385, 0.000064}, {390, 0.00012}, {395, 0.000217}, {400, 0.000396},
     {405, 0.00064}, {410, 0.00121}, {415, 0.00218}, {420, 0.004}, {425, 0.0073}, {430, 0.0116},
     {435, 0.01684}, {440, 0.023}, {445, 0.0298}, {450, 0.038}, {455, 0.048}, {460, 0.06},
@@ -34,7 +36,7 @@ constexpr double points[][2] = {
     {710, 0.002091}, {715, 0.001484}, {720, 0.001047}, {725, 0.00074}, {730, 0.00052},
     {735, 0.000361}, {740, 0.000249}, {745, 0.000172}, {750, 0.00012}, {755, 0.000085},
     {760, 0.00006}, {765, 0.000042}, {770, 0.00003}, {775, 0.000021}, {780, 0.000015},
-};
+}};
 // clang-format on
 
 }  // namespace

@@ -9,6 +9,8 @@
 // Doubt (digits only): the CIE 1 nm data carry more digits and differ from the printed ones by less
 // than 5e-7 in 12 of the 55 entries.
 
+#include <array>
+
 #include "colorimetry/data/make_table.hpp"
 #include "colorimetry/data/reference_spectra.hpp"
 
@@ -17,7 +19,7 @@ namespace vekanalysis::colorimetry::data {
 namespace {
 
 // clang-format off
-constexpr double points[][2] = {
+constexpr std::array<internal::Point, 55> points{{
     {380, 0.00645}, {385, 0.01055}, {390, 0.02005}, {395, 0.03621}, {400, 0.06785}, {405, 0.1102},
     {410, 0.2074}, {415, 0.3713}, {420, 0.6456}, {425, 1.03905}, {430, 1.3856}, {435, 1.62296},
     {440, 1.74706}, {445, 1.7826}, {450, 1.77211}, {455, 1.7441}, {460, 1.6692}, {465, 1.5281},
@@ -28,7 +30,7 @@ constexpr double points[][2] = {
     {590, 0.0011}, {595, 0.001}, {600, 0.0008}, {605, 0.0006}, {610, 0.00034}, {615, 0.00024},
     {620, 0.00019}, {625, 0.0001}, {630, 0.00005}, {635, 0.00003}, {640, 0.00002}, {645, 0.00001},
     {650, 0},
-};
+}};
 // clang-format on
 
 }  // namespace

@@ -8,6 +8,8 @@
 // Doubt (digits only): the CIE 1 nm data carry more digits at both ends of the range and differ
 // from the printed ones by less than 5e-7 in 25 of the 81 entries.
 
+#include <array>
+
 #include "colorimetry/data/make_table.hpp"
 #include "colorimetry/data/reference_spectra.hpp"
 
@@ -16,7 +18,7 @@ namespace vekanalysis::colorimetry::data {
 namespace {
 
 // clang-format off
-constexpr double points[][2] = {
+constexpr std::array<internal::Point, 81> points{{
     {380, 0.00016}, {385, 0.000662}, {390, 0.002362}, {395, 0.007242}, {400, 0.01911},
     {405, 0.0434}, {410, 0.084736}, {415, 0.140638}, {420, 0.204492}, {425, 0.264737},
     {430, 0.314679}, {435, 0.357719}, {440, 0.383734}, {445, 0.386726}, {450, 0.370702},
@@ -33,7 +35,7 @@ constexpr double points[][2] = {
     {710, 0.004553}, {715, 0.003145}, {720, 0.002175}, {725, 0.001506}, {730, 0.001045},
     {735, 0.000727}, {740, 0.000508}, {745, 0.000356}, {750, 0.000251}, {755, 0.000178},
     {760, 0.000126}, {765, 0.00009}, {770, 0.000065}, {775, 0.000046}, {780, 0.000033},
-};
+}};
 // clang-format on
 
 }  // namespace

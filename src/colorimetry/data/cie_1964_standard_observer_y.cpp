@@ -8,6 +8,8 @@
 // Doubt (digits only): the CIE 1 nm data carry more digits at both ends of the range and differ
 // from the printed ones by less than 5e-7 in 28 of the 81 entries.
 
+#include <array>
+
 #include "colorimetry/data/make_table.hpp"
 #include "colorimetry/data/reference_spectra.hpp"
 
@@ -16,7 +18,7 @@ namespace vekanalysis::colorimetry::data {
 namespace {
 
 // clang-format off
-constexpr double points[][2] = {
+constexpr std::array<internal::Point, 81> points{{
     {380, 0.000017}, {385, 0.000072}, {390, 0.000253}, {395, 0.000769}, {400, 0.002004},
     {405, 0.004509}, {410, 0.008756}, {415, 0.014456}, {420, 0.021391}, {425, 0.029497},
     {430, 0.038676}, {435, 0.049602}, {440, 0.062077}, {445, 0.074704}, {450, 0.089456},
@@ -34,7 +36,7 @@ constexpr double points[][2] = {
     {730, 0.000407}, {735, 0.000284}, {740, 0.000199}, {745, 0.00014}, {750, 0.000098},
     {755, 0.00007}, {760, 0.00005}, {765, 0.000036}, {770, 0.000025}, {775, 0.000018},
     {780, 0.000013},
-};
+}};
 // clang-format on
 
 }  // namespace

@@ -7,6 +7,8 @@
 // Checks: the defining formula (Planck, c2 = 1.435e7 nm K, T = 2848 K) is reproduced to 5e-6, the
 // rounding of six digits.
 
+#include <array>
+
 #include "colorimetry/data/make_table.hpp"
 #include "colorimetry/data/reference_spectra.hpp"
 
@@ -15,7 +17,7 @@ namespace vekanalysis::colorimetry::data {
 namespace {
 
 // clang-format off
-constexpr double points[][2] = {
+constexpr std::array<internal::Point, 97> points{{
     {300, 0.930483}, {305, 1.12821}, {310, 1.35769}, {315, 1.62219}, {320, 1.92508}, {325, 2.2698},
     {330, 2.65981}, {335, 3.09861}, {340, 3.58968}, {345, 4.13648}, {350, 4.74238}, {355, 5.4107},
     {360, 6.14462}, {365, 6.9472}, {370, 7.82135}, {375, 8.7698}, {380, 9.7951}, {385, 10.8996},
@@ -33,7 +35,7 @@ constexpr double points[][2] = {
     {720, 210.365}, {725, 213.268}, {730, 216.12}, {735, 218.92}, {740, 221.667}, {745, 224.361},
     {750, 227}, {755, 229.585}, {760, 232.115}, {765, 234.589}, {770, 237.008}, {775, 239.37},
     {780, 241.675},
-};
+}};
 // clang-format on
 
 }  // namespace

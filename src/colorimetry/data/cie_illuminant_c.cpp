@@ -7,6 +7,8 @@
 //
 // Checks: exactly 1 at 560 nm; 105.3 times the value gives the tabulated one within 1e-12.
 
+#include <array>
+
 #include "colorimetry/data/make_table.hpp"
 #include "colorimetry/data/reference_spectra.hpp"
 
@@ -15,7 +17,7 @@ namespace vekanalysis::colorimetry::data {
 namespace {
 
 // clang-format off
-constexpr double points[][2] = {
+constexpr std::array<internal::Point, 41> points{{
     {380, 0.3133903133903134}, {390, 0.45014245014245013}, {400, 0.6011396011396011},
     {410, 0.7654320987654321}, {420, 0.9316239316239316}, {430, 1.0674264007597343},
     {440, 1.153846153846154}, {450, 1.177587844254511}, {460, 1.1690408357075024},
@@ -30,7 +32,7 @@ constexpr double points[][2] = {
     {720, 0.6486229819563153}, {730, 0.6115859449192783}, {740, 0.584045584045584},
     {750, 0.5622032288698956}, {760, 0.5517568850902185}, {770, 0.5527065527065528},
     {780, 0.5612535612535613},
-};
+}};
 // clang-format on
 
 }  // namespace

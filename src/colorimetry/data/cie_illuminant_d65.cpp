@@ -7,6 +7,8 @@
 // Checks: the odd 5 nm points are the mean of their neighbours within 0.0005, as defined;
 // chromaticity (0.31272, 0.32903) for the 1931 and (0.31381, 0.33098) for the 1964 observer.
 
+#include <array>
+
 #include "colorimetry/data/make_table.hpp"
 #include "colorimetry/data/reference_spectra.hpp"
 
@@ -15,7 +17,7 @@ namespace vekanalysis::colorimetry::data {
 namespace {
 
 // clang-format off
-constexpr double points[][2] = {
+constexpr std::array<internal::Point, 107> points{{
     {300, 0.0341}, {305, 1.6643}, {310, 3.2945}, {315, 11.7652}, {320, 20.236}, {325, 28.6447},
     {330, 37.0535}, {335, 38.5011}, {340, 39.9488}, {345, 42.4302}, {350, 44.9117}, {355, 45.775},
     {360, 46.6383}, {365, 49.3637}, {370, 52.0891}, {375, 51.0323}, {380, 49.9755}, {385, 52.3118},
@@ -34,7 +36,7 @@ constexpr double points[][2] = {
     {750, 63.5927}, {755, 55.0054}, {760, 46.4182}, {765, 56.6118}, {770, 66.8054}, {775, 65.0941},
     {780, 63.3828}, {785, 63.8434}, {790, 64.304}, {795, 61.8779}, {800, 59.4519}, {805, 55.7054},
     {810, 51.959}, {815, 54.6998}, {820, 57.4406}, {825, 58.8765}, {830, 60.3125},
-};
+}};
 // clang-format on
 
 }  // namespace

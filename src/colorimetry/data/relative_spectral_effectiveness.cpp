@@ -7,6 +7,8 @@
 //
 // ICNIRP's closed formula is only an approximation (up to 29 % off at 325 nm) and was not used.
 
+#include <array>
+
 #include "colorimetry/data/make_table.hpp"
 #include "colorimetry/data/reference_spectra.hpp"
 
@@ -15,13 +17,13 @@ namespace vekanalysis::colorimetry::data {
 namespace {
 
 // clang-format off
-constexpr double points[][2] = {
+constexpr std::array<internal::Point, 25> points{{
     {280, 0.88}, {285, 0.77}, {290, 0.64}, {295, 0.54}, {300, 0.3}, {305, 0.06}, {310, 0.015},
     {315, 0.003}, {320, 0.001}, {325, 0.0005}, {330, 0.00041}, {335, 0.00034}, {340, 0.00028},
     {345, 0.00024}, {350, 0.0002}, {355, 0.00016}, {360, 0.00013}, {365, 0.00011}, {370, 0.000093},
     {375, 0.000077}, {380, 0.000064}, {385, 0.000053}, {390, 0.000044}, {395, 0.000036},
     {400, 0.00003},
-};
+}};
 // clang-format on
 
 }  // namespace

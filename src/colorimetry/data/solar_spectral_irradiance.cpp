@@ -10,6 +10,8 @@
 // Checks: 0 at 290 nm (the standard sets it to 0 from 280 nm on), 0.000209 at 295 nm, 1215 at 500
 // nm.
 
+#include <array>
+
 #include "colorimetry/data/make_table.hpp"
 #include "colorimetry/data/reference_spectra.hpp"
 
@@ -18,14 +20,14 @@ namespace vekanalysis::colorimetry::data {
 namespace {
 
 // clang-format off
-constexpr double points[][2] = {
+constexpr std::array<internal::Point, 43> points{{
     {290, 0}, {295, 0.000209}, {300, 0.081}, {305, 1.91}, {310, 11}, {315, 30}, {320, 54},
     {325, 79.2}, {330, 101}, {335, 128}, {340, 151}, {345, 170}, {350, 188}, {355, 210}, {360, 233},
     {365, 253}, {370, 279}, {375, 306}, {380, 336}, {385, 365}, {390, 397}, {395, 432}, {400, 470},
     {405, 562}, {410, 672}, {415, 705}, {420, 733}, {425, 760}, {430, 787}, {435, 849}, {440, 911},
     {445, 959}, {450, 1006}, {455, 1037}, {460, 1080}, {465, 1109}, {470, 1138}, {475, 1161},
     {480, 1183}, {485, 1197}, {490, 1210}, {495, 1213}, {500, 1215},
-};
+}};
 // clang-format on
 
 }  // namespace
