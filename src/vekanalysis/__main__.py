@@ -1,0 +1,54 @@
+"""The command line: ``vekanalysis ARGS`` or ``python -m vekanalysis ARGS``."""
+
+import os
+import sys
+from collections.abc import Sequence
+
+from ._cli.errors import CommandError
+from ._cli.output import one_line
+from ._cli.parser import parse_arguments
+
+# What shells report for a program ended by SIGINT or SIGPIPE.
+_INTERRUPTED = 130
+_CLOSED_PIPE = 141
+
+
+def main(arguments: Sequence[str] | None = None) -> int:
+    """Run one command; return the exit status.
+
+    0 is good; 2 is bad usage or bad input, told in one line on standard error.
+    """
+    try:
+        try:
+            run = parse_arguments(arguments)
+            run()
+        finally:
+            # Here, not at the interpreter's end, where a failure could not be told any more.
+            sys.stdout.flush()
+    except CommandError as error:
+        return _fail(str(error))
+    except BrokenPipeError:
+        _abandon_stdout()
+        return _CLOSED_PIPE
+    except OSError as error:
+        _abandon_stdout()
+        return _fail(f"standard output: {error.strerror or error}")
+    except KeyboardInterrupt:
+        return _INTERRUPTED
+    return 0
+
+
+def _fail(reason: str) -> int:
+    print(f"vekanalysis: {one_line(reason)}", file=sys.stderr)
+    return 2
+
+
+def _abandon_stdout() -> None:
+    """Keep the interpreter from writing once more what could not be written."""
+    null = os.open(os.devnull, os.O_WRONLY)
+    os.dup2(null, sys.stdout.fileno())
+    os.close(null)
+
+
+if __name__ == "__main__":
+    sys.exit(main())

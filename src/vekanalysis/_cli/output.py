@@ -1,0 +1,93 @@
+"""Text and JSON on standard output."""
+
+import math
+import sys
+from collections.abc import Callable
+
+type Json = None | bool | int | float | str | list[Json] | dict[str, Json]
+
+# What stands for a character that the output cannot show; a question mark for all others.
+_PLAIN = {"τ": "tau", "λ": "lambda", "′": "'", "·": "*", "°": " deg", "µ": "u", "μ": "u", "…": "."}
+
+
+def _can_show(text: str) -> bool:
+    try:
+        text.encode(sys.stdout.encoding or "ascii")
+    except (UnicodeEncodeError, LookupError):
+        return False
+    return True
+
+
+def showable(text: str) -> str:
+    """Return ``text`` in plainer characters where standard output cannot show it."""
+    if _can_show(text):
+        return text
+    return "".join(c if _can_show(c) else _PLAIN.get(c, "?") for c in text)
+
+
+def emit(text: str) -> None:
+    """Write ``text`` to standard output, as far as that can show it."""
+    sys.stdout.write(showable(text))
+
+
+def emit_json(document: Json) -> None:
+    """Write a JSON document; numbers that are not finite become null."""
+    import json
+
+    document = _without_nan(document)
+    text = json.dumps(document, indent=2, ensure_ascii=False, allow_nan=False)
+    if not _can_show(text):
+        text = json.dumps(document, indent=2, allow_nan=False)
+    sys.stdout.write(text + "\n")
+
+
+def emit_json_text(make: Callable[[bool], str], ascii_only: bool) -> None:
+    """Write JSON text made by ``make(ascii_only)``, in ASCII where nothing else can be shown."""
+    text = make(ascii_only)
+    if not _can_show(text):
+        text = make(True)
+    sys.stdout.write(text + "\n")
+
+
+def _without_nan(value: Json) -> Json:
+    if isinstance(value, float):
+        return value if math.isfinite(value) else None
+    if isinstance(value, list):
+        return [_without_nan(item) for item in value]
+    if isinstance(value, dict):
+        return {key: _without_nan(item) for key, item in value.items()}
+    return value
+
+
+def warn(note: str) -> None:
+    """Write a note to standard error."""
+    print(f"vekanalysis: note: {one_line(note)}", file=sys.stderr)
+
+
+def printable(text: str) -> str:
+    """Return ``text`` without characters that control a terminal; line ends stay."""
+    return "".join(c if c.isprintable() or c == "\n" else "?" for c in text)
+
+
+def one_line(text: str) -> str:
+    """Return ``text`` as one printable line."""
+    return printable(text.replace("\n", "?"))
+
+
+def number(value: float) -> str:
+    """Four decimals; fewer for six significant digits, more for at least four of them."""
+    magnitude = math.floor(math.log10(abs(value))) if value else 0
+    if magnitude < -1:
+        return f"{value:.4g}"
+    return f"{value:.{max(0, min(4, 5 - magnitude))}f}"
+
+
+def aligned(text: str, before: int, after: int) -> str:
+    """Pad a number, or ``-`` for none, so that the decimal points of a column line up."""
+    whole, point, rest = text.partition(".")
+    return f"{whole:>{before}}{point + rest:<{after + 1}}"
+
+
+def interval(range_nm: tuple[float, float]) -> str:
+    """``315-380``."""
+    return f"{range_nm[0]:.10g}-{range_nm[1]:.10g}"

@@ -1,0 +1,75 @@
+"""``vekanalysis references``: the spectra that are built in."""
+
+from argparse import Namespace
+from itertools import groupby
+
+from .catalogue import RECONSTRUCTION, REFERENCES
+from .output import Json, emit, emit_json, interval
+from .spectra import Spectrum, built_in, peak
+
+_WARNING = "not the printed table; not for conformity decisions"
+
+
+def run(arguments: Namespace) -> None:
+    name: str | None = arguments.name
+    if name is None:
+        if arguments.json:
+            emit_json({"references": [_facts(built_in(name)) for name in REFERENCES]})
+        else:
+            emit(_listing())
+        return
+    spectrum = built_in(name)
+    if arguments.json:
+        wavelengths, values = spectrum.scan.to_lists()
+        emit_json(_facts(spectrum) | {"wavelengths_nm": [*wavelengths], "values": [*values]})
+    else:
+        emit("".join(f"{wl!r},{value!r}\n" for wl, value in spectrum.scan.items()))
+
+
+def _step(spectrum: Spectrum) -> float | None:
+    """The step of an even grid."""
+    steps = spectrum.steps_nm
+    return steps[0] if steps and steps[0] == steps[1] else None
+
+
+def _facts(spectrum: Spectrum) -> dict[str, Json]:
+    unit, source, status = REFERENCES[spectrum.label]
+    wavelength, value = peak(spectrum.scan)
+    return {
+        "name": spectrum.label,
+        "range_nm": list(spectrum.range_nm),
+        "step_nm": _step(spectrum),
+        "points": len(spectrum.scan.wavelengths()),
+        "unit": unit,
+        "peak": {"wavelength_nm": wavelength, "value": value},
+        "source": source,
+        "status": status,
+    }
+
+
+def _listing() -> str:
+    lines = [_columns("name", "range nm", "step", "points", "peak at nm", "unit")]
+    for (_, source, status), group in groupby(REFERENCES.items(), key=lambda item: item[1]):
+        if status == RECONSTRUCTION:
+            status = f"{status}, {_WARNING}"
+        lines += ["", f"{source}: {status}"]
+        lines += [_row(built_in(name)) for name, _ in group]
+    return "\n".join(lines) + "\n"
+
+
+def _row(spectrum: Spectrum) -> str:
+    step = _step(spectrum)
+    wavelength, value = peak(spectrum.scan)
+    return _columns(
+        f"  {spectrum.label}",
+        interval(spectrum.range_nm),
+        "uneven" if step is None else f"{step:g}",
+        str(len(spectrum.scan.wavelengths())),
+        f"{value:g} at {wavelength:g}",
+        spectrum.unit,
+    )
+
+
+def _columns(*texts: str) -> str:
+    widths = (46, 14, 7, 7, 15, 0)
+    return "".join(f"{text:<{width}}" for text, width in zip(texts, widths, strict=True))

@@ -1,0 +1,266 @@
+"""The spectra that a command works on: from CSV files, measurement files and built in."""
+
+import math
+import re
+from collections.abc import Iterable, Mapping, Sequence
+from typing import NamedTuple
+
+from .. import colorimetry, io
+from .._core import Scan
+from .errors import CommandError
+from .output import interval
+from .catalogue import REFERENCES
+
+# The first bytes of a compound file, the container of measurement files.
+_COMPOUND_FILE = bytes.fromhex("d0cf11e0a1b11ae1")
+
+_NUMBER = rb"[+-]?(?:\d+\.?\d*|\.\d+)(?:[eE][+-]?\d+)?"
+_BLANK = rb"[ \t\v\f]*"
+_PAIR = re.compile(rb"%b(%b)[ ,\t;]+(%b)%b" % (_BLANK, _NUMBER, _NUMBER, _BLANK))
+_CSV_FORM = (
+    "expected two numbers a line, wavelength in nm and value, with decimal points, without a header"
+)
+
+
+class Spectrum(NamedTuple):
+    """A named scan with what is known about it."""
+
+    label: str
+    scan: Scan
+    file: str | None = None
+    data_set: str | None = None
+    reference: str | None = None
+    unit: str = ""
+    notes: tuple[str, ...] = ()
+
+    @property
+    def source(self) -> str:
+        """Where it comes from, for messages."""
+        if self.file is None:
+            return f"built-in {self.reference}"
+        return self.file if self.data_set is None else f"{self.file}: {self.data_set}"
+
+    @property
+    def range_nm(self) -> tuple[float, float]:
+        return self.scan.min_wavelength(), self.scan.max_wavelength()
+
+    @property
+    def steps_nm(self) -> tuple[float, float] | None:
+        """Smallest and largest distance between neighbours, if there are any."""
+        return steps(self.scan)
+
+
+class VekFile(NamedTuple):
+    """A measurement file, its bytes, and its data sets under names that differ."""
+
+    path: str
+    content: bytes
+    record: io.VekFile
+    data_sets: dict[str, io.DataSet]
+
+
+def peak(scan: Scan) -> tuple[float, float]:
+    """Wavelength and value of the highest stored point, the first of equals."""
+    return max(scan.items(), key=lambda point: point[1])
+
+
+def steps(scan: Scan) -> tuple[float, float] | None:
+    wavelengths = scan.wavelengths()
+    if len(wavelengths) < 2:
+        return None
+    # Rounded, since differences of decimal fractions are not exact: 0.1 nm steps are all equal.
+    differences = [round(b - a, 9) for a, b in zip(wavelengths, wavelengths[1:], strict=False)]
+    return min(differences), max(differences)
+
+
+def read_file(path: str) -> bytes:
+    try:
+        with open(path, "rb") as file:
+            content = file.read()
+    except (OSError, ValueError) as error:
+        reason = getattr(error, "strerror", None) or error
+        raise CommandError(f"{path}: cannot be read: {reason}") from None
+    if not content:
+        raise CommandError(f"{path}: the file is empty")
+    return content
+
+
+def read_vek(path: str) -> VekFile:
+    content = read_file(path)
+    if not content.startswith(_COMPOUND_FILE):
+        raise CommandError(f"{path}: not a measurement file (.vek)")
+    return _parse_vek(path, content)
+
+
+def read_spectra(
+    files: Sequence[str], references: Sequence[str], data_sets: Sequence[str]
+) -> list[Spectrum]:
+    """All spectra asked for, those of the files first.
+
+    Of measurement files all data sets count, or those whose names are in ``data_sets``; each
+    of these must be in one of the files at least.
+    """
+    spectra: list[Spectrum] = []
+    offered: dict[str, io.DataSet] = {}
+    chosen: dict[str, io.DataSet] = {}
+    for path in files:
+        content = read_file(path)
+        if not content.startswith(_COMPOUND_FILE):
+            spectra.append(_read_csv(path, content))
+            continue
+        file = _parse_vek(path, content)
+        if not file.data_sets:
+            raise CommandError(f"{path}: there are no data sets in it")
+        selected = select_data_sets(file, data_sets)
+        offered |= file.data_sets
+        chosen |= selected
+        spectra += [_from_data_set(file, label) for label in selected]
+    check_names(", ".join(files), data_sets, chosen, offered)
+    spectra += [built_in(name) for name in references]
+    if not spectra:
+        raise CommandError("no spectrum: name a FILE or a --reference")
+    return spectra
+
+
+def select_data_sets(file: VekFile, names: Sequence[str]) -> dict[str, io.DataSet]:
+    """The data sets by label; with ``names`` only those with such a label or name."""
+    if not names:
+        return file.data_sets
+    return {
+        label: data_set
+        for label, data_set in file.data_sets.items()
+        if label in names or data_set.name in names
+    }
+
+
+def check_names(
+    where: str, names: Sequence[str], chosen: Mapping[str, io.DataSet], offered: Iterable[str]
+) -> None:
+    """Refuse a name that has chosen nothing."""
+    found = {*chosen, *(data_set.name for data_set in chosen.values())}
+    for name in names:
+        if name not in found:
+            there = ", ".join(f"'{label}'" for label in offered) or "none"
+            raise CommandError(f"{where}: no data set '{name}'; the data sets are: {there}")
+
+
+def built_in(name: str) -> Spectrum:
+    reference = REFERENCES.get(name)
+    if reference is None:
+        raise CommandError(f"no built-in spectrum '{name}'; 'vekanalysis references' lists them")
+    scan = getattr(colorimetry.data, name)()
+    return Spectrum(name, scan, reference=name, unit=reference.unit)
+
+
+def _stem(path: str) -> str:
+    name = re.split(r"[/\\]", path)[-1]
+    stem, _, extension = name.rpartition(".")
+    return stem if stem and extension.lower() in ("csv", "dat", "tsv", "txt", "vek") else name
+
+
+def _parse_vek(path: str, content: bytes) -> VekFile:
+    try:
+        record = io.load_vekfile_binary_data(content)
+    except (RuntimeError, ValueError) as error:
+        reason = str(error).rstrip(".") or "damaged directory"
+        raise CommandError(f"{path}: no readable measurement file: {reason}") from None
+    labels: dict[str, io.DataSet] = {}
+    for data_set in record.data_sets:
+        label = data_set.name
+        count = 1
+        while label in labels:
+            count += 1
+            label = f"{data_set.name} ({count})"
+        labels[label] = data_set
+    return VekFile(path, content, record, labels)
+
+
+def _from_data_set(file: VekFile, label: str) -> Spectrum:
+    data_set = file.data_sets[label]
+    source = f"{file.path}: data set '{label}'"
+    x_type = file.record.meta.x_type
+    if x_type not in ("Wavelength / nm", ""):
+        raise CommandError(f"{source}: its x axis is '{x_type}', not a wavelength in nm")
+    points = len(data_set.data.wavelengths())
+    if not points:
+        raise CommandError(f"{source}: it has no points")
+    return Spectrum(
+        label,
+        data_set.data,
+        file=file.path,
+        data_set=label,
+        unit=file.record.data_info.type_and_units.units,
+        notes=_repeated(data_set.no_of_points - points),
+    )
+
+
+def _repeated(count: int) -> tuple[str, ...]:
+    if count <= 0:
+        return ()
+    return (f"{count} repeated wavelength{'s' * (count > 1)}: the last value of each counts",)
+
+
+def _read_csv(path: str, content: bytes) -> Spectrum:
+    pairs = _count_pairs(path, content)
+    try:
+        scan = io.load_csv(path)
+    except (RuntimeError, ValueError) as error:
+        raise CommandError(f"{path}: cannot be read: {error}") from None
+    points = len(scan.wavelengths())
+    if not points:
+        raise CommandError(f"{path}: could not be read a second time; is it a regular file?")
+    return Spectrum(_stem(path), scan, file=path, notes=_repeated(pairs - points))
+
+
+def _count_pairs(path: str, content: bytes) -> int:
+    """Number of pairs in CSV text, after a check that the reader will take it to its end.
+
+    The reader itself stops without a word at the first text that is not a number, and it takes
+    the numbers two by two whatever lines they stand on. Here a line has one pair or none.
+    """
+    if content.startswith((b"\xef\xbb\xbf", b"\xff\xfe", b"\xfe\xff")):
+        raise CommandError(
+            f"{path}: line 1: starts with a byte-order mark; save it as plain text without one"
+        )
+    if b"\0" in content:
+        raise CommandError(f"{path}: binary data, neither a CSV nor a measurement file")
+    pairs = 0
+    for line_number, line in enumerate(content.splitlines(), start=1):
+        match = _PAIR.fullmatch(line)
+        if match is None:
+            if line.strip():
+                raise CommandError(f"{path}: line {line_number}: {_csv_fault(line)}; {_CSV_FORM}")
+        elif math.isinf(float(match[1])) or math.isinf(float(match[2])):
+            raise CommandError(f"{path}: line {line_number}: a number is too large")
+        else:
+            pairs += 1
+    if not pairs:
+        raise CommandError(f"{path}: there are no numbers in it; {_CSV_FORM}")
+    return pairs
+
+
+def _csv_fault(line: bytes) -> str:
+    shown = line.strip().decode("utf-8", "replace")
+    if len(shown) > 40:
+        shown = shown[:39] + "…"
+    fields = [field for field in re.split(rb"[ \t\v\f,;]+", line) if field]
+    if not all(re.fullmatch(_NUMBER, field) for field in fields):
+        return f"'{shown}' is not a pair of numbers"
+    if len(fields) < 2:
+        return f"'{shown}' is a single number"
+    if len(fields) > 2:
+        return f"'{shown}' has more than two numbers"
+    return f"'{shown}' has something beside its two numbers"
+
+
+def describe(spectrum: Spectrum) -> str:
+    """``lens.csv: 320-800 nm, 49 points, step 10 nm``."""
+    count = len(spectrum.scan.wavelengths())
+    facts = [f"{interval(spectrum.range_nm)} nm", f"{count} point{'s' * (count != 1)}"]
+    if spectrum.steps_nm is not None:
+        smallest, largest = spectrum.steps_nm
+        even = smallest == largest
+        facts.append(f"step {smallest:.10g} nm" if even else f"steps {smallest:g}-{largest:g} nm")
+    if spectrum.unit not in ("", "1"):
+        facts.append(f"unit {spectrum.unit}")
+    return f"{spectrum.source}: {', '.join(facts)}"
