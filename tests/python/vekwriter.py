@@ -7,6 +7,7 @@ describes both.
 
 from __future__ import annotations
 
+import itertools
 import math
 import random
 import struct
@@ -98,7 +99,7 @@ def container(
 
     # The tree of names is a list: each entry's right neighbour is the next name in order.
     order = sorted(range(len(streams)), key=lambda i: (len(streams[i][0]), streams[i][0].upper()))
-    following = {a: b + 1 for a, b in zip(order, order[1:], strict=False)}
+    following = {a: b + 1 for a, b in itertools.pairwise(order)}
     first = order[0] + 1 if order else NO_ENTRY
     directory = _entry("Root Entry", 5, mini_stream_start, len(mini_stream), NO_ENTRY, first)
     for i, (name, data) in enumerate(streams):

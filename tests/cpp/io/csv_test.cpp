@@ -13,6 +13,8 @@
 #include <utility>
 #include <vector>
 
+#include "stream_reader.hpp"
+
 namespace vekanalysis::io {
 
 namespace {
@@ -72,27 +74,7 @@ TEST(ConsumeSeparator, StopsAtLineEnds) {
     EXPECT_EQ(internal::consume_separator(cursor).rest(), "\n,1");
 }
 
-// Only this library's stream is the rule; others differ at the edges.
 #ifdef __GLIBCXX__
-
-Pairs read_with_streams(const std::string& text) {
-    std::istringstream stream(text);
-    stream.imbue(std::locale::classic());
-    Pairs result;
-    while (true) {
-        double x = 0.0;
-        double y = 0.0;
-        stream >> x;
-        while (!stream.fail()) {
-            const int next = stream.peek();
-            if (next != ' ' && next != ',' && next != '\t' && next != ';') break;
-            stream.get();
-        }
-        stream >> y;
-        if (stream.fail()) return result;
-        result.emplace_back(x, y);
-    }
-}
 
 Pairs read_with_cursor(const std::string& text) {
     internal::TextCursor cursor(text);
@@ -132,7 +114,7 @@ TEST(TextCursor, AgreesWithTheStreamOnRandomText) {
         for (std::size_t left = 1 + pick(damaged ? 2 : 12); left > 0; --left) {
             text.insert(damaged ? pick(text.size() + 1) : text.size(), pieces[pick(pieces.size())]);
         }
-        const Pairs expected = read_with_streams(text);
+        const Pairs expected = read_pairs_with_streams(text);
         const Pairs actual = read_with_cursor(text);
         ASSERT_TRUE(same_bits(actual, expected)) << text;
         read += actual.size();
@@ -152,7 +134,7 @@ TEST(TextCursor, AgreesWithTheStreamOnWrittenNumbers) {
             text << (std::isfinite(number) ? number : 1.0) << " ,;\n"[random() % 4];
             text.unsetf(std::ios::floatfield);
         }
-        ASSERT_TRUE(same_bits(read_with_cursor(text.str()), read_with_streams(text.str())))
+        ASSERT_TRUE(same_bits(read_with_cursor(text.str()), read_pairs_with_streams(text.str())))
             << text.str();
     }
 }

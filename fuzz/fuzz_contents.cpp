@@ -1,0 +1,6 @@
+#include "targets.hpp"
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    fuzz::contents({data, size});
+    return 0;
+}

@@ -1,0 +1,108 @@
+#!/usr/bin/env python3
+"""Write the seeds of the fuzzers into fuzz/corpus; what a fuzzer finds is added by hand.
+
+Always writes the same bytes. usage: fuzz/make_corpus.py
+"""
+
+from __future__ import annotations
+
+import math
+import struct
+import sys
+from collections.abc import Iterator
+from pathlib import Path
+
+ROOT = Path(__file__).resolve().parent.parent
+CORPUS = ROOT / "fuzz" / "corpus"
+sys.path.insert(0, str(ROOT / "tests" / "python"))
+
+from vekwriter import MARKER, Contents, DataSet, container  # noqa: E402
+
+LENSES = [
+    DataSet("up", [(400.0, 0.5), (410.0, 0.25), (420.0, 0.75)]),
+    DataSet("", []),
+    DataSet("down", [(700.0, 0.5), (600.0, 0.125), (600.0, 0.25)]),
+    DataSet("mixed", [(2.0, 1.0), (1.0, 1.0), (3.0, -0.0), (1e-21, 4.0), (0.0, 5.0)]),
+]
+NOTES = [(999, "note", [["a", "b"], []]), (1, "", [])]
+
+
+def contents(file_version: int, gv_version: int, graph_flag: int = 0) -> Contents:
+    return Contents(
+        file_version=file_version,
+        gv_version=gv_version,
+        graph_flag=graph_flag,
+        has_timestamps=True,
+        graph_records=1,
+        data_sets=LENSES,
+        annotations=NOTES,
+        arrows=(1, 1),
+    )
+
+
+def stream_seeds() -> Iterator[tuple[str, bytes]]:
+    for version in range(1, 6):
+        for graph_flag in (0, 2) if version > 3 else (0,):
+            stream = contents(version, version, graph_flag).stream()
+            after_size = stream.index(MARKER) + len(MARKER) + 4
+            yield f"version{version}-flag{graph_flag}", stream[after_size:]
+    not_a_number = Contents(data_sets=[DataSet("n", [(math.nan, 1.0)])]).stream()
+    yield "nan", not_a_number[not_a_number.index(MARKER) + len(MARKER) + 4 :]
+    yield "empty", b""
+
+
+def patched(image: bytes, *words: tuple[int, int]) -> bytes:
+    """The image with these 32-bit words (offset, value) changed."""
+    changed = bytearray(image)
+    for offset, value in words:
+        struct.pack_into("<I", changed, offset, value)
+    return bytes(changed)
+
+
+def container_seeds() -> Iterator[tuple[str, bytes]]:
+    small = contents(5, 5)
+    yield "mini", small.file()
+    yield "mini-fragmented", small.file(fragmented=True)
+    yield "regular-fragmented", small.file(cutoff=0, fragmented=True)
+    yield "version4", small.file(version=4)
+    yield "two-streams", container([("Contents", small.stream()), ("Other", bytes(5000))])
+    yield "other-entry", container([("Other", small.stream())])
+    regular = small.file(cutoff=0)
+    fat = 512 * (1 + struct.unpack_from("<I", regular, 76)[0])
+    yield "loop", patched(regular, *[(fat + 4 * i, i) for i in range(8)])
+    yield "swapped-links", patched(regular, (fat, 2), (fat + 4, 0), (fat + 8, 1))
+    yield "difat-loop", patched(regular, (68, 1), (512 * 3 - 4, 1))
+    yield "giant-cutoff", patched(regular, (56, 0xFFFFFFFF), (60, 0))
+    directory = 512 * (1 + struct.unpack_from("<I", regular, 48)[0])
+    yield "giant-size", patched(regular, (directory + 128 + 124, 1))
+    yield "header-only", regular[:512]
+    yield "cut", regular[:-100]
+
+
+CSV_SEEDS = {
+    "separators": b"400,1.5\n401;2.5\r\n402\t3.5\n403 4.5\n404 , ;\t5.5",
+    "forms": b"+1,.5 -2.,+.25 1e5.3 400-1 1.2.3 1e2-3\v1\f2",
+    "edges": b"1e-400,1e-320 1e308,-1e-5 0x10,1",
+    "overflow": b"1,2 1e400,3",
+    "header": b"wavelength,value\n400,1\n",
+    "mark": b"\xef\xbb\xbf400,1",
+    "names": b"1,nan 2,inf",
+    "halves": b"1,1.5e",
+    "long": b"0." + b"0" * 400 + b"1e390, " + b"9" * 400,
+}
+
+
+def main() -> None:
+    seeds = {
+        "contents": stream_seeds(),
+        "container": container_seeds(),
+        "csv": iter(CSV_SEEDS.items()),
+    }
+    for target, files in seeds.items():
+        (CORPUS / target).mkdir(parents=True, exist_ok=True)
+        for name, data in files:
+            (CORPUS / target / name).write_bytes(data)
+
+
+if __name__ == "__main__":
+    main()

@@ -1,0 +1,127 @@
+#pragma once
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <span>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+
+#include "io/compound_file.hpp"
+#include "io/csv.hpp"
+#include "io/image_builder.hpp"
+#include "io/io.hpp"
+#include "io/stream_reader.hpp"
+#include "io/vekfile_reader.hpp"
+
+/// What the fuzzers do with their input; the tests do the same with the seeds. An input may be read
+/// or refused with a documented exception; anything else ends the program.
+namespace fuzz {
+
+using Input = std::span<const unsigned char>;
+
+inline void require(bool condition) {
+    if (!condition) std::abort();
+}
+
+/// True when `work` succeeds, false when it throws what the readers' headers name.
+template <class F>
+bool succeeds(const F& work) {
+    try {
+        work();
+        return true;
+    } catch (const CFB::WrongFormat&) {
+    } catch (const CFB::FileCorrupted&) {
+    } catch (const CFB::InvalidEntryId&) {
+    } catch (const CFB::OutOfRange&) {
+    } catch (const std::invalid_argument& error) {
+        const std::string_view text = error.what();
+        require(text.empty() || text == "Scan: wavelength must not be NaN");
+    } catch (const std::runtime_error& error) {
+        const std::string_view text = error.what();
+        require(text == "Buffer is empty" || text == "Contents entry missing." ||
+                text == "16 byte GUID header missing." ||
+                text == "Size does not match entry size.");
+    }
+    return false;
+}
+
+/// Both flavours of the reader agree, and each Scan is what inserting the points one by one gives.
+inline void read_measurement(Input image) {
+    using namespace vekanalysis;
+    io::VekFile scans;
+    vekfile::__VekFile<vekfile::__DataSet<vekfile::DataNative>> native;
+    const bool with_scans = succeeds([&] { scans = io::load_vekfile(image); });
+    const bool with_points = succeeds([&] {
+        require(!image.empty());
+        native = vekfile::VekFileReaderJSON(image.data(), image.size()).vekfile();
+    });
+    if (!with_points) return require(!with_scans);
+    bool has_nan = false;
+    for (std::size_t i = 0; i < native.data_sets.size(); ++i) {
+        const auto& points = native.data_sets[i].data;
+        has_nan = has_nan ||
+                  std::any_of(points.x.begin(), points.x.end(), [](double x) { return x != x; });
+        if (!with_scans) continue;
+        require(points.x.size() == native.data_sets[i].no_of_points);
+        Scan expected;
+        for (std::size_t k = 0; k < points.x.size(); ++k) {
+            expected.insert({points.x[k], points.y[k]});
+        }
+        const Scan& actual = scans.data_sets.at(i).data;
+        require(std::equal(actual.begin(), actual.end(), expected.begin(), expected.end(),
+                           [](const auto& a, const auto& b) {
+                               return a.first == b.first &&
+                                      (a.second == b.second ||
+                                       (a.second != a.second && b.second != b.second));
+                           }));
+    }
+    require(with_scans != has_nan);
+    require(succeeds([&] { require(!io::vekfile_to_json(image, 1, true).empty()); }));
+}
+
+/// A file image: the container's walks, and the measurement file that it may be.
+inline void container(Input image) {
+    succeeds([&] {
+        CFB::CompoundFileParser parser(image.data(), image.size());
+        for (std::size_t id = 0; id < 8; ++id) {
+            succeeds([&] { static_cast<void>(parser.get_entry_name(id)); });
+            succeeds([&] { parser.read_file(id); });
+            succeeds([&] { static_cast<void>(parser.read_string()); });
+            for (const std::size_t number : {id, std::size_t{127}, std::size_t{0xFFFFFFF9} - id}) {
+                succeeds([&] { static_cast<void>(parser.GetNextSector(number)); });
+                succeeds([&] { static_cast<void>(parser.GetNextMiniSector(number)); });
+                succeeds([&] { static_cast<void>(parser.GetFATSectorLocation(number)); });
+                succeeds(
+                    [&] { static_cast<void>(parser.MiniSectorOffsetToAddress(number, 63 - id)); });
+            }
+        }
+    });
+    if (!image.empty()) read_measurement(image);
+}
+
+/// The stream "Contents" behind its marker and size, which are put in front.
+inline void contents(Input input) {
+    image::Writer stream;
+    stream.raw(image::contents_marker).u32(16 + 4 + input.size());
+    stream.bytes.insert(stream.bytes.end(), input.begin(), input.end());
+    const image::Container container(stream.bytes, {.mini_stream_cutoff = 0});
+    read_measurement(container.bytes);
+}
+
+inline void csv(Input input) {
+    const std::string text(input.begin(), input.end());
+    const vekanalysis::Scan scan = vekanalysis::io::parse_csv(text);
+#ifdef __GLIBCXX__
+    vekanalysis::Scan expected;
+    for (const auto& point : read_pairs_with_streams(text)) {
+        expected.insert({point.first, point.second});
+    }
+    require(scan == expected);
+#endif
+}
+
+}  // namespace fuzz
