@@ -51,7 +51,17 @@ def _tau(
     notes: tuple[str, ...] = (),
 ) -> Quantity:
     return Quantity(
-        function.__name__, symbol, name, "1", band, standard, section, function, weights, notes, True
+        key=function.__name__,
+        symbol=symbol,
+        name=name,
+        unit="1",
+        band=band,
+        standard=standard,
+        section=section,
+        compute=function,
+        weights=weights,
+        notes=notes,
+        is_transmittance=True,
     )
 
 
@@ -63,9 +73,7 @@ def _solar_uv(
     standard: str,
     section: str = "",
 ) -> Quantity:
-    return _tau(
-        function, symbol, name, band, standard, section, _SOLAR_UV, (_SOLAR_UV_SAMPLING,)
-    )
+    return _tau(function, symbol, name, band, standard, section, _SOLAR_UV, (_SOLAR_UV_SAMPLING,))
 
 
 def _tristimulus(lens: Scan) -> colorimetry.CIEXYZ:
@@ -181,9 +189,7 @@ LENS: tuple[Quantity, ...] = (
         "7.4",
         ("solar_spectral_irradiance", "blue_light_hazard"),
     ),
-    *each_field(
-        chromaticity.CIE_1931_chromaticity, _XY, "chromaticity, equal energy", CIE_15, "7"
-    ),
+    *each_field(chromaticity.CIE_1931_chromaticity, _XY, "chromaticity, equal energy", CIE_15, "7"),
     *each_field(
         _tristimulus,
         {"X": "X", "Y": "Y", "Z": "Z"},

@@ -44,7 +44,9 @@ def _as_fractions(spectrum: Spectrum, percent: bool) -> Spectrum:
             return spectrum
         note = f"its unit is '{spectrum.unit}'; the values are taken for fractions"
         return spectrum._replace(notes=(*spectrum.notes, note))
-    found = f"{spectrum.source}: {highest:g} at {wavelength:g} nm is no transmittance between 0 and 1"
+    found = (
+        f"{spectrum.source}: {highest:g} at {wavelength:g} nm is no transmittance between 0 and 1"
+    )
     if spectrum.reference is not None:
         raise CommandError(found)
     raise CommandError(f"{found}; the values look like per cent: if they are, add --percent")

@@ -16,7 +16,9 @@ _ILLUMINANTS = {"a": "A", "c": "C", "d65": "D65"}
 
 _WIEN = "Of the black body whose spectrum has its peak there; of no other lamp."
 _LAB = "Depends on the scales of light and white, which must be in the same unit to mean anything."
-_SCALED_LAB = "The white scaled to the Y of the light, so that L* is 100 and only the colour counts."
+_SCALED_LAB = (
+    "The white scaled to the Y of the light, so that L* is 100 and only the colour counts."
+)
 _RAW_INTEGRAL = (
     "Integral in the spectrum's own unit u times nm, without a normalising constant: only ratios "
     "have a meaning."

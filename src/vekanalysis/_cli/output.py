@@ -4,16 +4,16 @@ import math
 import sys
 from collections.abc import Callable
 
-type Json = None | bool | int | float | str | list[Json] | dict[str, Json]
+type Json = bool | int | float | str | list[Json] | dict[str, Json] | None
 
 # What stands for a character that the output cannot show; a question mark for all others.
-_PLAIN = {"τ": "tau", "λ": "lambda", "′": "'", "·": "*", "°": " deg", "µ": "u", "μ": "u", "…": "."}
+_PLAIN = {"τ": "tau", "λ": "lambda", "·": "*", "°": " deg", "µ": "u", "μ": "u", "…": "."}
 
 
 def _can_show(text: str) -> bool:
     try:
         text.encode(sys.stdout.encoding or "ascii")
-    except (UnicodeEncodeError, LookupError):
+    except UnicodeEncodeError:
         return False
     return True
 

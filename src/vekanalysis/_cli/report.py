@@ -113,9 +113,7 @@ def _row(quantity: Quantity, values: Sequence[Value], footnotes: _Footnotes) -> 
         shown = "-" if value.value is None else number(value.value)
         mark = footnotes.mark(_value_notes(value))
         cells += f"{aligned(shown, _BEFORE, _AFTER)}{mark:<{_MARK}}"
-    return (
-        f"  {symbol:<8}{name:<34}{quantity.section:<9}{band:<8}{unit:<5}{cells}"
-    ).rstrip()
+    return f"  {symbol:<8}{name:<34}{quantity.section:<9}{band:<8}{unit:<5}{cells}".rstrip()
 
 
 def _value_notes(value: Value) -> list[str]:

@@ -3,13 +3,14 @@
 import math
 import re
 from collections.abc import Iterable, Mapping, Sequence
+from itertools import pairwise
 from typing import NamedTuple
 
 from .. import colorimetry, io
 from .._core import Scan
+from .catalogue import REFERENCES
 from .errors import CommandError
 from .output import interval
-from .catalogue import REFERENCES
 
 # The first bytes of a compound file, the container of measurement files.
 _COMPOUND_FILE = bytes.fromhex("d0cf11e0a1b11ae1")
@@ -69,7 +70,7 @@ def steps(scan: Scan) -> tuple[float, float] | None:
     if len(wavelengths) < 2:
         return None
     # Rounded, since differences of decimal fractions are not exact: 0.1 nm steps are all equal.
-    differences = [round(b - a, 9) for a, b in zip(wavelengths, wavelengths[1:], strict=False)]
+    differences = [round(b - a, 9) for a, b in pairwise(wavelengths)]
     return min(differences), max(differences)
 
 

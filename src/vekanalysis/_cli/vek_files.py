@@ -38,9 +38,7 @@ def run_info(arguments: Namespace) -> None:
 
 
 def _info_document(file: VekFile) -> Json:
-    document: dict[str, Json] = json.loads(
-        io.vekfile_to_json_binary_data(file.content, -1, False)
-    )
+    document: dict[str, Json] = json.loads(io.vekfile_to_json_binary_data(file.content, -1, False))
     document["file"] = file.path
     document["data_sets"] = [
         {

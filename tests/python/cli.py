@@ -1,0 +1,72 @@
+"""What the tests of the command line share: input files, and running a command."""
+
+from __future__ import annotations
+
+import json
+from collections.abc import Iterable, Sequence
+from pathlib import Path
+from typing import Any, NamedTuple
+
+import pytest
+from vekwriter import Contents, DataSet
+
+from vekanalysis.__main__ import main
+
+ROOT = Path(__file__).resolve().parents[2]
+GREY = str(ROOT / "examples/grey-glass-4mm.csv")
+BRONZE = str(ROOT / "examples/bronze-glass-4mm.csv")
+
+type Points = Sequence[tuple[float, float]]
+
+
+class Result(NamedTuple):
+    status: int
+    out: str
+    err: str
+
+    @property
+    def document(self) -> Any:
+        """The standard output as JSON, which must be strict."""
+        assert self.status == 0, self.err
+        return json.loads(self.out, parse_constant=pytest.fail)
+
+    def value(self, key: str, column: int = 0) -> Any:
+        """A figure of a JSON report."""
+        (quantity,) = [item for item in self.document["quantities"] if item["key"] == key]
+        return quantity["values"][column]
+
+
+class Runner:
+    """Runs commands in this process."""
+
+    def __init__(self, capsys: pytest.CaptureFixture[str]) -> None:
+        self._capsys = capsys
+
+    def __call__(self, *arguments: object) -> Result:
+        self._capsys.readouterr()
+        status = main([str(argument) for argument in arguments])
+        return Result(status, *self._capsys.readouterr())
+
+    def refuse(self, *arguments: object) -> str:
+        """The reason for which a command is refused, which is told in one line."""
+        result = self(*arguments)
+        assert (result.status, result.out) == (2, "")
+        lines = result.err.splitlines()
+        assert len(lines) == 1
+        assert lines[0].startswith("vekanalysis: ")
+        return lines[0].removeprefix("vekanalysis: ")
+
+
+def flat(value: float, first: int = 280, last: int = 780, step: int = 5) -> Points:
+    return [(float(wl), value) for wl in range(first, last + 1, step)]
+
+
+def write_csv(path: Path, points: Points) -> Path:
+    path.write_text("".join(f"{wl!r},{value!r}\n" for wl, value in points))
+    return path
+
+
+def write_vek(path: Path, data_sets: Iterable[tuple[str, Points]], **contents: Any) -> Path:
+    sets = [DataSet(name, points) for name, points in data_sets]
+    path.write_bytes(Contents(data_sets=sets, **contents).file())
+    return path

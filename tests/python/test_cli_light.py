@@ -1,0 +1,154 @@
+"""The light source report and the built-in spectra of the command line."""
+
+from __future__ import annotations
+
+import re
+from itertools import pairwise
+from pathlib import Path
+
+import pytest
+from cli import Runner, flat, write_csv, write_vek
+
+import vekanalysis as vek
+
+NAMES = [name for name in dir(vek.colorimetry.data) if not name.startswith("_")]
+
+
+@pytest.fixture
+def run(capsys: pytest.CaptureFixture[str]) -> Runner:
+    return Runner(capsys)
+
+
+def reference(name: str) -> vek.Scan:
+    scan = getattr(vek.colorimetry.data, name)()
+    assert isinstance(scan, vek.Scan)
+    return scan
+
+
+def test_daylight_is_white_to_itself(run: Runner) -> None:
+    result = run("light", "--json", "--reference", "cie_illuminant_d65")
+    lab = [result.value(f"CIELAB_tristimulus_values.{f}")["value"] for f in ("L_star", "a_star")]
+    assert lab == pytest.approx([100.0, 0.0], abs=1e-9)
+    # CIE 15:2004, Table T.3.
+    observers = {"CIE_1931": (0.31272, 0.32903), "CIE_1964": (0.31382, 0.33100)}
+    for observer, published in observers.items():
+        point = [result.value(f"{observer}_chromaticity.{axis}")["value"] for axis in "xy"]
+        assert point == pytest.approx(published, abs=5e-5)
+    assert result.value("illuminance")["value"] is None
+    assert "W m-2 nm-1" in result.value("illuminance")["problem"]
+
+
+def test_the_scale_of_the_white_counts_only_where_it_should(run: Runner, tmp_path: Path) -> None:
+    source = write_csv(tmp_path / "e.csv", flat(0.001, 380))
+    key = "CIELAB_tristimulus_values"
+    equal = run("light", "--json", "--white", "e", source)
+    for field in ("a_star", "b_star"):
+        value = equal.value(f"{key}_scaled_white.{field}")["value"]
+        assert value == pytest.approx(0.0, abs=1e-9)
+    # 0.001 of the white is on the straight part: L* = 116 * 841/108 * 0.001.
+    lightness = equal.value(f"{key}.L_star")["value"]
+    assert lightness == pytest.approx(116 * 841 / 108 * 0.001, rel=1e-9)
+    itself = run("light", "--json", "--white", source, source)
+    assert itself.value(f"{key}.L_star")["value"] == pytest.approx(100.0)
+    assert "E" in run("light", "--white", "e", source).out
+
+
+def test_the_white_is_one_spectrum(run: Runner, tmp_path: Path) -> None:
+    path = write_vek(tmp_path / "two.vek", [("A", flat(1.0)), ("B", flat(1.0))])
+    assert "one spectrum" in run.refuse("light", path, "--white", path)
+    assert "cannot be read" in run.refuse("light", path, "--white", "d50")
+
+
+@pytest.mark.parametrize(
+    ("unit", "scale"),
+    [
+        ("W m-2 nm-1", 1.0),
+        ("W/m2/nm", 1.0),
+        ("W/(m^2 nm)", 1.0),
+        ("W/m\N{SUPERSCRIPT TWO}/nm", 1.0),
+        ("mW m-2 nm-1", 1e-3),
+        ("\N{MICRO SIGN}W cm^-2 nm^-1", 1e-2),
+        ("counts", None),
+        ("V", None),
+        ("W m-2", None),
+        ("W m-2 sr-1 nm-1", None),
+    ],
+)
+def test_illuminance_follows_the_unit_of_the_file(
+    run: Runner, tmp_path: Path, unit: str, scale: float | None
+) -> None:
+    path = write_vek(
+        tmp_path / "lamp.vek", [("Lamp", flat(2.0))], type_and_units=(f"Irradiance / {unit}", "1 1")
+    )
+    in_watts = vek.radiometry.illuminance(vek.io.load_vek_scan_data(path)["Lamp"])
+    result = run("light", "--json", path)
+    value = result.value("illuminance")
+    if scale is None:
+        assert value["value"] is None
+        assert f"needs W m-2 nm-1; the unit is '{unit}'" in value["problem"]
+        assert result.value("CIE_1931_chromaticity.x")["value"] is not None
+    else:
+        assert value["value"] == pytest.approx(scale * in_watts, rel=1e-12)
+    in_milliwatts = run("light", "--json", "--mw", path).value("illuminance")["value"]
+    assert in_milliwatts == pytest.approx(1e-3 * in_watts, rel=1e-12)
+
+
+def test_values_without_a_unit_are_taken_for_watts(run: Runner, tmp_path: Path) -> None:
+    path = write_csv(tmp_path / "lamp.csv", flat(1.0))
+    expected = vek.radiometry.illuminance(vek.io.load_csv(path))
+    assert run("light", "--json", path).value("illuminance")["value"] == expected
+    assert "no unit is stated; taken as W m-2 nm-1" in run("light", path).out
+
+
+def test_the_wien_temperature_is_a_black_bodys(run: Runner, tmp_path: Path) -> None:
+    body = [(wl, vek.physics.planks_law_sr_nm(5000.0, wl)) for wl, _ in flat(0.0, 300, 900, 1)]
+    result = run("light", "--json", write_csv(tmp_path / "body.csv", body))
+    # Wien's constant, 2.8977721e-3 m K, over 5000 K is 579.55 nm.
+    assert result.value("peak_wavelength")["value"] == 580.0
+    temperature = result.value("wiens_displacement_law_T")["value"]
+    assert temperature == pytest.approx(2.8977721e6 / 580, rel=1e-12)
+    rising = run("light", "--json", "--reference", "cie_illuminant_a")
+    assert "end of the data" in rising.value("wiens_displacement_law_T")["problem"]
+
+
+def test_the_mismatch_of_a_photometer_comes_on_request(run: Runner, tmp_path: Path) -> None:
+    photometer = ("--json", "--reference", "cie_1931_standard_observer_y")
+    assert "f1_prime" not in run("light", *photometer).out
+    value = run("light", "--f1-prime", *photometer).value("f1_prime")["value"]
+    assert value == pytest.approx(0.0, abs=1e-12)
+    ultraviolet = write_csv(tmp_path / "uv.csv", flat(1.0, 280, 370))
+    assert run("light", "--f1-prime", "--json", ultraviolet).value("f1_prime")["value"] is None
+
+
+def test_all_built_in_spectra_are_listed(run: Runner) -> None:
+    listed = run("references", "--json").document["references"]
+    assert sorted(item["name"] for item in listed) == sorted(NAMES)
+    reconstructions = {item["name"] for item in listed if item["status"] == "reconstruction"}
+    assert reconstructions == {name for name in NAMES if re.search("signal|incand|led_", name)}
+    assert len(reconstructions) == 11
+    for item in listed:
+        scan = reference(item["name"])
+        wavelengths = scan.wavelengths()
+        assert item["range_nm"] == [scan.min_wavelength(), scan.max_wavelength()]
+        assert item["points"] == len(wavelengths)
+        assert scan[item["peak"]["wavelength_nm"]] == item["peak"]["value"] == max(scan.values())
+        steps = {b - a for a, b in pairwise(wavelengths)}
+        assert item["step_nm"] == (steps.pop() if len(steps) == 1 else None)
+    text = run("references").out
+    assert max(map(len, text.splitlines())) <= 100
+    assert all(f"  {name} " in text for name in NAMES)
+
+
+@pytest.mark.parametrize("name", NAMES)
+def test_a_built_in_spectrum_comes_as_csv_that_reads_back(
+    run: Runner, tmp_path: Path, name: str
+) -> None:
+    path = tmp_path / "reference.csv"
+    path.write_text(run("references", name).out)
+    assert [*vek.io.load_csv(path).items()] == [*reference(name).items()]
+    document = run("references", name, "--json").document
+    assert (document["wavelengths_nm"], document["values"]) == reference(name).to_lists()
+
+
+def test_an_unknown_name_is_refused(run: Runner) -> None:
+    assert "no built-in spectrum 'cie'" in run.refuse("references", "cie")
