@@ -194,6 +194,22 @@ def csv_lines() -> tuple[Work, Work]:
     )
 
 
+def planck_array() -> tuple[Work, Work]:
+    temperature, wavelengths = 2856.0, np.linspace(380e-9, 780e-9, 10_000)
+    hc, k = 1.9864455003959036e-25, 1.3806504e-23
+
+    def peer() -> Floats:
+        exponential = np.exp(hc / (wavelengths * k * temperature))
+        return 1.1910427584934558e-16 / (wavelengths**5 * (exponential - 1))
+
+    return lambda: vek.physics.planks_law_sr(temperature, wavelengths), peer
+
+
+def planck_value() -> tuple[Work, Work]:
+    function, empty = vek.physics.planks_law_sr, vek.version
+    return lambda: function(2856.0, 555e-9), lambda: empty()
+
+
 WORK: dict[str, tuple[Callable[[], tuple[Work, Work]], str, float]] = {
     "akima build and one value": (akima_build, "SciPy", 0.10),
     "one value, built": (one_value, "SciPy", 0.06),
@@ -206,6 +222,8 @@ WORK: dict[str, tuple[Callable[[], tuple[Work, Work]], str, float]] = {
     "100,000 ascending points": (ascending_points, "NumPy", 0.5),
     "100,000 random points": (random_points, "NumPy", 1.2),
     "CSV of 100,000 lines": (csv_lines, "pandas", 1.0),
+    "Planck's law, 10,000 values": (planck_array, "NumPy", 1.3),
+    "Planck's law, one value": (planck_value, "an empty bound function", 3.0),
 }
 
 

@@ -3,8 +3,10 @@
 #include <cmath>
 #include <vector>
 
+#include "colorimetry/curves.hpp"
 #include "colorimetry/data/reference_spectra.hpp"
 #include "colorimetry/observers.hpp"
+#include "colorimetry/slit_function.hpp"
 #include "colorimetry/transmittance.hpp"
 #include "colorimetry/tristimulus.hpp"
 #include "core/scan.hpp"
@@ -86,5 +88,84 @@ void XyzAndLab(benchmark::State& state) {
     }
 }
 BENCHMARK(XyzAndLab);
+
+/// The plain loop of a generator: `value` at 10,000 wavelengths from `from` on, into two arrays.
+template <class F>
+void curve_floor(benchmark::State& state, double from, double step, const F& value) {
+    for (auto _ : state) {
+        std::vector<double> wavelengths(10000);
+        std::vector<double> values(10000);
+        for (std::size_t i = 0; i < 10000; ++i) {
+            wavelengths[i] = from + static_cast<double>(i) * step;
+            values[i] = value(wavelengths[i]);
+        }
+        benchmark::DoNotOptimize(wavelengths.data());
+        benchmark::DoNotOptimize(values.data());
+    }
+}
+
+void Longpass10000_Floor(benchmark::State& state) {
+    curve_floor(state, 400.0, 0.02, [](double wl) {
+        return 1.0 / (std::exp((wl - 500.0) * -5.88887795833 / 20.0) + 1.0);
+    });
+}
+BENCHMARK(Longpass10000_Floor);
+
+void Longpass10000(benchmark::State& state) {
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(
+            vekanalysis::curves::longpass_filter(500.0, 20.0, 400.0, 599.99, 0.02));
+    }
+}
+BENCHMARK(Longpass10000);
+
+void Shortpass10000(benchmark::State& state) {
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(
+            vekanalysis::curves::shortpass_filter(500.0, 20.0, 400.0, 599.99, 0.02));
+    }
+}
+BENCHMARK(Shortpass10000);
+
+void Lognormal10000_Floor(benchmark::State& state) {
+    curve_floor(state, 400.0, 0.02, [](double wl) {
+        const double distance = std::log(wl) - 6.31;
+        return 0.03 / wl * std::exp(-530.0 * distance * distance) / 0.7;
+    });
+}
+BENCHMARK(Lognormal10000_Floor);
+
+void Lognormal10000(benchmark::State& state) {
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(vekanalysis::curves::lognormal(550.0, 40.0, 400.0, 599.99, 0.02));
+    }
+}
+BENCHMARK(Lognormal10000);
+
+void UniformFibres10000_Floor(benchmark::State& state) {
+    const double half_base = 20.0 / 0.80794550659902;
+    for (auto _ : state) {
+        std::vector<double> wavelengths(10000);
+        std::vector<double> values(10000);
+        for (std::size_t i = 0; i < 5000; ++i) {
+            const double offset = half_base * (1.0 - static_cast<double>(2 * i) / 9999.0);
+            const double x = offset / half_base;
+            wavelengths[i] = 550.0 - offset;
+            wavelengths[9999 - i] = 550.0 + offset;
+            values[i] = values[9999 - i] = (std::acos(x) - x * std::sqrt(1.0 - x * x)) * 0.63662;
+        }
+        benchmark::DoNotOptimize(wavelengths.data());
+        benchmark::DoNotOptimize(values.data());
+    }
+}
+BENCHMARK(UniformFibres10000_Floor);
+
+void UniformFibres10000(benchmark::State& state) {
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(
+            vekanalysis::monochromator::slit_function::uniform_fibres(550.0, 20.0, 10000));
+    }
+}
+BENCHMARK(UniformFibres10000);
 
 }  // namespace

@@ -341,7 +341,7 @@ constexpr std::array<internal::Point, 1697> points{{
 }  // namespace
 
 const Scan& AM0_ASTM_E490() {
-    static const Scan scan = internal::make_table(points);
+    static Scan scan = internal::make_table(points);  // not const: see make_table
     return scan;
 }
 

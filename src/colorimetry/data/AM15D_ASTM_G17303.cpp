@@ -414,7 +414,7 @@ constexpr std::array<internal::Point, 2002> points{{
 }  // namespace
 
 const Scan& AM15D_ASTM_G17303() {
-    static const Scan scan = internal::make_table(points);
+    static Scan scan = internal::make_table(points);  // not const: see make_table
     return scan;
 }
 

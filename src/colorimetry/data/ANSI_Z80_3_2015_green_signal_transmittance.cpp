@@ -37,7 +37,7 @@ constexpr std::array<internal::Point, 41> points{{
 }  // namespace
 
 const Scan& ANSI_Z80_3_2015_green_signal_transmittance() {
-    static const Scan scan = internal::make_table(points);
+    static Scan scan = internal::make_table(points);  // not const: see make_table
     return scan;
 }
 

@@ -33,7 +33,7 @@ constexpr std::array<internal::Point, 20> points{{
 }  // namespace
 
 const Scan& ANSI_Z80_3_2015_red_signal_transmittance() {
-    static const Scan scan = internal::make_table(points);
+    static Scan scan = internal::make_table(points);  // not const: see make_table
     return scan;
 }
 

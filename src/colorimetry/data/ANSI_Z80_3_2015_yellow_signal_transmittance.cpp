@@ -34,7 +34,7 @@ constexpr std::array<internal::Point, 29> points{{
 }  // namespace
 
 const Scan& ANSI_Z80_3_2015_yellow_signal_transmittance() {
-    static const Scan scan = internal::make_table(points);
+    static Scan scan = internal::make_table(points);  // not const: see make_table
     return scan;
 }
 

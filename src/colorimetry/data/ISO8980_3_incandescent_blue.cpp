@@ -41,7 +41,7 @@ constexpr std::array<internal::Point, 75> points{{
 }  // namespace
 
 const Scan& ISO8980_3_incandescent_blue() {
-    static const Scan scan = internal::make_table(points);
+    static Scan scan = internal::make_table(points);  // not const: see make_table
     return scan;
 }
 

@@ -40,7 +40,7 @@ constexpr std::array<internal::Point, 65> points{{
 }  // namespace
 
 const Scan& ISO8980_3_incandescent_green() {
-    static const Scan scan = internal::make_table(points);
+    static Scan scan = internal::make_table(points);  // not const: see make_table
     return scan;
 }
 

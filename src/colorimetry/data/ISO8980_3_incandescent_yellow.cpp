@@ -38,7 +38,7 @@ constexpr std::array<internal::Point, 55> points{{
 }  // namespace
 
 const Scan& ISO8980_3_incandescent_yellow() {
-    static const Scan scan = internal::make_table(points);
+    static Scan scan = internal::make_table(points);  // not const: see make_table
     return scan;
 }
 

@@ -38,7 +38,7 @@ constexpr std::array<internal::Point, 51> points{{
 }  // namespace
 
 const Scan& ISO8980_3_led_blue() {
-    static const Scan scan = internal::make_table(points);
+    static Scan scan = internal::make_table(points);  // not const: see make_table
     return scan;
 }
 

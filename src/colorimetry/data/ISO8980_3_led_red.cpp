@@ -34,7 +34,7 @@ constexpr std::array<internal::Point, 28> points{{
 }  // namespace
 
 const Scan& ISO8980_3_led_red() {
-    static const Scan scan = internal::make_table(points);
+    static Scan scan = internal::make_table(points);  // not const: see make_table
     return scan;
 }
 

@@ -41,7 +41,7 @@ constexpr std::array<internal::Point, 81> points{{
 }  // namespace
 
 const Scan& aphake_hazard() {
-    static const Scan scan = internal::make_table(points);
+    static Scan scan = internal::make_table(points);  // not const: see make_table
     return scan;
 }
 

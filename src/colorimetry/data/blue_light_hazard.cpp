@@ -31,7 +31,7 @@ constexpr std::array<internal::Point, 25> points{{
 }  // namespace
 
 const Scan& blue_light_hazard() {
-    static const Scan scan = internal::make_table(points);
+    static Scan scan = internal::make_table(points);  // not const: see make_table
     return scan;
 }
 

@@ -40,7 +40,7 @@ constexpr std::array<internal::Point, 81> points{{
 }  // namespace
 
 const Scan& cie_1931_standard_observer_x() {
-    static const Scan scan = internal::make_table(points);
+    static Scan scan = internal::make_table(points);  // not const: see make_table
     return scan;
 }
 

@@ -42,7 +42,7 @@ constexpr std::array<internal::Point, 81> points{{
 }  // namespace
 
 const Scan& cie_1964_standard_observer_y() {
-    static const Scan scan = internal::make_table(points);
+    static Scan scan = internal::make_table(points);  // not const: see make_table
     return scan;
 }
 

@@ -33,7 +33,7 @@ constexpr std::array<internal::Point, 37> points{{
 }  // namespace
 
 const Scan& cie_1964_standard_observer_z() {
-    static const Scan scan = internal::make_table(points);
+    static Scan scan = internal::make_table(points);  // not const: see make_table
     return scan;
 }
 

@@ -41,7 +41,7 @@ constexpr std::array<internal::Point, 97> points{{
 }  // namespace
 
 const Scan& cie_illuminant_a() {
-    static const Scan scan = internal::make_table(points);
+    static Scan scan = internal::make_table(points);  // not const: see make_table
     return scan;
 }
 

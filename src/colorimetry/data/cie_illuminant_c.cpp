@@ -38,7 +38,7 @@ constexpr std::array<internal::Point, 41> points{{
 }  // namespace
 
 const Scan& cie_illuminant_c() {
-    static const Scan scan = internal::make_table(points);
+    static Scan scan = internal::make_table(points);  // not const: see make_table
     return scan;
 }
 

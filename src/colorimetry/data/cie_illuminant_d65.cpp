@@ -42,7 +42,7 @@ constexpr std::array<internal::Point, 107> points{{
 }  // namespace
 
 const Scan& cie_illuminant_d65() {
-    static const Scan scan = internal::make_table(points);
+    static Scan scan = internal::make_table(points);  // not const: see make_table
     return scan;
 }
 

@@ -17,6 +17,8 @@ struct Point {
 /// Scan of a literal table in ascending order, epsilon 1e-20, AKIMA.
 ///
 /// Its spline is built already, so that evaluating it, from any number of threads, writes nothing.
+/// The accessors keep it in a static that is not const, since Python hands out the object itself
+/// and a user may change it in place.
 [[nodiscard]] inline Scan make_table(std::span<const Point> points) {
     std::vector<double> wavelengths;
     std::vector<double> values;

@@ -29,7 +29,7 @@ constexpr std::array<internal::Point, 25> points{{
 }  // namespace
 
 const Scan& relative_spectral_effectiveness() {
-    static const Scan scan = internal::make_table(points);
+    static Scan scan = internal::make_table(points);  // not const: see make_table
     return scan;
 }
 

@@ -33,7 +33,7 @@ constexpr std::array<internal::Point, 43> points{{
 }  // namespace
 
 const Scan& solar_spectral_irradiance() {
-    static const Scan scan = internal::make_table(points);
+    static Scan scan = internal::make_table(points);  // not const: see make_table
     return scan;
 }
 
