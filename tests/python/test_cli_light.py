@@ -39,18 +39,23 @@ def test_daylight_is_white_to_itself(run: Runner) -> None:
 
 
 def test_the_scale_of_the_white_counts_only_where_it_should(run: Runner, tmp_path: Path) -> None:
-    source = write_csv(tmp_path / "e.csv", flat(0.001, 380))
+    dim = [(wl, 0.001 * value) for wl, value in reference("cie_illuminant_a").items()]
+    source = write_csv(tmp_path / "a.csv", dim)
     key = "CIELAB_tristimulus_values"
-    equal = run("light", "--json", "--white", "e", source)
-    for field in ("a_star", "b_star"):
-        value = equal.value(f"{key}_scaled_white.{field}")["value"]
-        assert value == pytest.approx(0.0, abs=1e-9)
+    itself = run("light", "--json", "--white", "a", source)
     # 0.001 of the white is on the straight part: L* = 116 * 841/108 * 0.001.
-    lightness = equal.value(f"{key}.L_star")["value"]
+    lightness = itself.value(f"{key}.L_star")["value"]
     assert lightness == pytest.approx(116 * 841 / 108 * 0.001, rel=1e-9)
-    itself = run("light", "--json", "--white", source, source)
-    assert itself.value(f"{key}.L_star")["value"] == pytest.approx(100.0)
-    assert "E" in run("light", "--white", "e", source).out
+    bright, equal = "cie_illuminant_a", run("light", "--json", "--white", "e", source)
+    other = run("light", "--json", "--white", "e", "--reference", bright)
+    for field in ("a_star", "b_star"):
+        own = itself.value(f"{key}_scaled_white.{field}")["value"]
+        assert own == pytest.approx(0.0, abs=1e-9)
+        scaled = equal.value(f"{key}_scaled_white.{field}")["value"]
+        assert scaled == pytest.approx(other.value(f"{key}_scaled_white.{field}")["value"])
+        assert scaled > 10
+    file = run("light", "--json", "--white", source, source)
+    assert file.value(f"{key}.L_star")["value"] == pytest.approx(100.0)
 
 
 def test_the_white_is_one_spectrum(run: Runner, tmp_path: Path) -> None:

@@ -122,8 +122,9 @@ def test_data_are_needed_only_where_the_weights_are(run: Runner, tmp_path: Path)
     led_red = result.value("ISO8980_3_tau_signal_led.red")
     assert (led_red["value"], led_red["complete"]) == (pytest.approx(0.5), True)
     assert result.value("ISO8980_3_tau_v")["complete"] is False
-    touching = result.value("ANSI_Z80_3_tau_uvb")
-    assert (touching["value"], touching["covered_nm"]) == (None, None)
+    touching = run("report", "--json", write_csv(tmp_path / "b.csv", flat(0.5, 315)))
+    assert touching.value("ANSI_Z80_3_tau_uvb")["value"] is None
+    assert touching.value("ISO8980_3_tau_uva")["complete"] is True
 
 
 def test_the_figures_of_a_clear_lens_tell_of_the_sampling(run: Runner, tmp_path: Path) -> None:

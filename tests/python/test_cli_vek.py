@@ -3,6 +3,7 @@
 from __future__ import annotations
 
 import csv
+import math
 from pathlib import Path
 
 import pytest
@@ -57,6 +58,9 @@ def test_info_counts_points_and_wavelengths(run: Runner, tmp_path: Path) -> None
     text = run("info", path).out
     assert "A: 400-400 nm, 2 points, values 2 to 2, 1 of the points at different x" in text
     assert "none: no points" in text
+    endless = write_vek(tmp_path / "b.vek", [("A", [(400.0, 1.0), (math.inf, 2.0)])])
+    (document,) = run("info", "--json", endless).document["files"]
+    assert document["data_sets"][0]["range"] == [400.0, None]
     assert run.refuse("report", path) == f"{path}: data set 'none': it has no points"
 
 

@@ -95,9 +95,11 @@ def _spectra_lines(spectra: Sequence[Spectrum]) -> list[str]:
 def _heading(standard: str, spectra: Sequence[Spectrum]) -> str:
     columns = ""
     for count, spectrum in enumerate(spectra, start=1):
-        label = f"{count} {spectrum.label}" if len(spectra) > 1 else spectrum.label
-        if len(label) > _COLUMN - 2:
-            label = label[: _COLUMN - 3] + "…"
+        label, room = spectrum.label, 2 * _COLUMN - 4
+        if len(spectra) > 1:
+            label, room = f"{count} {label}", _COLUMN - 2
+        if len(label) > room:
+            label = label[: room - 1] + "…"
         columns += f"  {label:<{_COLUMN - 2}}"
     return f"{standard or 'Spectrum':<44}{'section':<9}{'band nm':<8}{'unit':<5}{columns}".rstrip()
 
