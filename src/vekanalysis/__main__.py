@@ -18,6 +18,8 @@ def main(arguments: Sequence[str] | None = None) -> int:
 
     0 is good; 2 is bad usage or bad input, told in one line on standard error.
     """
+    if sys.stdout is None:
+        return _fail("standard output is closed")
     try:
         try:
             run = parse_arguments(arguments)
@@ -39,7 +41,8 @@ def main(arguments: Sequence[str] | None = None) -> int:
 
 
 def _fail(reason: str) -> int:
-    print(f"vekanalysis: {one_line(reason)}", file=sys.stderr)
+    if sys.stderr is not None:
+        print(f"vekanalysis: {one_line(reason)}", file=sys.stderr)
     return 2
 
 

@@ -294,11 +294,12 @@ def test_a_closed_pipe_is_no_error_to_report() -> None:
 
 
 @pytest.mark.skipif(not Path("/dev/full").exists(), reason="needs /dev/full")
-def test_a_full_disk_is_reported_in_one_line() -> None:
-    with open("/dev/full", "w") as full:
-        done = subprocess.run([*MODULE, "references"], stdout=full, stderr=subprocess.PIPE)
+@pytest.mark.parametrize("output", [">/dev/full", ">&-"])
+def test_an_output_that_takes_nothing_is_reported_in_one_line(output: str) -> None:
+    command = f'"$0" -m vekanalysis references {output}'
+    done = subprocess.run(["sh", "-c", command, sys.executable], stderr=subprocess.PIPE)
     assert done.returncode == 2
-    assert done.stderr.startswith(b"vekanalysis: standard output: ")
+    assert done.stderr.startswith(b"vekanalysis: standard output")
     assert done.stderr.count(b"\n") == 1
 
 
