@@ -17,8 +17,9 @@ from collections.abc import Callable
 from pathlib import Path
 
 import numpy as np
-import vekanalysis as vek
 from numpy.typing import NDArray
+
+import vekanalysis as vek
 from vekanalysis import colorimetry
 
 try:

@@ -6,6 +6,7 @@ usage: average_scans.py SPECTRUM.csv SPECTRUM.csv...
 import sys
 
 import numpy as np
+
 import vekanalysis as vek
 
 scans = [vek.io.load_csv(path) for path in sys.argv[1:]]

@@ -12,6 +12,7 @@ from pathlib import Path
 from types import ModuleType
 
 import pytest
+
 import vekanalysis as vek
 from vekanalysis import _core
 

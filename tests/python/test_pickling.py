@@ -9,6 +9,7 @@ from concurrent.futures import ProcessPoolExecutor
 from multiprocessing import get_context
 
 import pytest
+
 from vekanalysis import Interpolation, Observer, Scan, chromaticity, colorimetry, utils
 
 

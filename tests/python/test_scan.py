@@ -7,6 +7,7 @@ import numpy as np
 import pytest
 from hypothesis import given
 from hypothesis import strategies as st
+
 from vekanalysis import Interpolation, Scan
 
 LINEAR = Interpolation.LINEAR
@@ -142,7 +143,7 @@ def test_objects_that_only_know_how_to_become_arrays_are_converted(scan: Scan) -
     class Column:
         """Like a pandas series: indexed by label, so walking it item by item would go wrong."""
 
-        def __array__(self, dtype: object = None, copy: object = None) -> "np.ndarray":
+        def __array__(self, dtype: object = None, copy: object = None) -> np.ndarray:
             return np.array([450.0, 500.0])
 
         def __len__(self) -> int:

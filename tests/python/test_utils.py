@@ -3,6 +3,7 @@
 import math
 
 import pytest
+
 from vekanalysis import Interpolation, Scan, utils
 
 

@@ -1,6 +1,6 @@
 from typing import overload
 
-from . import _Float, Scan
+from . import Scan, _Float
 
 class CIExy:
     @overload

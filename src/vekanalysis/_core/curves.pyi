@@ -1,4 +1,4 @@
-from . import _Float, Scan
+from . import Scan, _Float
 
 def longpass_filter(
     center_wl: _Float, bandwidth: _Float, min_wl: _Float, max_wl: _Float, step_wl: _Float

@@ -1,7 +1,7 @@
 from collections.abc import Callable
 from typing import overload
 
-from . import _Float, Scan
+from . import Scan, _Float
 
 class ScanStatistics:
     @property

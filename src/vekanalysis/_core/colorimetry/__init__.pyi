@@ -1,6 +1,6 @@
 from typing import overload
 
-from .. import _Float, Observer, Scan
+from .. import Observer, Scan, _Float
 from . import data as data
 
 class CIEXYZ:

@@ -1,6 +1,6 @@
 from typing import SupportsIndex, SupportsInt
 
-from .. import _Float, Scan
+from .. import Scan, _Float
 
 def uniform_fibres_value(
     central_wavelength: _Float, bandwidth: _Float, wavelength: _Float
