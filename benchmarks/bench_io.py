@@ -16,6 +16,7 @@ from pathlib import Path
 
 import numpy as np
 from numpy.typing import NDArray
+
 from vekanalysis import io
 
 try:
@@ -25,7 +26,7 @@ except ImportError:
 
 sys.path.insert(0, str(Path(__file__).resolve().parent.parent / "tests" / "python"))
 
-from vekwriter import Contents, DataSet  # noqa: E402
+from vekwriter import Contents, DataSet
 
 Work = Callable[[], object]
 

@@ -19,8 +19,9 @@ from typing import Any
 
 import numpy as np
 import pytest
-from vekanalysis import Scan, io
 from vekwriter import Contents, DataSet, container, text
+
+from vekanalysis import Scan, io
 
 EXAMPLES = Path(__file__).resolve().parents[2] / "examples"
 LENSES = [
