@@ -1,7 +1,6 @@
 """The module as a whole: names, docstrings, version, import, threads, layering."""
 
 import doctest
-import pkgutil
 import re
 import subprocess
 import sys
@@ -100,7 +99,7 @@ def test_the_version_is_the_project_s() -> None:
 def test_interpolation_values() -> None:
     names = ["NONE", "AKIMA", "CUBIC", "LINEAR", "POLYNOMIAL"]
     assert [int(getattr(vek.Interpolation, name)) for name in names] == [0, 1, 2, 3, 4]
-    assert _core.AKIMA is vek.Interpolation.AKIMA or vek.Interpolation.AKIMA == _core.AKIMA
+    assert _core.AKIMA == vek.Interpolation.AKIMA
 
 
 def documented_things() -> Iterator[tuple[str, object]]:
@@ -119,7 +118,7 @@ def test_docstrings_speak_python() -> None:
     offenders = [
         name
         for name, thing in documented_things()
-        if not name.endswith("_pybind11_conduit_v1_") and words.search(getattr(thing, "__doc__", "") or "")
+        if "_pybind11_" not in name and words.search(getattr(thing, "__doc__", "") or "")
     ]
     assert not offenders
 
@@ -129,10 +128,9 @@ def test_every_function_and_method_is_documented() -> None:
         name
         for name, thing in documented_things()
         if callable(thing)
-        and not isinstance(thing, type)
-        and not re.search(r"\.__|conduit", name)
-        and len((thing.__doc__ or "").split("\n\n", 1)) < 2
-        and len((thing.__doc__ or "").strip().splitlines()) < 2
+        and not re.search(r"\.__|_pybind11_", name)
+        and len((thing.__doc__ or "").split("\n\n")) < 2
+        and not (isinstance(thing, type) and thing.__doc__)
     ]
     assert not undocumented
 
@@ -208,8 +206,3 @@ def test_areas_include_only_what_lies_below_them() -> None:
             if top in ("boost", "nlohmann") and file.suffix == ".hpp":
                 wrong.append(f"{file.name} includes {target}")
     assert not wrong
-
-
-def test_the_package_s_own_modules_import() -> None:
-    names = [module.name for module in pkgutil.iter_modules(vek.__path__)]
-    assert "__main__" in names

@@ -10,7 +10,9 @@ from hypothesis import strategies as st
 
 from vekanalysis import Interpolation, Scan
 
-LINEAR = Interpolation.LINEAR
+LINEAR, NONE = Interpolation.LINEAR, Interpolation.NONE
+SIZES = "Scan::Scan: wavelength and signal must be the same size"
+EPSILON = "Scan: epsilon must be finite and not negative"
 NO_TYPE = "Cannot initialize a spline with type None"
 TOO_FEW = "Cannot initialize a spline, too few points"
 
@@ -31,7 +33,7 @@ def scan() -> Scan:
             "Scan(400→700[4], epsilon=0.01, interpolation=LINEAR)",
         ),
         (Scan([1234567.5], [1]), "Scan(1.23457e+06→1.23457e+06[1])"),
-        (Scan(interpolation=Interpolation.NONE), "Scan(empty, interpolation=NONE)"),
+        (Scan(interpolation=NONE), "Scan(empty, interpolation=NONE)"),
     ],
 )
 def test_repr_names_range_count_and_what_is_not_default(scan: Scan, text: str) -> None:
@@ -45,16 +47,16 @@ def test_str_is_a_line_for_each_point() -> None:
 @pytest.mark.parametrize(
     ("action", "error", "text"),
     [
-        (lambda s: Scan([1, 2], [3]), RuntimeError, "Scan::Scan: wavelength and signal must be the same size"),
+        (lambda s: Scan([1, 2], [3]), RuntimeError, SIZES),
         (lambda s: s[512], KeyError, "key '512.000000' does not exist"),
         (lambda s: Scan().min_wavelength(), RuntimeError, "Scan::min_wavelength: empty scan"),
         (lambda s: Scan().max_wavelength(), RuntimeError, "Scan::max_wavelength: empty scan"),
         (lambda s: Scan([1, 2, 3, 4], [1, 2, 3, 4])(1.5), RuntimeError, TOO_FEW),
-        (lambda s: Scan([1, 2], [1, 2], interpolation=Interpolation.NONE)(1.5), RuntimeError, NO_TYPE),
+        (lambda s: Scan([1], [1], interpolation=NONE).deriv(1.5), RuntimeError, NO_TYPE),
         (lambda s: Scan().deriv(1.0), RuntimeError, TOO_FEW),
         (lambda s: s.add(math.nan, 1.0), ValueError, "Scan: wavelength must not be NaN"),
-        (lambda s: Scan(epsilon=-1.0), ValueError, "Scan: epsilon must be finite and not negative"),
-        (lambda s: setattr(s, "epsilon", math.nan), ValueError, "Scan: epsilon must be finite and not negative"),
+        (lambda s: Scan(epsilon=-1.0), ValueError, EPSILON),
+        (lambda s: setattr(s, "epsilon", math.nan), ValueError, EPSILON),
     ],
 )  # fmt: skip
 def test_errors_have_the_documented_type_and_text(
@@ -92,7 +94,9 @@ def test_wrong_arguments_are_type_errors(scan: Scan, action: Callable[[Scan], ob
 def test_access_to_points(scan: Scan) -> None:
     scan[450] = 9
     scan.add(450.0, 1.5)
-    assert scan[450] == 1.5
+    assert (scan[450], scan(425), scan(399.9)) == (1.5, 1.25, 0.0)
+    assert scan(wavelength_from=400, wavelength_to=450) == 62.5
+    assert scan.is_interpolated()
     assert list(scan) == scan.wavelengths() == [400, 450, 500, 600, 700]
     assert list(scan.items())[1] == (450.0, 1.5)
     assert scan.to_lists() == (scan.wavelengths(), scan.values())
@@ -102,17 +106,6 @@ def test_access_to_points(scan: Scan) -> None:
     assert points.dtype == np.float64
     assert points.tolist() == [scan.wavelengths(), scan.values()]
     assert Scan().to_numpy().shape == (2, 0)
-
-
-def test_evaluation(scan: Scan) -> None:
-    assert (scan(500), scan(450), scan(399.9), scan(700.1)) == (2.0, 1.5, 0.0, 0.0)
-    assert scan(wavelength_from=300, wavelength_to=500) == 150.0
-    assert scan(500, 400) == 0.0
-    assert scan.integral() == scan(400, 700)
-    assert scan.deriv(550) == pytest.approx(0.02)
-    assert scan.is_interpolated()
-    scan.interpolation = Interpolation.NONE
-    assert not scan.is_interpolated()
 
 
 @pytest.mark.parametrize("dtype", ["f8", ">f8", "f4", "f2", "i4", "u1", "i8", "bool", "longdouble"])
@@ -179,22 +172,11 @@ def test_arithmetic_with_scans_and_numbers(scan: Scan) -> None:
 
 def test_equality_ignores_the_interpolation_and_other_types(scan: Scan) -> None:
     twin = scan * 1.0
-    twin.interpolation = Interpolation.NONE
+    twin.interpolation = NONE
     assert scan == twin
     assert scan != twin + 1
     assert (scan == 1) is False
     assert scan.__eq__(1) is NotImplemented
-
-
-def test_epsilon_merges_and_keeps_the_old_spline() -> None:
-    scan = Scan([1, 4, 4.5, 9], [1, 2, 10, 3], interpolation=LINEAR)
-    before = scan(6)
-    scan.epsilon = 0.5
-    assert scan.wavelengths() == [1, 4, 9]
-    assert scan(6) == before
-    assert scan(np.array([6.0]))[0] == before
-    scan[9] = 3
-    assert scan(6) == 2.4
 
 
 def test_iterators_survive_changes_of_the_scan(scan: Scan) -> None:
@@ -209,8 +191,7 @@ def test_iterators_survive_changes_of_the_scan(scan: Scan) -> None:
     assert list(iterator) == [2.0]
 
 
-FINITE = st.floats(-1e6, 1e6)
-POINTS = st.lists(st.tuples(FINITE, FINITE), max_size=30)
+POINTS = st.lists(st.tuples(st.floats(-1e6, 1e6), st.floats(-1e6, 1e6)), max_size=30)
 
 
 @given(POINTS, st.sampled_from([1e-20, 0.5, 10.0]))
@@ -222,21 +203,5 @@ def test_lists_and_arrays_build_what_setting_items_builds(
     by_item = Scan(epsilon=epsilon)
     for wl, value in points:
         by_item[wl] = value
-    assert Scan(wavelengths, values, epsilon).to_lists() == by_item.to_lists()
-    from_arrays = Scan(np.array(wavelengths), np.array(values), epsilon)
-    assert from_arrays.to_lists() == by_item.to_lists()
-
-
-@given(POINTS.filter(lambda points: len(points) > 1), FINITE, FINITE, FINITE)
-def test_adjoining_integrals_add_up(
-    points: list[tuple[float, float]], a: float, b: float, c: float
-) -> None:
-    scan = Scan([wl for wl, _ in points], [value for _, value in points], 1e-3, LINEAR)
-    if len(list(scan)) < 2:
-        return
-    low, middle, high = sorted((a, b, c))
-    scale = sum(abs(value) for value in scan.values()) * (
-        scan.max_wavelength() - scan.min_wavelength()
-    )
-    whole = scan(low, high)
-    assert scan(low, middle) + scan(middle, high) == pytest.approx(whole, abs=1e-12 * scale + 1e-12)
+    for build in (list, tuple, np.array):
+        assert Scan(build(wavelengths), build(values), epsilon).to_lists() == by_item.to_lists()

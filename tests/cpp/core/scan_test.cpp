@@ -9,7 +9,6 @@
 #include <random>
 #include <sstream>
 #include <string>
-#include <thread>
 #include <vector>
 
 namespace {
@@ -107,12 +106,6 @@ TEST(ScanConstruction, OfManyPointsInRandomOrderEqualsInsertionToo) {
     }
 }
 
-TEST(ScanConstruction, TheFirstOfZeroAndMinusZeroStaysTheKey) {
-    const Scan scan(Doubles{3.0, -0.0, 0.0}, Doubles{1, 2, 3});
-    EXPECT_TRUE(std::signbit(scan.min_wavelength()));
-    EXPECT_EQ(scan.at(0.0), 3.0);
-}
-
 TEST(ScanWavelengths, NanIsRefusedWithoutAChangeAndFoundNowhere) {
     Scan scan = five_points();
     const Scan before = scan;
@@ -123,7 +116,6 @@ TEST(ScanWavelengths, NanIsRefusedWithoutAChangeAndFoundNowhere) {
     EXPECT_FALSE(scan.contains(NAN));
     EXPECT_FALSE(scan.encompasses(NAN));
     EXPECT_TRUE(std::isnan(scan(NAN)));
-    EXPECT_EQ(scan(NAN, 500.0), scan(NAN, 500.0));
 }
 
 TEST(ScanWavelengths, InfiniteOnesAreOrdinaryKeys) {
@@ -158,23 +150,17 @@ TEST(ScanEpsilon, DecidesWhichWavelengthsAreOneKey) {
 }
 
 TEST(ScanEpsilon, WideningKeepsTheLowestOfEachRunAndTheOldSpline) {
-    Scan scan(Doubles{1.0, 1.5, 2.2}, Doubles{1, 2, 3}, 1e-20, Type::LINEAR);
-    const double before = scan(1.8);
-    scan.set_wavelength_epsilon(1.0);
-    EXPECT_EQ(scan.as_vectors(), (std::vector<Doubles>{{1.0, 2.2}, {1, 3}}));
-
     Scan wide(Doubles{1, 4, 4.5, 9}, Doubles{1, 2, 10, 3}, 1e-20, Type::LINEAR);
-    const double old_value = wide(4.25);
+    (void)wide(4.25);
     wide.set_wavelength_epsilon(0.5);
-    EXPECT_EQ(wide.get_wavelengths(), (Doubles{1, 4, 9}));
+    EXPECT_EQ(wide.as_vectors(), (std::vector<Doubles>{{1, 4, 9}, {1, 2, 3}}));
     EXPECT_EQ(wide(6.0), 10.0 + (6.0 - 4.5) * (3.0 - 10.0) / 4.5);
-    EXPECT_EQ(wide(4.25), 2.0) << "a tolerant hit, no longer " << old_value;
+    EXPECT_EQ(wide(4.25), 2.0) << "now a tolerant hit";
     Doubles many = {6.0, 6.5, 7.0};
     wide.evaluate(many, many);
     EXPECT_EQ(many[0], wide(6.0));
     const Scan copy = wide;
     EXPECT_EQ(copy(6.0), 2.0 + 2.0 * (3.0 - 2.0) / 5.0) << "a copy starts without a spline";
-    EXPECT_NE(before, 0.0);
 }
 
 TEST(ScanAccess, MissesThrowTheDocumentedErrors) {
@@ -223,19 +209,17 @@ TEST(ScanExtremes, TheLowestWavelengthWinsAndEmptyRangesGiveEnd) {
     EXPECT_EQ(Scan().max_element(), Scan().end());
 }
 
-TEST(ScanIteration, RunsBothWaysAndForEachChangesValues) {
+TEST(ScanForEach, ChangesValuesOrNothing) {
     Scan scan = five_points();
-    EXPECT_EQ((*scan.rbegin()).first, 700.0);
-    EXPECT_EQ(scan.end() - scan.begin(), 5);
     const double before = scan(425.0);
     scan.for_each([](auto& point) { point.second *= 2.0; });
     EXPECT_DOUBLE_EQ(scan(425.0), 2.0 * before);
     const Scan kept = scan;
-    EXPECT_THROW(scan.for_each([](auto& point) {
+    const auto fail_half_way = [](auto& point) {
         point.second = 0.0;
         if (point.first > 450.0) throw std::runtime_error("stop");
-    }),
-                 std::runtime_error);
+    };
+    EXPECT_THROW(scan.for_each(fail_half_way), std::runtime_error);
     EXPECT_EQ(scan, kept);
 }
 
@@ -323,23 +307,6 @@ TEST(ScanIntegral, IsClippedAndZeroWhenReversed) {
     const Scan four(Doubles{400, 500, 600, 700}, Doubles{1, 2, 3, 4});
     EXPECT_EQ(four(450.0, 450.0), 0.0);
     expect_throw<std::runtime_error>([&] { (void)four(500.0, 400.0); }, too_few);
-}
-
-TEST(ScanThreads, ReadOneScanWithItsSplineReady) {
-    const Scan scan = five_points();
-    scan.__ensure_spline();
-    const double expected = scan(555.0);
-    std::vector<double> seen(4, 0.0);
-    {
-        std::vector<std::thread> readers;
-        for (double& value : seen) {
-            readers.emplace_back([&scan, &value] {
-                for (int i = 0; i < 1000; ++i) value = scan(555.0);
-            });
-        }
-        for (std::thread& reader : readers) reader.join();
-    }
-    EXPECT_EQ(seen, Doubles(4, expected));
 }
 
 }  // namespace
