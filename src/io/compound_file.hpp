@@ -112,7 +112,7 @@ public:
     /// @throws std::invalid_argument  empty text: no image, or an empty one
     /// @throws WrongFormat            shorter than a header, or another signature
     /// @throws FileCorrupted          shorter than three sectors, or the root entry is missing
-    CompoundFileReader(const void* buffer, std::size_t len);
+    CompoundFileReader(const void* image, std::size_t len);
 
     /// Directory entry of that index (0 is the root), null for 0xFFFFFFFF.
     ///

@@ -108,7 +108,7 @@ Scan parse_csv(std::string_view text) {
         wavelengths.push_back(x);
         values.push_back(y);
     }
-    return Scan(std::move(wavelengths), std::move(values));
+    return {std::move(wavelengths), std::move(values)};
 }
 
 Scan load_csv(const std::string& file_path) {

@@ -21,7 +21,7 @@ std::filesystem::path native_path(const std::string& path) {
     // The system's calls would take the part before a zero byte for the whole name.
     if (path.find('\0') != std::string::npos) throw ReadError(path);
     try {
-        return std::filesystem::path(std::u8string(path.begin(), path.end()));
+        return {std::u8string(path.begin(), path.end())};
     } catch (const std::system_error&) {
         throw ReadError(path);  // no UTF-8, where the system wants another encoding
     }

@@ -5,7 +5,7 @@
 namespace vekanalysis::python {
 
 std::optional<ByteBuffer> ByteBuffer::from(py::handle source) {
-    if (!PyObject_CheckBuffer(source.ptr())) return std::nullopt;
+    if (PyObject_CheckBuffer(source.ptr()) == 0) return std::nullopt;
     auto raw = std::make_unique<Py_buffer>();
     if (PyObject_GetBuffer(source.ptr(), raw.get(), PyBUF_FULL_RO) != 0) {
         PyErr_Clear();

@@ -60,7 +60,7 @@ public:
             bytes[bytes.size() - 3] = 0xFF;
             put(bytes, bytes.size() - 2, static_cast<std::uint16_t>(latin1.size()));
         }
-        bytes.insert(bytes.end(), latin1.begin(), latin1.end());
+        for (const char c : latin1) bytes.push_back(static_cast<unsigned char>(c));
         return *this;
     }
 };
