@@ -39,6 +39,7 @@ void __VekFileReader<T>::__init() {
     __skip_timestamps();
     __read_data_info();
     __read_x_type();
+    __fill_data_sets();
 }
 
 template <class T>
@@ -126,11 +127,11 @@ void __VekFileReader<T>::__read_data_sets() {
     __read_points();
 }
 
-/// The points as inserting them one by one in file order would leave them in the container.
 template <class T>
 void __VekFileReader<T>::__read_points() {
-    for (auto& data_set : record_.data_sets) {
+    for (const auto& data_set : record_.data_sets) {
         const std::size_t points = data_set.no_of_points;
+        if (points == 0) continue;
         std::vector<double> x(points);
         std::vector<double> y(points);
         const unsigned char* source = buffer.data() + pos;
@@ -139,8 +140,23 @@ void __VekFileReader<T>::__read_points() {
             x[i] = CFB::load_little_endian<double>(source + point_size * i);
             y[i] = CFB::load_little_endian<double>(source + point_size * i + 8);
         }
-        data_set.data = T(std::move(x), std::move(y));
+        points_.emplace_back(std::move(x), std::move(y));
     }
+}
+
+/// Leaves in each container what inserting the points one by one in file order would leave there.
+template <class T>
+void __VekFileReader<T>::__fill_data_sets() {
+    // Sorting points into a scan takes memory of its own; the stream's is given back first.
+    std::vector<unsigned char>().swap(buffer);
+    pos = 0;
+    auto points = points_.begin();
+    for (auto& data_set : record_.data_sets) {
+        if (data_set.no_of_points == 0) continue;
+        data_set.data = T(std::move(points->x), std::move(points->y));
+        ++points;
+    }
+    std::vector<DataNative>().swap(points_);
 }
 
 template <class T>

@@ -42,11 +42,14 @@ private:
     void __skip_timestamps();
     void __read_data_info();
     void __read_x_type();
+    void __fill_data_sets();
 
     [[nodiscard]] std::uint64_t count_points(std::uint32_t count);
     [[nodiscard]] MeasurementTypeUnits read_type_and_units();
 
     Record record_;
+    /// Of the data sets that have any, until the whole stream is read.
+    std::vector<DataNative> points_;
 };
 
 extern template class __VekFileReader<Scan>;
