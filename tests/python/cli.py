@@ -49,12 +49,10 @@ class Runner:
 
     def refuse(self, *arguments: object) -> str:
         """The reason for which a command is refused, which is told in one line."""
-        result = self(*arguments)
-        assert (result.status, result.out) == (2, "")
-        lines = result.err.splitlines()
-        assert len(lines) == 1
-        assert lines[0].startswith("vekanalysis: ")
-        return lines[0].removeprefix("vekanalysis: ")
+        status, out, err = self(*arguments)
+        assert (status, out, err.count("\n"), err[-1:]) == (2, "", 1, "\n")
+        assert err.startswith("vekanalysis: ")
+        return err.strip().removeprefix("vekanalysis: ")
 
 
 def flat(value: float, first: int = 280, last: int = 780, step: int = 5) -> Points:

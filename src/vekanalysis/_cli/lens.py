@@ -4,7 +4,7 @@ from collections.abc import Callable
 
 from .. import chromaticity, colorimetry
 from .._core import Scan
-from .quantities import CIE_15, VISIBLE, Quantity, Range, each_field, observer
+from .quantities import CIE_15, LAB, VISIBLE, XY, XYZ, Quantity, Range, each_field, observer
 
 _ISO_8980_3 = "ISO 8980-3:2013"
 _ANSI_Z80_3 = "ANSI Z80.3-2015"
@@ -20,7 +20,6 @@ _A = "cie_illuminant_a"
 _C = "cie_illuminant_c"
 _D65 = "cie_illuminant_d65"
 _ANSI_SIGNAL = "ANSI_Z80_3_2015_{}_signal_transmittance"
-_XY = {"x": "x", "y": "y"}
 _RYGB = dict.fromkeys(("red", "yellow", "green", "blue"), "τ_sig")
 
 _RECONSTRUCTED = (
@@ -156,14 +155,14 @@ LENS: tuple[Quantity, ...] = (
     ),
     *each_field(
         chromaticity.ANSI_Z80_3_daylight_chromaticity,
-        _XY,
+        XY,
         "chromaticity, daylight (D65)",
         _ANSI_Z80_3,
         weights=(_D65,),
     ),
     *each_field(
         chromaticity.ANSI_Z80_3_yellow_chromaticity,
-        _XY,
+        XY,
         "chromaticity, yellow lens (A)",
         _ANSI_Z80_3,
         weights=(_A, _ANSI_SIGNAL.format("yellow")),
@@ -171,7 +170,7 @@ LENS: tuple[Quantity, ...] = (
     ),
     *each_field(
         chromaticity.ANSI_Z80_3_green_chromaticity,
-        _XY,
+        XY,
         "chromaticity, green lens (A)",
         _ANSI_Z80_3,
         weights=(_A, _ANSI_SIGNAL.format("green")),
@@ -189,10 +188,10 @@ LENS: tuple[Quantity, ...] = (
         "7.4",
         ("solar_spectral_irradiance", "blue_light_hazard"),
     ),
-    *each_field(chromaticity.CIE_1931_chromaticity, _XY, "chromaticity, equal energy", CIE_15, "7"),
+    *each_field(chromaticity.CIE_1931_chromaticity, XY, "chromaticity, equal energy", CIE_15, "7"),
     *each_field(
         _tristimulus,
-        {"X": "X", "Y": "Y", "Z": "Z"},
+        XYZ,
         "under D65, 1931 observer",
         CIE_15,
         "7",
@@ -203,7 +202,7 @@ LENS: tuple[Quantity, ...] = (
     ),
     *each_field(
         _lab,
-        {"L_star": "L*", "a_star": "a*", "b_star": "b*"},
+        LAB,
         "under D65, white D65",
         CIE_15,
         "8.2.1",

@@ -1,5 +1,6 @@
 """``vekanalysis report``: what standards say of lenses and filters."""
 
+import math
 from argparse import Namespace
 
 from .errors import CommandError
@@ -47,6 +48,6 @@ def _as_fractions(spectrum: Spectrum, percent: bool) -> Spectrum:
     found = (
         f"{spectrum.source}: {highest:g} at {wavelength:g} nm is no transmittance between 0 and 1"
     )
-    if spectrum.reference is not None:
+    if spectrum.reference is not None or not math.isfinite(highest):
         raise CommandError(found)
     raise CommandError(f"{found}; the values look like per cent: if they are, add --percent")

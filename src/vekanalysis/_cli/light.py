@@ -8,7 +8,8 @@ from collections.abc import Callable, Iterator
 from .. import chromaticity, colorimetry, physics, radiometry
 from .._core import Scan
 from .errors import CommandError
-from .quantities import CIE_15, VISIBLE, Quantity, each_field, observer
+from .output import interval
+from .quantities import AB, CIE_15, LAB, VISIBLE, XY, XYZ, Quantity, each_field, observer
 from .report import emit_report, make_report
 from .spectra import Spectrum, peak, read_spectra
 
@@ -36,11 +37,13 @@ _PREFIXES = {"k": 1e3, "": 1.0, "m": 1e-3, "µ": 1e-6, "u": 1e-6, "n": 1e-9}
 
 
 def run(arguments: Namespace) -> None:
-    spectra = read_spectra(arguments.files, arguments.reference, arguments.data_set)
+    spectra = [
+        _with_unit(spectrum, arguments.mw)
+        for spectrum in read_spectra(arguments.files, arguments.reference, arguments.data_set)
+    ]
     white_name, white = _read_white(arguments.white)
     quantities = [
-        [*_quantities(spectrum, white_name, white, arguments.mw, arguments.f1_prime)]
-        for spectrum in spectra
+        [*_quantities(spectrum.unit, white_name, white, arguments.f1_prime)] for spectrum in spectra
     ]
     report = make_report("Light source report", spectra, quantities)
     if arguments.plot:
@@ -58,6 +61,18 @@ def irradiance_scale(unit: str) -> float | None:
     return _PREFIXES[match["prefix"]] * (1e4 if "cm" in match[0] else 1.0)
 
 
+def _with_unit(spectrum: Spectrum, milliwatts: bool) -> Spectrum:
+    if spectrum.reference is not None:
+        return spectrum
+    if milliwatts:
+        note = "values taken as mW m-2 nm-1 (--mw)"
+        return spectrum._replace(unit="mW m-2 nm-1", notes=(*spectrum.notes, note))
+    if spectrum.unit:
+        return spectrum
+    note = "no unit is stated; taken as W m-2 nm-1 (--mw: mW m-2 nm-1)"
+    return spectrum._replace(notes=(*spectrum.notes, note))
+
+
 def _read_white(name: str) -> tuple[str, Scan]:
     if name in _ILLUMINANTS:
         return _ILLUMINANTS[name], getattr(colorimetry.data, f"cie_illuminant_{name}")()
@@ -67,31 +82,36 @@ def _read_white(name: str) -> tuple[str, Scan]:
     spectra = read_spectra([name], [], [])
     if len(spectra) != 1:
         raise CommandError(f"{name}: a white is one spectrum; this file has {len(spectra)}")
-    return spectra[0].label, spectra[0].scan
+    (white,) = spectra
+    try:
+        has_light = _tristimulus(white.scan).Y > 0.0
+    except (RuntimeError, ValueError) as error:
+        raise CommandError(f"{name}: not usable as a white: {error}") from None
+    if not has_light:
+        raise CommandError(f"{name}: not usable as a white: no light within {interval(VISIBLE)} nm")
+    return white.label, white.scan
 
 
-def _quantities(
-    spectrum: Spectrum, white_name: str, white: Scan, milliwatts: bool, with_f1_prime: bool
-) -> Iterator[Quantity]:
-    yield _illuminance(spectrum, milliwatts)
+def _quantities(unit: str, white_name: str, white: Scan, with_f1_prime: bool) -> Iterator[Quantity]:
+    yield _illuminance(unit)
     yield from each_field(
         chromaticity.CIE_1931_chromaticity,
-        {"x": "x", "y": "y"},
-        "chromaticity, 1931 observer (2°)",
+        XY,
+        "chromaticity, CIE 1931 (2°)",
         CIE_15,
         "7",
     )
     yield from each_field(
         _chromaticity_1964,
-        {"x": "x", "y": "y"},
-        "chromaticity, 1964 observer (10°)",
+        XY,
+        "chromaticity, CIE 1964 (10°)",
         CIE_15,
         "7",
         key="CIE_1964_chromaticity",
     )
     yield from each_field(
         _tristimulus,
-        {"X": "X", "Y": "Y", "Z": "Z"},
+        XYZ,
         "tristimulus, 1931 observer",
         CIE_15,
         "7",
@@ -101,7 +121,7 @@ def _quantities(
     )
     yield from each_field(
         _lab(white, scaled=False),
-        {"L_star": "L*", "a_star": "a*", "b_star": "b*"},
+        LAB,
         f"white {white_name}, 1931 observer",
         CIE_15,
         "8.2.1",
@@ -110,7 +130,7 @@ def _quantities(
     )
     yield from each_field(
         _lab(white, scaled=True),
-        {"a_star": "a*", "b_star": "b*"},
+        AB,
         f"scaled white {white_name}",
         CIE_15,
         "8.2.1",
@@ -122,9 +142,6 @@ def _quantities(
         symbol="λ_peak",
         name="peak wavelength",
         unit="nm",
-        band=None,
-        standard="",
-        section="",
         compute=lambda scan: peak(scan)[0],
         notes=(_STORED_POINT,),
     )
@@ -133,9 +150,6 @@ def _quantities(
         symbol="T",
         name="Wien temperature of the peak",
         unit="K",
-        band=None,
-        standard="",
-        section="",
         compute=_wien_temperature,
         notes=(_WIEN,),
     )
@@ -145,27 +159,19 @@ def _quantities(
             symbol="f1'",
             name="mismatch with V(λ)",
             unit="1",
+            compute=colorimetry.f1_prime,
             band=VISIBLE,
             standard="ISO/CIE 19476:2014",
-            section="",
-            compute=colorimetry.f1_prime,
             notes=(_F1_PRIME,),
         )
 
 
-def _illuminance(spectrum: Spectrum, milliwatts: bool) -> Quantity:
-    notes: tuple[str, ...] = ()
-    if milliwatts:
-        scale: float | None = 1e-3
-    elif spectrum.unit:
-        scale = irradiance_scale(spectrum.unit)
-    else:
-        scale = 1.0
-        notes = (f"{spectrum.label}: no unit is stated; taken as W m-2 nm-1 (--mw: mW m-2 nm-1).",)
+def _illuminance(unit: str) -> Quantity:
+    scale = irradiance_scale(unit) if unit else 1.0
 
     def compute(scan: Scan) -> float:
         if scale is None:
-            raise ValueError(f"illuminance needs W m-2 nm-1; the unit is '{spectrum.unit}'")
+            raise ValueError(f"illuminance needs W m-2 nm-1; the unit is '{unit}'")
         return radiometry.illuminance(scan) * scale
 
     return Quantity(
@@ -173,11 +179,9 @@ def _illuminance(spectrum: Spectrum, milliwatts: bool) -> Quantity:
         symbol="E_v",
         name="illuminance",
         unit="lx",
+        compute=compute,
         band=VISIBLE,
         standard="CIE 18.2-1983",
-        section="",
-        compute=compute,
-        notes=notes,
     )
 
 

@@ -35,10 +35,11 @@ def emit_json(document: Json) -> None:
     import json
 
     document = _without_nan(document)
-    text = json.dumps(document, indent=2, ensure_ascii=False, allow_nan=False)
-    if not _can_show(text):
-        text = json.dumps(document, indent=2, allow_nan=False)
-    sys.stdout.write(text + "\n")
+
+    def export(ascii_only: bool) -> str:
+        return json.dumps(document, indent=2, ensure_ascii=ascii_only, allow_nan=False)
+
+    emit_json_text(export, False)
 
 
 def emit_json_text(make: Callable[[bool], str], ascii_only: bool) -> None:
@@ -72,6 +73,11 @@ def printable(text: str) -> str:
 def one_line(text: str) -> str:
     """Return ``text`` as one printable line."""
     return printable(text.replace("\n", "?"))
+
+
+def shortened(text: str, room: int) -> str:
+    """Return ``text``, cut to ``room`` characters where it is longer."""
+    return text if len(text) <= room else text[: room - 1] + "…"
 
 
 def number(value: float) -> str:

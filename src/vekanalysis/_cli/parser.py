@@ -96,7 +96,9 @@ def _parser() -> argparse.ArgumentParser:
     light = add("light", ("light", "run"), "what a light source is like", _LIGHT)
     _add_spectra(light)
     light.add_argument(
-        "--mw", action="store_true", help="the values are mW m-2 nm-1, whatever the file states"
+        "--mw",
+        action="store_true",
+        help="the values in the files are mW m-2 nm-1, whatever they state",
     )
     light.add_argument(
         "--white",

@@ -66,8 +66,9 @@ def _draw(axes: Any, spectra: Sequence[Spectrum], height: float = 1.0) -> None:
     )
     for spectrum in spectra:
         wavelengths, values = spectrum.scan.to_lists()
+        label = spectrum.label.replace("$", r"\$")  # Matplotlib sets formulae between them.
         sparse = len(wavelengths) <= 100
-        axes.plot(wavelengths, values, marker="." if sparse else None, label=spectrum.label)
+        axes.plot(wavelengths, values, marker="." if sparse else None, label=label)
 
 
 def _finish(path: str, figure: Any, axes: Any) -> None:

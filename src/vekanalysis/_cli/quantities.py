@@ -15,6 +15,12 @@ type Range = tuple[float, float]
 VISIBLE: Range = (380.0, 780.0)
 CIE_15 = "CIE 15:2004"
 
+# The fields of records and their symbols.
+XY = {"x": "x", "y": "y"}
+XYZ = {"X": "X", "Y": "Y", "Z": "Z"}
+AB = {"a_star": "a*", "b_star": "b*"}
+LAB = {"L_star": "L*"} | AB
+
 
 class Quantity(NamedTuple):
     """One row of a report."""
@@ -24,11 +30,11 @@ class Quantity(NamedTuple):
     symbol: str
     name: str
     unit: str
-    # Where the quantity is defined, nm; none for the whole spectrum.
-    band: Range | None
-    standard: str
-    section: str
     compute: Callable[[Scan], float]
+    # Where the quantity is defined, nm; none for the whole spectrum.
+    band: Range | None = None
+    standard: str = ""
+    section: str = ""
     # The built-in spectra that the spectrum is multiplied by; no data are needed beyond them.
     weights: tuple[str, ...] = ()
     notes: tuple[str, ...] = ()

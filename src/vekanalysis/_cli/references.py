@@ -39,7 +39,7 @@ def _facts(spectrum: Spectrum) -> dict[str, Json]:
         "name": spectrum.label,
         "range_nm": list(spectrum.range_nm),
         "step_nm": _step(spectrum),
-        "points": len(spectrum.scan.wavelengths()),
+        "points": spectrum.points,
         "unit": unit,
         "peak": {"wavelength_nm": wavelength, "value": value},
         "source": source,
@@ -64,7 +64,7 @@ def _row(spectrum: Spectrum) -> str:
         f"  {spectrum.label}",
         interval(spectrum.range_nm),
         "uneven" if step is None else f"{step:g}",
-        str(len(spectrum.scan.wavelengths())),
+        str(spectrum.points),
         f"{value:g} at {wavelength:g}",
         spectrum.unit,
     )

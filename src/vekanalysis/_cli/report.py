@@ -6,11 +6,13 @@ from itertools import groupby
 from typing import NamedTuple
 
 from .._core import version
-from .output import Json, aligned, emit, emit_json, interval, number, showable
+from .output import Json, aligned, emit, emit_json, interval, number, one_line, shortened, showable
 from .quantities import Quantity, Value, evaluate
 from .spectra import Spectrum, describe
 
 _WIDTH = 100
+# Symbol, name and the marks of its notes; the last column of these is blank.
+_NAME = 42
 # The column of a spectrum: a number with its point in the same place throughout, and a mark.
 _BEFORE, _AFTER, _MARK = 6, 5, 5
 _COLUMN = _BEFORE + 1 + _AFTER + _MARK
@@ -76,7 +78,8 @@ def _text(report: Report) -> str:
         lines += _wrap(note, f"{f'[{count}]':>6} ")
     for note in [*report.notes, *_clear_lens_notes(report)]:
         lines += _wrap(note, f"{'-':>6} ")
-    return "\n".join(lines) + "\n"
+    # Labels come from files and may hold anything.
+    return "".join(f"{one_line(line)}\n" for line in lines)
 
 
 def _wrap(text: str, prefix: str) -> list[str]:
@@ -98,24 +101,25 @@ def _heading(standard: str, spectra: Sequence[Spectrum]) -> str:
         label, room = spectrum.label, 2 * _COLUMN - 4
         if len(spectra) > 1:
             label, room = f"{count} {label}", _COLUMN - 2
-        if len(label) > room:
-            label = label[: room - 1] + "…"
-        columns += f"  {label:<{_COLUMN - 2}}"
-    return f"{standard or 'Spectrum':<44}{'section':<9}{'band nm':<8}{'unit':<5}{columns}".rstrip()
+        columns += f"  {shortened(label, room):<{_COLUMN - 2}}"
+    title = standard or "Spectrum"
+    return f"{title:<{_NAME + 2}}{'section':<9}{'band nm':<8}{'unit':<5}{columns}".rstrip()
 
 
 def _row(quantity: Quantity, values: Sequence[Value], footnotes: _Footnotes) -> str:
     # Plainer characters may be more: they are counted.
-    symbol = showable(quantity.symbol)
+    symbol = f"{showable(quantity.symbol):<7} "
     unit = showable(quantity.unit)
-    name = showable(f"{quantity.name} {footnotes.mark(quantity.notes)}")
+    mark = footnotes.mark(quantity.notes)
+    name = shortened(showable(quantity.name), _NAME - len(symbol) - len(mark) - 2)
+    name = f"{symbol}{name} {mark}"
     band = interval(quantity.band) if quantity.band else ""
     cells = ""
     for value in values:
         shown = "-" if value.value is None else number(value.value)
         mark = footnotes.mark(_value_notes(value))
         cells += f"{aligned(shown, _BEFORE, _AFTER)}{mark:<{_MARK}}"
-    return f"  {symbol:<8}{name:<34}{quantity.section:<9}{band:<8}{unit:<5}{cells}".rstrip()
+    return f"  {name:<{_NAME}}{quantity.section:<9}{band:<8}{unit:<5}{cells}".rstrip()
 
 
 def _value_notes(value: Value) -> list[str]:
@@ -167,7 +171,7 @@ def _spectrum_document(spectrum: Spectrum) -> dict[str, Json]:
         "data_set": spectrum.data_set,
         "reference": spectrum.reference,
         "unit": spectrum.unit or None,
-        "points": len(spectrum.scan.wavelengths()),
+        "points": spectrum.points,
         "range_nm": [*spectrum.range_nm],
         "step_nm": [*steps] if steps else None,
         "notes": [*spectrum.notes],

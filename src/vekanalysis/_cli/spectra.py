@@ -10,7 +10,7 @@ from .. import colorimetry, io
 from .._core import Scan
 from .catalogue import REFERENCES
 from .errors import CommandError
-from .output import interval
+from .output import interval, shortened
 
 # The first bytes of a compound file, the container of measurement files.
 _COMPOUND_FILE = bytes.fromhex("d0cf11e0a1b11ae1")
@@ -42,13 +42,22 @@ class Spectrum(NamedTuple):
         return self.file if self.data_set is None else f"{self.file}: {self.data_set}"
 
     @property
+    def points(self) -> int:
+        return len(self.scan.wavelengths())
+
+    @property
     def range_nm(self) -> tuple[float, float]:
         return self.scan.min_wavelength(), self.scan.max_wavelength()
 
     @property
     def steps_nm(self) -> tuple[float, float] | None:
         """Smallest and largest distance between neighbours, if there are any."""
-        return steps(self.scan)
+        wavelengths = self.scan.wavelengths()
+        if len(wavelengths) < 2:
+            return None
+        # Rounded, since differences of decimal fractions are not exact: 0.1 nm steps are all equal.
+        differences = [round(b - a, 9) for a, b in pairwise(wavelengths)]
+        return min(differences), max(differences)
 
 
 class VekFile(NamedTuple):
@@ -63,15 +72,6 @@ class VekFile(NamedTuple):
 def peak(scan: Scan) -> tuple[float, float]:
     """Wavelength and value of the highest stored point, the first of equals."""
     return max(scan.items(), key=lambda point: point[1])
-
-
-def steps(scan: Scan) -> tuple[float, float] | None:
-    wavelengths = scan.wavelengths()
-    if len(wavelengths) < 2:
-        return None
-    # Rounded, since differences of decimal fractions are not exact: 0.1 nm steps are all equal.
-    differences = [round(b - a, 9) for a, b in pairwise(wavelengths)]
-    return min(differences), max(differences)
 
 
 def read_file(path: str) -> bytes:
@@ -116,6 +116,8 @@ def read_spectra(
         offered |= file.data_sets
         chosen |= selected
         spectra += [_from_data_set(file, label) for label in selected]
+    if data_sets and not offered:
+        raise CommandError("--data-set chooses from measurement files, and none is named")
     check_names(", ".join(files), data_sets, chosen, offered)
     spectra += [built_in(name) for name in references]
     if not spectra:
@@ -141,7 +143,7 @@ def check_names(
     found = {*chosen, *(data_set.name for data_set in chosen.values())}
     for name in names:
         if name not in found:
-            there = ", ".join(f"'{label}'" for label in offered) or "none"
+            there = ", ".join(f"'{label}'" for label in offered)
             raise CommandError(f"{where}: no data set '{name}'; the data sets are: {there}")
 
 
@@ -241,9 +243,7 @@ def _count_pairs(path: str, content: bytes) -> int:
 
 
 def _csv_fault(line: bytes) -> str:
-    shown = line.strip().decode("utf-8", "replace")
-    if len(shown) > 40:
-        shown = shown[:39] + "…"
+    shown = shortened(line.strip().decode("utf-8", "replace"), 40)
     fields = [field for field in re.split(rb"[ \t\v\f,;]+", line) if field]
     if not all(re.fullmatch(_NUMBER, field) for field in fields):
         return f"'{shown}' is not a pair of numbers"
@@ -256,10 +256,10 @@ def _csv_fault(line: bytes) -> str:
 
 def describe(spectrum: Spectrum) -> str:
     """``lens.csv: 320-800 nm, 49 points, step 10 nm``."""
-    count = len(spectrum.scan.wavelengths())
+    count, steps = spectrum.points, spectrum.steps_nm
     facts = [f"{interval(spectrum.range_nm)} nm", f"{count} point{'s' * (count != 1)}"]
-    if spectrum.steps_nm is not None:
-        smallest, largest = spectrum.steps_nm
+    if steps is not None:
+        smallest, largest = steps
         even = smallest == largest
         facts.append(f"step {smallest:.10g} nm" if even else f"steps {smallest:g}-{largest:g} nm")
     if spectrum.unit not in ("", "1"):

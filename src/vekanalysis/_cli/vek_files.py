@@ -10,7 +10,7 @@ from io import StringIO
 from .. import io
 from .._core import Scan
 from .errors import CommandError
-from .output import Json, emit, emit_json, emit_json_text, interval, printable, warn
+from .output import Json, emit, emit_json, emit_json_text, interval, one_line, printable, warn
 from .spectra import VekFile, check_names, read_vek, select_data_sets
 
 # The width of the names of facts.
@@ -84,12 +84,14 @@ def _info_text(file: VekFile) -> str:
     ]
     lines = [file.path]
     for name, text in facts:
-        first, *rest = text.split("\n") if text else ["-"]
+        first, *rest = text.splitlines() or ["-"]
         lines.append(f"  {name:<{_NAME}}{first}".rstrip())
         lines += [f"  {'':<{_NAME}}{line}".rstrip() for line in rest]
     lines.append(f"  data sets ({len(file.data_sets)})")
     unit = meta.x_type.partition(" / ")[2]
-    lines += [f"    {label}: {_points(item, unit)}" for label, item in file.data_sets.items()]
+    lines += [
+        f"    {one_line(label)}: {_points(item, unit)}" for label, item in file.data_sets.items()
+    ]
     return "\n".join(lines) + "\n"
 
 
@@ -157,13 +159,13 @@ def _wide_rows(file: VekFile, data_sets: dict[str, io.DataSet]) -> Iterator[Iter
     highest = min((grid[-1] if grid else -math.inf) for grid in grids)
     if not lowest <= highest:
         raise CommandError(f"{file.path}: the data sets have no common range; use --long")
-    left_out = sum(not lowest <= x <= highest for grid in grids for x in grid)
-    if left_out:
-        common = interval((lowest, highest))
-        warn(f"{left_out} points outside of the common range {common} are left out; --long has all")
     yield _x_title(file), *data_sets
     try:
         for x in sorted({x for grid in grids for x in grid if lowest <= x <= highest}):
             yield x, *(scan(x) for scan in scans)
     except RuntimeError as error:
         raise CommandError(f"{file.path}: no values between the points ({error})") from None
+    left_out = sum(not lowest <= x <= highest for grid in grids for x in grid)
+    if left_out:
+        common = interval((lowest, highest))
+        warn(f"{left_out} points outside of the common range {common} are left out; --long has all")
