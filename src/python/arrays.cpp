@@ -73,16 +73,7 @@ py::object as_float64_array(py::handle source) {
 
 }  // namespace
 
-FloatArray::View FloatArray::acquire(py::handle source) noexcept {
-    auto view = std::make_unique<Py_buffer>();
-    if (PyObject_GetBuffer(source.ptr(), view.get(), PyBUF_FORMAT | PyBUF_STRIDES) != 0) {
-        PyErr_Clear();
-        return nullptr;
-    }
-    return View(view.release());
-}
-
-std::optional<FloatArray> FloatArray::from_buffer(View view) {
+std::optional<FloatArray> FloatArray::from_buffer(BufferView view) {
     const Converter converter = converter_for(view->format);
     if (converter == nullptr) return std::nullopt;
     FloatArray array;
@@ -116,18 +107,17 @@ std::optional<FloatArray> FloatArray::from(py::handle source) {
         PyBytes_Check(object) || PyByteArray_Check(object)) {
         return std::nullopt;
     }
-    const bool has_buffer = PyObject_CheckBuffer(object) != 0;
+    constexpr int flags = PyBUF_FORMAT | PyBUF_STRIDES;
+    BufferView view = acquire_buffer(source, flags);
+    const bool has_buffer = view != nullptr;
     if (has_buffer) {
-        View view = acquire(source);
-        if (view && view->ndim == 0) return std::nullopt;
-        if (view) {
-            if (auto array = from_buffer(std::move(view))) return array;
-        }
+        if (view->ndim == 0) return std::nullopt;
+        if (auto array = from_buffer(std::move(view))) return array;
     }
     if (!has_buffer && !py::hasattr(source, "__array__")) return std::nullopt;
     const py::object array = as_float64_array(source);
     if (!array) return std::nullopt;
-    View view = acquire(array);
+    view = acquire_buffer(array, flags);
     if (!view || view->ndim == 0) return std::nullopt;
     return from_buffer(std::move(view));
 }

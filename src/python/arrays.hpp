@@ -5,11 +5,12 @@
 #include <pybind11/numpy.h>
 #include <pybind11/stl.h>
 
-#include <memory>
 #include <optional>
 #include <span>
 #include <utility>
 #include <vector>
+
+#include "python/buffer_view.hpp"
 
 namespace vekanalysis::python {
 
@@ -36,18 +37,9 @@ public:
     }
 
 private:
-    struct Release {
-        void operator()(Py_buffer* view) const noexcept {
-            PyBuffer_Release(view);
-            delete view;
-        }
-    };
-    using View = std::unique_ptr<Py_buffer, Release>;
+    static std::optional<FloatArray> from_buffer(BufferView view);
 
-    static View acquire(py::handle source) noexcept;
-    static std::optional<FloatArray> from_buffer(View view);
-
-    View view_;
+    BufferView view_;
     std::vector<double> converted_;
     std::span<const double> values_;
     std::vector<py::ssize_t> shape_;

@@ -5,14 +5,9 @@
 namespace vekanalysis::python {
 
 std::optional<ByteBuffer> ByteBuffer::from(py::handle source) {
-    if (PyObject_CheckBuffer(source.ptr()) == 0) return std::nullopt;
-    auto raw = std::make_unique<Py_buffer>();
-    if (PyObject_GetBuffer(source.ptr(), raw.get(), PyBUF_FULL_RO) != 0) {
-        PyErr_Clear();
-        return std::nullopt;
-    }
     ByteBuffer result;
-    result.view_.reset(raw.release());
+    result.view_ = acquire_buffer(source, PyBUF_FULL_RO);
+    if (!result.view_) return std::nullopt;
     const Py_buffer& view = *result.view_;
     std::string_view format = view.format == nullptr ? "B" : view.format;
     // A byte order is given by ctypes, and means nothing for single bytes.

@@ -4,12 +4,13 @@
 
 #include <pybind11/stl.h>
 
-#include <memory>
 #include <optional>
 #include <span>
 #include <string>
 #include <utility>
 #include <vector>
+
+#include "python/buffer_view.hpp"
 
 namespace vekanalysis::python {
 
@@ -30,14 +31,7 @@ public:
     [[nodiscard]] std::span<const unsigned char> bytes() const noexcept { return bytes_; }
 
 private:
-    struct Release {
-        void operator()(Py_buffer* view) const noexcept {
-            PyBuffer_Release(view);
-            delete view;
-        }
-    };
-
-    std::unique_ptr<Py_buffer, Release> view_;
+    BufferView view_;
     std::vector<unsigned char> copied_;
     std::span<const unsigned char> bytes_;
 };

@@ -8,22 +8,13 @@
 
 #include "image_builder.hpp"
 #include "io/csv.hpp"
+#include "thrown_text.hpp"
 
 namespace vekanalysis::io {
 
 namespace {
 
 const std::string could_not_open = "Could not open file for reading: ";
-
-template <class F>
-std::string thrown_text(const F& f) {
-    try {
-        f();
-    } catch (const std::exception& error) {
-        return error.what();
-    }
-    return "no exception";
-}
 
 /// A folder of its own, whose name is not ASCII, for the files of one test.
 class FileTest : public testing::Test {

@@ -10,6 +10,7 @@
 #include "image_builder.hpp"
 #include "io/vekfile_json.hpp"
 #include "io/vekfile_reader.hpp"
+#include "thrown_text.hpp"
 
 namespace vekanalysis::vekfile {
 
@@ -26,16 +27,6 @@ __VekFile<__DataSet<Scan>> read(const Bytes& bytes) {
 
 __VekFile<__DataSet<DataNative>> read_native(const Bytes& bytes) {
     return VekFileReaderJSON(bytes.data(), bytes.size()).vekfile();
-}
-
-template <class F>
-std::string thrown_text(const F& f) {
-    try {
-        f();
-    } catch (const std::exception& error) {
-        return error.what();
-    }
-    return "no exception";
 }
 
 /// Reads an image that may be damaged: it loads, or the exception is one that the reader names.
