@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <vector>
 
 namespace vekanalysis::chromaticity {
 
@@ -16,35 +17,28 @@ Scan constant(double value) {
     return scan;
 }
 
-TEST(Chromaticity, OfEqualEnergyIsTheCentre) {
-    // CIE 15:2004: x = y = 1/3 up to the rounding of the tabulated functions.
-    const ChromaticityPoint point = CIE_1931_chromaticity(constant(1.0));
-    EXPECT_NEAR(point.x, 1.0 / 3.0, 2e-5);
-    EXPECT_NEAR(point.y, 1.0 / 3.0, 2e-5);
-}
-
-TEST(Chromaticity, OfNothingIsNaN) {
-    const ChromaticityPoint point = CIE_1931_chromaticity(constant(0.0));
-    EXPECT_TRUE(std::isnan(point.x));
-    EXPECT_TRUE(std::isnan(point.y));
-}
-
-// A clear lens shows the light itself: D65 (0.3127, 0.3290, CIE 15:2004, Table T.3) and the yellow
-// and green signal lens under A (design figures of the reconstructed tables).
+// Equal energy is the centre up to the rounding of the tabulated functions (CIE 15:2004). A clear
+// lens shows the light itself: D65 (Table T.3 there) and the yellow and green signal lens under A
+// (design figures of the reconstructed tables).
 TEST(Chromaticity, OfAClearLensIsThatOfTheLight) {
-    const Scan clear = constant(1.0);
-    const ChromaticityPoint daylight = ANSI_Z80_3_daylight_chromaticity(clear);
-    EXPECT_NEAR(daylight.x, 0.31272, 1e-4);
-    EXPECT_NEAR(daylight.y, 0.32903, 1e-4);
-    const ChromaticityPoint yellow = ANSI_Z80_3_yellow_chromaticity(clear);
-    EXPECT_NEAR(yellow.x, 0.585, 1e-3);
-    EXPECT_NEAR(yellow.y, 0.414, 1e-3);
-    const ChromaticityPoint green = ANSI_Z80_3_green_chromaticity(clear);
-    EXPECT_NEAR(green.x, 0.203, 1e-3);
-    EXPECT_NEAR(green.y, 0.412, 1e-3);
+    struct Case {
+        ChromaticityPoint (*function)(const Scan&);
+        ChromaticityPoint expected;
+        double tolerance;
+    };
+    for (const Case& c : {Case{CIE_1931_chromaticity, {1.0 / 3.0, 1.0 / 3.0}, 2e-5},
+                          {ANSI_Z80_3_daylight_chromaticity, {0.31272, 0.32903}, 1e-4},
+                          {ANSI_Z80_3_yellow_chromaticity, {0.585, 0.414}, 1e-3},
+                          {ANSI_Z80_3_green_chromaticity, {0.203, 0.412}, 1e-3}}) {
+        const ChromaticityPoint point = c.function(constant(1.0));
+        EXPECT_NEAR(point.x, c.expected.x, c.tolerance);
+        EXPECT_NEAR(point.y, c.expected.y, c.tolerance);
+        EXPECT_TRUE(std::isnan(c.function(constant(0.0)).x));
+    }
 }
 
 TEST(Contains, AsksWhetherThePolygonWindsRoundThePoint) {
+    constexpr double nan = std::numeric_limits<double>::quiet_NaN();
     std::vector<ChromaticityPoint> square{{0, 0}, {1, 0}, {1, 1}, {0, 1}};
     std::vector<ChromaticityPoint> notched{{0, 0}, {4, 0}, {4, 4}, {2, 1}, {0, 4}};
     for (int direction = 0; direction < 2; ++direction) {
@@ -52,19 +46,15 @@ TEST(Contains, AsksWhetherThePolygonWindsRoundThePoint) {
         EXPECT_TRUE(contains(square, {0.001, 0.999}));
         EXPECT_FALSE(contains(square, {1.5, 0.5}));
         EXPECT_FALSE(contains(square, {-0.001, 0.5}));
+        EXPECT_FALSE(contains(square, {nan, 0.5}));
         EXPECT_TRUE(contains(notched, {0.5, 2.0}));
         EXPECT_FALSE(contains(notched, {2.0, 2.0}));
         std::reverse(square.begin(), square.end());
         std::reverse(notched.begin(), notched.end());
     }
-}
-
-TEST(Contains, DegeneratePolygonsAndNaNContainNothing) {
-    constexpr double nan = std::numeric_limits<double>::quiet_NaN();
     EXPECT_FALSE(contains({}, {0, 0}));
     EXPECT_FALSE(contains({{0, 0}}, {1, 0}));
     EXPECT_FALSE(contains({{0, 0}, {1, 0}}, {0.5, 1}));
-    EXPECT_FALSE(contains({{0, 0}, {1, 0}, {1, 1}, {0, 1}}, {nan, 0.5}));
 }
 
 }  // namespace
