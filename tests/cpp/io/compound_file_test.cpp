@@ -156,7 +156,7 @@ TEST(CompoundFileReader, FindsTheFatBeyondTheHeaderThroughTheDifat) {
     const Bytes stream = pattern(16 << 20);
     const Container container(stream, {.fragmented = true});
     Parser parser(container.bytes);
-    for (const std::size_t part : {0, 108, 109, 235, 236, 252}) {
+    for (const std::size_t part : {0U, 108U, 109U, 235U, 236U, 252U}) {
         EXPECT_EQ(parser.GetFATSectorLocation(part), container.first_fat + part);
     }
     parser.read_file(1);
@@ -174,7 +174,7 @@ TEST(CompoundFileReader, TableEntriesMayEndWithTheImageButNotBeyond) {
         return Parser(bytes).GetNextSector(sector);
     };
     EXPECT_EQ(next(0), 77U);
-    for (const std::size_t cut : {1, 2, 3, 4}) EXPECT_THROW(next(cut), CFB::FileCorrupted);
+    for (const std::size_t cut : {1U, 2U, 3U, 4U}) EXPECT_THROW(next(cut), CFB::FileCorrupted);
 }
 
 TEST(CompoundFileReader, NeverFollowsSectorsOutsideTheImage) {

@@ -307,7 +307,7 @@ TEST(VekFileToJson, WritesEveryMemberInOrder) {
 
 TEST(VekFileToJson, IsLaidOutAsTheWholeDocumentWouldBe) {
     auto file = small_file();
-    for (const std::size_t sets : {1, 2, 0, 3}) {
+    for (const std::size_t sets : {1U, 2U, 0U, 3U}) {
         file.data_sets.resize(sets, {0, "\"data_sets\": [", {}});
         for (const int indent : {-1, 0, 1, 3, 500, 1023, 1024}) {
             for (const bool ensure_ascii : {false, true}) {
