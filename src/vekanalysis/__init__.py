@@ -11,7 +11,6 @@ Everything but the command line comes from the compiled module ``_core``:
 """
 
 import sys as _sys
-from types import ModuleType as _ModuleType
 
 from . import _core, _pickling
 from ._core import (
@@ -59,10 +58,10 @@ __all__ = [
 __version__ = version()
 
 
-def _make_importable(module: _ModuleType) -> None:
+def _make_importable(module: object) -> None:
     """Let ``import vekanalysis.io`` and pickle find the submodules of the compiled module."""
     for member in vars(module).values():
-        if isinstance(member, _ModuleType):
+        if isinstance(member, type(_sys)):
             _sys.modules[member.__name__] = member
             _sys.modules[member.__name__.replace("._core.", ".", 1)] = member
             _make_importable(member)

@@ -4,15 +4,15 @@ The reducers are registered with ``copyreg``, so the classes gain no members. A 
 travels as its array of points, which pickle protocol 5 can hand over out of band.
 """
 
-from __future__ import annotations
-
 import copyreg
-from collections.abc import Callable
-from typing import TYPE_CHECKING, Any
 
 from ._core import Interpolation, Observer, Scan, chromaticity, colorimetry, utils
 
+TYPE_CHECKING = False  # typing itself would double the time that importing the package takes
 if TYPE_CHECKING:
+    from collections.abc import Callable
+    from typing import Any
+
     import numpy as np
     from numpy.typing import NDArray
 
