@@ -4,12 +4,11 @@ from __future__ import annotations
 
 from pathlib import Path
 
-import numpy as np
 import pytest
 from hypothesis import HealthCheck, given, settings
 from hypothesis import strategies as st
 
-from vekanalysis import Interpolation, Scan, io
+from vekanalysis import Interpolation, io
 
 NUMBERS = st.floats(allow_nan=False, allow_infinity=False)
 SEPARATORS = st.sampled_from([" ", ",", "\t", ";", " , ", ";;", "\t ;"])
@@ -42,17 +41,3 @@ def test_a_loaded_scan_has_the_default_settings(tmp_path: Path) -> None:
     assert scan.to_numpy().tolist() == [[400.0, 401.0, 402.0, 403.0], [1.5, 2.5, 3.5, 4.5]]
     assert scan.epsilon == 1e-20
     assert scan.interpolation == Interpolation.AKIMA
-
-
-def test_headers_and_marks_give_an_empty_scan(tmp_path: Path) -> None:
-    path = tmp_path / "spectrum.csv"
-    for start in (b"wavelength,value\n", b"\xef\xbb\xbf", b"# comment\n", b"\0"):
-        path.write_bytes(start + b"400,1\n")
-        assert io.load_csv(path) == Scan()
-
-
-def test_a_large_file_is_read_in_full(tmp_path: Path) -> None:
-    values = np.column_stack([np.arange(200_000) * 0.01, np.sin(np.arange(200_000))])
-    path = tmp_path / "large.csv"
-    path.write_text("\n".join(f"{x!r},{y!r}" for x, y in values.tolist()))
-    assert np.array_equal(io.load_csv(path).to_numpy().T, values)

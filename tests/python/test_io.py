@@ -19,7 +19,7 @@ from typing import Any
 
 import numpy as np
 import pytest
-from vekwriter import Contents, DataSet, container, text
+from vekwriter import Contents, DataSet, container
 
 from vekanalysis import Scan, io
 
@@ -246,22 +246,6 @@ def test_files_that_cannot_be_read_are_named(load: Callable[[Any], object], tmp_
         load(str(tmp_path / "real") + "\0.vek")
 
 
-def test_an_empty_file_is_an_empty_buffer(tmp_path: Path) -> None:
-    path = tmp_path / "empty"
-    path.touch()
-    for load in PATH_FUNCTIONS[:3]:
-        with pytest.raises(RuntimeError) as caught:
-            load(path)
-        assert str(caught.value) == "Buffer is empty"
-    assert io.load_csv(path) == Scan()
-
-
-def test_the_last_of_equal_names_is_kept() -> None:
-    sets = [DataSet(name, [(1.0, value)]) for name, value in (("A", 1.0), ("B", 2.0), ("A", 3.0))]
-    scans = io.load_vek_scan_binary_data(Contents(data_sets=sets).file())
-    assert {name: scan[1.0] for name, scan in scans.items()} == {"A": 3.0, "B": 2.0}
-
-
 def test_records_are_made_by_the_reader_only_and_read_only() -> None:
     file = io.load_vekfile_binary_data(IMAGE)
     data_set = file.data_sets[0]
@@ -375,14 +359,3 @@ print(status("VmHWM") - before)
             [sys.executable, "-c", script], capture_output=True, text=True, check=True
         )
         assert int(done.stdout) < 4 * len(image) + (1 << 20)
-
-
-def test_sums_of_sizes_do_not_wrap() -> None:
-    # Each count alone would move the cursor beyond 2**32.
-    stream = replace(CONTENTS, arrows=(0, 0)).stream()
-    end = stream.index(text(CONTENTS.date_and_time)) - 8
-    for counts in ((0xFFFFFFFF, 0), (0, 0xFFFFFFFF), (71582789, 39768216)):
-        changed = stream[:end] + b"".join(c.to_bytes(4, "little") for c in counts)
-        image = container([("Contents", changed + stream[end + 8 :])])
-        with pytest.raises(RuntimeError, match="Attempt to read past end of __buffer"):
-            io.load_vekfile_binary_data(image)
