@@ -90,6 +90,7 @@ PointMap PointMap::from_points(std::vector<double> keys, std::vector<double> val
     }
     if (taken == n) return map;
 
+    map = PointMap(epsilon);  // gives the memory back before more is needed
     const std::vector<std::uint32_t> order = numerical::stable_order(keys);
     map.keys_.resize(n);
     map.values_.resize(n);
