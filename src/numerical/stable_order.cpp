@@ -59,7 +59,7 @@ std::vector<std::uint32_t> stable_order(std::span<const double> numbers) {
     std::vector<std::uint32_t> ends(slices + 1);
     for (const double number : numbers) ++ends[slice_of(number) + 1];
     for (std::size_t i = 1; i <= slices; ++i) ends[i] += ends[i - 1];
-    const auto items = std::make_unique_for_overwrite<Item[]>(n);
+    const std::unique_ptr<Item[]> items(new Item[n]);  // filled below, so not cleared here
     for (std::size_t i = 0; i < n; ++i) {
         items[ends[slice_of(numbers[i])]++] = {numbers[i], static_cast<std::uint32_t>(i)};
     }
