@@ -30,7 +30,7 @@ def plot_lights(path: str, spectra: Sequence[Spectrum]) -> None:
     _draw(axes, spectra, max(peak(spectrum.scan)[1] for spectrum in spectra))
     units = {spectrum.unit for spectrum in spectra}
     unit = units.pop() if len(units) == 1 else ""
-    axes.set_ylabel(f"spectral distribution in {unit}" if unit else "spectral distribution")
+    axes.set_ylabel(f"spectral distribution ({unit})" if unit else "spectral distribution")
     axes.set_ylim(bottom=min(0.0, *(min(spectrum.scan.values()) for spectrum in spectra)))
     _finish(path, figure, axes)
 
