@@ -70,20 +70,17 @@ def container(
     sector_size = 512 if version == 3 else 4096
     per_sector = sector_size // 4
 
-    mini_count = sum(
-        math.ceil(len(data) / MINI_SECTOR_SIZE) for _, data in streams if len(data) < cutoff
-    )
+    small = {i: data for i, (_, data) in enumerate(streams) if len(data) < cutoff}
+    large = {i: data for i, (_, data) in enumerate(streams) if len(data) >= cutoff}
+    mini_count = sum(_sectors_for(len(data), MINI_SECTOR_SIZE) for data in small.values())
     mini = _Sectors(MINI_SECTOR_SIZE, mini_count, fragmented)
-    mini_starts = {i: mini.add(data) for i, (_, data) in enumerate(streams) if len(data) < cutoff}
+    starts = {i: mini.add(data) for i, data in small.items()}
     mini_stream = b"".join(mini.data)
     mini_fat = _padded(_u32(*mini.links), sector_size, b"\xff")
 
     directory_size = _sectors_for(128 * (1 + len(streams)), sector_size) * sector_size
-    regular_sizes = [len(data) for _, data in streams if len(data) >= cutoff]
-    used = sum(
-        _sectors_for(size, sector_size)
-        for size in [directory_size, len(mini_fat), len(mini_stream), *regular_sizes]
-    )
+    sizes = [directory_size, len(mini_fat), len(mini_stream), *map(len, large.values())]
+    used = sum(_sectors_for(size, sector_size) for size in sizes)
     fat_count = difat_count = 0
     while True:
         needed_fat = _sectors_for(4 * (used + fat_count + difat_count), sector_size)
@@ -93,7 +90,7 @@ def container(
         fat_count, difat_count = needed_fat, needed_difat
 
     sectors = _Sectors(sector_size, used, fragmented)
-    starts = {i: sectors.add(d) for i, (_, d) in enumerate(streams) if len(d) >= cutoff}
+    starts |= {i: sectors.add(data) for i, data in large.items()}
     mini_fat_start = sectors.add(mini_fat)
     mini_stream_start = sectors.add(mini_stream)
 
@@ -103,8 +100,7 @@ def container(
     first = order[0] + 1 if order else NO_ENTRY
     directory = _entry("Root Entry", 5, mini_stream_start, len(mini_stream), NO_ENTRY, first)
     for i, (name, data) in enumerate(streams):
-        start = (mini_starts | starts)[i]
-        directory += _entry(name, 2, start, len(data), following.get(i, NO_ENTRY), NO_ENTRY)
+        directory += _entry(name, 2, starts[i], len(data), following.get(i, NO_ENTRY), NO_ENTRY)
     unused = _entry("", 0, 0, 0, NO_ENTRY, NO_ENTRY)
     directory_start = sectors.add(directory + unused * ((directory_size - len(directory)) // 128))
 
@@ -181,18 +177,8 @@ class Contents:
 
     def stream(self) -> bytes:
         """The stream "Contents"."""
-        body = b"".join(
-            [
-                *self._version(),
-                *self._graph_view(),
-                *self._data_sets(),
-                *self._annotations_and_arrows(),
-                *self._timestamps(),
-                *self._data_info(),
-                _u32(self.x_type),
-                bytes(4),
-            ]
-        )
+        parts = (self._head(), self._data_sets(), self._after_data_sets(), self._data_info())
+        body = b"".join(itertools.chain(*parts))
         size = len(self.before_marker) + len(MARKER) + 4 + len(body)
         return self.before_marker + MARKER + _u32(size) + body
 
@@ -202,14 +188,13 @@ class Contents:
             [("Contents", self.stream())], version=version, cutoff=cutoff, fragmented=fragmented
         )
 
-    def _version(self) -> Iterable[bytes]:
+    def _head(self) -> Iterable[bytes]:
         yield _u32(self.file_version, 0)
         if self.file_version >= 3:
             yield _u32(self.has_timestamps)
         if self.file_version >= 4:
             yield bytes(4)
 
-    def _graph_view(self) -> Iterable[bytes]:
         if self.gv_version >= 2:
             yield struct.pack("<dI4d", math.nan, self.gv_version, 380.0, 780.0, 0.0, 1.0)
         else:
@@ -239,7 +224,7 @@ class Contents:
             numbers = [number for point in data_set.points for number in point]
             yield struct.pack(f"<{len(numbers)}d", *numbers)
 
-    def _annotations_and_arrows(self) -> Iterable[bytes]:
+    def _after_data_sets(self) -> Iterable[bytes]:
         if self.gv_version >= 2:
             yield _u32(len(self.annotations))
             for kind, note, groups in self.annotations:
@@ -250,30 +235,26 @@ class Contents:
         if self.gv_version >= 3:
             lines, heads = self.arrows
             yield _u32(lines) + bytes(60 * lines) + _u32(heads) + bytes(108 * heads)
-
-    def _timestamps(self) -> Iterable[bytes]:
         if self.gv_version >= 3 and self.file_version >= 3 and self.has_timestamps:
-            for data_set in self.data_sets:
-                yield bytes(16 * len(data_set.points))
+            yield bytes(16 * sum(len(data_set.points) for data_set in self.data_sets))
 
     def _data_info(self) -> Iterable[bytes]:
-        yield text(self.date_and_time) + text(self.scan_summary)
+        yield text(self.date_and_time, self.scan_summary)
         yield _u32(self.apply_data_calibration)
-        yield text(self.data_calibration_file) + text(self.certificate_file)
-        yield text(self.system_file)
-        yield text(self.pre_scan_addon_description) + text(self.post_scan_addon_description)
-        yield text(self.pre_scan_addon_filename) + text(self.post_scan_addon_filename)
-        for part in (*self.type_and_units, *self.auxiliary_type_and_units):
-            yield text(part)
+        yield text(self.data_calibration_file, self.certificate_file, self.system_file)
+        yield text(self.pre_scan_addon_description, self.post_scan_addon_description)
+        yield text(self.pre_scan_addon_filename, self.post_scan_addon_filename)
+        yield text(*self.type_and_units, *self.auxiliary_type_and_units)
         yield _u32(self.apply_reference)
-        yield text(self.reference_type) + text(self.reference_file)
-        yield text(self.reference_parameter)
-        yield bytes(16 + 16 + 4 + 4 * len(self.data_sets))
+        yield text(self.reference_type, self.reference_file, self.reference_parameter)
+        yield bytes(16 + 16 + 4 + 4 * len(self.data_sets)) + _u32(self.x_type) + bytes(4)
 
 
-def text(value: str) -> bytes:
-    """A text with its length prefix."""
-    encoded = value.encode("latin-1")
-    if len(encoded) < 255:
-        return bytes([len(encoded)]) + encoded
-    return b"\xff" + struct.pack("<H", len(encoded)) + encoded
+def text(*values: str) -> bytes:
+    """Texts with their length prefixes."""
+    result = b""
+    for encoded in (value.encode("latin-1") for value in values):
+        short = len(encoded) < 255
+        result += bytes([len(encoded)]) if short else struct.pack("<BH", 255, len(encoded))
+        result += encoded
+    return result

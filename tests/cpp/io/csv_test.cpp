@@ -25,42 +25,32 @@ Pairs pairs(const Scan& scan) {
     return {scan.begin(), scan.end()};
 }
 
+TEST(ParseCsv, StopsAtTheFirstTextThatIsNoPair) {
+    for (const std::string text : {"", "1,", "wavelength,value\n400,1",
+                                   "\xEF\xBB\xBF"
+                                   "400,1",
+                                   ",400,1", "400\n,1", "1,nan", "1,-inf", "1,.", "1,1.5e",
+                                   "1,1.5e+", "1,+-2", "1,e5", "1,-1e999"}) {
+        EXPECT_TRUE(parse_csv(text).empty()) << text;
+        EXPECT_EQ(pairs(parse_csv("400,1\n" + text)), Pairs({{400, 1}})) << text;
+    }
+}
+
 TEST(ParseCsv, TakesTheNumbersThatAStreamTakes) {
     const std::pair<std::string, Pairs> cases[]{
-        {"", {}},
-        {"1", {}},
-        {"1,", {}},
-        {"1,2", {{1, 2}}},
-        {"wavelength,value\n400,1", {}},
-        {"\xEF\xBB\xBF"
-         "400,1",
-         {}},
-        {"400,1\n401,x\n402,3", {{400, 1}}},
         {"400,1\n400,2", {{400, 2}}},
         {"400,1 401,2\n\n402\n3", {{400, 1}, {401, 2}, {402, 3}}},
         {"400 , ;;\t 1\r\n401,2\r\n", {{400, 1}, {401, 2}}},
         {"400,1,\n401,2", {{400, 1}}},
-        {",400,1", {}},
+        {"400, \n1", {{400, 1}}},
         {"400-1", {{400, -1}}},
         {"+1,.5 -2.,+.25", {{-2, 0.25}, {1, 0.5}}},
         {"1.2.3", {{1.2, 0.3}}},
         {"1e5.3", {{1e5, 0.3}}},
         {"1e2-3", {{100, -3}}},
-        {"0x10,1", {}},
         {"1,2 3,0x10", {{1, 2}, {3, 0}}},
         {"1e-400,1e-320", {{0, 1e-320}}},
         {"1,2 1e400,3 4,5", {{1, 2}}},
-        {"1,2 3,-1e999", {{1, 2}}},
-        {"1,nan", {}},
-        {"1,-inf", {}},
-        {"1,infinity", {}},
-        {"1,.", {}},
-        {"1,1.5e", {}},
-        {"1,1.5e+", {}},
-        {"1,2 3,-", {{1, 2}}},
-        {"1,+-2", {}},
-        {"1,e5", {}},
-        {"1,.e5", {}},
         {"1,5.E1", {{1, 50}}},
         {"1,1e5e3", {{1, 1e5}}},
         {"1,2\v3\f4", {{1, 2}, {3, 4}}},
@@ -68,13 +58,6 @@ TEST(ParseCsv, TakesTheNumbersThatAStreamTakes) {
     };
     for (const auto& [text, expected] : cases) EXPECT_EQ(pairs(parse_csv(text)), expected) << text;
 }
-
-TEST(ConsumeSeparator, StopsAtLineEnds) {
-    internal::TextCursor cursor(" ,;\t\n,1");
-    EXPECT_EQ(internal::consume_separator(cursor).rest(), "\n,1");
-}
-
-#ifdef __GLIBCXX__
 
 Pairs read_with_cursor(const std::string& text) {
     internal::TextCursor cursor(text);
@@ -94,6 +77,24 @@ bool same_bits(const Pairs& a, const Pairs& b) {
                       std::signbit(p.second) == std::signbit(q.second);
            });
 }
+
+TEST(TextCursor, ReadsBackWrittenNumbers) {
+    std::mt19937_64 random(7);
+    std::ostringstream text;
+    text.imbue(std::locale::classic());
+    text.precision(17);
+    Pairs written;
+    for (int i = 0; i < 20'000; ++i) {
+        const std::pair numbers(std::bit_cast<double>(std::uint64_t{random()}),
+                                std::ldexp(static_cast<double>(random()), -60));
+        if (!std::isfinite(numbers.first)) continue;
+        written.push_back(numbers);
+        text << numbers.first << " ,;\t"[i % 4] << numbers.second << (i % 3 == 0 ? "\r\n" : "\n");
+    }
+    EXPECT_TRUE(same_bits(read_with_cursor(text.str()), written));
+}
+
+#ifdef __GLIBCXX__
 
 TEST(TextCursor, AgreesWithTheStreamOnRandomText) {
     std::mt19937 random(20240301);
@@ -120,23 +121,6 @@ TEST(TextCursor, AgreesWithTheStreamOnRandomText) {
         read += actual.size();
     }
     EXPECT_GT(read, 40'000U) << "most of the texts should not fail at once";
-}
-
-TEST(TextCursor, AgreesWithTheStreamOnWrittenNumbers) {
-    std::mt19937_64 random(7);
-    for (int round = 0; round < 2'000; ++round) {
-        std::ostringstream text;
-        text.imbue(std::locale::classic());
-        for (int i = 0; i < 20; ++i) {
-            const auto number = std::bit_cast<double>(std::uint64_t{random()});
-            text.precision(static_cast<std::streamsize>(random() % 25));
-            if (random() % 2 == 0) text << std::fixed;
-            text << (std::isfinite(number) ? number : 1.0) << " ,;\n"[random() % 4];
-            text.unsetf(std::ios::floatfield);
-        }
-        ASSERT_TRUE(same_bits(read_with_cursor(text.str()), read_pairs_with_streams(text.str())))
-            << text.str();
-    }
 }
 
 #endif

@@ -65,6 +65,44 @@ public:
     }
 };
 
+/// Sectors of one size with the links that chain them.
+class Sectors {
+public:
+    Bytes data;
+    Writer links;
+
+    /// @param scattered  the numbers of a chain jump about instead of counting up
+    Sectors(std::size_t size, std::size_t count, bool scattered)
+        : data(size * count), size_(size), order_(count) {
+        std::size_t step = scattered ? count * 5 / 8 + 1 : 1;
+        while (std::gcd(step, count) != 1) ++step;
+        for (std::size_t i = 0; i < count; ++i) {
+            order_[i] = static_cast<std::uint32_t>((i + 1) * step % count);
+            links.u32(free_sector);
+        }
+    }
+
+    /// Stores a chain; returns its start.
+    std::uint32_t add(const Bytes& chain) {
+        const auto number_at = [&](std::size_t offset) {
+            return offset < chain.size() ? order_[taken_] : end_of_chain;
+        };
+        const std::uint32_t start = number_at(0);
+        for (std::size_t offset = 0; offset < chain.size(); offset += size_) {
+            const std::uint32_t sector = order_[taken_++];
+            std::copy_n(&chain[offset], std::min(size_, chain.size() - offset),
+                        &data[size_ * sector]);
+            put(links.bytes, 4 * sector, number_at(offset + size_));
+        }
+        return start;
+    }
+
+private:
+    std::size_t size_;
+    std::vector<std::uint32_t> order_;
+    std::size_t taken_ = 0;
+};
+
 struct ContainerOptions {
     /// 3: sectors of 512 bytes; 4: of 4096.
     std::uint16_t major_version = 3;
@@ -74,122 +112,73 @@ struct ContainerOptions {
     std::u16string name = u"Contents";
 };
 
-/// A container whose directory holds the root and one stream (entry 1).
+/// A container whose directory, of one sector, holds the root and one stream (entry 1). The FAT
+/// follows the sectors it describes, then the DIFAT.
 class Container {
 public:
     std::size_t sector_size;
-    std::uint32_t directory = 0;
-    std::uint32_t first_fat = 0;
+    std::uint32_t first_fat;
     Bytes bytes;
 
-    explicit Container(const Bytes& stream, ContainerOptions options = {})
-        : sector_size(options.major_version == 3 ? 512 : 4096),
-          options_(std::move(options)),
-          mini_(stream.size() < options_.mini_stream_cutoff) {
-        Bytes mini_fat;
-        Bytes data = mini_ ? mini_stream(stream, mini_fat) : stream;
-        const std::size_t directory_size = sector_size;
-        const std::size_t counts[]{directory_size / sector_size, sectors(data.size()),
-                                   sectors(mini_fat.size())};
-        const std::size_t used = counts[0] + counts[1] + counts[2];
-        std::size_t total = used;
-        do {
-            total = used + fat_count_ + difat_count_;
-            fat_count_ = (total + per_sector() - 1) / per_sector();
-            difat_count_ =
-                fat_count_ <= 109 ? 0 : (fat_count_ - 109 + per_sector() - 2) / (per_sector() - 1);
-        } while (total != used + fat_count_ + difat_count_);
+    explicit Container(const Bytes& stream, const ContainerOptions& options = {})
+        : sector_size(options.major_version == 3 ? 512 : 4096) {
+        const bool mini = stream.size() < options.mini_stream_cutoff;
+        // More mini sectors than needed, so that the stream does not begin at number 0.
+        Sectors minis(64, mini ? stream.size() / 64 + 2 : 0, options.fragmented);
+        const std::uint32_t mini_start = mini ? minis.add(stream) : end_of_chain;
+        const Bytes& data = mini ? minis.data : stream;
 
-        bytes.assign(sector_size * (total + 1), 0);
-        fat_.assign(fat_count_ * per_sector(), free_sector);
-        order_ = spread(used);
-        directory = add_chain(Bytes(directory_size));
-        const std::uint32_t data_start = add_chain(data);
-        const std::uint32_t mini_fat_start = add_chain(mini_fat);
+        const auto count = [&](const Bytes& b) {
+            return (b.size() + sector_size - 1) / sector_size;
+        };
+        const std::size_t used = 1 + count(data) + count(minis.links.bytes);
+        Sectors sectors(sector_size, used, options.fragmented);
+        directory_ = sectors.add(Bytes(sector_size));
+        const std::uint32_t data_start = sectors.add(data);
 
+        bytes.assign(76, 0);
         put(bytes, 0, std::uint64_t{0xE11AB1A1E011CFD0});
-        put(bytes, 26, options_.major_version);
-        put(bytes, 48, directory);
-        put(bytes, 56, options_.mini_stream_cutoff);
-        put(bytes, 60, mini_fat_start);
-        put(bytes, 68, end_of_chain);
-        write_fat(used);
-        write_entry(0, u"Root Entry", mini_ ? data_start : end_of_chain, mini_ ? data.size() : 0);
-        write_entry(1, options_.name, mini_ ? mini_start_ : data_start, stream.size());
+        put(bytes, 26, options.major_version);
+        put(bytes, 48, directory_);
+        put(bytes, 56, options.mini_stream_cutoff);
+        put(bytes, 60, sectors.add(minis.links.bytes));
+        bytes.resize(sector_size, 0xFF);
+        bytes.insert(bytes.end(), sectors.data.begin(), sectors.data.end());
+        bytes.insert(bytes.end(), sectors.links.bytes.begin(), sectors.links.bytes.end());
+        first_fat = static_cast<std::uint32_t>(used);
+        write_difat(used / per_sector() + 1);
+        write_entry(0, u"Root Entry", mini ? data_start : end_of_chain, mini ? data.size() : 0);
+        write_entry(1, options.name, mini ? mini_start : data_start, stream.size());
     }
 
     [[nodiscard]] std::size_t sector_address(std::size_t sector) const {
         return sector_size * (sector + 1);
     }
     [[nodiscard]] std::size_t entry_address(std::size_t id) const {
-        return sector_address(directory) + 128 * id;
+        return sector_address(directory_) + 128 * id;
     }
     /// Place of the FAT entry of a sector.
     [[nodiscard]] std::size_t fat_address(std::size_t sector) const {
-        return sector_address(first_fat + sector / per_sector()) + 4 * (sector % per_sector());
+        return sector_address(first_fat) + 4 * sector;
     }
-    [[nodiscard]] std::size_t per_sector() const { return sector_size / 4; }
 
 private:
-    [[nodiscard]] std::size_t sectors(std::size_t size) const {
-        return (size + sector_size - 1) / sector_size;
-    }
+    [[nodiscard]] std::size_t per_sector() const { return sector_size / 4; }
 
-    /// 0..n-1, in steps that jump about when the file is fragmented.
-    [[nodiscard]] std::vector<std::uint32_t> spread(std::size_t n) const {
-        std::size_t step = options_.fragmented ? n * 5 / 8 + 1 : 1;
-        while (std::gcd(step, n) != 1) ++step;
-        std::vector<std::uint32_t> numbers(n);
-        for (std::size_t i = 0; i < n; ++i) {
-            numbers[i] = static_cast<std::uint32_t>((i + 1) * step % n);
-        }
-        return numbers;
-    }
-
-    std::uint32_t add_chain(const Bytes& data) {
-        const std::size_t count = sectors(data.size());
-        if (count == 0) return end_of_chain;
-        const std::uint32_t start = order_[taken_];
-        for (std::size_t i = 0; i < count; ++i) {
-            const std::uint32_t sector = order_[taken_++];
-            const auto from = data.begin() + static_cast<std::ptrdiff_t>(i * sector_size);
-            const auto length = std::min(sector_size, data.size() - i * sector_size);
-            std::copy_n(from, length,
-                        bytes.begin() + static_cast<std::ptrdiff_t>(sector_address(sector)));
-            fat_[sector] = i + 1 < count ? order_[taken_] : end_of_chain;
-        }
-        return start;
-    }
-
-    [[nodiscard]] Bytes mini_stream(const Bytes& stream, Bytes& mini_fat) {
-        // One mini sector more than needed, so that the stream does not begin at number 0.
-        const std::size_t count = (stream.size() + 63) / 64;
-        Bytes data((count + 1) * 64);
-        mini_fat.assign((count + 1) * 4, 0xFF);
-        const auto order = spread(count + 1);
-        mini_start_ = count == 0 ? end_of_chain : order[0];
-        for (std::size_t i = 0; i < count; ++i) {
-            const auto length = std::min<std::size_t>(64, stream.size() - 64 * i);
-            std::copy_n(stream.begin() + static_cast<std::ptrdiff_t>(64 * i), length,
-                        data.begin() + static_cast<std::ptrdiff_t>(64 * order[i]));
-            put(mini_fat, 4 * order[i], i + 1 < count ? order[i + 1] : end_of_chain);
-        }
-        return data;
-    }
-
-    void write_fat(std::size_t used) {
-        first_fat = static_cast<std::uint32_t>(used);
-        const std::size_t first_difat = used + fat_count_;
-        for (std::size_t i = 0; i < fat_.size(); ++i) put(bytes, fat_address(i), fat_[i]);
-        for (std::size_t i = 0; i < 109; ++i) {
-            put(bytes, 76 + 4 * i,
-                i < fat_count_ ? static_cast<std::uint32_t>(used + i) : free_sector);
-        }
-        if (difat_count_ > 0) put(bytes, 68, static_cast<std::uint32_t>(first_difat));
-        for (std::size_t i = 109; i < fat_count_; ++i) {
-            const std::size_t sector = first_difat + (i - 109) / (per_sector() - 1);
-            put(bytes, sector_address(sector) + 4 * ((i - 109) % (per_sector() - 1)),
-                static_cast<std::uint32_t>(used + i));
+    void write_difat(std::size_t fat_count) {
+        const std::size_t first = first_fat + fat_count;
+        const std::size_t per_difat = per_sector() - 1;
+        const std::size_t difat_count = fat_count <= 109 ? 0 : (fat_count - 110) / per_difat + 1;
+        bytes.resize(sector_address(first + difat_count), 0xFF);
+        put(bytes, 68, difat_count == 0 ? end_of_chain : static_cast<std::uint32_t>(first));
+        for (std::size_t i = 0; i < fat_count; ++i) {
+            const auto number = static_cast<std::uint32_t>(first_fat + i);
+            if (i < 109) {
+                put(bytes, 76 + 4 * i, number);
+                continue;
+            }
+            const std::size_t sector = first + (i - 109) / per_difat;
+            put(bytes, sector_address(sector) + 4 * ((i - 109) % per_difat), number);
             put(bytes, sector_address(sector + 1) - 4, static_cast<std::uint32_t>(sector + 1));
         }
     }
@@ -204,14 +193,7 @@ private:
         put(bytes, at + 120, size);
     }
 
-    ContainerOptions options_;
-    bool mini_;
-    std::uint32_t mini_start_ = end_of_chain;
-    std::size_t fat_count_ = 0;
-    std::size_t difat_count_ = 0;
-    std::vector<std::uint32_t> fat_;
-    std::vector<std::uint32_t> order_;
-    std::size_t taken_ = 0;
+    std::uint32_t directory_;
 };
 
 struct DataSet {
@@ -223,10 +205,7 @@ struct DataSet {
 struct ContentsOptions {
     std::uint32_t file_version = 5;
     std::uint32_t gv_version = 5;
-    /// Above 1 it leaves out two blocks of the graph view (from version 4).
-    std::uint32_t graph_flag = 0;
     std::uint32_t has_timestamps = 1;
-    std::uint32_t x_type = 0;
     std::vector<DataSet> data_sets{{"Lens A", {400.0, 410.0, 420.0}, {0.5, 0.625, 0.75}},
                                    {"Lens B", {700.0, 600.0}, {0.25, 0.125}}};
 };
@@ -248,12 +227,8 @@ inline Bytes contents(const ContentsOptions& o = {}) {
     } else {
         w.f64(380.0).zeros(24);
     }
-    if (o.gv_version >= 4) {
-        w.zeros(8).u32(o.graph_flag);
-        if (o.graph_flag <= 1) w.zeros(40);
-    }
-    if (o.gv_version < 4 || o.graph_flag <= 1) w.zeros(4);
-    w.zeros(8).text("font").zeros(60).text("").zeros(16).text("title").zeros(8).text("subtitle");
+    if (o.gv_version >= 4) w.zeros(52);
+    w.zeros(12).text("font").zeros(60).text("").zeros(16).text("title").zeros(8).text("subtitle");
     w.zeros(16).text("Wavelength / nm").zeros(4).text("Transmittance").zeros(68).u32(2).zeros(80);
     if (o.gv_version >= 3) w.zeros(20).text("legend").zeros(80);
 
@@ -278,7 +253,7 @@ inline Bytes contents(const ContentsOptions& o = {}) {
     w.text("system.ini").text("before").text("after").text("pre.cfg").text("post.cfg");
     w.text("Transmittance / %  ").text("3 7").text("Current / A").text("5").u32(2);
     w.text("file").text("ref.vek").text("1.5").zeros(36 + 4 * o.data_sets.size());
-    w.u32(o.x_type).zeros(2);
+    w.zeros(4 + 2);
     put(w.bytes, size_at, static_cast<std::uint32_t>(w.bytes.size()));
     return w.bytes;
 }
