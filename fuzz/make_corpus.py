@@ -27,10 +27,10 @@ LENSES = [
 NOTES = [(999, "note", [["a", "b"], []]), (1, "", [])]
 
 
-def contents(file_version: int, gv_version: int, graph_flag: int = 0) -> Contents:
+def contents(version: int, graph_flag: int = 0) -> Contents:
     return Contents(
-        file_version=file_version,
-        gv_version=gv_version,
+        file_version=version,
+        gv_version=version,
         graph_flag=graph_flag,
         has_timestamps=True,
         graph_records=1,
@@ -40,14 +40,15 @@ def contents(file_version: int, gv_version: int, graph_flag: int = 0) -> Content
     )
 
 
+def after_size(written: Contents) -> bytes:
+    return written.stream().partition(MARKER)[2][4:]
+
+
 def stream_seeds() -> Iterator[tuple[str, bytes]]:
     for version in range(1, 6):
         for graph_flag in (0, 2) if version > 3 else (0,):
-            stream = contents(version, version, graph_flag).stream()
-            after_size = stream.index(MARKER) + len(MARKER) + 4
-            yield f"version{version}-flag{graph_flag}", stream[after_size:]
-    not_a_number = Contents(data_sets=[DataSet("n", [(math.nan, 1.0)])]).stream()
-    yield "nan", not_a_number[not_a_number.index(MARKER) + len(MARKER) + 4 :]
+            yield f"version{version}-flag{graph_flag}", after_size(contents(version, graph_flag))
+    yield "nan", after_size(Contents(data_sets=[DataSet("n", [(math.nan, 1.0)])]))
     yield "empty", b""
 
 
@@ -60,7 +61,7 @@ def patched(image: bytes, *words: tuple[int, int]) -> bytes:
 
 
 def container_seeds() -> Iterator[tuple[str, bytes]]:
-    small = contents(5, 5)
+    small = contents(5)
     yield "mini", small.file()
     yield "mini-fragmented", small.file(fragmented=True)
     yield "regular-fragmented", small.file(cutoff=0, fragmented=True)
@@ -93,11 +94,7 @@ CSV_SEEDS = {
 
 
 def main() -> None:
-    seeds = {
-        "contents": stream_seeds(),
-        "container": container_seeds(),
-        "csv": iter(CSV_SEEDS.items()),
-    }
+    seeds = {"contents": stream_seeds(), "container": container_seeds(), "csv": CSV_SEEDS.items()}
     for target, files in seeds.items():
         (CORPUS / target).mkdir(parents=True, exist_ok=True)
         for name, data in files:

@@ -98,15 +98,15 @@ TEST(VekFileReader, KeepsFileOrderEmptySetsAndRepeatedNames) {
 TEST(VekFileReader, OnlyTheNativeFlavourKeepsRepeatedAndNanKeys) {
     const auto repeated = image::vekfile({.data_sets = {{"r", {5.0, 4.0, 5.0}, {1.0, 2.0, 3.0}}}});
     const auto file = read(repeated);
-    EXPECT_EQ(file.data_sets[0].no_of_points, 3U);
-    EXPECT_EQ(file.data_sets[0].data, Scan({{4.0, 2.0}, {5.0, 3.0}}));
-    const DataNative native = read_native(repeated).data_sets[0].data;
+    EXPECT_EQ(file.data_sets.at(0).no_of_points, 3U);
+    EXPECT_EQ(file.data_sets.at(0).data, Scan({{4.0, 2.0}, {5.0, 3.0}}));
+    const DataNative native = read_native(repeated).data_sets.at(0).data;
     EXPECT_EQ(native.x, (std::vector<double>{5.0, 4.0, 5.0}));
     EXPECT_EQ(native.y, (std::vector<double>{1.0, 2.0, 3.0}));
 
     const auto with_nan = image::vekfile({.data_sets = {{"n", {5.0, nan}, {1.0, 2.0}}}});
     EXPECT_EQ(thrown_text([&] { read(with_nan); }), "Scan: wavelength must not be NaN");
-    EXPECT_TRUE(std::isnan(read_native(with_nan).data_sets[0].data.x[1]));
+    EXPECT_TRUE(std::isnan(read_native(with_nan).data_sets.at(0).data.x[1]));
 }
 
 TEST(VekFileReader, SurvivesEveryCutOfTheStream) {
@@ -129,9 +129,9 @@ TEST(VekFileReader, SurvivesDamageToTheContainer) {
         const image::Container container(image::contents(),
                                          {.mini_stream_cutoff = cutoff, .fragmented = true});
         const Bytes& good = container.bytes;
-        for (Bytes cut = good; cut.size() > 1;) {
-            cut.pop_back();
-            expect_survival(cut);
+        for (std::size_t length = 1; length < good.size(); ++length) {
+            // In memory of its own, so that the address sanitizer sees the end.
+            expect_survival(Bytes(good.data(), good.data() + length));
         }
         Bytes bytes = good;
         for (std::size_t i = 0; i < bytes.size(); ++i) {
