@@ -12,7 +12,7 @@ import math
 import random
 import struct
 from collections.abc import Iterable, Sequence
-from dataclasses import dataclass, field
+from dataclasses import dataclass
 
 MARKER = bytes.fromhex("4ED0DF7188CB024588EBD943A3091A1A")
 FREE, END_OF_CHAIN, FAT_SECTOR, DIFAT_SECTOR = 0xFFFFFFFF, 0xFFFFFFFE, 0xFFFFFFFD, 0xFFFFFFFC
@@ -173,14 +173,12 @@ class Contents:
     reference_file: str = "reference.vek"
     reference_parameter: str = "1.0"
     x_type: int = 0
-    before_marker: bytes = field(default=bytes(4), repr=False)
 
     def stream(self) -> bytes:
         """The stream "Contents"."""
         parts = (self._head(), self._data_sets(), self._after_data_sets(), self._data_info())
         body = b"".join(itertools.chain(*parts))
-        size = len(self.before_marker) + len(MARKER) + 4 + len(body)
-        return self.before_marker + MARKER + _u32(size) + body
+        return bytes(4) + MARKER + _u32(4 + len(MARKER) + 4 + len(body)) + body
 
     def file(self, *, version: int = 3, cutoff: int = 4096, fragmented: bool = False) -> bytes:
         """A whole measurement file."""
