@@ -154,8 +154,9 @@ def xyz_and_lab() -> tuple[Work, Work]:
 
     def peer() -> object:
         colour = integrals(GRID, lens)
-        lab = [a / b for a, b in zip(integrals(GRID, lens), integrals(*peer_white[:2]))]
-        f = [t ** (1 / 3) if t > 216 / 24389 else t * 841 / 108 + 4 / 29 for t in lab]
+        whites = integrals(*peer_white[:2])
+        ratios = [a / b for a, b in zip(integrals(GRID, lens), whites, strict=True)]
+        f = [t ** (1 / 3) if t > 216 / 24389 else t * 841 / 108 + 4 / 29 for t in ratios]
         return colour, (116 * f[1] - 16, 500 * (f[0] - f[1]), 200 * (f[1] - f[2]))
 
     return work, peer
