@@ -51,6 +51,15 @@ private:
     std::size_t next_ = 0;
 };
 
+}  // namespace
+
+template <>
+inline constexpr bool is_bound_class<PointIterator> = true;
+template <>
+inline constexpr bool is_bound_class<WavelengthIterator> = true;
+
+namespace {
+
 template <class Iterator>
 void add_iterator() {
     py::class_<Iterator>(py::handle(), "iterator", py::module_local())

@@ -9,6 +9,7 @@ constexpr const char* package_version = VEKANALYSIS_VERSION;
 }  // namespace
 
 PYBIND11_MODULE(_core, m) {
+    guard_base_class();
     m.doc() = "Ostrel Instruments spectral analysis package.";
     m.def(
         "version", [] { return package_version; },

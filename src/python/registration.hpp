@@ -2,6 +2,8 @@
 
 #include <pybind11/pybind11.h>
 
+#include "python/bound_classes.hpp"
+
 // One function per area of the module; each registers its names on the module it is given. They are
 // called once, in the order of module.cpp, which lets later signatures name earlier types.
 namespace vekanalysis::python {

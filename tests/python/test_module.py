@@ -1,6 +1,7 @@
 """The module as a whole: names, docstrings, version, import, threads, layering."""
 
 import doctest
+import math
 import re
 import subprocess
 import sys
@@ -159,6 +160,28 @@ scan.to_numpy()
 print('numpy' in sys.modules)
 """
     assert run_python(code).split() == ["False", "True"]
+
+
+def test_objects_without_their_init_are_refused() -> None:
+    for cls, attribute in (
+        (vek.Scan, "epsilon"),
+        (vek.Observer, "x"),
+        (vek.colorimetry.CIEXYZ, "X"),
+        (vek.io.VekFile, "meta"),
+    ):
+        with pytest.raises(TypeError, match=r"__init__\(\) must be called before"):
+            getattr(cls.__new__(cls), attribute)
+    unborn = vek.Scan.__new__(vek.Scan)
+    with pytest.raises(ValueError, match="NaN"):
+        unborn.__init__([math.nan], [1.0])
+    for use in (unborn.values, lambda: unborn(1), lambda: vek.Scan() + unborn):
+        with pytest.raises(TypeError, match="must be called before"):
+            use()
+    iterator = iter(vek.Scan())
+    with pytest.raises(TypeError, match="must be called before"):
+        next(type(iterator).__new__(type(iterator)))
+    with pytest.raises(TypeError, match="cannot create"):
+        vek.Scan().__reduce__()
 
 
 def test_submodules_can_be_imported_by_name() -> None:

@@ -1,0 +1,73 @@
+#pragma once
+
+#include <pybind11/pybind11.h>
+
+#include <type_traits>
+
+#include "colorimetry/chromaticity.hpp"
+#include "colorimetry/observers.hpp"
+#include "colorimetry/transmittance.hpp"
+#include "colorimetry/tristimulus.hpp"
+#include "core/scan.hpp"
+#include "io/vekfile.hpp"
+#include "utils/statistics.hpp"
+
+// The binding layer lets Python hold an object whose __init__ did not finish or was never called
+// (through __new__, or in a subclass before super().__init__()), and hands out raw memory when such
+// an object is used. The classes named here are refused with TypeError instead.
+namespace vekanalysis::python {
+
+template <class T>
+inline constexpr bool is_bound_class = false;
+
+template <>
+inline constexpr bool is_bound_class<Scan> = true;
+template <>
+inline constexpr bool is_bound_class<Observer> = true;
+template <>
+inline constexpr bool is_bound_class<ChromaticityPoint> = true;
+template <>
+inline constexpr bool is_bound_class<colorimetry::CIEXYZ> = true;
+template <>
+inline constexpr bool is_bound_class<colorimetry::CIELAB> = true;
+template <>
+inline constexpr bool is_bound_class<colorimetry::RYG> = true;
+template <>
+inline constexpr bool is_bound_class<colorimetry::RYGB> = true;
+template <>
+inline constexpr bool is_bound_class<Stat_Result<double>> = true;
+template <>
+inline constexpr bool is_bound_class<vekfile::Meta> = true;
+template <>
+inline constexpr bool is_bound_class<vekfile::Graph> = true;
+template <>
+inline constexpr bool is_bound_class<vekfile::MeasurementTypeUnits> = true;
+template <>
+inline constexpr bool is_bound_class<vekfile::DataInfo> = true;
+template <>
+inline constexpr bool is_bound_class<vekfile::__DataSet<Scan>> = true;
+template <>
+inline constexpr bool is_bound_class<vekfile::__VekFile<vekfile::__DataSet<Scan>>> = true;
+
+/// Throws TypeError when `source` is an object of the class without a value of it.
+void require_constructed(pybind11::handle source, const pybind11::detail::type_info* type);
+
+/// Makes creating an object of the binding layer's own base class, which copy and pickle try with
+/// old protocols, a TypeError: the binding layer would abort the process.
+void guard_base_class();
+
+}  // namespace vekanalysis::python
+
+namespace pybind11::detail {
+
+template <class T>
+class type_caster<T, std::enable_if_t<vekanalysis::python::is_bound_class<T>>>
+    : public type_caster_base<T> {
+public:
+    bool load(handle source, bool convert) {
+        vekanalysis::python::require_constructed(source, this->typeinfo);
+        return type_caster_base<T>::load(source, convert);
+    }
+};
+
+}  // namespace pybind11::detail
