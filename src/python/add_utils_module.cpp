@@ -1,8 +1,8 @@
 #include "python/registration.hpp"
 
-#include <pybind11/functional.h>
+#include <pybind11/typing.h>
 
-#include <functional>
+#include <cmath>
 
 #include "core/scan.hpp"
 #include "core/scan_arithmetic.hpp"
@@ -39,6 +39,21 @@ void add_statistics_class(py::module_& m) {
         "Restore a pickled ``ScanStatistics``.");
 }
 
+/// Deliberate: a number stands for an empty scan with it as epsilon, so a logarithm of it or to it
+/// is an empty scan. Where it is no epsilon the other operand's is taken.
+Scan scan_of_number(double number, const Scan& other) {
+    const bool is_epsilon = std::isfinite(number) && number >= 0.0;
+    return Scan(is_epsilon ? number : other.get_wavelength_epsilon(), spline::Type::AKIMA);
+}
+
+/// @throws py::error_already_set  what the callable raises, or TypeError for what is no number
+double call_with_point(const py::function& operation, double wl, double value) {
+    const py::object result = operation(wl, value);
+    const double number = PyFloat_AsDouble(result.ptr());
+    if (number == -1.0 && PyErr_Occurred() != nullptr) throw py::error_already_set();
+    return number;
+}
+
 }  // namespace
 
 void add_utils_module(py::module_& m) {
@@ -50,24 +65,25 @@ void add_utils_module(py::module_& m) {
         "log",
         [](const Scan& scan, const Scan& base) { return utils::log(scan) / utils::log(base); },
         "scan"_a, "base"_a, "Compute logarithm base [Scan] of scan [Scan].");
-    // Deliberate: the number becomes the epsilon of an empty scan, so both results are empty.
     m.def(
         "log",
         [](const Scan& scan, double base) {
-            return utils::log(scan) / utils::log(Scan(base, spline::Type::AKIMA));
+            return utils::log(scan) / utils::log(scan_of_number(base, scan));
         },
         "scan"_a, "base"_a, "Compute logarithm base [float] of scan [Scan].");
     m.def(
         "log",
         [](double x, const Scan& base) {
-            return utils::log(Scan(x, spline::Type::AKIMA)) / utils::log(base);
+            return utils::log(scan_of_number(x, base)) / utils::log(base);
         },
         "x"_a, "base"_a, "Compute logarithm base [Scan] of x [float].");
     m.def(
         "transform",
-        [](const Scan& scan, const std::function<double(double, double)>& binary_operation) {
+        [](const Scan& scan, const py::typing::Callable<double(double, double)>& binary_operation) {
             // The callable may change the scan it is called for, so it is given a copy's points.
-            return utils::transform(Scan(scan), binary_operation);
+            return utils::transform(Scan(scan), [&binary_operation](double wl, double value) {
+                return call_with_point(binary_operation, wl, value);
+            });
         },
         "scan"_a, "binary_operation"_a,
         R"doc(Returns a new Scan with entries {key, op(key, value)} for each {key, value}
@@ -79,6 +95,12 @@ scan : Scan
 binary_operation : callable
     Called as ``binary_operation(wavelength, value)`` for each point in ascending
     order of wavelength; returns the new value.
+
+Raises
+------
+TypeError
+    If ``binary_operation`` returns anything but a number; its own exceptions pass
+    through.
 )doc");
     m.def("get_statistics", py::overload_cast<const Scan&>(&utils::get_statistics), "scan"_a,
           R"doc(Descriptive statistics of all stored values.

@@ -25,6 +25,7 @@ def test_a_logarithm_to_a_number_is_an_empty_scan_with_the_smaller_epsilon(scan:
         assert list(result) == []
         assert result.epsilon == 0.25
     assert utils.log(scan, 0.125).epsilon == 0.125
+    assert utils.log(scan, -2.0).epsilon == 0.25
 
 
 def test_transform_calls_with_wavelength_and_value(scan: Scan) -> None:
@@ -42,7 +43,7 @@ def test_a_callable_may_fail_or_change_the_scan(scan: Scan) -> None:
     assert utils.transform(scan, change).values() == [1, 10, 100]
     with pytest.raises(ZeroDivisionError):
         utils.transform(scan, lambda wavelength, value: 1 / 0)
-    with pytest.raises(RuntimeError, match="cast"):
+    with pytest.raises(TypeError, match="must be real number, not str"):
         utils.transform(scan, lambda wavelength, value: "text")
 
 
