@@ -31,7 +31,7 @@ Scan sample(double min_wl, double max_wl, double step_wl, const F& value) {
     std::vector<double> values;
     wavelengths.reserve(static_cast<std::size_t>(steps) + 2);
     values.reserve(static_cast<std::size_t>(steps) + 2);
-    double wl = min_wl;
+    double wl = std::fma(0.0, step_wl, min_wl);
     for (double i = 1.0; wl <= max_wl; ++i) {
         wavelengths.push_back(wl);
         values.push_back(value(wl));

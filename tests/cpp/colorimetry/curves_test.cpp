@@ -35,6 +35,7 @@ TEST(Filters, GridPointsAreFusedNotAccumulated) {
     double i = 0.0;
     for (const auto& [wl, value] : edge) EXPECT_EQ(wl, std::fma(i++, 0.7, 0.1));
     EXPECT_EQ(curves::longpass_filter(0, 1, -1e308, 1e308, 1e308).size(), 3U);
+    EXPECT_FALSE(std::signbit(curves::longpass_filter(5, 1, -0.0, 10, 1).min_wavelength()));
 }
 
 TEST(Lognormal, HasItsPeakAndItsHalfMaxima) {
