@@ -124,10 +124,10 @@ constexpr const char* class_doc = R"doc(Represents spectral data as (wavelength,
 A scan is an ordered set of points whose wavelengths (in nm by convention) are
 compared with a tolerance, ``epsilon``, together with an interpolation method.
 
-- ``scan[wavelength]`` is dictionary-style access to exact stored points.
-- ``scan(wavelength)`` is function-style access: the stored value where there is
-  one, 0.0 outside the stored range, else the interpolated value.
-- ``scan(w1, w2)`` is the integral between two wavelengths.
+- ``scan[wavelength]``: dictionary-style access for exact stored points.
+- ``scan(wavelength)``: function-style access for interpolated lookup, which gives
+  the stored value where there is one and 0.0 outside the stored range.
+- ``scan(w1, w2)``: integration between two wavelengths.
 
 Lists and NumPy arrays are accepted alike; arrays are copied as a whole.
 
