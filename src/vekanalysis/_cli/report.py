@@ -118,7 +118,9 @@ def _row(quantity: Quantity, values: Sequence[Value], footnotes: _Footnotes) -> 
     for value in values:
         shown = "-" if value.value is None else number(value.value)
         mark = footnotes.mark(_value_notes(value))
-        cells += f"{aligned(shown, _BEFORE, _AFTER)}{mark:<{_MARK}}"
+        cell = aligned(shown, _BEFORE, _AFTER)
+        gap = " " if mark and not cell.endswith(" ") else ""
+        cells += f"{cell}{gap}{mark:<{_MARK}}"
     return f"  {name:<{_NAME}}{quantity.section:<9}{band:<8}{unit:<5}{cells}".rstrip()
 
 
