@@ -59,6 +59,13 @@ private:
     Points b_;
 };
 
+/// New scan of the same wavelengths and settings with other values.
+[[nodiscard]] inline Scan with_values(const Scan& scan, std::vector<double> values) {
+    return {
+        PointMap::adopt(scan.get_wavelengths(), std::move(values), scan.get_wavelength_epsilon()),
+        scan.get_interpolation_type()};
+}
+
 }  // namespace internal
 
 namespace utils {
@@ -104,9 +111,7 @@ template <class F>
 [[nodiscard]] Scan transform(const Scan& scan, double k, const F& f) {
     std::vector<double> values = scan.get_values();
     for (double& v : values) v = f(v, k);
-    return {internal::PointMap::adopt(scan.get_wavelengths(), std::move(values),
-                                      scan.get_wavelength_epsilon()),
-            scan.get_interpolation_type()};
+    return internal::with_values(scan, std::move(values));
 }
 
 /// New scan of the same grid and settings with the values f(k, v).

@@ -18,53 +18,35 @@ using namespace py::literals;
 
 namespace {
 
-/// Walks a copy of the points taken when iteration began, so that changing the scan meanwhile is
+/// Walks a copy of the items taken when iteration began, so that changing the scan meanwhile is
 /// harmless.
-class PointIterator {
+template <class Item>
+class Iterator {
 public:
-    explicit PointIterator(const Scan& scan)
-        : wavelengths_(scan.get_wavelengths()), values_(scan.get_values()) {}
+    explicit Iterator(std::vector<Item> items) noexcept : items_(std::move(items)) {}
 
-    std::pair<double, double> next() {
-        if (next_ == wavelengths_.size()) throw py::stop_iteration();
-        const std::size_t i = next_++;
-        return {wavelengths_[i], values_[i]};
+    Item next() {
+        if (next_ == items_.size()) throw py::stop_iteration();
+        return items_[next_++];
     }
 
 private:
-    std::vector<double> wavelengths_;
-    std::vector<double> values_;
-    std::size_t next_ = 0;
-};
-
-class WavelengthIterator {
-public:
-    explicit WavelengthIterator(const Scan& scan) : wavelengths_(scan.get_wavelengths()) {}
-
-    double next() {
-        if (next_ == wavelengths_.size()) throw py::stop_iteration();
-        return wavelengths_[next_++];
-    }
-
-private:
-    std::vector<double> wavelengths_;
+    std::vector<Item> items_;
     std::size_t next_ = 0;
 };
 
 }  // namespace
 
-template <>
-inline constexpr bool is_bound_class<PointIterator> = true;
-template <>
-inline constexpr bool is_bound_class<WavelengthIterator> = true;
+template <class Item>
+inline constexpr bool is_bound_class<Iterator<Item>> = true;
 
 namespace {
 
-template <class Iterator>
+template <class Item>
 void add_iterator() {
-    py::class_<Iterator>(py::handle(), "iterator", py::module_local())
+    py::class_<Iterator<Item>>(py::handle(), "iterator", py::module_local())
         .def("__iter__", [](py::object self) { return self; })
-        .def("__next__", &Iterator::next);
+        .def("__next__", &Iterator<Item>::next);
 }
 
 std::string to_str(const Scan& scan) {
@@ -459,14 +441,14 @@ ValueError
     scan.def(
         "__iter__",
         [](const Scan& self) {
-            return py::typing::Iterator<double>(py::cast(WavelengthIterator(self)));
+            return py::typing::Iterator<double>(py::cast(Iterator(self.get_wavelengths())));
         },
         "Iterate over the wavelengths in ascending order.");
     scan.def(
         "items",
         [](const Scan& self) {
             return py::typing::Iterator<py::typing::Tuple<double, double>>(
-                py::cast(PointIterator(self)));
+                py::cast(Iterator(utils::to_vector(self))));
         },
         "Iterate over the (wavelength, value) pairs in ascending order of wavelength.");
     scan.def("wavelengths", &Scan::get_wavelengths,
@@ -578,8 +560,8 @@ is not compared.
 
 void add_scan_class(py::module_& m) {
     add_interpolation_enum(m);
-    add_iterator<WavelengthIterator>();
-    add_iterator<PointIterator>();
+    add_iterator<double>();
+    add_iterator<std::pair<double, double>>();
 
     py::class_<Scan> scan(m, "Scan", class_doc);
     add_construction(scan);

@@ -10,15 +10,6 @@ namespace vekanalysis::utils {
 
 namespace {
 
-template <class F>
-Scan with_values(const Scan& scan, const F& f) {
-    std::vector<double> values = scan.get_values();
-    for (double& v : values) v = f(v);
-    return {internal::PointMap::adopt(scan.get_wavelengths(), std::move(values),
-                                      scan.get_wavelength_epsilon()),
-            scan.get_interpolation_type()};
-}
-
 std::vector<double> uniform_grid(double lo, double hi, double step) {
     const double quotient = (hi - lo) / step;
     if (!(quotient < 4294967296.0)) {
@@ -41,7 +32,7 @@ std::vector<double> values_at(const Scan& scan, const std::vector<double>& wavel
 }  // namespace
 
 Scan abs(const Scan& scan) {
-    return with_values(scan, [](double v) { return std::abs(v); });
+    return transform(scan, [](double, double v) { return std::abs(v); });
 }
 
 void abs(Scan& scan) {
@@ -50,11 +41,11 @@ void abs(Scan& scan) {
 }
 
 Scan log(const Scan& scan) {
-    return with_values(scan, [](double v) { return std::log(v); });
+    return transform(scan, [](double, double v) { return std::log(v); });
 }
 
 Scan log10(const Scan& scan) {
-    return with_values(scan, [](double v) { return std::log10(v); });
+    return transform(scan, [](double, double v) { return std::log10(v); });
 }
 
 Scan pow(const Scan& a, const Scan& b) {

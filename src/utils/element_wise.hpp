@@ -31,9 +31,7 @@ requires std::invocable < const F&, const std::pair<const double, double>
     for (const auto& [wl, value] : scan) {
         values.push_back(f(std::pair<const double, double>(wl, value)));
     }
-    return {internal::PointMap::adopt(scan.get_wavelengths(), std::move(values),
-                                      scan.get_wavelength_epsilon()),
-            scan.get_interpolation_type()};
+    return internal::with_values(scan, std::move(values));
 }
 
 /// The same with the values f(wavelength, value).
