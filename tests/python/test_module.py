@@ -143,13 +143,6 @@ def test_the_class_docstring_s_example_runs() -> None:
     assert doctest.DocTestRunner().run(example).failed == 0
 
 
-def test_the_readme_s_example_runs(monkeypatch: pytest.MonkeyPatch) -> None:
-    monkeypatch.chdir(ROOT)
-    code = re.search(r"```python\n(.*?)```", (ROOT / "README.md").read_text(), re.DOTALL)
-    assert code
-    exec(code[1], {})
-
-
 def test_numpy_is_imported_only_when_an_array_is_handed_out() -> None:
     code = """
 import sys, vekanalysis as vek

@@ -1,0 +1,40 @@
+"""Settings of the documentation site; `./run docs` builds it."""
+
+import sys
+import tomllib
+from pathlib import Path
+
+sys.path.insert(0, str(Path(__file__).parent / "_extensions"))
+
+with open(Path(__file__).parents[1] / "pyproject.toml", "rb") as _file:
+    _project = tomllib.load(_file)["project"]
+
+project = _project["name"]
+release = version = _project["version"]
+author = "the vekanalysis developers"
+project_copyright = author
+
+extensions = [
+    "myst_parser",
+    "sphinx_copybutton",
+    "sphinx_design",
+    "api",
+    "picture",
+]
+source_suffix = {".md": "markdown"}
+exclude_patterns = ["_*"]
+nitpicky = True
+
+myst_enable_extensions = ["attrs_inline", "colon_fence", "deflist", "dollarmath"]
+myst_heading_anchors = 3
+
+html_theme = "furo"
+html_title = f"vekanalysis {version}"
+html_static_path = ["_static"]
+html_css_files = ["site.css"]
+html_show_sphinx = False
+html_copy_source = False
+pygments_style = "default"
+pygments_dark_style = "github-dark"
+copybutton_prompt_text = r">>> |\.\.\. |\$ "
+copybutton_prompt_is_regexp = True

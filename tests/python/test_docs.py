@@ -1,0 +1,73 @@
+"""The examples in the pages: Python blocks (doctests where they have prompts) and commands."""
+
+import doctest
+import importlib.util
+import os
+import re
+import shutil
+import subprocess
+import sys
+from pathlib import Path
+
+import pytest
+
+ROOT = Path(__file__).resolve().parents[2]
+PAGES = [ROOT / "README.md", *sorted((ROOT / "docs").rglob("*.md"))]
+BLOCK = re.compile(r"^(`{3,})(python|console)\n(.*?)^\1$", re.MULTILINE | re.DOTALL)
+FLAGS = doctest.ELLIPSIS | doctest.NORMALIZE_WHITESPACE
+
+
+def blocks(page: Path, language: str) -> list[tuple[int, str]]:
+    """Line number and text of every block in a language."""
+    text = page.read_text()
+    found = [block for block in BLOCK.finditer(text) if block[2] == language]
+    return [(text[: block.start(3)].count("\n"), block[3]) for block in found]
+
+
+def pages_with(language: str) -> list[object]:
+    return [
+        pytest.param(page, id=str(page.relative_to(ROOT)))
+        for page in PAGES
+        if blocks(page, language)
+    ]
+
+
+@pytest.fixture(autouse=True)
+def folder_with_the_examples(tmp_path: Path, monkeypatch: pytest.MonkeyPatch) -> None:
+    shutil.copytree(ROOT / "examples", tmp_path / "examples")
+    monkeypatch.chdir(tmp_path)
+
+
+@pytest.mark.parametrize("page", pages_with("python"))
+def test_python_blocks_run(page: Path) -> None:
+    for name in set(re.findall(r"^(?:>>> )?(?:import|from) (\w+)", page.read_text(), re.MULTILINE)):
+        if importlib.util.find_spec(name) is None:
+            pytest.skip(f"{name} is not installed")
+    namespace: dict[str, object] = {"__name__": "__main__"}
+    runner = doctest.DocTestRunner(optionflags=FLAGS)
+    for line, code in blocks(page, "python"):
+        if code.startswith(">>>"):
+            test = doctest.DocTestParser().get_doctest(code, namespace, page.name, str(page), line)
+            runner.run(test, clear_globs=False)
+            namespace = test.globs
+        else:
+            exec(compile("\n" * line + code, page, "exec"), namespace)
+    assert runner.summarize(verbose=False).failed == 0
+
+
+@pytest.mark.parametrize("page", pages_with("console"))
+def test_commands_print_what_the_page_says(page: Path) -> None:
+    environment = os.environ | {"PYTHON": sys.executable, "COLUMNS": "100"}
+    for line, text in blocks(page, "console"):
+        for example in re.split(r"^\$ ", text, flags=re.MULTILINE)[1:]:
+            command, _, expected = example.partition("\n")
+            # A reader of the page has the command, in one of its two forms.
+            script = 'vekanalysis() { "$PYTHON" -P -m vekanalysis "$@"; }; ' + command.replace(
+                "./run ", "vekanalysis "
+            )
+            done = subprocess.run(
+                ["bash", "-c", script], env=environment, capture_output=True, text=True
+            )
+            output = done.stdout + done.stderr
+            agree = doctest.OutputChecker().check_output(expected, output, FLAGS)
+            assert agree, f"{page}:{line + 1}: $ {command}\n{output}"
