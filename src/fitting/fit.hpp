@@ -1,0 +1,106 @@
+#pragma once
+
+#include <array>
+#include <string>
+#include <vector>
+
+#include "core/scan.hpp"
+#include "fitting/models.hpp"
+
+namespace vekanalysis {
+
+/// Least-squares fit of a curve to the points of a scan, all with the same weight.
+///
+/// Uses `numerical::levenberg_marquardt`: a fit that ran reports true whether or not it converged,
+/// so compare residuals where that matters.
+struct Fit {
+    Fit() = default;
+    Fit(unsigned int iterations, double absolute, double relative)
+        : max_iterations(iterations), abs_tolerance(absolute), rel_tolerance(relative) {}
+
+    /// Fits the free parameters of `f`, from their present values, to `scan`.
+    ///
+    /// @param scan, f  kept in the fields below, not owned
+    /// @return false, with f as it was, when one of them is null, f has no free parameter or the
+    /// scan
+    ///         fewer points than f free parameters
+    bool fit(const Scan* scan, internal::BoundFunction1D<double>* f);
+
+    unsigned int max_iterations = 500;
+    double abs_tolerance = 1e-12;
+    double rel_tolerance = 1e-12;
+    const Scan* scan = nullptr;
+    internal::BoundFunction1D<double>* function = nullptr;
+};
+
+/// The parameters of GratingEquation by name, in their order.
+struct FitWavelengthParams {
+    double d = 0.0;
+    double omega_t = 0.0;
+    double omega_m = 0.0;
+    double cos_K = 0.0;
+    double theta_z = 0.0;
+    double alpha = 0.0;
+    double a = 0.0;
+    double phi = 0.0;
+};
+
+/// Which of them a fit may move.
+struct FitWavelengthParamsFree {
+    bool d = false;
+    bool omega_t = false;
+    bool omega_m = false;
+    bool cos_K = false;
+    bool theta_z = false;
+    bool alpha = false;
+    bool a = false;
+    bool phi = false;
+};
+
+/// "<FitWavelengthParams d=..., omega_t=..., ...>", each number with six decimals.
+[[nodiscard]] std::string to_string(const FitWavelengthParams& params);
+/// "<FitWavelengthParamsFree d=True, omega_t=False, ...>".
+[[nodiscard]] std::string to_string(const FitWavelengthParamsFree& free);
+
+namespace fitting {
+
+/// Fits p[0] times Planck's law at temperature p[1] (K) to a spectral radiance over wavelengths in
+/// metres.
+///
+/// The start is made from the scan, whatever `p` holds: the temperature by Wien's law from its
+/// highest peak (its highest point where there is no peak), the factor from the value there.
+///
+/// @param p  receives the parameters, also when the fit did not run; unchanged for an empty scan
+/// @return false when the scan has fewer than two points
+/// @throws std::runtime_error  the spline's errors, met while the peak is searched
+bool fit_black_body(const Scan& scan, std::array<double, 2>& p);
+
+/// Fits the offset, amplitude and phase of a TurretEquation, from the start in `p`; the period p[3]
+/// stays.
+///
+/// @return false, with `p` as it was, when the scan has fewer than three points
+bool fit_turret(const Scan& scan, std::array<double, 4>& p);
+
+/// Fits a GratingEquation to wavelengths over micro-steps, from the start in `p`.
+///
+/// d, omega_t and omega_m never move, and phi hardly does while a is small (see GratingEquation).
+/// With three or more free parameters the fit ends once the root of the summed squared residuals is
+/// 1e-9 or less: wavelengths in metres end it far too early, so fit them in nm.
+///
+/// @param free  indices of the free parameters, in any order; each once
+/// @return false, with `p` as it was, when none is free or the scan has fewer points than are free
+bool fit_wavelength(const Scan& scan, std::array<double, 8>& p,
+                    const std::vector<unsigned int>& free);
+/// The same by name.
+bool fit_wavelength(const Scan& scan, FitWavelengthParams& params,
+                    const FitWavelengthParamsFree& free);
+
+/// Least-squares line scan_1 = k scan_2 + c over `utils::key_union` of both, each interpolated.
+/// Without common wavelengths both are NaN; other degenerate sums give infinities or NaN.
+///
+/// @throws std::runtime_error  the spline's errors
+void overlay_scan(const Scan& scan_1, const Scan& scan_2, double* k, double* c);
+
+}  // namespace fitting
+
+}  // namespace vekanalysis
