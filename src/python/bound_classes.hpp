@@ -9,8 +9,10 @@
 #include "colorimetry/transmittance.hpp"
 #include "colorimetry/tristimulus.hpp"
 #include "core/scan.hpp"
+#include "fitting/fit.hpp"
 #include "io/vekfile.hpp"
 #include "utils/statistics.hpp"
+#include "utils/stitching.hpp"
 
 // The binding layer lets Python hold an object whose __init__ did not finish or was never called
 // (through __new__, or in a subclass before super().__init__()), and hands out raw memory when such
@@ -36,6 +38,12 @@ template <>
 inline constexpr bool is_bound_class<colorimetry::RYGB> = true;
 template <>
 inline constexpr bool is_bound_class<Stat_Result<double>> = true;
+template <>
+inline constexpr bool is_bound_class<utils::StitchResults> = true;
+template <>
+inline constexpr bool is_bound_class<FitWavelengthParams> = true;
+template <>
+inline constexpr bool is_bound_class<FitWavelengthParamsFree> = true;
 template <>
 inline constexpr bool is_bound_class<vekfile::Meta> = true;
 template <>

@@ -46,7 +46,8 @@ PYBIND11_MODULE(_core, m) {
     py::module_ utils = m.def_submodule("utils");
     add_utils_module(utils);
 
-    m.def_submodule("fitting");
+    py::module_ fitting = m.def_submodule("fitting");
+    add_fitting_module(fitting);
 }
 
 }  // namespace vekanalysis::python

@@ -22,5 +22,6 @@ void add_physics_module(py::module_& m);
 void add_monochromator_module(py::module_& m);
 void add_radiometry_module(py::module_& m);
 void add_utils_module(py::module_& m);
+void add_fitting_module(py::module_& m);
 
 }  // namespace vekanalysis::python

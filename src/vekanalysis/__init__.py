@@ -7,7 +7,8 @@ Everything but the command line comes from the compiled module ``_core``:
   ``chromaticity``, ``curves``, ``physics``, ``radiometry`` and
   ``monochromator.slit_function``
 - ``io``, the readers of measurement files and CSV spectra
-- ``utils``, element-wise functions and statistics of scans
+- ``utils``: peaks, widths, stitching, element-wise functions and statistics of scans
+- ``fitting``, the wavelength calibration of a grating monochromator
 """
 
 import sys as _sys

@@ -6,7 +6,7 @@ travels as its array of points, which pickle protocol 5 can hand over out of ban
 
 import copyreg
 
-from ._core import Interpolation, Observer, Scan, chromaticity, colorimetry, utils
+from ._core import Interpolation, Observer, Scan, chromaticity, colorimetry, fitting, utils
 
 TYPE_CHECKING = False  # typing itself would double the time that importing the package takes
 if TYPE_CHECKING:
@@ -36,6 +36,23 @@ def _register_record(
     copyreg.pickle(record_type, reduce)
 
 
+_FIT_FIELDS = ("d", "omega_t", "omega_m", "cos_K", "theta_z", "alpha", "a", "phi")
+
+
+def _restore_fit_params(*values: float) -> fitting.FitWavelengthParams:
+    params = fitting.FitWavelengthParams()
+    for field, value in zip(_FIT_FIELDS, values, strict=True):
+        setattr(params, field, value)
+    return params
+
+
+def _restore_fit_params_free(*flags: bool) -> fitting.FitWavelengthParamsFree:
+    free = fitting.FitWavelengthParamsFree()
+    for field, flag in zip(_FIT_FIELDS, flags, strict=True):
+        setattr(free, field, flag)
+    return free
+
+
 def register() -> None:
     """Register the reducers."""
     copyreg.pickle(Scan, _reduce_scan)
@@ -49,4 +66,14 @@ def register() -> None:
         utils.ScanStatistics,
         *("mean", "min", "max", "variance", "skewness", "kurtosis", "median"),
         restore=utils._scan_statistics,
+    )
+    _register_record(
+        utils.StitchResults,
+        *("success", "n", "k", "error", "average", "percent_error_rms"),
+        *("stitch_point", "stitch_scan"),
+        restore=utils._stitch_results,
+    )
+    _register_record(fitting.FitWavelengthParams, *_FIT_FIELDS, restore=_restore_fit_params)
+    _register_record(
+        fitting.FitWavelengthParamsFree, *_FIT_FIELDS, restore=_restore_fit_params_free
     )

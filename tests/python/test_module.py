@@ -41,7 +41,7 @@ NAMES = {
     "colorimetry.data": {path.stem for path in (ROOT / "src/colorimetry/data").glob("*.cpp")}
     - {"reference_spectra"},
     "curves": {"longpass_filter", "shortpass_filter", "lognormal"},
-    "fitting": set(),
+    "fitting": {"FitWavelengthParams", "FitWavelengthParamsFree", "fit_wavelength"},
     "io": {
         "Meta", "DataSet", "MeasurementTypeUnits", "DataInfo", "Graph", "VekFile",
         "vekfile_to_json_binary_data", "vekfile_to_json", "load_vekfile_binary_data",
@@ -55,7 +55,10 @@ NAMES = {
         "stefan_boltzmann_law", "stefan_boltzmann_law_surface",
     },
     "radiometry": {"illuminance"},
-    "utils": {"ScanStatistics", "get_statistics", "log", "log10", "transform"},
+    "utils": {
+        "ScanStatistics", "StitchResults", "find_key", "find_peak", "find_peaks", "get_statistics",
+        "log", "log10", "peak_width", "stitch_scans", "transform",
+    },
 }  # fmt: skip
 SCAN_NAMES = {
     "interpolation", "epsilon", "is_interpolated", "min_wavelength", "max_wavelength", "integral",

@@ -10,7 +10,7 @@ from multiprocessing import get_context
 
 import pytest
 
-from vekanalysis import Interpolation, Observer, Scan, chromaticity, colorimetry, utils
+from vekanalysis import Interpolation, Observer, Scan, chromaticity, colorimetry, fitting, utils
 
 
 def pickled(thing: object) -> object:
@@ -21,6 +21,14 @@ def pickled_out_of_band(thing: object) -> object:
     buffers: list[pickle.PickleBuffer] = []
     data = pickle.dumps(thing, protocol=5, buffer_callback=buffers.append)
     return pickle.loads(data, buffers=buffers)
+
+
+def fit_record(cls: type, *values: float) -> object:
+    record = cls()
+    names = [name for name in dir(record) if not name.startswith("_")]
+    for name, value in zip(names, values, strict=True):
+        setattr(record, name, value)
+    return record
 
 
 WAYS = [copy.copy, copy.deepcopy, pickled, pickled_out_of_band]
@@ -50,6 +58,9 @@ def test_a_scan_arrives_whole_and_of_its_own(travel: Callable[[object], Scan], s
         colorimetry.RYGB(1.1, 2.2, 3.3, 4.4),
         chromaticity.CIExy(0.3127, 0.329),
         utils.get_statistics(Scan([1, 2, 3], [1, 2, 5])),
+        utils.stitch_scans(Scan([1, 2], [1, 2]), Scan([1, 2, 3], [2, 4, 9]), 1, 2, 0.5),
+        fit_record(fitting.FitWavelengthParams, *range(1, 9)),
+        fit_record(fitting.FitWavelengthParamsFree, True, False, True, True, *[False] * 4),
     ],
     ids=lambda record: type(record).__name__,
 )
