@@ -16,14 +16,15 @@ _CLOSED_PIPE = 141
 def main(arguments: Sequence[str] | None = None) -> int:
     """Run one command; return the exit status.
 
-    0 is good; 2 is bad usage or bad input, told in one line on standard error.
+    0 is good; 1 is a batch of which some files failed; 2 is bad usage or bad input, told in one
+    line on standard error.
     """
     if sys.stdout is None:
         return _fail("standard output is closed")
     try:
         try:
             run = parse_arguments(arguments)
-            run()
+            return run() or 0
         finally:
             # Here, not at the interpreter's end, where a failure could not be told any more.
             sys.stdout.flush()
@@ -37,7 +38,6 @@ def main(arguments: Sequence[str] | None = None) -> int:
         return _fail(f"standard output: {error.strerror or error}")
     except KeyboardInterrupt:
         return _INTERRUPTED
-    return 0
 
 
 def _fail(reason: str) -> int:

@@ -156,13 +156,18 @@ def test_all_forms_of_pairs_are_read(run: Runner, tmp_path: Path, text: str) -> 
 
 NO_TAU = "at 780 nm is no transmittance between 0 and 1"
 FEW = "Cannot initialize a spline, too few points"
+TABLE = "--csv and --jobs are for files,"
+NOT_LOST = "is not overwritten; name another file"
+REPORT_HELP = "'vekanalysis report --help' explains"
+JSON_HELP = "'vekanalysis json --help' explains"
 REFUSALS = f"""\
  -> the following arguments are required: COMMAND; 'vekanalysis --help' explains
 report g.csv --no -> unrecognized arguments: --no; 'vekanalysis --help' explains
 report -> no spectrum: name a FILE or a --reference
 report none.csv -> none.csv: cannot be read: No such file or directory
 report a¶b.csv -> a?b.csv: cannot be read: No such file or directory
-report folder -> folder: cannot be read: Is a directory
+report folder -> folder: is a directory; --csv OUT makes a table of its files
+light folder -> folder: cannot be read: Is a directory
 report pct.csv -> pct.csv: 51 {NO_TAU}; the values look like per cent: if they are, add --percent
 report pct.vek -> pct.vek: A: its unit is '%'; add --percent to divide by 100
 report inf.vek -> inf.vek: A: inf {NO_TAU}
@@ -172,6 +177,13 @@ references cie -> no built-in spectrum 'cie'; 'vekanalysis references' lists the
 report g.csv --data-set A -> --data-set chooses from measurement files, and none is named
 report two.vek --data-set A --data-set D -> two.vek: no data set 'D'; the data sets are: 'A', 'B'
 csv two.vek --data-set D -> two.vek: no data set 'D'; the data sets are: 'A', 'B'
+report --csv o.csv -> no files: name a FILE or a directory
+report --csv o.csv folder -> folder: no .csv or .vek files in this directory or below
+report --csv g.csv g.csv -> g.csv: is to be read, so it cannot be written
+report --csv g.csv uv.csv -> g.csv: is no table of an earlier report, and {NOT_LOST}
+report --csv no/o.csv g.csv -> no/o.csv: cannot be written: No such file or directory
+report --plot p --csv - g.csv -> {TABLE} without --json, --plot or --reference
+report --jobs 0 g.csv -> argument --jobs: must be 1 to 1024, not 0; {REPORT_HELP}
 report void.vek -> void.vek: there are no data sets in it
 csv void.vek -> void.vek: there are no data sets in it
 report blank.vek -> blank.vek: data set 'A': it has no points
@@ -184,7 +196,7 @@ light g.csv --plot no/g.png -> no/g.png: cannot be written: No such file or dire
 info g.csv -> g.csv: not a measurement file (.vek)
 json g.csv -> g.csv: not a measurement file (.vek)
 csv g.csv -> g.csv: not a measurement file (.vek)
-json two.vek --indent 5000 -> vekfile_to_json: indent must not exceed 1024
+json two.vek --indent 5000 -> argument --indent: must be -1 to 1024, not 5000; {JSON_HELP}
 csv apart.vek --wide -> apart.vek: the data sets have no common range; use --long
 csv few.vek --wide -> few.vek: no values between the points ({FEW})
 """
@@ -271,7 +283,7 @@ def test_an_interruption_is_quiet(run: Runner, monkeypatch: pytest.MonkeyPatch) 
     def interrupt(path: str) -> None:
         raise KeyboardInterrupt
 
-    monkeypatch.setattr("vekanalysis.io.load_csv", interrupt)
+    monkeypatch.setattr("vekanalysis._cli.spectra.read_file", interrupt)
     assert run("report", GREY) == (130, "", "")
 
 

@@ -71,6 +71,11 @@ def test_json_is_the_librarys(run: Runner, lenses: Path) -> None:
     assert run("json", lenses, "--ascii").out == vek.io.vekfile_to_json(lenses, 2, True) + "\n"
 
 
+def test_json_takes_what_is_no_spectrum(run: Runner, tmp_path: Path) -> None:
+    path = write_vek(tmp_path / "nan.vek", [("A", [(math.nan, 1.0)])])
+    assert run("json", path).document["data_sets"][0]["data"] == {"x": [None], "y": [1.0]}
+
+
 def test_one_data_set_is_a_plain_csv(run: Runner, lenses: Path, tmp_path: Path) -> None:
     path = tmp_path / "out.csv"
     path.write_text(run("csv", lenses, "--data-set", LABELS[1]).out)

@@ -1,6 +1,7 @@
 """``vekanalysis report``: what standards say of lenses and filters."""
 
 import math
+import os
 from argparse import Namespace
 
 from .errors import CommandError
@@ -17,9 +18,16 @@ _SAMPLING = (
 )
 
 
-def run(arguments: Namespace) -> None:
+def run(arguments: Namespace) -> int | None:
+    if arguments.csv is not None or arguments.jobs is not None:
+        from .batch import run_batch
+
+        return run_batch(arguments)
+    for name in arguments.files:
+        if os.path.isdir(name):
+            raise CommandError(f"{name}: is a directory; --csv OUT makes a table of its files")
     spectra = [
-        _as_fractions(spectrum, arguments.percent)
+        as_fractions(spectrum, arguments.percent)
         for spectrum in read_spectra(arguments.files, arguments.reference, arguments.data_set)
     ]
     report = make_report("Lens report", spectra, [LENS] * len(spectra), (_SAMPLING,))
@@ -28,9 +36,11 @@ def run(arguments: Namespace) -> None:
 
         plot_lenses(arguments.plot, spectra)
     emit_report(report, arguments.json)
+    return None
 
 
-def _as_fractions(spectrum: Spectrum, percent: bool) -> Spectrum:
+def as_fractions(spectrum: Spectrum, percent: bool) -> Spectrum:
+    """The spectrum as a transmittance between 0 and 1; refused if it can be none."""
     wavelength, highest = peak(spectrum.scan)
     if percent and spectrum.reference is None:
         return spectrum._replace(

@@ -1,13 +1,20 @@
 """Text and JSON on standard output."""
 
 import math
+import os
 import sys
 from collections.abc import Callable
+from time import monotonic
+from typing import Self, TextIO
 
 type Json = bool | int | float | str | list[Json] | dict[str, Json] | None
 
 # What stands for a character that the output cannot show; a question mark for all others.
 _PLAIN = {"τ": "tau", "λ": "lambda", "·": "*", "°": " deg", "µ": "u", "μ": "u", "…": "."}
+
+# Seconds between two looks at the progress, and the width of its bar.
+_BETWEEN_LOOKS = 0.1
+_BAR = 24
 
 
 def _can_show(text: str) -> bool:
@@ -60,9 +67,48 @@ def _without_nan(value: Json) -> Json:
     return value
 
 
-def warn(note: str) -> None:
+def note(text: str) -> None:
     """Write a note to standard error."""
-    print(f"vekanalysis: note: {one_line(note)}", file=sys.stderr)
+    if sys.stderr is not None:
+        print(f"vekanalysis: {one_line(text)}", file=sys.stderr)
+
+
+class Progress:
+    """How far a batch of files is: a line on standard error, if that is a terminal."""
+
+    def __init__(self, total: int, hidden: bool) -> None:
+        self._total = total
+        self._start = self._shown = monotonic()
+        self._hidden = hidden or not is_terminal(sys.stderr)
+
+    def __enter__(self) -> Self:
+        return self
+
+    def __exit__(self, *_: object) -> None:
+        self._write("")
+
+    def show(self, done: int, failed: int) -> None:
+        now = monotonic()
+        if now - self._shown < _BETWEEN_LOOKS:
+            return
+        self._shown = now
+        left = (now - self._start) * (self._total - done) / done
+        bar = "#" * (_BAR * done // self._total)
+        self._write(
+            f"[{bar:-<{_BAR}}] {done:,} of {self._total:,} files, {failed:,} failed, "
+            f"{left // 60:.0f}:{left % 60:02.0f} left"
+        )
+
+    def _write(self, text: str) -> None:
+        if not self._hidden:
+            # To the start of the line, and after the text clear what is left of an earlier one.
+            sys.stderr.write(f"\r{text}\x1b[K")
+            sys.stderr.flush()
+
+
+def is_terminal(stream: TextIO | None) -> bool:
+    """Whether ``stream`` is a terminal that knows more than lines of text."""
+    return stream is not None and stream.isatty() and os.environ.get("TERM") != "dumb"
 
 
 def printable(text: str) -> str:

@@ -1,6 +1,7 @@
 """The arguments of the commands."""
 
 import argparse
+import re
 from collections.abc import Callable, Sequence
 from importlib import import_module
 from typing import NoReturn
@@ -50,15 +51,16 @@ class _Parser(argparse.ArgumentParser):
         raise CommandError(f"{message}; '{self.prog} --help' explains")
 
 
-def parse_arguments(arguments: Sequence[str] | None) -> Callable[[], None]:
+def parse_arguments(arguments: Sequence[str] | None) -> Callable[[], int | None]:
     """The command asked for, ready to run."""
     parsed = _parser().parse_args(arguments)
     module_name, function_name = parsed.command
 
-    def run() -> None:
+    def run() -> int | None:
         # Imported here: most commands need only a part of the modules.
         module = import_module(f".{module_name}", __package__)
-        getattr(module, function_name)(parsed)
+        command: Callable[[argparse.Namespace], int | None] = getattr(module, function_name)
+        return command(parsed)
 
     return run
 
@@ -91,6 +93,10 @@ def _parser() -> argparse.ArgumentParser:
     _add_spectra(report)
     report.add_argument(
         "--percent", action="store_true", help="the values in the files are per cent"
+    )
+    report.add_argument("--csv", metavar="OUT", help="a table instead; - is standard output")
+    report.add_argument(
+        "--jobs", metavar="N", type=_between(1, 1024), help="processes for the table"
     )
 
     light = add("light", ("light", "run"), "what a light source is like", _LIGHT)
@@ -135,7 +141,7 @@ def _parser() -> argparse.ArgumentParser:
     _add_vek_file(export)
     export.add_argument(
         "--indent",
-        type=int,
+        type=_between(-1, 1024),
         metavar="N",
         default=2,
         help="blanks per level; 0 for line ends only, -1 for one line (default: %(default)s)",
@@ -155,6 +161,15 @@ def _parser() -> argparse.ArgumentParser:
         help="one line a point, with a header: data set, x, value; nothing is interpolated",
     )
     return parser
+
+
+def _between(lowest: int, highest: int) -> Callable[[str], int]:
+    def convert(text: str) -> int:
+        if not re.fullmatch("-?[0-9]+", text) or not lowest <= int(text) <= highest:
+            raise argparse.ArgumentTypeError(f"must be {lowest} to {highest}, not {text}")
+        return int(text)
+
+    return convert
 
 
 def _add_spectra(parser: argparse.ArgumentParser) -> None:

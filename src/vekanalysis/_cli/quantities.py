@@ -70,7 +70,8 @@ class Value(NamedTuple):
         return self.covered == self.needed
 
 
-def evaluate(quantity: Quantity, scan: Scan) -> Value:
+def evaluate(quantity: Quantity, scan: Scan, clear: Scan | None = None) -> Value:
+    """The quantity of ``scan``; if it is a transmittance, also that of ``clear``, a clear lens."""
     needed = quantity.needed
     covered = None
     if needed is not None:
@@ -82,13 +83,16 @@ def evaluate(quantity: Quantity, scan: Scan) -> Value:
         value = quantity.compute(scan)
         if not math.isfinite(value):
             return result._replace(problem="The result is not a finite number")
-        clear = quantity.compute(_clear_lens(scan)) if quantity.is_transmittance else None
+        of_clear = None
+        if clear is not None and quantity.is_transmittance:
+            of_clear = quantity.compute(clear)
     except (RuntimeError, ValueError) as error:
         return result._replace(problem=f"Not computable: {error}")
-    return result._replace(value=value, clear_lens=clear)
+    return result._replace(value=value, clear_lens=of_clear)
 
 
-def _clear_lens(scan: Scan) -> Scan:
+def clear_lens(scan: Scan) -> Scan:
+    """1 at each wavelength of ``scan``."""
     wavelengths = scan.wavelengths()
     return Scan(wavelengths, [1.0] * len(wavelengths), scan.epsilon, scan.interpolation)
 

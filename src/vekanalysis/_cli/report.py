@@ -7,7 +7,7 @@ from typing import NamedTuple
 
 from .._core import version
 from .output import Json, aligned, emit, emit_json, interval, number, one_line, shortened, showable
-from .quantities import Quantity, Value, evaluate
+from .quantities import Quantity, Value, clear_lens, evaluate
 from .spectra import Spectrum, describe
 
 _WIDTH = 100
@@ -38,10 +38,10 @@ def make_report(
     notes: Sequence[str] = (),
 ) -> Report:
     """Evaluate the quantities of each spectrum, the same ones in the same order for all."""
-    columns = [
-        [evaluate(quantity, spectrum.scan) for quantity in column]
-        for spectrum, column in zip(spectra, quantities, strict=True)
-    ]
+    columns = []
+    for spectrum, column in zip(spectra, quantities, strict=True):
+        clear = clear_lens(spectrum.scan)
+        columns.append([evaluate(quantity, spectrum.scan, clear) for quantity in column])
     return Report(title, spectra, quantities[0], list(zip(*columns, strict=True)), notes)
 
 

@@ -87,10 +87,31 @@ def read_file(path: str) -> bytes:
 
 
 def read_vek(path: str) -> VekFile:
+    return _parse_vek(path, read_vek_bytes(path))
+
+
+def read_vek_bytes(path: str) -> bytes:
     content = read_file(path)
     if not content.startswith(_COMPOUND_FILE):
         raise CommandError(f"{path}: not a measurement file (.vek)")
-    return _parse_vek(path, content)
+    return content
+
+
+def unreadable(path: str, error: Exception) -> CommandError:
+    """What the reader of measurement files says, as the user is told it."""
+    reason = str(error).rstrip(".") or "damaged directory"
+    return CommandError(f"{path}: no readable measurement file: {reason}")
+
+
+def read_spectra_file(path: str, data_sets: Sequence[str]) -> list[Spectrum]:
+    """The spectrum of a CSV file, or of a measurement file all data sets or those named."""
+    content = read_file(path)
+    if not content.startswith(_COMPOUND_FILE):
+        return [_read_csv(path, content)]
+    file = _parse_vek(path, content)
+    selected = select_data_sets(file, data_sets)
+    check_names(path, data_sets, selected, file.data_sets)
+    return [_from_data_set(file, label) for label in selected]
 
 
 def read_spectra(
@@ -110,8 +131,6 @@ def read_spectra(
             spectra.append(_read_csv(path, content))
             continue
         file = _parse_vek(path, content)
-        if not file.data_sets:
-            raise CommandError(f"{path}: there are no data sets in it")
         selected = select_data_sets(file, data_sets)
         offered |= file.data_sets
         chosen |= selected
@@ -126,7 +145,9 @@ def read_spectra(
 
 
 def select_data_sets(file: VekFile, names: Sequence[str]) -> dict[str, io.DataSet]:
-    """The data sets by label; with ``names`` only those with such a label or name."""
+    """The data sets by label, of which there must be some; those with such a name or label."""
+    if not file.data_sets:
+        raise CommandError(f"{file.path}: there are no data sets in it")
     if not names:
         return file.data_sets
     return {
@@ -165,8 +186,7 @@ def _parse_vek(path: str, content: bytes) -> VekFile:
     try:
         record = io.load_vekfile_binary_data(content)
     except (RuntimeError, ValueError) as error:
-        reason = str(error).rstrip(".") or "damaged directory"
-        raise CommandError(f"{path}: no readable measurement file: {reason}") from None
+        raise unreadable(path, error) from None
     labels: dict[str, io.DataSet] = {}
     for data_set in record.data_sets:
         label = data_set.name
@@ -204,22 +224,10 @@ def _repeated(count: int) -> tuple[str, ...]:
 
 
 def _read_csv(path: str, content: bytes) -> Spectrum:
-    pairs = _count_pairs(path, content)
-    try:
-        scan = io.load_csv(path)
-    except (RuntimeError, ValueError) as error:
-        raise CommandError(f"{path}: cannot be read: {error}") from None
-    points = len(scan.wavelengths())
-    if not points:
-        raise CommandError(f"{path}: could not be read a second time; is it a regular file?")
-    return Spectrum(_stem(path), scan, file=path, notes=_repeated(pairs - points))
+    """The spectrum in CSV text, of which each line has one pair of numbers or none.
 
-
-def _count_pairs(path: str, content: bytes) -> int:
-    """Number of pairs in CSV text, after a check that the reader will take it to its end.
-
-    The reader itself stops without a word at the first text that is not a number, and it takes
-    the numbers two by two whatever lines they stand on. Here a line has one pair or none.
+    Stricter than ``io.load_csv``, which stops without a word at the first text that is not a
+    number, and takes the numbers two by two whatever lines they stand on.
     """
     if content.startswith((b"\xef\xbb\xbf", b"\xff\xfe", b"\xfe\xff")):
         raise CommandError(
@@ -227,19 +235,21 @@ def _count_pairs(path: str, content: bytes) -> int:
         )
     if b"\0" in content:
         raise CommandError(f"{path}: binary data, neither a CSV nor a measurement file")
-    pairs = 0
+    wavelengths, values = [], []
     for line_number, line in enumerate(content.splitlines(), start=1):
         match = _PAIR.fullmatch(line)
-        if match is None:
-            if line.strip():
-                raise CommandError(f"{path}: line {line_number}: {_csv_fault(line)}; {_CSV_FORM}")
-        elif math.isinf(float(match[1])) or math.isinf(float(match[2])):
-            raise CommandError(f"{path}: line {line_number}: a number is too large")
-        else:
-            pairs += 1
-    if not pairs:
+        if match is not None:
+            wavelengths.append(float(match[1]))
+            values.append(float(match[2]))
+            if math.isinf(wavelengths[-1]) or math.isinf(values[-1]):
+                raise CommandError(f"{path}: line {line_number}: a number is too large")
+        elif line.strip():
+            raise CommandError(f"{path}: line {line_number}: {_csv_fault(line)}; {_CSV_FORM}")
+    if not wavelengths:
         raise CommandError(f"{path}: there are no numbers in it; {_CSV_FORM}")
-    return pairs
+    scan = Scan(wavelengths, values)
+    repeated = len(wavelengths) - len(scan.wavelengths())
+    return Spectrum(_stem(path), scan, file=path, notes=_repeated(repeated))
 
 
 def _csv_fault(line: bytes) -> str:

@@ -10,21 +10,28 @@ from io import StringIO
 from .. import io
 from .._core import Scan
 from .errors import CommandError
-from .output import Json, emit, emit_json, emit_json_text, interval, one_line, printable, warn
-from .spectra import VekFile, check_names, read_vek, select_data_sets
+from .output import Json, emit, emit_json, emit_json_text, interval, note, one_line, printable
+from .spectra import (
+    VekFile,
+    check_names,
+    read_vek,
+    read_vek_bytes,
+    select_data_sets,
+    unreadable,
+)
 
 # The width of the names of facts.
 _NAME = 22
 
 
 def run_json(arguments: Namespace) -> None:
-    content = read_vek(arguments.file).content
+    content = read_vek_bytes(arguments.file)
 
     def export(ascii_only: bool) -> str:
         try:
             return io.vekfile_to_json_binary_data(content, arguments.indent, ascii_only)
-        except ValueError as error:
-            raise CommandError(str(error)) from None
+        except (RuntimeError, ValueError) as error:
+            raise unreadable(arguments.file, error) from None
 
     emit_json_text(export, arguments.ascii)
 
@@ -124,8 +131,6 @@ def _applied(applied: bool, *texts: str) -> str:
 
 def run_csv(arguments: Namespace) -> None:
     file = read_vek(arguments.file)
-    if not file.data_sets:
-        raise CommandError(f"{file.path}: there are no data sets in it")
     selected = select_data_sets(file, arguments.data_set)
     check_names(file.path, arguments.data_set, selected, file.data_sets)
     if arguments.wide:
@@ -168,4 +173,4 @@ def _wide_rows(file: VekFile, data_sets: dict[str, io.DataSet]) -> Iterator[Iter
     left_out = sum(not lowest <= x <= highest for grid in grids for x in grid)
     if left_out:
         common = interval((lowest, highest))
-        warn(f"{left_out} points outside of the common range {common} are left out; --long has all")
+        note(f"{left_out} points outside of the common range {common} are left out; --long has all")

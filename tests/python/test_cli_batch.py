@@ -1,0 +1,135 @@
+"""Reports of many files: the table, the processes, and the same function on a Dask cluster."""
+
+from __future__ import annotations
+
+import csv
+import os
+import signal
+import subprocess
+import sys
+import time
+from functools import partial
+from pathlib import Path
+
+import pytest
+from cli import GREY, ROOT, Runner, flat, write_csv, write_vek
+
+from vekanalysis._cli.workers import CannotStart, Lost, map_in_order
+from vekanalysis.batch import COLUMNS, report_rows
+
+VEK = str(ROOT / "examples/two-lenses.vek")
+posix = pytest.mark.skipif(os.name != "posix", reason="signals of POSIX systems")
+
+
+@pytest.fixture
+def run(capsys: pytest.CaptureFixture[str]) -> Runner:
+    return Runner(capsys)
+
+
+def test_a_table_has_the_figures_of_the_report(run: Runner, tmp_path: Path) -> None:
+    half = write_csv(tmp_path / "half.csv", flat(0.5, 320))
+    header, *rows = csv.reader(run("report", "--jobs", 2, GREY, VEK, half).out.splitlines())
+    assert tuple(header) == COLUMNS
+    assert [row[:2] for row in rows] == [
+        [GREY, ""],
+        [VEK, "Grey glass 4 mm"],
+        [VEK, "Bronze glass 4 mm"],
+        [str(half), ""],
+    ]
+    document = run("report", "--json", GREY, VEK, half).document
+    for quantity in document["quantities"]:
+        place = COLUMNS.index(quantity["key"])
+        figures = [float(row[place]) if row[place] else None for row in rows]
+        assert figures == [value["value"] for value in quantity["values"]]
+    _, _, error, notes, *facts = rows[-1][:7]
+    assert (error, facts) == ("", ["93", "320.0", "780.0"])
+    assert "ISO8980_3_tau_uva: data cover 320-380 of 315-380 nm; " in notes
+    assert "ISO8980_3_tau_suvb: No data within 290-315 nm" in notes
+
+
+def test_bad_files_have_their_reason_in_their_row(run: Runner, tmp_path: Path) -> None:
+    lenses = tmp_path / "lenses"
+    for folder in ("b/c", ".hidden"):
+        (lenses / folder).mkdir(parents=True)
+    for name in ("z.csv", "b/x.CSV", "b/.hidden.csv", ".hidden/a.csv"):
+        write_csv(lenses / name, flat(0.5))
+    for name in ("a.csv", "b/notes.txt", "b/c/d.vek"):
+        (lenses / name).write_text("400 1\n410 x\n")
+    write_vek(lenses / "b/y.vek", [("A", flat(51.0)), ("B", flat(51.0))])
+    table = lenses / "table.csv"
+    for _ in range(2):  # The second time the table is there, and is no input.
+        result = run("report", "--csv", table, lenses, lenses / "none")
+        reason = "line 2: '410 x' is not a pair of numbers"
+        assert (result.status, result.out) == (1, "")
+        assert "6 files, 2 spectra; 4 failed: line 2: '410 x'" in result.err
+        assert f"{reason} (2 files, first {lenses}/a.csv); " in result.err
+        with table.open(newline="") as file:
+            rows = [*csv.DictReader(file)]
+        names = ["a.csv", "z.csv", "b/x.CSV", "b/y.vek", "b/c/d.vek", "none"]
+        assert [row["file"] for row in rows] == [str(lenses / name) for name in names]
+        errors = [row["error"] for row in rows]
+        assert [error[: len(reason)] for error in errors[::4]] == [reason, reason]
+        assert errors[1:3] == ["", ""]
+        assert errors[5] == "cannot be read: No such file or directory"
+    (percent,) = report_rows(lenses / "b/y.vek", percent=True, data_sets=["B"])
+    assert (percent["data_set"], percent["ISO8980_3_tau_v"]) == ("B", pytest.approx(0.51))
+
+
+def _double(number: int, deadly: frozenset[int]) -> int:
+    if number in deadly:
+        os.kill(os.getpid(), signal.SIGKILL)
+    return 2 * number
+
+
+@posix
+def test_a_process_that_dies_costs_one_item() -> None:
+    deadly = frozenset((0, 7, 8, 99))
+    results = [*map_in_order(partial(_double, deadly=deadly), range(100), 3)]
+    killed = Lost("the process that read it was ended by SIGKILL")
+    assert results == [killed if number in deadly else 2 * number for number in range(100)]
+
+
+class _FailsToArrive:
+    def __reduce__(self) -> tuple[object, tuple[int]]:
+        return os._exit, (3,)
+
+
+def test_processes_that_cannot_start_end_the_batch() -> None:
+    with pytest.raises(CannotStart):
+        next(map_in_order(_FailsToArrive(), [1, 2, 3], 2))  # type: ignore[arg-type]
+
+
+@posix
+def test_an_interrupted_batch_leaves_whole_rows_and_no_processes(tmp_path: Path) -> None:
+    table = tmp_path / "table.csv"
+    command = [sys.executable, "-m", "vekanalysis", "report", "--jobs", "2", "--csv", table]
+    with subprocess.Popen(
+        [*command, *[GREY] * 5000], start_new_session=True, stderr=subprocess.PIPE
+    ) as batch:
+        while not table.exists() or table.stat().st_size < 10_000:
+            time.sleep(0.01)
+        os.killpg(batch.pid, signal.SIGINT)
+        assert batch.stderr is not None
+        # Its end comes when the last process that has it is gone.
+        told = batch.stderr.read().decode()
+    assert batch.returncode == 130
+    text = table.read_text()
+    rows = [*csv.DictReader(text.splitlines())]
+    assert text.endswith("\n")
+    assert told.startswith(f"vekanalysis: interrupted: {len(rows):,} of 5,000 files, ")
+    assert {(row["file"], row["CIELAB_tristimulus_values.b_star"] != "") for row in rows} == {
+        (GREY, True)
+    }
+
+
+def test_a_dask_cluster_gives_the_same_rows() -> None:
+    distributed = pytest.importorskip("distributed")
+    files = [GREY, VEK, "none.csv"]
+    with (
+        distributed.LocalCluster(
+            n_workers=2, threads_per_worker=1, dashboard_address=None
+        ) as cluster,
+        distributed.Client(cluster) as client,
+    ):
+        futures = client.map(partial(report_rows, percent=True), files)
+        assert client.gather(futures) == [report_rows(file, percent=True) for file in files]
