@@ -52,7 +52,7 @@ PLAIN = {"__init__", "__repr__", "__str__", "__eq__", "__ne__", "__hash__", "__r
 
 @functools.cache
 def definitions(module_name: str) -> dict[str, list[ast.AST]]:
-    """Classes and functions of a module by dotted name, from its stub or its source."""
+    """Classes, functions and attributes of a module by dotted name: its stub, else its source."""
     module = sys.modules[module_name]
     package = Path(sys.modules[PACKAGE].__file__).parent
     stem = package.joinpath(*module_name.split(".")[1:])
@@ -65,6 +65,8 @@ def definitions(module_name: str) -> dict[str, list[ast.AST]]:
         for node in body:
             if isinstance(node, ast.ClassDef | ast.FunctionDef):
                 found.setdefault(prefix + node.name, []).append(node)
+            elif isinstance(node, ast.AnnAssign):
+                found.setdefault(prefix + ast.unparse(node.target), []).append(node)
             if isinstance(node, ast.ClassDef):
                 walk(node.body, f"{prefix}{node.name}.")
 
@@ -155,7 +157,9 @@ def members(cls: type, stub: dict[str, list[ast.AST]]) -> Iterator[tuple[str, li
         thing = getattr(cls, name)
         if isinstance(thing, property):
             body = paragraphs("\n\n".join(texts(thing, name)))
-            yield name, entry("property", name, body, f":type: {readable(forms[0].returns)}")
+            declared = forms[0]
+            kind = declared.returns if isinstance(declared, ast.FunctionDef) else declared.annotation
+            yield name, entry("property", name, body, f":type: {readable(kind)}")
         elif isinstance(forms[0], ast.FunctionDef):
             yield name, functions("method", name, thing, forms)
 

@@ -14,6 +14,11 @@ import pytest
 ROOT = Path(__file__).resolve().parents[2]
 PAGES = [ROOT / "README.md", *sorted((ROOT / "docs").rglob("*.md"))]
 BLOCK = re.compile(r"^(`{3,})(python|console)\n(.*?)^\1$", re.MULTILINE | re.DOTALL)
+# What a reader of the page has as commands.
+FUNCTIONS = """
+python() { "$PYTHON" "$@"; }
+vekanalysis() { python -P -m vekanalysis "$@"; }
+"""
 FLAGS = doctest.ELLIPSIS | doctest.NORMALIZE_WHITESPACE
 
 
@@ -61,13 +66,26 @@ def test_commands_print_what_the_page_says(page: Path) -> None:
     for line, text in blocks(page, "console"):
         for example in re.split(r"^\$ ", text, flags=re.MULTILINE)[1:]:
             command, _, expected = example.partition("\n")
-            # A reader of the page has the command, in one of its two forms.
-            script = 'vekanalysis() { "$PYTHON" -P -m vekanalysis "$@"; }; ' + command.replace(
-                "./run ", "vekanalysis "
-            )
+            script = "\n".join([FUNCTIONS, command.replace("./run ", "vekanalysis ")])
             done = subprocess.run(
                 ["bash", "-c", script], env=environment, capture_output=True, text=True
             )
             output = done.stdout + done.stderr
             agree = doctest.OutputChecker().check_output(expected, output, FLAGS)
             assert agree, f"{page}:{line + 1}: $ {command}\n{output}"
+
+
+def test_the_error_table_has_every_message_and_no_other() -> None:
+    ours = (ROOT / "docs/errors.md").read_text().partition("## From Python itself")[0]
+    rows = re.findall(r"^\| `.*", ours.partition("## Scans")[2], re.MULTILINE)
+    first_cells = "\n".join(re.split(r" \| (?=[^|])", row)[0] for row in rows)
+    table = re.findall(r"`([^`]+)`", re.sub(r"\(`\w+`\)", "", first_cells.replace("\\|", "|")))
+    sources = "".join(path.read_text() for path in (ROOT / "src").rglob("*.[ch]pp"))
+    sources += "must be real number, not NoneType"  # PyFloat_AsDouble
+    thrown = re.findall(
+        r'(?:throw [\w:]+|std::(?:runtime_error|ios_base::failure))\("([^"]{9,})"', sources
+    )
+    assert len(thrown) > 30
+    unknown = [message for message in thrown if not any(message in known for known in table)]
+    gone = [known for known in table if not all(part in sources for part in known.split("…"))]
+    assert (unknown, gone) == ([], [])
