@@ -157,8 +157,8 @@ def members(cls: type, stub: dict[str, list[ast.AST]]) -> Iterator[tuple[str, li
         thing = getattr(cls, name)
         if isinstance(thing, property):
             body = paragraphs("\n\n".join(texts(thing, name)))
-            declared = forms[0]
-            kind = declared.returns if isinstance(declared, ast.FunctionDef) else declared.annotation
+            form = forms[0]
+            kind = form.returns if isinstance(form, ast.FunctionDef) else form.annotation
             yield name, entry("property", name, body, f":type: {readable(kind)}")
         elif isinstance(forms[0], ast.FunctionDef):
             yield name, functions("method", name, thing, forms)
