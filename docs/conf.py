@@ -19,7 +19,9 @@ extensions = [
     "sphinx_copybutton",
     "sphinx_design",
     "api",
+    "mathml",
     "picture",
+    "spectra",
 ]
 source_suffix = {".md": "markdown"}
 exclude_patterns = ["_*"]
@@ -28,6 +30,7 @@ nitpicky = True
 myst_enable_extensions = ["attrs_inline", "colon_fence", "deflist", "dollarmath"]
 myst_heading_anchors = 3
 
+html_math_renderer = "mathml"
 html_theme = "furo"
 html_title = f"vekanalysis {version}"
 html_static_path = ["_static"]

@@ -45,7 +45,8 @@ def folder_with_the_examples(tmp_path: Path, monkeypatch: pytest.MonkeyPatch) ->
 
 @pytest.mark.parametrize("page", pages_with("python"))
 def test_python_blocks_run(page: Path) -> None:
-    for name in set(re.findall(r"^(?:>>> )?(?:import|from) (\w+)", page.read_text(), re.MULTILINE)):
+    code = "\n".join(code for _, code in blocks(page, "python"))
+    for name in set(re.findall(r"^(?:>>> )?(?:import|from) (\w+)", code, re.MULTILINE)):
         if importlib.util.find_spec(name) is None:
             pytest.skip(f"{name} is not installed")
     namespace: dict[str, object] = {"__name__": "__main__"}
