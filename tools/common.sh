@@ -27,11 +27,18 @@ logged() {
     return "$status"
 }
 
-# Lets CMake see the packages of the private copy where the environment was made from one. Its
-# programs come last on the path: those of the machine win.
+# True where the environment was made from the private copy of Debian's packages: no package index
+# has been asked then, and none need be in reach.
+from_private_copy() {
+    local usr=$root/.toolchain/usr
+    [[ -x $usr/bin/python3.14 && $("$python" -c 'import sys; print(sys.base_prefix)') == "$usr" ]]
+}
+
+# Lets CMake see the packages of the private copy. Its programs come last on the path: those of the
+# machine win.
 use_toolchain() {
     local usr=$root/.toolchain/usr
-    if [[ -x $usr/bin/python3.14 && $("$python" -c 'import sys; print(sys.base_prefix)') == "$usr" ]]; then
+    if from_private_copy; then
         export CMAKE_PREFIX_PATH=$usr${CMAKE_PREFIX_PATH:+:$CMAKE_PREFIX_PATH}
         export PATH=$PATH:$usr/tools
     fi

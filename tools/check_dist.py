@@ -1,0 +1,133 @@
+#!/usr/bin/env python3
+"""Check that sdists and wheels hold what they should and nothing else.
+
+An sdist holds every file that git tracks, and PKG-INFO. A wheel holds every file that git tracks in
+src/vekanalysis, the compiled module, and its metadata. Neither names a path of the machine that
+built it. Prints one line a fault.
+
+usage: tools/check_dist.py FILE...
+"""
+
+from __future__ import annotations
+
+import email
+import re
+import subprocess
+import sys
+import tarfile
+import tomllib
+import zipfile
+from pathlib import Path
+
+ROOT = Path(__file__).resolve().parent.parent
+PROJECT = tomllib.loads((ROOT / "pyproject.toml").read_text(encoding="utf-8"))["project"]
+STEM = f"{PROJECT['name']}-{PROJECT['version']}"
+MODULE = re.compile(r"vekanalysis/_core\.(cpython-314-[\w-]+\.so|cp314-win\w+\.pyd)")
+# What a compiler leaves of an assertion or of debug information: an absolute path to a source.
+SOURCE_PATH = re.compile(
+    rb"(?<![\w.])(?:/|[A-Za-z]:[\\/])[\w.+@~ \\/-]*\.(?:[ch]pp|cc?|hh?|o|obj|pdb)\b"
+)
+
+
+def tracked() -> set[str]:
+    """Paths of the files that git tracks, deleted ones left out."""
+    listed = subprocess.run(
+        ["git", "-C", str(ROOT), "ls-files", "-z"], check=True, capture_output=True, text=True
+    ).stdout.split("\0")
+    return {name for name in listed if name and (ROOT / name).is_file()}
+
+
+def differences(found: set[str], expected: set[str]) -> list[str]:
+    return [f"is missing: {name}" for name in sorted(expected - found)] + [
+        f"does not belong here: {name}" for name in sorted(found - expected)
+    ]
+
+
+def read_sdist(path: Path) -> dict[str, bytes]:
+    """Contents of the files, by name below the sdist's folder."""
+    files = {}
+    with tarfile.open(path) as archive:
+        for member in archive:
+            stream = archive.extractfile(member)
+            if stream:
+                files[member.name.removeprefix(f"{STEM}/")] = stream.read()
+    return files
+
+
+def read_wheel(path: Path) -> dict[str, bytes]:
+    with zipfile.ZipFile(path) as archive:
+        return {name: archive.read(name) for name in archive.namelist() if name[-1] != "/"}
+
+
+def metadata_faults(text: bytes) -> list[str]:
+    found = email.message_from_bytes(text)
+    expected = {
+        "Name": PROJECT["name"],
+        "Version": PROJECT["version"],
+        "Requires-Python": PROJECT["requires-python"],
+        "License-Expression": PROJECT["license"],
+    }
+    return [
+        f"metadata: {key} is {found[key]!r}, not {value!r}"
+        for key, value in expected.items()
+        if found[key] != value
+    ]
+
+
+def path_faults(files: dict[str, bytes]) -> list[str]:
+    faults = []
+    for name, content in files.items():
+        places = [str(ROOT).encode()] if str(ROOT).encode() in content else []
+        if MODULE.fullmatch(name):
+            places += SOURCE_PATH.findall(content)
+        if places:
+            faults.append(f"{name} names a path of the build: {places[0].decode()}")
+    return faults
+
+
+def sdist_faults(path: Path) -> list[str]:
+    files = read_sdist(path)
+    faults = differences(set(files), tracked() | {"PKG-INFO"})
+    return faults + metadata_faults(files.get("PKG-INFO", b"")) + path_faults(files)
+
+
+def wheel_faults(path: Path) -> list[str]:
+    files = read_wheel(path)
+    names = set(files)
+    info = f"{STEM}.dist-info"
+    expected = {
+        name.removeprefix("src/") for name in tracked() if name.startswith("src/vekanalysis/")
+    }
+    for name in ("METADATA", "RECORD", "WHEEL", "entry_points.txt", "licenses/LICENSE"):
+        expected.add(f"{info}/{name}")
+    modules = {name for name in names if MODULE.fullmatch(name)}
+    faults = differences(names, expected | modules)
+    if len(modules) != 1:
+        faults.append(f"holds {len(modules)} compiled modules, not 1")
+    if not path.name.startswith(f"{STEM}-cp314-cp314-"):
+        faults.append("is not named as a wheel for CPython 3.14")
+    return faults + metadata_faults(files.get(f"{info}/METADATA", b"")) + path_faults(files)
+
+
+def main(arguments: list[str]) -> int:
+    if not arguments:
+        print(__doc__)
+        return 2
+    failed = False
+    for path in map(Path, arguments):
+        if path.name == f"{STEM}.tar.gz":
+            faults = sdist_faults(path)
+        elif path.suffix == ".whl":
+            faults = wheel_faults(path)
+        else:
+            faults = ["is neither this version's sdist nor a wheel"]
+        for fault in faults:
+            print(f"{path.name}: {fault}")
+        if not faults:
+            print(f"{path.name}: as it should be")
+        failed = failed or bool(faults)
+    return int(failed)
+
+
+if __name__ == "__main__":
+    sys.exit(main(sys.argv[1:]))
