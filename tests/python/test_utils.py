@@ -59,3 +59,42 @@ def test_statistics(scan: Scan) -> None:
         whole.mean = 1.0
     with pytest.raises(TypeError):
         utils.ScanStatistics()
+
+
+def band(centre: float, low: int, high: int) -> Scan:
+    wavelengths = range(low, high + 1)
+    return Scan(wavelengths, [math.exp(-(((wl - centre) / 20) ** 2)) for wl in wavelengths])
+
+
+def test_searches_find_or_say_that_they_did_not(scan: Scan) -> None:
+    peak = band(555.3, 450, 650)
+    assert utils.find_peak(peak) == pytest.approx(555.3, abs=0.01)
+    assert utils.find_peaks(peak).wavelengths() == [utils.find_peak(peak)]
+    assert utils.find_key(peak, lo=450, hi=555, value=0.5) == pytest.approx(538.65, abs=0.01)
+    assert utils.peak_width(peak, height=0.5) == pytest.approx(40 * math.log(2) ** 0.5, abs=0.01)
+    with pytest.raises(ValueError, match=r"^Key not found\.$"):
+        utils.find_key(peak, 450, 500, 0.5)
+    with pytest.raises(ValueError, match=r"^No peak found\.$"):
+        utils.find_peak(scan)
+    with pytest.raises(ValueError, match=r"^Unable to calculate peak width\.$"):
+        utils.peak_width(band(555.3, 550, 650), 0.5)
+    with pytest.raises(RuntimeError, match=r"^Cannot initialize a spline, too few points$"):
+        utils.find_peak(Scan([1, 2, 3], [0, 1, 0]))
+
+
+def test_stitching_returns_a_record_of_copies() -> None:
+    whole = band(555.3, 450, 650)
+    lower = Scan(whole.wavelengths()[:120], whole.values()[:120])
+    upper = Scan(whole.wavelengths()[80:], [value / 4 for value in whole.values()[80:]])
+    joined = utils.stitch_scans(lower, upper, min_wl=540, max_wl=560, target_error=0.01)
+    assert joined.success
+    assert (joined.n, joined.k) == (21, pytest.approx(4.0))
+    assert joined.stitch_scan.wavelengths() == whole.wavelengths()
+    assert joined.stitch_scan.values() == pytest.approx(whole.values())
+    joined.stitch_scan[450] = 9.0
+    assert joined.stitch_scan[450] != 9.0
+    assert not utils.stitch_scans(lower, upper, 540, 560, 0.0).success
+    with pytest.raises(IndexError, match=r"^domain error, max_wl < min_wl$"):
+        utils.stitch_scans(lower, upper, 560, 540, 0.01)
+    with pytest.raises(ValueError, match=r"^Division by zero"):
+        utils.stitch_scans(lower, upper * 0, 540, 560, 0.01)

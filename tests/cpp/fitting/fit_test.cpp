@@ -1,0 +1,204 @@
+#include "fitting/fit.hpp"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cmath>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "colorimetry/physics.hpp"
+#include "core/scan_arithmetic.hpp"
+#include "fitting/models.hpp"
+
+namespace {
+
+using vekanalysis::Scan;
+namespace fitting = vekanalysis::fitting;
+using Grating = std::array<double, 8>;
+
+/// 1200 lines/mm, wavelengths in nm over a million micro-steps.
+constexpr Grating monochromator = {833.333, 1e-6, 3.14e-4, 0.97, 0.02, 1.01, 12.0, 0.4};
+
+template <class Model>
+Scan sampled(const Model& model, double from, double step, int points) {
+    Scan scan;
+    for (int i = 0; i < points; ++i) scan[from + i * step] = model(from + i * step);
+    return scan;
+}
+
+struct Tested {
+    const char* name;
+    std::shared_ptr<vekanalysis::internal::BoundFunction1D<double>> model;
+    std::vector<double> at;
+    /// Parameters whose stated derivative is not the exact one.
+    std::vector<unsigned int> deliberate;
+};
+
+class EveryModel : public testing::TestWithParam<Tested> {};
+
+INSTANTIATE_TEST_SUITE_P(
+    Models, EveryModel,
+    testing::Values(
+        Tested{"Grating",
+               std::make_shared<vekanalysis::GratingEquation>(monochromator),
+               {-1e5, 3e5, 7.7e5},
+               {0, 1, 2, 7}},
+        Tested{"Turret",
+               std::make_shared<vekanalysis::TurretEquation>(std::array<double, 4>{0.5, 3.0, 0.7,
+                                                                                   200.0}),
+               {-31.0, 20.0, 177.0},
+               {}},
+        Tested{"BlackBody",
+               std::make_shared<vekanalysis::BlackBodyEquation>(std::array<double, 2>{2.5, 3000.0}),
+               {4e-7, 1e-6, 5e-6},
+               {}},
+        Tested{"Line",
+               std::make_shared<vekanalysis::LineEquation>(std::array<double, 2>{2.0, -3.0}),
+               {-1.0, 4.0},
+               {}}),
+    [](const auto& tested) { return std::string(tested.param.name); });
+
+TEST_P(EveryModel, HasTheDerivativesOfItsValue) {
+    auto& f = *GetParam().model;
+    const unsigned int n = f.get_num_free_parameters();
+    for (const double x : GetParam().at) {
+        std::vector<double> derivatives(n);
+        EXPECT_EQ(f.evaluate(x, derivatives), f(x));
+        for (unsigned int i = 0; i < n; ++i) {
+            EXPECT_EQ(derivatives[i], f.derivative_wrt_free_param(x, i));
+            const double p = f.get_free_parameter(i);
+            const double h = 1e-5 * std::abs(p);
+            f.set_free_parameter(i, p + h);
+            const double above = f(x);
+            f.set_free_parameter(i, p - h);
+            const double numeric = (above - f(x)) / (2.0 * h);
+            f.set_free_parameter(i, p);
+            bool deliberate = false;
+            for (const unsigned int other : GetParam().deliberate) deliberate |= other == i;
+            const double tolerance = 1e-6 * std::abs(numeric) + 1e-10 * std::abs(f(x) / p);
+            EXPECT_EQ(std::abs(derivatives[i] - numeric) <= tolerance, !deliberate)
+                << "parameter " << i << " at " << x << ": " << derivatives[i] << ", " << numeric;
+        }
+        EXPECT_EQ(f.derivative_wrt_free_param(x, n), 0.0);
+    }
+    EXPECT_EQ(f.get_free_parameter(n), 0.0);
+    f.set_free_parameter(n, 1.0);
+}
+
+// Deliberate: d, omega_t and omega_m do not move, alpha stands for a in the derivative by phi.
+TEST(GratingEquation, StatesTheDerivativesThatItDoes) {
+    const vekanalysis::GratingEquation f(monochromator);
+    const double x = 3e5;
+    for (const unsigned int i : {0U, 1U, 2U, 8U}) EXPECT_EQ(f.derivative_wrt_param(x, i), 0.0);
+    const double s = f.p[2] * x + f.p[7];
+    const double stated = 2.0 * f.p[0] * f.p[1] * f.p[3] * std::cos(s) * std::cos(f.__theta(x));
+    EXPECT_NEAR(f.derivative_wrt_param(x, 7), stated, 1e-14 * std::abs(stated));
+}
+
+TEST(GratingEquation, IsInvertedToFirstOrderOfThePeriodicError) {
+    const vekanalysis::GratingEquation f(monochromator);
+    const vekanalysis::GratingEquationInverse inverse(monochromator);
+    for (const double x : {1e5, 3e5, 6e5}) EXPECT_NEAR(inverse(f(x)), x, 1e-3);
+    EXPECT_TRUE(std::isnan(inverse(2000.0)));
+    EXPECT_EQ(inverse.derivative_wrt_param(500.0, 3), 0.0);
+}
+
+TEST(FitWavelength, RecoversTheParametersOfAGrating) {
+    const Scan data = sampled(vekanalysis::GratingEquation(monochromator), 1e5, 4e3, 150);
+    Grating p = monochromator;
+    p[3] *= 1.001;
+    p[4] += 0.001;
+    p[6] = 11.0;
+    ASSERT_TRUE(fitting::fit_wavelength(data, p, {6, 3, 4}));
+    for (std::size_t i = 0; i < p.size(); ++i) {
+        EXPECT_NEAR(p[i], monochromator[i], 1e-8 * std::abs(monochromator[i])) << i;
+    }
+}
+
+TEST(FitWavelength, NeverMovesTheGratingDistanceNorTheFrequencies) {
+    const Scan data = sampled(vekanalysis::GratingEquation(monochromator), 1e5, 4e3, 150);
+    Grating p = monochromator;
+    p[0] *= 1.01;
+    p[1] *= 1.01;
+    p[2] *= 1.01;
+    p[4] = 0.5;
+    const Grating start = p;
+    ASSERT_TRUE(fitting::fit_wavelength(data, p, {0, 1, 2, 4}));
+    for (const std::size_t i : {0U, 1U, 2U}) EXPECT_EQ(p[i], start[i]);
+    EXPECT_NEAR(p[4], monochromator[4], 0.02) << "the others still do";
+}
+
+// Deliberate: the residual-norm stop knows no units. Documented, so that users fit in nm.
+TEST(FitWavelength, EndsEarlyInMetres) {
+    const auto error_in = [](double unit) {
+        Grating exact = monochromator;
+        exact[0] *= unit;
+        const Scan data = sampled(vekanalysis::GratingEquation(exact), 1e5, 4e3, 150);
+        Grating p = exact;
+        p[4] += 0.01;
+        EXPECT_TRUE(fitting::fit_wavelength(data, p, {3, 4, 5}));
+        return std::abs(p[4] - exact[4]);
+    };
+    EXPECT_LT(error_in(1.0), 1e-12);
+    EXPECT_GT(error_in(1e-9), 1e-9);
+}
+
+TEST(Fits, LeaveTheirParametersWhenTheyCannotRun) {
+    const Scan two({{1e5, 200.0}, {2e5, 300.0}});
+    Grating p = monochromator;
+    EXPECT_FALSE(fitting::fit_wavelength(two, p, {}));
+    EXPECT_FALSE(fitting::fit_wavelength(two, p, {3, 4, 5}));
+    EXPECT_EQ(p, monochromator);
+    std::array<double, 4> turret = {1.0, 2.0, 3.0, 4.0};
+    EXPECT_FALSE(fitting::fit_turret(two, turret));
+    EXPECT_EQ(turret, (std::array<double, 4>{1.0, 2.0, 3.0, 4.0}));
+    std::array<double, 2> black_body = {1.0, 2.0};
+    EXPECT_FALSE(fitting::fit_black_body(Scan(), black_body));
+    EXPECT_EQ(black_body, (std::array<double, 2>{1.0, 2.0}));
+    vekanalysis::LineEquation line;
+    EXPECT_FALSE(vekanalysis::Fit().fit(nullptr, &line));
+    EXPECT_FALSE(vekanalysis::Fit().fit(&two, nullptr));
+    // Indices that name no parameter, or one twice, do no harm.
+    EXPECT_TRUE(fitting::fit_wavelength(two, p, {8, 4}));
+    EXPECT_TRUE(fitting::fit_wavelength(two, p, {4, 4}));
+}
+
+TEST(FitBlackBody, TakesItsStartFromTheScan) {
+    Scan scan;
+    for (int i = 0; i < 200; ++i) {
+        const double wl = 3e-7 + i * 1e-8;
+        scan[wl] = 2.5 * vekanalysis::planks_law_sr(3000.0, wl);
+    }
+    std::array<double, 2> p = {-1.0, NAN};
+    ASSERT_TRUE(fitting::fit_black_body(scan, p));
+    EXPECT_NEAR(p[0], 2.5, 1e-7);
+    EXPECT_NEAR(p[1], 3000.0, 1e-4);
+    // Without a peak inside, from the highest point.
+    scan.trim(3e-7, 8e-7);
+    ASSERT_TRUE(fitting::fit_black_body(scan, p));
+    EXPECT_NEAR(p[1], 3000.0, 1e-3);
+}
+
+TEST(FitTurret, RecoversAllButThePeriod) {
+    const std::array<double, 4> turret = {0.5, 3.0, 0.7, 200.0};
+    const Scan data = sampled(vekanalysis::TurretEquation(turret), 0.0, 7.0, 100);
+    std::array<double, 4> p = {0.0, 2.0, 1.0, 200.0};
+    ASSERT_TRUE(fitting::fit_turret(data, p));
+    for (std::size_t i = 0; i < p.size(); ++i) EXPECT_NEAR(p[i], turret[i], 1e-9);
+}
+
+TEST(OverlayScan, FitsALineOverTheCommonWavelengths) {
+    Scan scan;
+    for (int i = 0; i <= 40; ++i) scan[400.0 + i] = std::sin(i / 7.0);
+    double k = 0.0;
+    double c = 0.0;
+    fitting::overlay_scan(3.0 * scan + 1.0, scan, &k, &c);
+    EXPECT_NEAR(k, 3.0, 1e-13);
+    EXPECT_NEAR(c, 1.0, 1e-13);
+    fitting::overlay_scan(Scan(), Scan(), &k, &c);
+    EXPECT_TRUE(std::isnan(k) && std::isnan(c));
+}
+
+}  // namespace

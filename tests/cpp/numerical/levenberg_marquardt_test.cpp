@@ -1,0 +1,363 @@
+#include "numerical/levenberg_marquardt.hpp"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <fstream>
+#include <iterator>
+#include <limits>
+#include <numbers>
+#include <sstream>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace {
+
+using numerical::LeastSquaresProblem;
+using numerical::MatrixView;
+using Vector = std::vector<double>;
+
+/// A number with its derivatives by up to eight parameters.
+struct Dual {
+    double value = 0.0;
+    std::array<double, 8> by{};
+
+    // NOLINTNEXTLINE(google-explicit-constructor): constants take part in formulas
+    Dual(double constant = 0.0) : value(constant) {}
+
+    /// f(*this), given f's value and derivative here.
+    [[nodiscard]] Dual chained(double f, double slope) const {
+        Dual result(f);
+        for (std::size_t i = 0; i < by.size(); ++i) result.by[i] = slope * by[i];
+        return result;
+    }
+};
+
+/// f(a, b), given its value and both derivatives.
+Dual chained(const Dual& a, const Dual& b, double f, double by_a, double by_b) {
+    Dual result(f);
+    for (std::size_t i = 0; i < a.by.size(); ++i) result.by[i] = by_a * a.by[i] + by_b * b.by[i];
+    return result;
+}
+Dual operator+(const Dual& a, const Dual& b) {
+    return chained(a, b, a.value + b.value, 1.0, 1.0);
+}
+Dual operator-(const Dual& a, const Dual& b) {
+    return chained(a, b, a.value - b.value, 1.0, -1.0);
+}
+Dual operator*(const Dual& a, const Dual& b) {
+    return chained(a, b, a.value * b.value, b.value, a.value);
+}
+Dual operator/(const Dual& a, const Dual& b) {
+    return chained(a, b, a.value / b.value, 1.0 / b.value, -a.value / (b.value * b.value));
+}
+Dual operator-(const Dual& a) {
+    return a.chained(-a.value, -1.0);
+}
+Dual exp(const Dual& a) {
+    return a.chained(std::exp(a.value), std::exp(a.value));
+}
+Dual atan(const Dual& a) {
+    return a.chained(std::atan(a.value), 1.0 / (1.0 + a.value * a.value));
+}
+Dual square(const Dual& a) {
+    return a * a;
+}
+Dual pow(const Dual& a, const Dual& b) {
+    const double f = std::pow(a.value, b.value);
+    return chained(a, b, f, b.value * std::pow(a.value, b.value - 1.0), f * std::log(a.value));
+}
+
+using Parameters = std::vector<Dual>;
+using Model = Dual (*)(const Parameters& b, const Vector& x);
+
+Dual saturation(const Parameters& b, const Vector& x) {
+    return b[0] * (1.0 - exp(-b[1] * x[0]));
+}
+Dual chwirut(const Parameters& b, const Vector& x) {
+    return exp(-b[0] * x[0]) / (b[1] + b[2] * x[0]);
+}
+Dual lanczos(const Parameters& b, const Vector& x) {
+    return b[0] * exp(-b[1] * x[0]) + b[2] * exp(-b[3] * x[0]) + b[4] * exp(-b[5] * x[0]);
+}
+Dual gauss(const Parameters& b, const Vector& x) {
+    return b[0] * exp(-b[1] * x[0]) + b[2] * exp(-square((x[0] - b[3]) / b[4])) +
+           b[5] * exp(-square((x[0] - b[6]) / b[7]));
+}
+Dual cubic_ratio(const Parameters& b, const Vector& x) {
+    const double t = x[0];
+    return (b[0] + t * (b[1] + t * (b[2] + t * b[3]))) / (1.0 + t * (b[4] + t * (b[5] + t * b[6])));
+}
+
+/// A problem of NIST's Statistical Reference Datasets, nonlinear regression
+/// (https://www.itl.nist.gov/div898/strd/): data, starts and certified values stand in its file.
+struct Problem {
+    const char* name;
+    Model model;
+    /// Start 1 is far off. From there Gauss-Newton's first, hardly damped step leads five problems
+    /// into a flat region that no descent leaves.
+    bool from_far_start = true;
+};
+
+void PrintTo(const Problem& problem, std::ostream* stream) {
+    *stream << problem.name;
+}
+
+const Problem problems[] = {
+    {"Misra1a", saturation},
+    {"Misra1b",
+     [](const Parameters& b, const Vector& x) {
+         return b[0] * (1.0 - 1.0 / square(1.0 + b[1] * x[0] / 2.0));
+     }},
+    {"Misra1c", [](const Parameters& b,
+                   const Vector& x) { return b[0] * (1.0 - pow(1.0 + 2.0 * b[1] * x[0], -0.5)); }},
+    {"Misra1d",
+     [](const Parameters& b, const Vector& x) { return b[0] * b[1] * x[0] / (1.0 + b[1] * x[0]); }},
+    {"BoxBOD", saturation, false},
+    {"DanWood", [](const Parameters& b, const Vector& x) { return b[0] * pow(x[0], b[1]); }},
+    {"Chwirut1", chwirut},
+    {"Chwirut2", chwirut},
+    {"Eckerle4",
+     [](const Parameters& b, const Vector& x) {
+         return b[0] / b[1] * exp(-0.5 * square((x[0] - b[2]) / b[1]));
+     },
+     false},
+    {"Rat42",
+     [](const Parameters& b, const Vector& x) { return b[0] / (1.0 + exp(b[1] - b[2] * x[0])); }},
+    {"MGH10", [](const Parameters& b, const Vector& x) { return b[0] * exp(b[1] / (x[0] + b[2])); },
+     false},
+    {"Nelson",
+     [](const Parameters& b, const Vector& x) { return b[0] - b[1] * x[0] * exp(-b[2] * x[1]); }},
+    {"Bennett5",
+     [](const Parameters& b, const Vector& x) { return b[0] * pow(b[1] + x[0], -1.0 / b[2]); },
+     false},
+    {"Roszman1",
+     [](const Parameters& b, const Vector& x) {
+         return b[0] - b[1] * x[0] - atan(b[2] / (x[0] - b[3])) / std::numbers::pi;
+     }},
+    {"Rat43",
+     [](const Parameters& b, const Vector& x) {
+         return b[0] / pow(1.0 + exp(b[1] - b[2] * x[0]), 1.0 / b[3]);
+     }},
+    {"MGH09",
+     [](const Parameters& b, const Vector& x) {
+         return b[0] * x[0] * (x[0] + b[1]) / (x[0] * (x[0] + b[2]) + b[3]);
+     },
+     false},
+    {"MGH17",
+     [](const Parameters& b, const Vector& x) {
+         return b[0] + b[1] * exp(-x[0] * b[3]) + b[2] * exp(-x[0] * b[4]);
+     }},
+    {"Kirby2",
+     [](const Parameters& b, const Vector& x) {
+         return (b[0] + x[0] * (b[1] + x[0] * b[2])) / (1.0 + x[0] * (b[3] + x[0] * b[4]));
+     }},
+    {"Lanczos1", lanczos},
+    {"Lanczos2", lanczos},
+    {"Lanczos3", lanczos},
+    {"Hahn1", cubic_ratio},
+    {"Thurber", cubic_ratio},
+    {"Gauss1", gauss},
+    {"Gauss2", gauss},
+    {"Gauss3", gauss},
+};
+
+struct ReferenceData {
+    std::vector<Vector> rows;  ///< y, x (or y, x1, x2)
+    std::array<Vector, 2> starts;
+    Vector certified;
+};
+
+ReferenceData read_reference_data(const std::string& name) {
+    std::ifstream file(std::string(VEKANALYSIS_TEST_DATA) + "/nist/" + name + ".dat");
+    EXPECT_TRUE(file) << name;
+    ReferenceData data;
+    int headings = 0;  // the second one is that of the columns
+    for (std::string line; std::getline(file, line);) {
+        std::istringstream text(line);
+        std::string label;
+        std::string equals;
+        if (headings == 2) {
+            const Vector row{std::istream_iterator<double>(text), {}};
+            if (!row.empty()) data.rows.push_back(row);
+        } else if (text >> label >> equals && label.size() == 2 && label[0] == 'b' &&
+                   equals == "=") {
+            const Vector values{std::istream_iterator<double>(text), {}};
+            data.starts[0].push_back(values.at(0));
+            data.starts[1].push_back(values.at(1));
+            data.certified.push_back(values.at(2));
+        } else if (label == "Data:") {
+            ++headings;
+        }
+    }
+    if (name == "Nelson") {
+        for (Vector& row : data.rows) row[0] = std::log(row[0]);
+    }
+    return data;
+}
+
+Dual value_at(const Problem& tested, const Vector& p, const Vector& row) {
+    Parameters b(p.begin(), p.end());
+    for (std::size_t j = 0; j < p.size(); ++j) b[j].by[j] = 1.0;
+    return tested.model(b, {row.begin() + 1, row.end()});
+}
+
+LeastSquaresProblem as_least_squares(const Problem& tested, const ReferenceData& data) {
+    LeastSquaresProblem problem;
+    problem.residual_count = data.rows.size();
+    problem.parameter_count = data.certified.size();
+    problem.residuals = [&](const Vector& p, Vector& r) {
+        for (std::size_t i = 0; i < r.size(); ++i) {
+            r[i] = value_at(tested, p, data.rows[i]).value - data.rows[i][0];
+        }
+    };
+    problem.jacobian = [&](const Vector& p, MatrixView jacobian) {
+        for (std::size_t i = 0; i < jacobian.rows(); ++i) {
+            const Dual value = value_at(tested, p, data.rows[i]);
+            for (std::size_t j = 0; j < jacobian.cols(); ++j) jacobian(i, j) = value.by[j];
+        }
+    };
+    return problem;
+}
+
+class CertifiedProblem : public testing::TestWithParam<Problem> {};
+
+INSTANTIATE_TEST_SUITE_P(Nist, CertifiedProblem, testing::ValuesIn(problems),
+                         [](const auto& tested) { return std::string(tested.param.name); });
+
+TEST_P(CertifiedProblem, IsSolvedToSixDigits) {
+    const ReferenceData data = read_reference_data(GetParam().name);
+    ASSERT_GE(data.rows.size(), 6U);
+    for (const std::size_t start : {0U, 1U}) {
+        if (start == 0 && !GetParam().from_far_start) continue;
+        Vector p = data.starts[start];
+        ASSERT_TRUE(numerical::levenberg_marquardt(as_least_squares(GetParam(), data), p, 500,
+                                                   1e-12, 1e-12));
+        for (std::size_t j = 0; j < p.size(); ++j) {
+            EXPECT_NEAR(p[j] / data.certified[j], 1.0, 1e-6) << "start " << start << ", b" << j + 1;
+        }
+    }
+}
+
+/// m parameters, residuals p[j] - j - offset and, for more of them, p[0] + p[m - 1].
+struct LinearProblem {
+    LinearProblem(std::size_t m, std::size_t n, double offset = 1.0) {
+        problem.residual_count = n;
+        problem.parameter_count = m;
+        problem.residuals = [this, m, offset](const Vector& p, Vector& r) {
+            ++evaluations;
+            for (std::size_t i = 0; i < r.size(); ++i) {
+                r[i] = i < m ? p[i] - static_cast<double>(i) - offset : p[0] + p[m - 1];
+            }
+        };
+        problem.jacobian = [m](const Vector&, MatrixView jacobian) {
+            for (std::size_t i = 0; i < jacobian.rows(); ++i) {
+                for (std::size_t j = 0; j < m; ++j) {
+                    jacobian(i, j) = i < m ? i == j : j == 0 || j == m - 1;
+                }
+            }
+        };
+    }
+
+    bool solve(Vector& p, unsigned int max_iterations = 500) const {
+        return numerical::levenberg_marquardt(problem, p, max_iterations, 1e-12, 1e-12);
+    }
+
+    LeastSquaresProblem problem;
+    mutable int evaluations = 0;
+};
+
+TEST(LevenbergMarquardt, RefusesWhatIsNoProblem) {
+    LinearProblem tested(3, 2);
+    Vector p{7.0, 7.0, 7.0};
+    EXPECT_FALSE(tested.solve(p)) << "fewer residuals than parameters";
+    tested.problem.residual_count = 3;
+    Vector two{7.0, 7.0};
+    EXPECT_FALSE(tested.solve(two));
+    tested.problem.parameter_count = 0;
+    Vector none;
+    EXPECT_FALSE(tested.solve(none));
+    tested.problem.parameter_count = 3;
+    tested.problem.jacobian = nullptr;
+    EXPECT_FALSE(tested.solve(p));
+    EXPECT_EQ(p, (Vector{7.0, 7.0, 7.0}));
+    EXPECT_EQ(tested.evaluations, 0);
+}
+
+TEST(LevenbergMarquardt, SolvesALinearProblemInTwoStepsAndTakesABudgetOfNoneForOne) {
+    // Normal equations of p0 = 1, p1 = 2, p0 + p1 = 0: p0 = 0, p1 = 1.
+    for (const unsigned int budget : {0U, 1U, 500U}) {
+        const LinearProblem tested(2, 3);
+        Vector p{1e6, -300.0};
+        EXPECT_TRUE(tested.solve(p, budget));
+        // The first step leaves its damping, 1e-12 of the way.
+        const double left = budget > 1 ? 1e-12 : 4e-6;
+        EXPECT_NEAR(p[0], 0.0, left);
+        EXPECT_NEAR(p[1], 1.0, left);
+        EXPECT_EQ(tested.evaluations, budget > 1 ? 3 : 2);
+    }
+}
+
+// Deliberate: only with more than two parameters.
+TEST(LevenbergMarquardt, EndsAtATinyResidualNormWithThreeParametersOnly) {
+    const auto step_to = [](std::size_t m) {
+        // The damping of the first step leaves residuals of about 1e-10.
+        const LinearProblem tested(m, m);
+        Vector p(m, 100.0);
+        EXPECT_TRUE(tested.solve(p));
+        return tested.evaluations;
+    };
+    EXPECT_EQ(step_to(2), 3);
+    EXPECT_EQ(step_to(3), 2);
+}
+
+TEST(LevenbergMarquardt, LeavesAMinimumAndAProblemWithoutFiniteStepsAsTheyAre) {
+    const LinearProblem exact(3, 3, -2.0);
+    Vector p{-2.0, -1.0, 0.0};
+    EXPECT_TRUE(exact.solve(p));
+    EXPECT_EQ(p, (Vector{-2.0, -1.0, 0.0}));
+    EXPECT_EQ(exact.evaluations, 1) << "no step was tried";
+
+    LinearProblem broken(2, 2);
+    broken.problem.residuals = [&](const Vector&, Vector& r) {
+        r[1] = ++broken.evaluations == 1 ? 1.0 : std::numeric_limits<double>::quiet_NaN();
+    };
+    Vector start{5.0, 5.0};
+    EXPECT_TRUE(numerical::levenberg_marquardt(broken.problem, start, 500, 0.0, 0.0));
+    EXPECT_EQ(start, (Vector{5.0, 5.0}));
+    EXPECT_EQ(broken.evaluations, 1 + 32);
+}
+
+TEST(LevenbergMarquardt, CountsASingularSystemAsARejectedStep) {
+    // The residual does not depend on p[1]. After two steps the damping of its diagonal is too
+    // small a pivot beside the other one, and has to grow again.
+    LinearProblem tested(2, 2);
+    tested.problem.residuals = [&](const Vector& p, Vector& r) {
+        r = {100.0 * (p[0] * p[0] * p[0] - 8.0), 0.0};
+    };
+    tested.problem.jacobian = [](const Vector& p, MatrixView jacobian) {
+        jacobian(0, 0) = 300.0 * p[0] * p[0];
+        jacobian(0, 1) = jacobian(1, 0) = jacobian(1, 1) = 0.0;
+    };
+    Vector p{20.0, 3.0};
+    EXPECT_TRUE(tested.solve(p));
+    EXPECT_NEAR(p[0], 2.0, 1e-12);
+    EXPECT_EQ(p[1], 3.0);
+}
+
+TEST(LevenbergMarquardt, KeepsTheLastAcceptedParametersWhenACallbackThrows) {
+    LinearProblem tested(2, 3);
+    const auto residuals = tested.problem.residuals;
+    tested.problem.residuals = [&](const Vector& p, Vector& r) {
+        if (tested.evaluations == 2) throw std::runtime_error("broken");
+        residuals(p, r);
+    };
+    Vector p{1e6, -300.0};
+    EXPECT_THROW((void)tested.solve(p), std::runtime_error);
+    EXPECT_NEAR(p[1], 1.0, 4e-6);
+}
+
+}  // namespace
