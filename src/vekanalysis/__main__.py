@@ -13,8 +13,8 @@ _INTERRUPTED = 130
 _CLOSED_PIPE = 141
 
 
-def main(arguments: Sequence[str] | None = None) -> int:
-    """Run one command; return the exit status.
+def main(arguments: Sequence[str] | None = None, program: str = "vekanalysis") -> int:
+    """Run one command; return the exit status. ``program`` is what its help calls it.
 
     0 is good; 1 is a batch of which some files failed; 2 is bad usage or bad input, told in one
     line on standard error.
@@ -23,7 +23,7 @@ def main(arguments: Sequence[str] | None = None) -> int:
         return _fail("standard output is closed")
     try:
         try:
-            run = parse_arguments(arguments)
+            run = parse_arguments(arguments, program)
             return run() or 0
         finally:
             # Here, not at the interpreter's end, where a failure could not be told any more.

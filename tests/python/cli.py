@@ -47,6 +47,10 @@ class Runner:
         status = main([str(argument) for argument in arguments])
         return Result(status, *self._capsys.readouterr())
 
+    def output(self) -> str:
+        """What a command that did not return has written."""
+        return self._capsys.readouterr().out
+
     def refuse(self, *arguments: object) -> str:
         """The reason for which a command is refused, which is told in one line."""
         status, out, err = self(*arguments)

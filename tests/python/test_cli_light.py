@@ -130,7 +130,7 @@ def test_all_built_in_spectra_are_listed(run: Runner) -> None:
         steps = {b - a for a, b in pairwise(scan.wavelengths())}
         assert item["step_nm"] == (steps.pop() if len(steps) == 1 else None)
     text = run("references").out
-    assert max(map(len, text.splitlines())) <= 100
+    assert max(map(len, text.splitlines())) <= 90
     assert all(f"  {name} " in text for name in NAMES)
 
 

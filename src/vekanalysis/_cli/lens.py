@@ -156,14 +156,14 @@ LENS: tuple[Quantity, ...] = (
     *each_field(
         chromaticity.ANSI_Z80_3_daylight_chromaticity,
         XY,
-        "chromaticity, daylight (D65)",
+        "chromaticity, daylight D65",
         _ANSI_Z80_3,
         weights=(_D65,),
     ),
     *each_field(
         chromaticity.ANSI_Z80_3_yellow_chromaticity,
         XY,
-        "chromaticity, yellow lens (A)",
+        "chromaticity, yellow lens A",
         _ANSI_Z80_3,
         weights=(_A, _ANSI_SIGNAL.format("yellow")),
         notes=(_RECONSTRUCTED,),
@@ -171,7 +171,7 @@ LENS: tuple[Quantity, ...] = (
     *each_field(
         chromaticity.ANSI_Z80_3_green_chromaticity,
         XY,
-        "chromaticity, green lens (A)",
+        "chromaticity, green lens A",
         _ANSI_Z80_3,
         weights=(_A, _ANSI_SIGNAL.format("green")),
         notes=(_RECONSTRUCTED,),

@@ -148,7 +148,7 @@ def _quantities(unit: str, white_name: str, white: Scan, with_f1_prime: bool) ->
     yield Quantity(
         key="wiens_displacement_law_T",
         symbol="T",
-        name="Wien temperature of the peak",
+        name="Wien temperature of peak",
         unit="K",
         compute=_wien_temperature,
         notes=(_WIEN,),

@@ -32,6 +32,15 @@ def showable(text: str) -> str:
     return "".join(c if _can_show(c) else _PLAIN.get(c, "?") for c in text)
 
 
+def in_colour() -> bool:
+    """Whether standard output is a terminal whose user has nothing against colour."""
+    return is_terminal(sys.stdout) and not os.environ.get("NO_COLOR")
+
+
+def bold(text: str) -> str:
+    return f"\x1b[1m{text}\x1b[0m" if text and in_colour() else text
+
+
 def emit(text: str) -> None:
     """Write ``text`` to standard output, as far as that can show it."""
     sys.stdout.write(showable(text))

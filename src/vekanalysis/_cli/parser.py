@@ -1,47 +1,70 @@
-"""The arguments of the commands."""
+"""The arguments of the commands, and their help, which fits a screen of 24 lines of 80."""
 
 import argparse
 import re
 from collections.abc import Callable, Sequence
 from importlib import import_module
-from typing import NoReturn
+from typing import Any, NoReturn
 
 from .._core import version
 from .errors import CommandError
+from .output import in_colour
 
 _DESCRIPTION = """\
-Reports on lenses, filters and light sources from measured spectra.
+Reports on lenses, filters and light sources from measured spectra: CSV files
+(two numbers a line, wavelength in nm and value), measurement files (.vek) or
+built-in ones."""
+_EPILOG = """\
+examples:
+  %(prog)s report examples/two-lenses.vek
+  %(prog)s light --reference AM15G_ASTM_G17303
+  %(prog)s report --help
 
-Spectra are read from CSV files (two numbers a line, wavelength in nm and value, separated by
-blanks, commas, tabs or semicolons; decimal points; no header) and from measurement files (.vek),
-which are told apart by their content, or are built in (--reference).
-"""
-_EPILOG = "Exit status: 0 good, 2 bad usage or bad input, told in one line on standard error."
+Exit status: 0 good, 1 not all succeeded, 2 bad usage or input."""
 
 _REPORT = """\
-The lens report: transmittances after ISO 8980-3, ANSI Z80.3, AS/NZS 1067 and ISO 12311, signal
-lights, chromaticities, XYZ and L*a*b* under D65, one column a spectrum. Spectra are spectral
-transmittances as fractions (0 to 1) over nm, or in per cent with --percent.
-"""
+Transmittances after ISO 8980-3, ANSI Z80.3, AS/NZS 1067 and ISO 12311, signal
+lights, chromaticities, XYZ and L*a*b*, a column a spectrum."""
+_REPORT_EXAMPLES = """\
+  %(prog)s examples/grey-glass-4mm.csv examples/bronze-glass-4mm.csv
+  %(prog)s --jobs 4 --csv table.csv examples/two-lenses.vek
+  %(prog)s --reference ANSI_Z80_3_2015_red_signal_transmittance"""
 _LIGHT = """\
-The report of a light source: illuminance, chromaticities, XYZ, L*a*b*, peak wavelength and its
-Wien temperature. Spectra are spectral irradiances in W m-2 nm-1 (or the unit that a measurement
-file states, or mW m-2 nm-1 with --mw) over nm; in any other unit all but the illuminance.
-"""
+Illuminance, chromaticities, XYZ, L*a*b*, peak and its Wien temperature of
+light sources, from spectral irradiances in W m-2 nm-1 or the unit of the file."""
+_LIGHT_EXAMPLES = """\
+  %(prog)s --reference AM15G_ASTM_G17303 --reference cie_illuminant_a
+  %(prog)s --white e --json --reference cie_illuminant_d65"""
 _REFERENCES = """\
-Without NAME: the built-in spectra, their range and step in nm, points, peak, unit, source, and
-whether they are printed figures or a reconstruction. With NAME: that spectrum as CSV, wavelength in
-nm and value, in a form that the other commands read.
-"""
+The built-in spectra: range and step in nm, points, peak, unit, source, and
+whether they are printed figures or a reconstruction. With NAME: that spectrum
+as CSV."""
+_REFERENCES_EXAMPLES = """\
+  %(prog)s
+  %(prog)s cie_illuminant_d65 >d65.csv"""
+_INFO = "What is in measurement files: axes, date, data sets, calibration, reference."
+_JSON = "All of a measurement file as JSON on standard output."
 _CSV = """\
-Data sets of a measurement file as CSV on standard output, the numbers as in the file. One data set
-comes as two columns without a header, as the other commands read it; several in the long form.
-Where an x value is repeated, the last value is given.
-"""
-_WIDE = """\
-one column a data set, with a header, on the common grid: every x at which one of the data sets has
-a point, within the range that all of them cover; what a data set lacks there is interpolated
-"""
+Data sets of a measurement file as CSV on standard output, the numbers as in
+the file. One data set comes as two columns without a header, as other commands
+read it; several in the long form. Of a repeated x the last value is given."""
+_CSV_EXAMPLES = """\
+  %(prog)s --data-set 'Grey glass 4 mm' examples/two-lenses.vek
+  %(prog)s examples/two-lenses.vek --wide"""
+_COMPLETION = "A script that lets the Tab key complete commands, options and names."
+_COMPLETION_EXAMPLES = """\
+  eval "$(%(prog)s bash)"    in bash, or in ~/.bashrc
+  eval "$(%(prog)s zsh)"     in zsh, or in ~/.zshrc after compinit"""
+
+
+class _Layout(argparse.RawDescriptionHelpFormatter):
+    def __init__(self, *arguments: Any, **options: Any) -> None:
+        super().__init__(*arguments, **options | {"max_help_position": 22})
+
+    def _format_action(self, action: argparse.Action) -> str:
+        text = super()._format_action(action)
+        # The line over the list of commands says nothing that the heading does not.
+        return text.partition("\n")[2] if isinstance(action, argparse._SubParsersAction) else text
 
 
 class _Parser(argparse.ArgumentParser):
@@ -51,9 +74,10 @@ class _Parser(argparse.ArgumentParser):
         raise CommandError(f"{message}; '{self.prog} --help' explains")
 
 
-def parse_arguments(arguments: Sequence[str] | None) -> Callable[[], int | None]:
-    """The command asked for, ready to run."""
-    parsed = _parser().parse_args(arguments)
+def parse_arguments(arguments: Sequence[str] | None, program: str) -> Callable[[], int | None]:
+    """The command asked for, ready to run; ``program`` is how it was called."""
+    parser = make_parser(program)
+    parsed = parser.parse_args(arguments)
     module_name, function_name = parsed.command
 
     def run() -> int | None:
@@ -65,61 +89,94 @@ def parse_arguments(arguments: Sequence[str] | None) -> Callable[[], int | None]
     return run
 
 
-def _parser() -> argparse.ArgumentParser:
-    layout = argparse.RawDescriptionHelpFormatter
+def make_parser(program: str) -> argparse.ArgumentParser:
     parser = _Parser(
-        prog="vekanalysis",
+        prog=program,
+        usage="%(prog)s [--help] [--version] COMMAND ...",
         description=_DESCRIPTION,
         epilog=_EPILOG,
-        formatter_class=layout,
-        color=False,
+        formatter_class=_Layout,
+        color=in_colour(),
+        add_help=False,
     )
-    parser.add_argument("--version", action="version", version=f"vekanalysis {version()}")
+    hidden = argparse.SUPPRESS  # The line of usage has them.
+    parser.add_argument("-h", "--help", action="help", help=hidden)
+    parser.add_argument(
+        "--version", action="version", version=f"vekanalysis {version()}", help=hidden
+    )
     commands = parser.add_subparsers(title="commands", metavar="COMMAND", required=True)
 
-    def add(name: str, command: tuple[str, str], help: str, text: str) -> argparse.ArgumentParser:
+    def add(
+        name: str,
+        command: tuple[str, str],
+        help: str,
+        arguments: str,
+        text: str,
+        examples: str,
+    ) -> argparse.ArgumentParser:
         subparser = commands.add_parser(
             name,
             help=help,
+            prog=f"{program} {name}",
+            usage=f"%(prog)s {arguments}",
             description=text,
-            epilog=_EPILOG,
-            formatter_class=layout,
-            color=False,
+            epilog=f"examples:\n{examples}",
+            formatter_class=_Layout,
+            color=in_colour(),
         )
-        subparser.set_defaults(command=command)
+        subparser.set_defaults(command=command, program=program)
         return subparser
 
-    report = add("report", ("lens_report", "run"), "what standards say of a lens", _REPORT)
-    _add_spectra(report)
-    report.add_argument(
-        "--percent", action="store_true", help="the values in the files are per cent"
+    report = add(
+        "report",
+        ("lens_report", "run"),
+        "what standards say of a lens",
+        "[options] FILE...",
+        _REPORT,
+        _REPORT_EXAMPLES,
     )
-    report.add_argument("--csv", metavar="OUT", help="a table instead; - is standard output")
+    _add_spectra(report, "CSV or measurement file; with --csv also a directory")
     report.add_argument(
-        "--jobs", metavar="N", type=_between(1, 1024), help="processes for the table"
+        "--percent", action="store_true", help="values in files are per cent, not fractions"
+    )
+    report.add_argument("--csv", metavar="OUT", help="write a table instead; - is standard output")
+    report.add_argument(
+        "--jobs",
+        metavar="N",
+        type=_between(1, 1024),
+        help="processes for the table (default: all processors)",
     )
 
-    light = add("light", ("light", "run"), "what a light source is like", _LIGHT)
-    _add_spectra(light)
+    light = add(
+        "light",
+        ("light", "run"),
+        "what a light source is like",
+        "[options] FILE...",
+        _LIGHT,
+        _LIGHT_EXAMPLES,
+    )
+    _add_spectra(light, "CSV or measurement file")
     light.add_argument(
-        "--mw",
-        action="store_true",
-        help="the values in the files are mW m-2 nm-1, whatever they state",
+        "--mw", action="store_true", help="values in files are mW m-2 nm-1, whatever they state"
     )
     light.add_argument(
         "--white",
         metavar="WHITE",
         default="d65",
-        help="white point of L*a*b*: a, c or d65 (CIE illuminants), e (equal energy) or a file "
-        "(default: %(default)s)",
+        help="of L*a*b*: a, c, d65, e or a file (default: %(default)s)",
     )
     light.add_argument(
-        "--f1-prime",
-        action="store_true",
-        help="also f1' (1), taking the spectrum for the responsivity of a photometer",
+        "--f1-prime", action="store_true", help="also f1', of a photometer's responsivity"
     )
 
-    references = add("references", ("references", "run"), "the built-in spectra", _REFERENCES)
+    references = add(
+        "references",
+        ("references", "run"),
+        "the built-in spectra",
+        "[--json] [NAME]",
+        _REFERENCES,
+        _REFERENCES_EXAMPLES,
+    )
     references.add_argument("name", metavar="NAME", nargs="?", help="print this one as CSV")
     _add_json(references)
 
@@ -127,7 +184,9 @@ def _parser() -> argparse.ArgumentParser:
         "info",
         ("vek_files", "run_info"),
         "what is in a measurement file",
-        "What is in measurement files: versions, axes, date, data sets, calibration, reference.",
+        "[--json] FILE...",
+        _INFO,
+        "  %(prog)s examples/two-lenses.vek",
     )
     info.add_argument("files", metavar="FILE", nargs="+", help="measurement file (.vek)")
     _add_json(info)
@@ -136,7 +195,9 @@ def _parser() -> argparse.ArgumentParser:
         "json",
         ("vek_files", "run_json"),
         "a measurement file as JSON",
-        "All of a measurement file as JSON on standard output.",
+        "[options] FILE",
+        _JSON,
+        "  %(prog)s examples/two-lenses.vek --indent -1",
     )
     _add_vek_file(export)
     export.add_argument(
@@ -144,22 +205,44 @@ def _parser() -> argparse.ArgumentParser:
         type=_between(-1, 1024),
         metavar="N",
         default=2,
-        help="blanks per level; 0 for line ends only, -1 for one line (default: %(default)s)",
+        help="blanks a level; 0 line ends only, -1 one line (default: %(default)s)",
     )
     export.add_argument(
         "--ascii", action="store_true", help="write characters beyond ASCII as \\u sequences"
     )
 
-    to_csv = add("csv", ("vek_files", "run_csv"), "data sets of a measurement file as CSV", _CSV)
+    to_csv = add(
+        "csv",
+        ("vek_files", "run_csv"),
+        "data sets of a measurement file as CSV",
+        "[options] FILE",
+        _CSV,
+        _CSV_EXAMPLES,
+    )
     _add_vek_file(to_csv)
     _add_data_set(to_csv)
     form = to_csv.add_mutually_exclusive_group()
-    form.add_argument("--wide", action="store_true", help=_WIDE)
+    form.add_argument(
+        "--wide",
+        action="store_true",
+        help="a column a data set, with a header, at each x of one of them within the range "
+        "common to all; what one lacks there is interpolated",
+    )
     form.add_argument(
         "--long",
         action="store_true",
-        help="one line a point, with a header: data set, x, value; nothing is interpolated",
+        help="a line a point, with a header: data set, x, value",
     )
+
+    completion = add(
+        "completion",
+        ("completion", "run"),
+        "completion with the Tab key",
+        "{bash,zsh}",
+        _COMPLETION,
+        _COMPLETION_EXAMPLES,
+    )
+    completion.add_argument("shell", choices=("bash", "zsh"), help="the shell that is to read it")
     return parser
 
 
@@ -172,20 +255,18 @@ def _between(lowest: int, highest: int) -> Callable[[str], int]:
     return convert
 
 
-def _add_spectra(parser: argparse.ArgumentParser) -> None:
-    parser.add_argument("files", metavar="FILE", nargs="*", help="CSV file or measurement file")
+def _add_spectra(parser: argparse.ArgumentParser, files: str) -> None:
+    parser.add_argument("files", metavar="FILE", nargs="*", help=files)
     parser.add_argument(
         "--reference",
         metavar="NAME",
         action="append",
         default=[],
-        help="a built-in spectrum, see 'vekanalysis references'; may be repeated",
+        help="a built-in spectrum (see: references); repeatable",
     )
     _add_data_set(parser)
     _add_json(parser)
-    parser.add_argument(
-        "--plot", metavar="OUT.png", help="also draw the spectra over V(λ); needs Matplotlib"
-    )
+    parser.add_argument("--plot", metavar="OUT.png", help="also draw them; needs Matplotlib")
 
 
 def _add_vek_file(parser: argparse.ArgumentParser) -> None:
@@ -198,9 +279,9 @@ def _add_data_set(parser: argparse.ArgumentParser) -> None:
         metavar="NAME",
         action="append",
         default=[],
-        help="only this data set of the measurement files; may be repeated (default: all)",
+        help="only this one of the measurement files; repeatable",
     )
 
 
 def _add_json(parser: argparse.ArgumentParser) -> None:
-    parser.add_argument("--json", action="store_true", help="JSON for machines instead of text")
+    parser.add_argument("--json", action="store_true", help="JSON instead of text")

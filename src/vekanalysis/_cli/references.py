@@ -1,12 +1,14 @@
 """``vekanalysis references``: the spectra that are built in."""
 
+import textwrap
 from argparse import Namespace
 from itertools import groupby
 
 from .catalogue import RECONSTRUCTION, REFERENCES
-from .output import Json, emit, emit_json, interval
+from .output import Json, bold, emit, emit_json, interval
 from .spectra import Spectrum, built_in, peak
 
+_WIDTH = 80
 _WARNING = "not the printed table; not for conformity decisions"
 
 
@@ -48,11 +50,11 @@ def _facts(spectrum: Spectrum) -> dict[str, Json]:
 
 
 def _listing() -> str:
-    lines = [_columns("name", "range nm", "step", "points", "peak at nm", "unit")]
-    for (_, source, status), group in groupby(REFERENCES.items(), key=lambda item: item[1]):
+    lines = [bold(_columns("name", "range nm", "step", "points", "peak at nm"))]
+    for (unit, source, status), group in groupby(REFERENCES.items(), key=lambda item: item[1]):
         if status == RECONSTRUCTION:
             status = f"{status}, {_WARNING}"
-        lines += ["", f"{source}: {status}"]
+        lines += ["", *textwrap.wrap(f"{source}, unit {unit}: {status}", _WIDTH)]
         lines += [_row(built_in(name)) for name, _ in group]
     return "\n".join(lines) + "\n"
 
@@ -66,10 +68,9 @@ def _row(spectrum: Spectrum) -> str:
         "uneven" if step is None else f"{step:g}",
         str(spectrum.points),
         f"{value:g} at {wavelength:g}",
-        spectrum.unit,
     )
 
 
 def _columns(*texts: str) -> str:
-    widths = (46, 14, 7, 7, 15, 0)
+    widths = (46, 14, 7, 7, 0)
     return "".join(f"{text:<{width}}" for text, width in zip(texts, widths, strict=True))

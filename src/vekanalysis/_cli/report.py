@@ -6,13 +6,25 @@ from itertools import groupby
 from typing import NamedTuple
 
 from .._core import version
-from .output import Json, aligned, emit, emit_json, interval, number, one_line, shortened, showable
+from .output import (
+    Json,
+    aligned,
+    bold,
+    emit,
+    emit_json,
+    interval,
+    number,
+    one_line,
+    shortened,
+    showable,
+)
 from .quantities import Quantity, Value, clear_lens, evaluate
 from .spectra import Spectrum, describe
 
-_WIDTH = 100
+# A report of one spectrum is as wide as a screen.
+_WIDTH = 80
 # Symbol, name and the marks of its notes; the last column of these is blank.
-_NAME = 42
+_NAME = 39
 # The column of a spectrum: a number with its point in the same place throughout, and a mark.
 _BEFORE, _AFTER, _MARK = 6, 5, 5
 _COLUMN = _BEFORE + 1 + _AFTER + _MARK
@@ -67,19 +79,24 @@ class _Footnotes:
 
 def _text(report: Report) -> str:
     footnotes = _Footnotes()
-    lines = [f"{report.title}, vekanalysis {version()}", ""]
-    lines += _spectra_lines(report.spectra)
+    lines = [f"{report.title}, vekanalysis {version()}", "", *_spectra_lines(report.spectra)]
+    headings = {0}
     rows = zip(report.quantities, report.values, strict=True)
     for standard, group in groupby(rows, key=lambda row: row[0].standard):
+        headings.add(len(lines) + 1)
         lines += ["", _heading(standard, report.spectra)]
         lines += [_row(quantity, values, footnotes) for quantity, values in group]
+    headings.add(len(lines) + 1)
     lines += ["", "Notes"]
     for count, note in enumerate(footnotes.texts, start=1):
         lines += _wrap(note, f"{f'[{count}]':>6} ")
     for note in [*report.notes, *_clear_lens_notes(report)]:
         lines += _wrap(note, f"{'-':>6} ")
     # Labels come from files and may hold anything.
-    return "".join(f"{one_line(line)}\n" for line in lines)
+    lines = [one_line(line) for line in lines]
+    for place in headings:
+        lines[place] = bold(lines[place])
+    return "\n".join(lines) + "\n"
 
 
 def _wrap(text: str, prefix: str) -> list[str]:
@@ -108,7 +125,7 @@ def _heading(standard: str, spectra: Sequence[Spectrum]) -> str:
 
 def _row(quantity: Quantity, values: Sequence[Value], footnotes: _Footnotes) -> str:
     # Plainer characters may be more: they are counted.
-    symbol = f"{showable(quantity.symbol):<7} "
+    symbol = f"{showable(quantity.symbol):<6} "
     unit = showable(quantity.unit)
     mark = footnotes.mark(quantity.notes)
     name = shortened(showable(quantity.name), _NAME - len(symbol) - len(mark) - 2)

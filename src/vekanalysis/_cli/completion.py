@@ -1,0 +1,131 @@
+"""``vekanalysis completion``: what lets a shell complete the words of a command line."""
+
+import argparse
+import re
+import shlex
+from argparse import Namespace
+
+from .catalogue import REFERENCES
+from .output import emit
+from .parser import make_parser
+
+_BASH = """\
+# Completion of {program} in bash: eval "$({program} completion bash)"
+{function}() {{
+    local current=${{COMP_WORDS[COMP_CWORD]}} words=
+    case $COMP_CWORD,${{COMP_WORDS[1]}},${{COMP_WORDS[COMP_CWORD - 1]}} in
+    1,*) words={commands} ;;
+{after_option}
+    *) case ${{COMP_WORDS[1]}},$current in
+{words}
+        esac ;;
+    esac
+    # Where there are no words, the names of files come.
+    mapfile -t COMPREPLY < <(compgen -W "$words" -- "$current")
+}}
+complete -o bashdefault -o default -F {function} {program}
+"""
+_ZSH = """\
+#compdef {program}
+# Completion of {program} in zsh, after compinit: eval "$({program} completion zsh)"
+{function}() {{
+    local state line
+    if ((CURRENT == 2)); then
+        _alternative 'commands:command:(({commands}))' 'options:option:({options})'
+        return
+    fi
+    local command=$words[2]
+    shift words
+    ((CURRENT--))
+    case $command in
+{arguments}
+    esac
+}}
+compdef {function} {names}
+"""
+# Values that are neither files nor words of a list.
+_FREE = ("data_set", "jobs", "indent")
+
+
+def run(arguments: Namespace) -> None:
+    program: str = arguments.program
+    make = {"bash": _bash, "zsh": _zsh}[arguments.shell]
+    emit(make(program, "_" + re.sub(r"\W", "_", program), make_parser(program)))
+
+
+def _commands(parser: argparse.ArgumentParser) -> dict[str, argparse.ArgumentParser]:
+    (commands,) = (a for a in parser._actions if isinstance(a, argparse._SubParsersAction))
+    return dict(commands.choices)
+
+
+def _options(parser: argparse.ArgumentParser) -> list[str]:
+    return [text for action in parser._actions for text in action.option_strings]
+
+
+def _words(action: argparse.Action) -> list[str]:
+    """What may stand for the argument; nothing where that is a file or free."""
+    if action.choices is not None:
+        return [str(choice) for choice in action.choices]
+    return [*REFERENCES] if action.dest in ("reference", "name") else []
+
+
+def _bash(program: str, function: str, parser: argparse.ArgumentParser) -> str:
+    after_option, words = [], []
+    for name, command in _commands(parser).items():
+        words.append(f"    {name},-*) words={_quoted(_options(command))} ;;")
+        for action in command._actions:
+            listed = _words(action)
+            if not action.option_strings and listed:
+                words.append(f"    {name},*) words={_quoted(listed)} ;;")
+            elif listed:
+                after = "|".join(f"*,{name},{option}" for option in action.option_strings)
+                after_option.append(f"    {after}) words={_quoted(listed)} ;;")
+            elif action.dest in _FREE:
+                after = "|".join(f"*,{name},{option}" for option in action.option_strings)
+                after_option.append(f"    {after}) compopt +o bashdefault +o default ;;")
+    return _BASH.format(
+        program=program,
+        function=function,
+        commands=_quoted([*_commands(parser), *_options(parser)]),
+        after_option="\n".join(after_option),
+        words="\n".join(f"    {line}" for line in words),
+    )
+
+
+def _quoted(words: list[str]) -> str:
+    return shlex.quote(" ".join(words))
+
+
+def _zsh(program: str, function: str, parser: argparse.ArgumentParser) -> str:
+    (listing,) = (a for a in parser._actions if isinstance(a, argparse._SubParsersAction))
+    described = " ".join(
+        f"{choice.dest}\\:{shlex.quote(choice.help or '')}" for choice in listing._get_subactions()
+    )
+    arguments = []
+    for name, command in _commands(parser).items():
+        specs = " ".join(shlex.quote(_zsh_spec(action)) for action in command._actions)
+        arguments.append(f"    {name}) _arguments {specs} ;;")
+    # A path is known to zsh as what it stands for, so only its end can be told.
+    _, slash, last = program.rpartition("/")
+    return _ZSH.format(
+        program=program,
+        names=f"-p '*/{last}'" if slash else program,
+        function=function,
+        commands=described.replace("'", '"'),
+        options=" ".join(_options(parser)),
+        arguments="\n".join(arguments),
+    )
+
+
+def _zsh_spec(action: argparse.Action) -> str:
+    """An argument in the language of ``_arguments``."""
+    words = _words(action)
+    what = f"({' '.join(words)})" if words else " " if action.dest in _FREE else "_files"
+    value = f":{action.metavar or action.dest}:{what}"
+    if not action.option_strings:
+        return f"*{value}"
+    repeated = "*" if isinstance(action.default, list) else ""
+    text = (action.help or "").replace("%(default)s", str(action.default))
+    explained = re.sub(r"([\[\]:])", r"\\\1", text)
+    option = action.option_strings[-1]
+    return f"{repeated}{option}[{explained}]{'' if action.nargs == 0 else value}"
