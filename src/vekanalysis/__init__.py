@@ -9,6 +9,14 @@ Everything but the command line comes from the compiled module ``_core``:
 - ``io``, the readers of measurement files and CSV spectra
 - ``utils``: peaks, widths, stitching, element-wise functions and statistics of scans
 - ``fitting``, the wavelength calibration of a grating monochromator
+
+What speaks to other libraries is imported when it is first used, and so are those libraries:
+
+- ``interop``, scans and records as pandas, xarray and plain Python objects, and back
+- ``plot``, scans drawn with Matplotlib
+- ``read_table``, a tolerant reader of text files, and the ``Table`` that it returns
+- ``load_ipython_extension``, the display of scans and records in notebooks:
+  ``%load_ext vekanalysis``
 """
 
 import sys as _sys
@@ -35,6 +43,15 @@ from ._core import (
     version,
 )
 
+TYPE_CHECKING = False  # typing itself would double the time that importing the package takes
+if TYPE_CHECKING:
+    from typing import Any
+
+    from . import interop
+    from ._notebook import load_ipython_extension, unload_ipython_extension
+    from ._plot import plot
+    from ._tables import Table, read_table
+
 __all__ = [
     "AKIMA",
     "CUBIC",
@@ -44,19 +61,50 @@ __all__ = [
     "Interpolation",
     "Observer",
     "Scan",
+    "Table",
     "chromaticity",
     "colorimetry",
     "curves",
     "fitting",
+    "interop",
     "io",
+    "load_ipython_extension",
     "monochromator",
     "physics",
+    "plot",
     "radiometry",
+    "read_table",
+    "unload_ipython_extension",
     "utils",
     "version",
 ]
 
 __version__ = version()
+
+# Names that are imported when they are first used, and the modules that have them.
+_LAZY = {
+    "Table": "_tables",
+    "interop": "interop",
+    "load_ipython_extension": "_notebook",
+    "plot": "_plot",
+    "read_table": "_tables",
+    "unload_ipython_extension": "_notebook",
+}
+
+
+def __getattr__(name: str) -> Any:
+    if name not in _LAZY:
+        raise AttributeError(f"module {__name__!r} has no attribute {name!r}", name=name)
+    from importlib import import_module
+
+    module = import_module(f".{_LAZY[name]}", __name__)
+    value = module if _LAZY[name] == name else getattr(module, name)
+    globals()[name] = value
+    return value
+
+
+def __dir__() -> list[str]:
+    return sorted(globals().keys() | _LAZY.keys())
 
 
 def _make_importable(module: object) -> None:

@@ -4,11 +4,10 @@ import importlib
 from collections.abc import Sequence
 from typing import Any
 
-from .. import colorimetry
+from .._plot import plot
 from .errors import CommandError
 from .spectra import Spectrum, peak
 
-_UV_BANDS = {"UV-B": (280.0, 315.0, "#d9c7ee"), "UV-A": (315.0, 380.0, "#ebe2f7")}
 _MISSING = (
     "--plot needs Matplotlib: pip install 'vekanalysis[plot]', or Debian's python3-matplotlib; "
     "in a checkout, tools/setup plot"
@@ -18,8 +17,7 @@ _MISSING = (
 def plot_lenses(path: str, spectra: Sequence[Spectrum]) -> None:
     """Transmittances over V(λ) and the UV bands."""
     figure, axes = _start(spectra, lowest=280.0, highest=780.0)
-    _draw(axes, spectra)
-    axes.set_ylabel("spectral transmittance")
+    _draw(axes, spectra, "spectral transmittance")
     axes.set_ylim(0.0, max(1.02, *(1.02 * peak(spectrum.scan)[1] for spectrum in spectra)))
     _finish(path, figure, axes)
 
@@ -27,10 +25,10 @@ def plot_lenses(path: str, spectra: Sequence[Spectrum]) -> None:
 def plot_lights(path: str, spectra: Sequence[Spectrum]) -> None:
     """Spectra of light sources over V(λ), which is drawn as high as the highest of them."""
     figure, axes = _start(spectra, lowest=380.0, highest=780.0)
-    _draw(axes, spectra, max(peak(spectrum.scan)[1] for spectrum in spectra))
     units = {spectrum.unit for spectrum in spectra}
+    height = max(peak(spectrum.scan)[1] for spectrum in spectra)
     unit = units.pop() if len(units) == 1 else ""
-    axes.set_ylabel(f"spectral distribution ({unit})" if unit else "spectral distribution")
+    _draw(axes, spectra, "spectral distribution", unit, height)
     axes.set_ylim(bottom=min(0.0, *(min(spectrum.scan.values()) for spectrum in spectra)))
     _finish(path, figure, axes)
 
@@ -48,32 +46,26 @@ def _start(spectra: Sequence[Spectrum], lowest: float, highest: float) -> tuple[
         max(200.0, min(lowest, *(spectrum.range_nm[0] for spectrum in spectra))),
         min(1200.0, max(highest, *(spectrum.range_nm[1] for spectrum in spectra))),
     )
-    axes.set_xlabel("wavelength in nm")
     return figure, axes
 
 
-def _draw(axes: Any, spectra: Sequence[Spectrum], height: float = 1.0) -> None:
+def _draw(
+    axes: Any, spectra: Sequence[Spectrum], quantity: str, unit: str = "", height: float = 1.0
+) -> None:
     """The spectra over the UV bands and V(λ), which is drawn ``height`` high."""
-    for name, (lowest, highest, colour) in _UV_BANDS.items():
-        axes.axvspan(lowest, highest, color=colour, linewidth=0, label=name)
-    wavelengths, luminosity = colorimetry.data.cie_1931_standard_observer_y().to_lists()
-    axes.fill_between(
-        wavelengths,
-        [height * value for value in luminosity],
-        color="#dfe8d5",
-        linewidth=0,
-        label="V(λ)" if height == 1.0 else "V(λ), scaled",
+    plot(
+        [spectrum.scan for spectrum in spectra],
+        ax=axes,
+        label=[spectrum.label for spectrum in spectra],
+        quantity=quantity,
+        unit=unit,
+        uv_bands=True,
+        luminosity=height,
     )
-    for spectrum in spectra:
-        wavelengths, values = spectrum.scan.to_lists()
-        label = spectrum.label.replace("$", r"\$")  # Matplotlib sets formulae between them.
-        sparse = len(wavelengths) <= 100
-        axes.plot(wavelengths, values, marker="." if sparse else None, label=label)
 
 
 def _finish(path: str, figure: Any, axes: Any) -> None:
     axes.grid(color="#d0d0d0", linewidth=0.6)
-    axes.legend(loc="best", framealpha=0.9)
     try:
         figure.savefig(path, dpi=150)
     except (OSError, ValueError) as error:

@@ -1,0 +1,181 @@
+"""Spectra drawn with Matplotlib, which is imported by the call."""
+
+from collections.abc import Iterable, Mapping, Sequence
+from typing import TYPE_CHECKING, Any, cast
+
+from ._core import Scan, colorimetry, io
+from ._optional import require
+
+if TYPE_CHECKING:
+    from matplotlib.axes import Axes
+
+_UV_BANDS = {"UV-B": (280.0, 315.0, "#d9c7ee"), "UV-A": (315.0, 380.0, "#ebe2f7")}
+# Scans with no more points have a marker at each of them.
+_SPARSE = 100
+# So many values show the curve between the points of a sparse scan.
+_DENSE = 1000
+
+
+def plot(
+    scans: Scan | io.DataSet | io.VekFile | Mapping[str, Scan] | Iterable[Scan],
+    *,
+    ax: Axes | None = None,
+    label: str | Sequence[str] | None = None,
+    quantity: str | None = None,
+    unit: str | None = None,
+    uv_bands: bool = False,
+    luminosity: float | None = None,
+    **line: Any,
+) -> Axes:
+    """Draw scans over wavelength with Matplotlib.
+
+    What is drawn is what the scan says: a scan that interpolates as the curve that
+    ``scan(wl)`` follows, with a marker at each stored point where these are at most 100; a scan
+    that does not, or has too few points for its interpolation, as its points alone.
+
+    Parameters
+    ----------
+    scans : Scan, DataSet, VekFile, mapping of str to Scan, or iterable of Scan
+        What to draw. The names of a mapping and of data sets are the labels; a `VekFile`
+        states quantity, unit and the kind of its x axis as well.
+    ax : matplotlib.axes.Axes, optional
+        Where to draw; a new figure of pyplot if not given.
+    label : str or sequence of str, optional
+        Labels for the legend, one a scan, instead of the names.
+    quantity, unit : str, optional
+        Title of the y axis, as "quantity in unit"; no unit if that is empty or "1".
+    uv_bands : bool
+        Whether UV-B (280 to 315 nm) and UV-A (315 to 380 nm) are shaded behind the scans.
+    luminosity : float, optional
+        Height, on the y axis, at which V(λ) is shaded behind the scans: 1 for transmittances.
+    **line
+        Handed to ``Axes.plot``: ``color``, ``linestyle``, ``alpha``, ...
+
+    Returns
+    -------
+    matplotlib.axes.Axes
+        The axes drawn on. They have a legend as soon as something on them has a label.
+
+    Raises
+    ------
+    ValueError
+        If there is nothing to draw, a scan is empty, or the labels are not one a scan.
+    ImportError
+        If Matplotlib is not installed.
+
+    Examples
+    --------
+    >>> import vekanalysis as vek
+    >>> lens = vek.curves.longpass_filter(450, 20, 380, 780, 5)
+    >>> axes = vek.plot(lens, label="lens", quantity="spectral transmittance")
+    >>> axes.get_xlabel(), axes.get_ylabel()
+    ('wavelength in nm', 'spectral transmittance')
+    """
+    named, stated = _named(scans)
+    if label is not None:
+        named = _relabelled([scan for _, scan in named], label)
+    for name, scan in named:
+        if not isinstance(scan, Scan):
+            raise TypeError(f"plot needs scans; got {type(scan).__name__}")
+        if not scan.wavelengths():
+            raise ValueError(f"plot: scan{f" '{name}'" if name else ''} has no points to draw")
+    if not named:
+        raise ValueError("plot needs at least one scan; got none")
+
+    if ax is None:
+        pyplot = require("matplotlib.pyplot", "plot", "plot")
+        _, new = pyplot.subplots(layout="constrained")
+        new.grid(color="#d0d0d0", linewidth=0.6)
+        ax = cast("Axes", new)
+    if uv_bands:
+        for name, (lowest, highest, colour) in _UV_BANDS.items():
+            ax.axvspan(lowest, highest, color=colour, linewidth=0, label=name)
+    if luminosity is not None:
+        _shade_luminosity(ax, luminosity)
+    for name, scan in named:
+        _draw(ax, scan, name, line)
+    _set_titles(ax, quantity, unit, stated)
+    if ax.get_legend_handles_labels()[0]:
+        ax.legend(loc="best", framealpha=0.9)
+    return ax
+
+
+# What a measurement file states: title of the x axis, quantity, unit.
+type _Stated = tuple[str, str, str]
+type _Named = list[tuple[str | None, Scan]]
+
+_NOTHING = ("wavelength in nm", "", "")
+
+
+def _named(scans: Any) -> tuple[_Named, _Stated]:
+    if isinstance(scans, Scan):
+        return [(None, scans)], _NOTHING
+    if isinstance(scans, Mapping):
+        return [(str(name), scan) for name, scan in scans.items()], _NOTHING
+    if isinstance(scans, io.DataSet):
+        return [(scans.name, scans.data)], _NOTHING
+    if isinstance(scans, io.VekFile):
+        x_type, y = scans.meta.x_type, scans.data_info.type_and_units
+        x_title = " in ".join(x_type.split(" / ")) if x_type else scans.graph.x_axis_title
+        x_title = x_title.replace("Wavelength", "wavelength")
+        named: _Named = [(data_set.name, data_set.data) for data_set in scans.data_sets]
+        return named, (x_title, y.measurement_type, y.units)
+    if isinstance(scans, str | bytes) or not isinstance(scans, Iterable):
+        raise TypeError(f"plot needs scans; got {type(scans).__name__}")
+    return [(None, scan) for scan in scans], _NOTHING
+
+
+def _relabelled(scans: list[Scan], label: str | Sequence[str]) -> _Named:
+    labels = [label] if isinstance(label, str) else list(label)
+    if len(labels) != len(scans):
+        raise ValueError(f"plot: {len(labels)} labels for {len(scans)} scans; each needs one")
+    return list(zip(labels, scans, strict=True))
+
+
+def _shade_luminosity(ax: Axes, height: float) -> None:
+    wavelengths, luminosity = colorimetry.data.cie_1931_standard_observer_y().to_numpy()
+    label = "V(λ)" if height == 1.0 else "V(λ), scaled"
+    ax.fill_between(wavelengths, height * luminosity, color="#dfe8d5", linewidth=0, label=label)
+
+
+def _draw(ax: Axes, scan: Scan, label: str | None, line: Mapping[str, Any]) -> None:
+    wavelengths, values = scan.to_lists()
+    style: dict[str, Any] = {"label": None if label is None else _as_text(label)}
+    sparse = len(wavelengths) <= _SPARSE
+    if sparse:
+        style["marker"] = "."
+    if not scan.is_interpolated():
+        style |= {"marker": ".", "linestyle": "none"}
+    elif sparse and len(wavelengths) > 1:
+        try:
+            wavelengths, values, style["markevery"] = _curve(scan, wavelengths)
+        except RuntimeError:
+            style["linestyle"] = "none"
+    ax.plot(wavelengths, values, **style | dict(line))
+
+
+def _curve(scan: Scan, stored: list[float]) -> tuple[list[float], list[float], list[int]]:
+    """The interpolant, and where in it the stored points are."""
+    first, last = stored[0], stored[-1]
+    step = (last - first) / _DENSE
+    between = (first + i * step for i in range(1, _DENSE))
+    wavelengths = sorted({*stored, *between})
+    points = set(stored)
+    marked = [index for index, wl in enumerate(wavelengths) if wl in points]
+    return wavelengths, [scan(wl) for wl in wavelengths], marked
+
+
+def _as_text(label: str) -> str:
+    """The label as it is: Matplotlib sets formulae between dollars and hides a leading _."""
+    return (" " * label.startswith("_") + label).replace("$", r"\$")
+
+
+def _set_titles(ax: Axes, quantity: str | None, unit: str | None, stated: _Stated) -> None:
+    x_title, stated_quantity, stated_unit = stated
+    if not ax.get_xlabel():
+        ax.set_xlabel(x_title)
+    if quantity is None and unit is None and ax.get_ylabel():
+        return
+    quantity = quantity if quantity is not None else stated_quantity or "value"
+    unit = unit if unit is not None else stated_unit
+    ax.set_ylabel(_as_text(f"{quantity} in {unit}" if unit not in ("", "1") else quantity))

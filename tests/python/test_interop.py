@@ -1,0 +1,285 @@
+"""Scans and records in pandas, xarray, plain Python, Matplotlib and notebooks."""
+
+import doctest
+import importlib
+import json
+import math
+import re
+import subprocess
+import sys
+from pathlib import Path
+from typing import Any
+
+import matplotlib as mpl
+import numpy as np
+import pandas as pd
+import pytest
+import xarray as xr
+from IPython.core.interactiveshell import InteractiveShell
+from vekwriter import Contents, DataSet
+
+import vekanalysis as vek
+from vekanalysis import Interpolation, Scan, interop
+
+mpl.use("agg")
+
+ODD = Scan([0.1 + 0.2, 555.0, 1e5], [1 / 3, -0.0, 5e-324], 1e-9, Interpolation.LINEAR)
+SCANS = [ODD, Scan(), Scan([-1, 2], [3, 4], interpolation=Interpolation.NONE)]
+
+
+@pytest.fixture
+def vek_file() -> Any:
+    sets = [DataSet("_lens $x$", [(400, 1), (410, 2)]), DataSet("dark", [(400, 0), (410, 0)])]
+    return vek.io.load_vekfile_binary_data(Contents(data_sets=sets).file())
+
+
+@pytest.mark.parametrize("module", ["interop", "_tables", "_plot", "_notebook"])
+def test_the_examples_in_the_docstrings_run(module: str) -> None:
+    results = doctest.testmod(importlib.import_module(f"vekanalysis.{module}"))
+    assert (results.failed, results.attempted > 2) == (0, True)
+
+
+def test_nothing_is_imported_before_it_is_used() -> None:
+    code = """
+import sys, vekanalysis as vek
+from vekanalysis import plot, read_table, interop, load_ipython_extension
+assert {*vek.__all__} <= {*dir(vek)} and all(hasattr(vek, name) for name in vek.__all__)
+assert vek.plot is plot and callable(plot) and vek.interop.__name__ == "vekanalysis.interop"
+print({"numpy", "pandas", "xarray", "matplotlib", "IPython"} & sys.modules.keys())
+"""
+    done = subprocess.run([sys.executable, "-c", code], capture_output=True, text=True, check=True)
+    assert done.stdout == "set()\n"
+
+
+@pytest.mark.parametrize("library", ["pandas", "xarray", "matplotlib"])
+def test_a_missing_library_is_named(library: str, monkeypatch: pytest.MonkeyPatch) -> None:
+    use, extra = {
+        "pandas": (interop.to_series, "interop"),
+        "xarray": (interop.to_dataarray, "interop"),
+        "matplotlib": (vek.plot, "plot"),
+    }[library]
+    monkeypatch.setitem(sys.modules, library, None)
+    monkeypatch.setitem(sys.modules, "matplotlib.pyplot", None)
+    with pytest.raises(ImportError, match=rf"needs {library}, .*pip install 'vekanalysis\[{extra}"):
+        use(ODD)
+
+
+def same(a: Scan, b: Scan) -> bool:
+    return repr(a) == repr(b) and a.to_numpy().tobytes() == b.to_numpy().tobytes()
+
+
+@pytest.mark.parametrize("scan", SCANS, ids=["odd", "empty", "not interpolated"])
+def test_round_trips_keep_every_bit(scan: Scan, tmp_path: Path) -> None:
+    series = interop.to_series(scan, "lens")
+    assert (series.index.name, series.attrs["wavelength_units"]) == ("wavelength", "nm")
+    assert same(interop.from_series(series), scan)
+    array = interop.to_dataarray(scan, "lens")
+    assert array.wavelength.attrs["units"] == "nm"
+    assert same(interop.from_dataarray(array.chunk()), scan)
+    plain = json.loads(json.dumps(interop.as_dict(scan), allow_nan=False))
+    assert plain["wavelength"] == scan.wavelengths()
+    assert plain["interpolation"] == scan.interpolation.name
+
+
+def test_frames_join_on_exact_wavelengths_or_evaluate_on_a_grid() -> None:
+    near = 500 + 1e-9
+    a = Scan([400, 500], [1, 2], 1e-6, Interpolation.LINEAR)
+    b = Scan([450, near, 600], [5, 6, 8], interpolation=Interpolation.NONE)
+    joined = interop.to_frame({"a": a, "b": b})
+    assert joined.index.to_list() == [400, 450, 500, near, 600]
+    assert joined["a"].dropna().to_dict() == {400: 1, 500: 2}
+    back = interop.from_frame(joined)
+    assert same(back["a"], a)
+    assert same(back["b"], b)
+    common = interop.to_frame([a, a.x() * 1.0], grid="common")
+    assert common.to_numpy().tolist() == [[1, 400], [2, 500]]
+    evaluated = interop.to_frame({"a": a}, grid=np.array([399, 450, 501]))["a"]
+    assert evaluated.isna().tolist() == [True, False, True]
+    assert evaluated[450] == 1.5
+    assert interop.to_frame([a], grid=[399], outside=0)[0].tolist() == [0]
+    assert interop.to_frame([b, b], grid="common").index.to_list() == b.wavelengths()
+    for scans, grid, reason in [
+        ([a, Scan()], "common", "no common wavelengths"),
+        ([b], [500], "'0' has no values between its points"),
+        ([a], "all", "must be 'union', 'common' or an array"),
+        ([a], [[1]], "2 dimensions; one is needed"),
+        ([a], ["x"], "must be numbers"),
+        ([], "union", "at least one scan"),
+    ]:
+        with pytest.raises(ValueError, match=reason):
+            interop.to_frame(scans, grid=grid)
+
+
+FOREIGN_SERIES = [
+    (pd.Series([1.0, 2.0], [0.4, 0.5]), "look like um.*wavelength_unit='um'"),
+    (pd.Series([1.0, 2.0], [4000, 5000]), "look like angstrom"),
+    (pd.Series([1.0, 2.0]), "start at 0; they must be above zero"),
+    (pd.Series([1.0, 2.0], pd.Index([400, 500], name="wl / um")), "in um"),
+    (pd.Series([1.0, 2.0], pd.Index([400, 500], name="wavenumber")), "not a wavelength"),
+    (pd.Series([1.0, 2.0], [400, 400], name="x"), "series 'x': wavelength 400 is there twice"),
+    (pd.Series([1.0, 2.0], [400, math.nan]), "wavelength 2 is nan"),
+    (pd.Series([1.0, math.nan], [400, 401]), r"1 of 2 values are missing.*at 401"),
+    (pd.Series(["a", "b"], [400, 401]), "the values must be numbers; got"),
+    (pd.Series([1.0, 2.0], pd.date_range("2026-01-01", periods=2)), "the index must be numbers"),
+    (pd.Series([1, 2], pd.MultiIndex.from_tuples([(1, 2), (3, 4)])), "2 levels"),
+]
+
+
+@pytest.mark.parametrize(("series", "reason"), FOREIGN_SERIES)
+def test_doubtful_series_are_refused(series: Any, reason: str) -> None:
+    with pytest.raises(ValueError, match=reason):
+        interop.from_series(series)
+
+
+def test_series_are_taken_as_told() -> None:
+    series = pd.Series([2, pd.NA, 1], [0.5876, 0.5, 0.4], dtype="Int64")
+    scan = interop.from_series(series, wavelength_unit="um", missing="drop")
+    assert scan.to_lists() == ([400, 587.6], [1, 2])
+    kept = interop.from_series(series, wavelength_unit="m", missing="keep", epsilon=0.5)
+    assert math.isnan(kept[5e8])
+    with pytest.raises(ValueError, match=r"3 wavelengths make 1 points.*smaller epsilon"):
+        interop.from_series(series, wavelength_unit="nm", missing="keep", epsilon=1)
+    with pytest.raises(ValueError, match="must be one of NONE, AKIMA"):
+        interop.from_series(interop.to_series(ODD).rename("x").pipe(spoil))
+
+
+def spoil(series: Any) -> Any:
+    series.attrs["interpolation"] = "akima"
+    return series
+
+
+def array(units: str | None = None, **coordinates: Any) -> xr.DataArray:
+    attrs = {} if units is None else {"units": units}
+    named = {name: ("band", values, attrs) for name, values in coordinates.items()}
+    return xr.DataArray([1.0, 2.0], named, ("band",))
+
+
+def test_arrays_with_other_names_and_units() -> None:
+    expected = ([400, 500], [1, 2])
+    assert interop.from_dataarray(array(centre=[400, 500])).to_lists() == expected
+    assert interop.from_dataarray(array("nanometer", band=[400, 500])).to_lists() == expected
+    micrometres = array("micrometers", band=[0.4, 0.5])
+    assert interop.from_dataarray(micrometres, wavelength_unit="um").to_lists() == expected
+    for refused, reason in [
+        (micrometres, r"in um \('micrometers'\).*wavelength_unit='um'"),
+        (array("m", band=[4e-7, 5e-7]), "in m"),
+        (array("cm-1", band=[4000, 5000]), "not a wavelength"),
+        (array(), "needs one coordinate along 'band', the wavelengths; got none"),
+        (array(a=[1, 2], b=[1, 2]), "got 'a', 'b'"),
+        (array(band=[400, 500]).expand_dims("time"), r"2 dimensions \(time, band\)"),
+    ]:
+        with pytest.raises(ValueError, match=reason):
+            interop.from_dataarray(refused)
+    for use in (interop.from_dataarray, interop.from_series, interop.from_frame):
+        with pytest.raises(TypeError, match=r"needs a.*; got Scan"):
+            use(ODD)
+
+
+def test_every_record_becomes_plain_objects(vek_file: Any) -> None:
+    plain = interop.as_dict(vek_file)
+    assert json.loads(json.dumps(plain)) == plain
+    assert [*plain] == ["meta", "graph", "data_sets", "data_info"]
+    assert plain["data_sets"][0]["data"]["value"] == [1, 2]
+    assert isinstance(plain["data_info"]["type_and_units"]["units_code"], int)
+    observer = vek.Observer(ODD, ODD, Scan())
+    assert interop.as_dict(observer)["x"]["wavelength"] == ODD.wavelengths()
+    xyz = vek.colorimetry.CIEXYZ(1, math.nan, math.inf)
+    assert interop.as_dict(xyz) == {"X": 1, "Y": None, "Z": None}
+    assert interop.as_dict(xyz, keep_nan=True)["Z"] == math.inf
+    for other in ({}, 1.0, Interpolation.AKIMA, None):
+        with pytest.raises(TypeError, match="needs a scan or a record; got"):
+            interop.as_dict(other)
+
+
+def test_a_plot_shows_the_interpolant_and_the_points() -> None:
+    import matplotlib.pyplot as plt
+
+    curve = Scan([400, 410, 420, 440, 450], [0, 1, 0, 1, 0])
+    points = Scan([400, 410], [1, 2], interpolation=Interpolation.NONE)
+    too_few = Scan([400, 410], [1, 2])
+    axes = vek.plot({"curve": curve, "points": points, "too few": too_few}, unit="V")
+    drawn, *dots = axes.get_lines()
+    x, y = drawn.get_data()
+    assert len(x) > 500
+    assert y.tolist() == [curve(wl) for wl in x]
+    assert [x[index] for index in drawn.get_markevery()] == curve.wavelengths()
+    assert [line.get_linestyle() for line in dots] == ["None", "None"]
+    assert (axes.get_xlabel(), axes.get_ylabel()) == ("wavelength in nm", "value in V")
+    assert vek.plot(curve * 2, ax=axes, label="twice", color="k", luminosity=2.0) is axes
+    assert axes.get_ylabel() == "value in V"
+    assert [text.get_text() for text in axes.get_legend().get_texts()] == [
+        "curve", "points", "too few", "V(λ), scaled", "twice",
+    ]  # fmt: skip
+    assert vek.plot(curve).get_legend() is None
+    plt.close("all")
+
+
+def test_a_measurement_file_names_its_own_axes(vek_file: Any) -> None:
+    axes = vek.plot(vek_file)
+    quantity = vek_file.data_info.type_and_units
+    assert quantity.measurement_type in axes.get_ylabel()
+    assert len(axes.get_legend().get_texts()) == 2
+    axes.figure.canvas.draw()
+    mpl.pyplot.close("all")
+
+
+@pytest.mark.parametrize(
+    ("scans", "options", "reason"),
+    [
+        ([], {}, "at least one scan; got none"),
+        ({"a": Scan()}, {}, "scan 'a' has no points"),
+        ([ODD], {"label": ["a", "b"]}, "2 labels for 1 scans"),
+        ("lens.csv", {}, "needs scans; got str"),
+        ([1], {}, "needs scans; got int"),
+    ],
+)
+def test_what_cannot_be_drawn_is_refused(scans: Any, options: Any, reason: str) -> None:
+    with pytest.raises((TypeError, ValueError), match=reason):
+        vek.plot(scans, **options)
+    assert not mpl.pyplot.get_fignums()
+
+
+@pytest.fixture
+def shell() -> Any:
+    shell = InteractiveShell()
+    shell.extension_manager.load_extension("vekanalysis")
+    yield shell
+    shell.extension_manager.unload_extension("vekanalysis")
+    assert (
+        not {Scan, vek.Table} & shell.display_formatter.formatters["text/html"].type_printers.keys()
+    )
+
+
+def html(shell: Any, thing: object) -> str:
+    data, _ = shell.display_formatter.format(thing)
+    text: str = data.get("text/html", "")
+    return text
+
+
+def test_notebooks_show_a_small_picture(shell: Any, vek_file: Any) -> None:
+    big = Scan(np.linspace(200, 1200, 100_000), np.random.default_rng(1).normal(size=100_000))
+    text = html(shell, big)
+    assert len(text) < 10_000
+    assert re.search(r"<svg role=.*currentColor.*<title>.*100000 points", text)
+    gap = html(shell, Scan([1, 2, 3, 4], [1, math.nan, 3, math.inf]))
+    assert gap.count("h0.1") == 2
+    assert "2 not finite" in gap
+    extreme = html(shell, Scan([1, 2], [-1.7e308, 1.7e308]))
+    assert 'd="M0 48.0L240 0.0"' in extreme
+    for thing in (Scan(), Scan([1], [math.nan]), vek.Observer(ODD, ODD, ODD), vek_file):
+        assert html(shell, thing)
+        assert "nan" not in html(shell, thing)
+    assert html(shell, Interpolation.AKIMA) == ""
+
+
+def test_texts_of_files_are_escaped_in_notebooks(shell: Any, tmp_path: Path) -> None:
+    evil = "<script>alert(1)</script>"
+    path = tmp_path / "lens.csv"
+    path.write_text(f"{evil}\nwl;{evil}\n400;1\n410;2\n")
+    sets = [DataSet(evil, [(400, 1)])] * 50
+    file = vek.io.load_vekfile_binary_data(Contents(data_sets=sets).file())
+    for thing in (vek.read_table(path), file):
+        text = html(shell, thing)
+        assert "<script" not in text
+        assert "&lt;script" in text
+    assert "and 38 more" in text
