@@ -3,11 +3,12 @@
 from collections.abc import Iterable, Mapping, Sequence
 from typing import TYPE_CHECKING, Any, cast
 
-from ._core import Scan, colorimetry, io
+from ._core import Scan, colorimetry, io, utils
 from ._optional import require
 
 if TYPE_CHECKING:
     from matplotlib.axes import Axes
+    from matplotlib.lines import Line2D
 
 _UV_BANDS = {"UV-B": (280.0, 315.0, "#d9c7ee"), "UV-A": (315.0, 380.0, "#ebe2f7")}
 # Scans with no more points have a marker at each of them.
@@ -25,6 +26,7 @@ def plot(
     unit: str | None = None,
     uv_bands: bool = False,
     luminosity: float | None = None,
+    peaks: int = 0,
     **line: Any,
 ) -> Axes:
     """Draw scans over wavelength with Matplotlib.
@@ -48,6 +50,9 @@ def plot(
         Whether UV-B (280 to 315 nm) and UV-A (315 to 380 nm) are shaded behind the scans.
     luminosity : float, optional
         Height, on the y axis, at which V(λ) is shaded behind the scans: 1 for transmittances.
+    peaks : int
+        How many of the highest peaks of each scan (`utils.find_peaks`) are marked with their
+        wavelengths.
     **line
         Handed to ``Axes.plot``: ``color``, ``linestyle``, ``alpha``, ...
 
@@ -60,6 +65,8 @@ def plot(
     ------
     ValueError
         If there is nothing to draw, a scan is empty, or the labels are not one a scan.
+    RuntimeError
+        If peaks are asked for of a scan without interpolation or with too few points for it.
     ImportError
         If Matplotlib is not installed.
 
@@ -93,7 +100,9 @@ def plot(
     if luminosity is not None:
         _shade_luminosity(ax, luminosity)
     for name, scan in named:
-        _draw(ax, scan, name, line)
+        drawn = _draw(ax, scan, name, line)
+        if peaks > 0:
+            _mark_peaks(ax, scan, peaks, drawn.get_color())
     _set_titles(ax, quantity, unit, stated)
     if ax.get_legend_handles_labels()[0]:
         ax.legend(loc="best", framealpha=0.9)
@@ -138,7 +147,7 @@ def _shade_luminosity(ax: Axes, height: float) -> None:
     ax.fill_between(wavelengths, height * luminosity, color="#dfe8d5", linewidth=0, label=label)
 
 
-def _draw(ax: Axes, scan: Scan, label: str | None, line: Mapping[str, Any]) -> None:
+def _draw(ax: Axes, scan: Scan, label: str | None, line: Mapping[str, Any]) -> Line2D:
     wavelengths, values = scan.to_lists()
     style: dict[str, Any] = {"label": None if label is None else _as_text(label)}
     sparse = len(wavelengths) <= _SPARSE
@@ -151,7 +160,22 @@ def _draw(ax: Axes, scan: Scan, label: str | None, line: Mapping[str, Any]) -> N
             wavelengths, values, style["markevery"] = _curve(scan, wavelengths)
         except RuntimeError:
             style["linestyle"] = "none"
-    ax.plot(wavelengths, values, **style | dict(line))
+    (drawn,) = ax.plot(wavelengths, values, **style | dict(line))
+    return drawn
+
+
+def _mark_peaks(ax: Axes, scan: Scan, count: int, colour: Any) -> None:
+    found = sorted(utils.find_peaks(scan).items(), key=lambda point: point[1])[-count:]
+    for wavelength, value in found:
+        ax.plot(wavelength, value, marker="|", markersize=10, color=colour, label="_peak")
+        ax.annotate(
+            f"{wavelength:.1f}",
+            (wavelength, value),
+            xytext=(0, 6),
+            textcoords="offset points",
+            horizontalalignment="center",
+            fontsize="small",
+        )
 
 
 def _curve(scan: Scan, stored: list[float]) -> tuple[list[float], list[float], list[int]]:

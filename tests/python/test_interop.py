@@ -210,7 +210,10 @@ def test_a_plot_shows_the_interpolant_and_the_points() -> None:
     assert [text.get_text() for text in axes.get_legend().get_texts()] == [
         "curve", "points", "too few", "V(λ), scaled", "twice",
     ]  # fmt: skip
-    assert vek.plot(curve).get_legend() is None
+    marked = vek.plot(curve, peaks=1)
+    assert marked.get_legend() is None
+    (peak,) = [text.get_text() for text in marked.texts]
+    assert curve(float(peak)) == pytest.approx(max(y), rel=1e-4)
     plt.close("all")
 
 
