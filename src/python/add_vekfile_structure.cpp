@@ -2,10 +2,27 @@
 
 #include <pybind11/stl.h>
 
+#include <cstdint>
+#include <string>
+#include <utility>
+#include <vector>
+
 #include "io/io.hpp"
 #include "io/vekfile.hpp"
 
 namespace vekanalysis::python {
+
+namespace {
+
+/// Registers the function that makes a record from all of its fields, in their order.
+template <class Record, class... Fields>
+void add_restore(py::module_& m, const char* name) {
+    m.def(
+        name, [](Fields... fields) { return Record{std::move(fields)...}; },
+        "Restore a pickled record.");
+}
+
+}  // namespace
 
 // The lists and scans that the attributes give are those inside the record, not copies.
 void add_vekfile_structure(py::module_& m) {
@@ -78,6 +95,17 @@ void add_vekfile_structure(py::module_& m) {
         .def_readonly("graph", &VekFile::graph, "The graph that the acquisition program showed.")
         .def_readonly("data_sets", &VekFile::data_sets, "The measured curves in file order.")
         .def_readonly("data_info", &VekFile::data_info, "How the curves were measured.");
+
+    using Text = std::string;
+    add_restore<Meta, std::uint32_t, bool, Text>(m, "_meta");
+    add_restore<DataSet, std::uint32_t, Text, Scan>(m, "_data_set");
+    add_restore<MeasurementTypeUnits, Text, Text, std::int32_t, std::int32_t>(
+        m, "_measurement_type_units");
+    add_restore<DataInfo, Text, Text, bool, Text, Text, Text, Text, Text, Text, Text,
+                MeasurementTypeUnits, MeasurementTypeUnits, bool, Text, Text, Text>(m,
+                                                                                    "_data_info");
+    add_restore<Graph, std::uint32_t, Text, Text>(m, "_graph");
+    add_restore<VekFile, Meta, Graph, std::vector<DataSet>, DataInfo>(m, "_vek_file");
 }
 
 }  // namespace vekanalysis::python

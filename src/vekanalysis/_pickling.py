@@ -6,7 +6,17 @@ travels as its array of points, which pickle protocol 5 can hand over out of ban
 
 import copyreg
 
-from ._core import Interpolation, Observer, Scan, chromaticity, colorimetry, fitting, utils
+from ._core import (
+    Interpolation,
+    Observer,
+    Scan,
+    chromaticity,
+    colorimetry,
+    fitting,
+    io,
+    utils,
+)
+from ._records import fields
 
 TYPE_CHECKING = False  # typing itself would double the time that importing the package takes
 if TYPE_CHECKING:
@@ -77,3 +87,13 @@ def register() -> None:
     _register_record(
         fitting.FitWavelengthParamsFree, *_FIT_FIELDS, restore=_restore_fit_params_free
     )
+    restores: list[tuple[type, Callable[..., Any]]] = [
+        (io.Meta, io._meta),
+        (io.DataSet, io._data_set),
+        (io.MeasurementTypeUnits, io._measurement_type_units),
+        (io.DataInfo, io._data_info),
+        (io.Graph, io._graph),
+        (io.VekFile, io._vek_file),
+    ]
+    for record_type, restore in restores:
+        _register_record(record_type, *fields(record_type), restore=restore)

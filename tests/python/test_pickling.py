@@ -9,8 +9,19 @@ from concurrent.futures import ProcessPoolExecutor
 from multiprocessing import get_context
 
 import pytest
+from vekwriter import Contents, DataSet
 
-from vekanalysis import Interpolation, Observer, Scan, chromaticity, colorimetry, fitting, utils
+from vekanalysis import (
+    Interpolation,
+    Observer,
+    Scan,
+    chromaticity,
+    colorimetry,
+    fitting,
+    interop,
+    io,
+    utils,
+)
 
 
 def pickled(thing: object) -> object:
@@ -70,6 +81,16 @@ def test_a_record_arrives_whole(travel: Callable[[object], object], record: obje
     assert type(arrived) is type(record)
     assert [getattr(arrived, name) for name in fields] == [getattr(record, name) for name in fields]
     assert fields
+
+
+@pytest.mark.parametrize("travel", WAYS)
+def test_a_measurement_file_arrives_whole(travel: Callable[[object], io.VekFile]) -> None:
+    sets = [DataSet("a", [(400, 1), (400, 2)]), DataSet("", [(1, 2)])]
+    file = io.load_vekfile_binary_data(Contents(data_sets=sets).file())
+    arrived = travel(file)
+    assert interop.as_dict(arrived) == interop.as_dict(file)
+    for record in (file.meta, file.graph, file.data_info, file.data_sets[0]):
+        assert interop.as_dict(travel(record)) == interop.as_dict(record)
 
 
 def test_an_observer_arrives_whole() -> None:
