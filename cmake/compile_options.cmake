@@ -5,6 +5,9 @@ add_library(vekanalysis_options INTERFACE)
 if(MSVC)
   # /fp:precise without /fp:contract never fuses a multiply with an add.
   target_compile_options(vekanalysis_options INTERFACE /W4 /permissive- /utf-8 /fp:precise)
+  if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+    target_compile_options(vekanalysis_options INTERFACE /clang:-ffp-contract=off)
+  endif()
 else()
   # A result must not depend on whether the machine has fused multiply-adds: no contraction.
   target_compile_options(vekanalysis_options INTERFACE

@@ -5,7 +5,10 @@ An sdist holds every file that git tracks, and PKG-INFO. A wheel holds every fil
 src/vekanalysis, the compiled module, and its metadata. Neither names a path of the machine that
 built it. Prints one line a fault.
 
-usage: tools/check_dist.py FILE...
+With --release, the files must be all that a release has, too, and TAG, CHANGELOG.md and
+CITATION.cff must name this version.
+
+usage: tools/check_dist.py [--release TAG] FILE...
 """
 
 from __future__ import annotations
@@ -20,8 +23,21 @@ import zipfile
 from pathlib import Path
 
 ROOT = Path(__file__).resolve().parent.parent
-PROJECT = tomllib.loads((ROOT / "pyproject.toml").read_text(encoding="utf-8"))["project"]
+
+
+def read(name: str) -> str:
+    return (ROOT / name).read_text(encoding="utf-8")
+
+
+PROJECT = tomllib.loads(read("pyproject.toml"))["project"]
 STEM = f"{PROJECT['name']}-{PROJECT['version']}"
+RELEASED_PLATFORMS = (
+    r"-manylinux\w+_x86_64",
+    r"-manylinux\w+_aarch64",
+    r"-macosx_\w+_x86_64",
+    r"-macosx_\w+_arm64",
+    r"-win_amd64",
+)
 MODULE = re.compile(r"vekanalysis/_core\.(cpython-314-[\w-]+\.so|cp314-win\w+\.pyd)")
 # What a compiler leaves of an assertion or of debug information: an absolute path to a source.
 SOURCE_PATH = re.compile(
@@ -109,12 +125,37 @@ def wheel_faults(path: Path) -> list[str]:
     return faults + metadata_faults(files.get(f"{info}/METADATA", b"")) + path_faults(files)
 
 
+def release_faults(tag: str, paths: list[Path]) -> list[str]:
+    version = PROJECT["version"]
+    faults = []
+    if tag != f"v{version}":
+        faults.append(f"tag: is {tag}, but the version is {version}")
+    if not re.search(
+        rf"^## \[{re.escape(version)}\] - \d{{4}}-\d\d-\d\d$", read("CHANGELOG.md"), re.MULTILINE
+    ):
+        faults.append(f"CHANGELOG.md: has no dated section for {version}")
+    if f"\nversion: {version}\n" not in read("CITATION.cff"):
+        faults.append(f"CITATION.cff: does not say version: {version}")
+    for platform in (r"\.tar\.gz", *RELEASED_PLATFORMS):
+        count = sum(bool(re.search(platform, path.name)) for path in paths)
+        if count != 1:
+            faults.append(f"release: {count} files match {platform}, not 1")
+    return faults
+
+
 def main(arguments: list[str]) -> int:
+    tag = None
+    if arguments[:1] == ["--release"]:
+        _, tag, *arguments = arguments
     if not arguments:
         print(__doc__)
         return 2
+    paths = [Path(argument) for argument in arguments]
     failed = False
-    for path in map(Path, arguments):
+    for fault in release_faults(tag, paths) if tag is not None else []:
+        print(fault)
+        failed = True
+    for path in paths:
         if path.name == f"{STEM}.tar.gz":
             faults = sdist_faults(path)
         elif path.suffix == ".whl":
