@@ -1,8 +1,12 @@
 """Settings of the documentation site; `./run docs` builds it."""
 
+import re
 import sys
 import tomllib
 from pathlib import Path
+
+from docutils import nodes
+from sphinx.application import Sphinx
 
 sys.path.insert(0, str(Path(__file__).parent / "_extensions"))
 
@@ -41,3 +45,23 @@ pygments_style = "default"
 pygments_dark_style = "github-dark"
 copybutton_prompt_text = r">>> |\.\.\. |\$ "
 copybutton_prompt_is_regexp = True
+
+# Pages whose tables are sentences rather than figures: on a phone their cells are stacked.
+prose_tables = {"coming-from", "errors"}
+
+
+def prepare_tables(app: Sphinx, document: nodes.document) -> None:
+    """Let narrow columns break long names at their joints; mark the tables of prose."""
+    for table in document.findall(nodes.table):
+        if app.env.docname in prose_tables:
+            table["classes"].append("prose")
+        for literal in list(table.findall(nodes.literal)):
+            first, *others = re.split(r"(?<=[._(])(?=.)", literal.astext())
+            literal.children = []
+            literal += nodes.Text(first)
+            for part in others:
+                literal += [nodes.raw("", "<wbr>", format="html"), nodes.Text(part)]
+
+
+def setup(app: Sphinx) -> None:
+    app.connect("doctree-read", prepare_tables)
