@@ -134,7 +134,9 @@ def entry(kind: str, heading: str, body: list[str], *options: str) -> list[str]:
 def functions(kind: str, name: str, thing: object, forms: list[ast.AST]) -> list[str]:
     docs = texts(thing, name.rpartition(".")[2])
     if len(docs) != len(forms):
-        docs = [docs[0], *[""] * (len(forms) - 1)]
+        # One form stands for several: its text is the first one's, with what the others do.
+        heads = [doc.partition("\n\nParameters\n")[0] for doc in docs]
+        docs = ["\n\n".join(heads) + docs[0][len(heads[0]) :], *[""] * (len(forms) - 1)]
     lines: list[str] = []
     for number, (node, doc) in enumerate(zip(forms, docs, strict=True)):
         options = [":no-index:"] if number else []

@@ -60,13 +60,15 @@ void add_chromaticity_module(py::module_& m) {
     m.def("ANSI_Z80_3_yellow_chromaticity", &chromaticity::ANSI_Z80_3_yellow_chromaticity, "scan"_a,
           chromaticity_doc("CIE 1931 chromaticity of the yellow traffic signal through a lens "
                            "(ANSI Z80.3-2015).\n\nThe light is ``scan`` times the yellow signal "
-                           "lens times CIE standard illuminant A.\n",
+                           "lens times CIE standard illuminant A. The table\nof the lens is a "
+                           "reconstruction, not for conformity decisions.\n",
                            lens)
               .c_str());
     m.def("ANSI_Z80_3_green_chromaticity", &chromaticity::ANSI_Z80_3_green_chromaticity, "scan"_a,
           chromaticity_doc("CIE 1931 chromaticity of the green traffic signal through a lens "
                            "(ANSI Z80.3-2015).\n\nThe light is ``scan`` times the green signal "
-                           "lens times CIE standard illuminant A.\n",
+                           "lens times CIE standard illuminant A. The table\nof the lens is a "
+                           "reconstruction, not for conformity decisions.\n",
                            lens)
               .c_str());
 }

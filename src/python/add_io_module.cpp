@@ -118,6 +118,7 @@ void add_io_module(py::module_& m) {
     This function parses the content of a Dalvix+ .vek file (or equivalent
     binary data) that is already in memory and returns
     a map associating spectrum names with their corresponding Scan data.
+    Of data sets with the same name the last one stays.
 
     :param buffer: A vector of bytes containing the binary scan data.
     :return: A map from spectrum names to their corresponding Scan objects.
@@ -135,6 +136,7 @@ void add_io_module(py::module_& m) {
     This function reads a Dalvix+ .vek file (or equivalent binary data)
     from the provided file path and returns
     a map associating spectrum names with their corresponding Scan data.
+    Of data sets with the same name the last one stays.
 
     :param file_path: The path to the .vek file.
     :return: A map from spectrum names to their corresponding Scan objects.
@@ -150,6 +152,11 @@ void add_io_module(py::module_& m) {
 
     The data is expected to be in key-value pairs, separated by
     a specific delimiter.
+
+    A pair is a wavelength and a value; blanks, commas, tabs, semicolons and line
+    ends separate. Reading stops at the first text that is not a number, without an
+    error: a file with a header line gives an empty scan. Of equal wavelengths the
+    last value stays.
 
     :param file_path: The path to the CSV file.
     :return: A Scan object containing the data read from the CSV file.

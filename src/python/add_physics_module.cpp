@@ -41,6 +41,8 @@ constexpr const char* temperature_doc = "T : float\n    Temperature in kelvin.\n
 constexpr const char* radiance_notes = R"doc(
 Notes
 -----
+h c = 1.9864455003959036e-25 J m and k = 1.3806504e-23 J/K (CODATA 2006).
+
 Relative error, for T from 1 to 100000 K and wl from 1 nm to 1 mm: up to 2.2e-13 for x
 above 0.1, and up to 1.1e-16 / x below, where e^x - 1 loses digits (8e-13 at 100000 K
 and 1 mm; below x = 1.1e-16 the result is infinite). Above x = 709.8, where e^x
@@ -50,6 +52,8 @@ overflows, the result is 0.
 constexpr const char* derivative_notes = R"doc(
 Notes
 -----
+h c and k are those of ``planks_law_sr``.
+
 Relative error, for T from 1 to 100000 K and wl from 1 nm to 1 mm: up to 1e-13 for x
 above 0.1 (of the derivative by wl near its zero at the peak: of its two terms), and
 up to 2.2e-16 / x below, where e^x - 1 loses digits. Above x = 354.9, where

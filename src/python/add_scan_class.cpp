@@ -179,7 +179,7 @@ Parameters
 epsilon : float
     Wavelength equality tolerance, finite and not negative.
 interpolation : Interpolation
-    How values between stored points are obtained.
+    How values between stored points are obtained; ``AKIMA`` unless given.
 
 Raises
 ------
@@ -203,7 +203,7 @@ value_array : list of float or array of shape (N,)
 epsilon : float
     Wavelength equality tolerance, finite and not negative.
 interpolation : Interpolation
-    How values between stored points are obtained.
+    How values between stored points are obtained; ``AKIMA`` unless given.
 
 Raises
 ------
