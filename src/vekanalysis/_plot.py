@@ -51,8 +51,8 @@ def plot(
     luminosity : float, optional
         Height, on the y axis, at which V(λ) is shaded behind the scans: 1 for transmittances.
     peaks : int
-        How many of the highest peaks of each scan (`utils.find_peaks`) are marked with their
-        wavelengths.
+        How many of the highest peaks (`utils.find_peaks`) of each scan that is drawn as a curve
+        are marked with their wavelengths.
     **line
         Handed to ``Axes.plot``: ``color``, ``linestyle``, ``alpha``, ...
 
@@ -65,8 +65,6 @@ def plot(
     ------
     ValueError
         If there is nothing to draw, a scan is empty, or the labels are not one a scan.
-    RuntimeError
-        If peaks are asked for of a scan without interpolation or with too few points for it.
     ImportError
         If Matplotlib is not installed.
 
@@ -165,7 +163,11 @@ def _draw(ax: Axes, scan: Scan, label: str | None, line: Mapping[str, Any]) -> L
 
 
 def _mark_peaks(ax: Axes, scan: Scan, count: int, colour: Any) -> None:
-    found = sorted(utils.find_peaks(scan).items(), key=lambda point: point[1])[-count:]
+    try:
+        peaks = utils.find_peaks(scan)
+    except RuntimeError:  # No curve, so no peaks between the points.
+        return
+    found = sorted(peaks.items(), key=lambda point: point[1])[-count:]
     for wavelength, value in found:
         ax.plot(wavelength, value, marker="|", markersize=10, color=colour, label="_peak")
         ax.annotate(

@@ -13,7 +13,6 @@ import re
 from collections import Counter
 from collections.abc import Collection, Iterator, Mapping, Sequence
 from itertools import pairwise
-from statistics import fmean
 from typing import IO, Literal, NamedTuple, get_args
 
 from ._core import AKIMA, Interpolation, Scan
@@ -228,11 +227,11 @@ def read_table(
     source, content = _read(path)
     text, encoding = _decoded(source, content, encoding)
     lines = _Lines(source, text, skip)
-    delimiter, decimal, is_guess = _find_layout(lines, delimiter, decimal)
-    block = _find_block(lines, delimiter, decimal)
+    delimiter, decimal, is_doubtful = _find_layout(lines, delimiter, decimal)
+    block = _find_block(lines, delimiter, decimal, is_doubtful)
     titles = _find_titles(lines, delimiter, block)
-    if is_guess and not titles.names and delimiter == ",":
-        _check_comma(lines, block)
+    if is_doubtful and not all(titles.found):
+        raise _two_readings(lines, block.rows[0])
     names = titles.names or [f"column {index}" for index in range(block.width)]
     wavelength_column, value_columns = _choose(source, names, titles, columns)
 
@@ -332,6 +331,8 @@ class _Titles(NamedTuple):
 
     names: list[str]
     units: list[str]
+    # The names as they stand in the file, empty where it has none.
+    found: list[str]
     # The line above the numbers where it has no names.
     free_text: str
     lines: dict[int, str]
@@ -432,9 +433,10 @@ def _is_row(cells: list[str], decimal: str) -> bool:
 def _find_layout(
     lines: _Lines, delimiter: str | None, decimal: str | None
 ) -> tuple[str, str, bool]:
-    """Delimiter and decimal sign that make most lines rows of numbers; whether both are guesses.
+    """Delimiter and decimal sign that make most lines rows of numbers; whether that is doubtful.
 
-    Layouts that come out equal read the same numbers, but for the comma: see `_check_comma`.
+    Layouts that come out equal read the same numbers. What is doubtful is the comma as delimiter
+    of digits alone, since it may be a decimal sign.
     """
     best, found = 0, ("", "")
     for layout in [
@@ -452,7 +454,22 @@ def _find_layout(
             best, found = fitting, layout
     if not best:
         raise _no_rows(lines, delimiter, decimal)
-    return *found, delimiter is None and decimal is None
+    is_guess = delimiter is None and decimal is None and found[0] == ","
+    rows = [shape for shape in lines.counts if _is_row(_cells(shape, found[0]), found[1])]
+    return *found, is_guess and not _are_delimiters(rows)
+
+
+def _are_delimiters(rows: Sequence[str]) -> bool:
+    """Whether the commas cannot be decimal signs: points are, or no digit follows a comma."""
+    return any("." in row for row in rows) or not any(re.search(r",[0-9]", row) for row in rows)
+
+
+def _two_readings(lines: _Lines, index: int) -> ValueError:
+    return lines.error(
+        index,
+        f"'{lines.text(index)}' can be read in two ways, the comma as delimiter or as decimal "
+        "sign; pass delimiter=',' or decimal=','",
+    )
 
 
 def _no_rows(lines: _Lines, delimiter: str | None, decimal: str | None) -> ValueError:
@@ -466,7 +483,7 @@ def _no_rows(lines: _Lines, delimiter: str | None, decimal: str | None) -> Value
     return ValueError(f"{lines.source}: there are no numbers in it; need {needed}")
 
 
-def _find_block(lines: _Lines, delimiter: str, decimal: str) -> _Block:
+def _find_block(lines: _Lines, delimiter: str, decimal: str, is_doubtful: bool) -> _Block:
     """The rows of numbers; ValueError where something else stands between them."""
     cells = {shape: _cells(shape, delimiter) for shape in lines.counts}
     rows_of = {shape: row for shape, row in cells.items() if _is_row(row, decimal)}
@@ -487,6 +504,8 @@ def _find_block(lines: _Lines, delimiter: str, decimal: str) -> _Block:
     others = lines.counts.keys() - rows_of.keys() | narrow
     for index in [index for index, shape in enumerate(lines.shapes) if shape in others]:
         shape = lines.shapes[index]
+        if shape in narrow and is_doubtful:
+            raise _two_readings(lines, index)
         if shape in narrow:
             widest = next(row for row in rows if lines.shapes[row] not in narrow)
             raise lines.error(
@@ -510,7 +529,7 @@ def _find_titles(lines: _Lines, delimiter: str, block: _Block) -> _Titles:
         if (cells := _title_cells(lines.texts[index], delimiter, block.width))
     ]
     if not titled:
-        return _Titles([], [], lines.texts[above[0]] if above else "", {})
+        return _Titles([], [], [""], lines.texts[above[0]] if above else "", {})
     index, names = titled[0]
     units: list[str] = []
     found = {index: "column names"}
@@ -519,8 +538,8 @@ def _find_titles(lines: _Lines, delimiter: str, block: _Block) -> _Titles:
         found[index] = "units"
         index, names = titled[1]
         found[index] = "column names"
-    names = [name or f"column {column}" for column, name in enumerate(names)]
-    return _Titles(names, units, "", found)
+    named = [name or f"column {column}" for column, name in enumerate(names)]
+    return _Titles(named, units, names, "", found)
 
 
 def _is_bare_unit(cell: str) -> bool:
@@ -542,19 +561,6 @@ def _title_cells(line: str, delimiter: str, width: int) -> list[str]:
         if len(_without_empty_end(cells)) > 1 and len(_without_empty_end(cells)) <= width:
             return cells[:width]
     return []
-
-
-def _check_comma(lines: _Lines, block: _Block) -> None:
-    """Refuse rows of digits and commas alone, where a comma may be a decimal sign."""
-    for shape in {lines.shapes[row] for row in block.rows}:
-        if re.search(r"\.|,[\s,+-]", shape):
-            return
-    text = lines.text(block.rows[0])
-    raise lines.error(
-        block.rows[0],
-        f"'{text}' can be read in two ways, the comma as delimiter or as decimal sign; pass "
-        "delimiter=',' or decimal=','",
-    )
 
 
 def _choose(
@@ -713,7 +719,10 @@ def _merged(
     for wavelength, value in zip(wavelengths, values, strict=True):
         groups.setdefault(wavelength, []).append(value)
     index = 0 if duplicates == "first" else -1
-    merged = [fmean(group) if duplicates == "mean" else group[index] for group in groups.values()]
+    merged = [
+        math.fsum(group) / len(group) if duplicates == "mean" else group[index]
+        for group in groups.values()
+    ]
     return [*groups], merged
 
 

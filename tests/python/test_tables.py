@@ -67,6 +67,8 @@ def test_the_encoding_is_found_out(encoding: str, tmp_path: Path) -> None:
 REFUSED = {
     "400,5\n410,7": (r"line 1: '400,5' can be read in two ways", "delimiter"),
     "# x\n380,0,0,5\n390,0,0,7": (r"line 2: '380,0,0,5' can be read in two ways", "decimal"),
+    "wl, T\n380, 0,5\n390, 0,7": (r"line 2: '380, 0,5' can be read in two ways", ""),
+    "wl,T\n380,0,5\n380,5,0,7": (r"line 2: '380,0,5' can be read in two ways", ""),
     "400;0.1x\n410;0.2": (r"line 1: '400;0.1x' is not a row of 2 numbers as line 2 is", "skip"),
     "400;0.1\n\nlamp off\n410;0.2": (r"line 3: 'lamp off' is not a row", "skip"),
     "400;1\n410;2\n420;-x": (r"line 3: '420;-x' is not a row", "skip"),
