@@ -15,6 +15,7 @@ import ast
 import functools
 import importlib
 import inspect
+import pkgutil
 import re
 import sys
 from collections.abc import Iterator
@@ -242,6 +243,9 @@ def resolve(
 def everything() -> Iterator[str]:
     """Dotted names of all that is public."""
     package = importlib.import_module(PACKAGE)
+    for module in pkgutil.iter_modules(package.__path__, f"{PACKAGE}."):
+        if "._" not in module.name:
+            importlib.import_module(module.name)
     todo = [(PACKAGE, package)]
     while todo:
         path, module = todo.pop()
