@@ -46,15 +46,15 @@ pygments_dark_style = "github-dark"
 copybutton_prompt_text = r">>> |\.\.\. |\$ "
 copybutton_prompt_is_regexp = True
 
-# Pages whose tables are sentences rather than figures: on a phone their cells are stacked.
-prose_tables = {"coming-from", "errors"}
+# What the tables of a page hold. Cells of prose are stacked on a phone, figures are not broken.
+table_classes = {"benchmarks": "figures", "coming-from": "prose", "errors": "prose"}
 
 
 def prepare_tables(app: Sphinx, document: nodes.document) -> None:
-    """Let narrow columns break long names at their joints; mark the tables of prose."""
+    """Let narrow columns break long names at their joints, and say what the tables hold."""
     for table in document.findall(nodes.table):
-        if app.env.docname in prose_tables:
-            table["classes"].append("prose")
+        if app.env.docname in table_classes:
+            table["classes"].append(table_classes[app.env.docname])
         for literal in list(table.findall(nodes.literal)):
             first, *others = re.split(r"(?<=[._(])(?=.)", literal.astext())
             literal.children = []
