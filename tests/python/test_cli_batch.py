@@ -127,7 +127,7 @@ def test_a_dask_cluster_gives_the_same_rows() -> None:
     files = [GREY, VEK, "none.csv"]
     with (
         distributed.LocalCluster(
-            n_workers=2, threads_per_worker=1, dashboard_address=None
+            n_workers=2, threads_per_worker=1, dashboard_address=":0"
         ) as cluster,
         distributed.Client(cluster) as client,
     ):
