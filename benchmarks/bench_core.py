@@ -196,6 +196,18 @@ def csv_lines() -> tuple[Work, Work]:
     )
 
 
+def table_lines() -> tuple[Work, Work]:
+    """Decimal commas under a header; ours finds the layout out, the peer is told it."""
+    file = Path(tempfile.mkdtemp()) / "table.csv"
+    points = zip(200.0 + 0.01 * np.arange(100_000), signal(GRID.repeat(250)), strict=False)
+    rows = "".join(f"{wl:.2f};{value:.6f}\n" for wl, value in points)
+    file.write_text("Wavelength [nm];Signal\n" + rows.replace(".", ","))
+    return (
+        lambda: vek.read_table(file),
+        lambda: pandas.read_csv(file, sep=";", decimal=","),
+    )
+
+
 def planck_array() -> tuple[Work, Work]:
     temperature, wavelengths = 2856.0, np.linspace(380e-9, 780e-9, 10_000)
     hc, k = 1.9864455003959036e-25, 1.3806504e-23
@@ -224,6 +236,7 @@ WORK: dict[str, tuple[Callable[[], tuple[Work, Work]], str, float]] = {
     "100,000 ascending points": (ascending_points, "NumPy", 0.5),
     "100,000 random points": (random_points, "NumPy", 1.2),
     "CSV of 100,000 lines": (csv_lines, "pandas", 1.0),
+    "table of 100,000 lines": (table_lines, "pandas", 10.0),
     "Planck's law, 10,000 values": (planck_array, "NumPy", 1.3),
     "Planck's law, one value": (planck_value, "an empty bound function", 3.0),
 }
