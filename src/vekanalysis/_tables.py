@@ -16,6 +16,7 @@ from itertools import pairwise
 from typing import IO, Literal, NamedTuple, get_args
 
 from ._core import AKIMA, Interpolation, Scan
+from ._refusal import refusal
 from ._wavelengths import WavelengthUnit, in_nm, stated_unit
 
 type Duplicates = Literal["refuse", "first", "last", "mean"]
@@ -76,6 +77,8 @@ class Table(Mapping[str, Scan]):
     skipped : tuple of Skipped
         The lines that hold no points (headers, units, comments, what was asked for), each
         with its number from 1, its text and the reason. Empty lines are not listed.
+    units : dict of str to str
+        The units that the titles state, by name of the column; empty for a column without one.
     notes : tuple of str
         What else differs from the file: cells without a number, merged wavelengths,
         conversions.
@@ -88,6 +91,7 @@ class Table(Mapping[str, Scan]):
         encoding: str,
         delimiter: str,
         decimal: str,
+        units: Mapping[str, str],
         skipped: Sequence[Skipped],
         notes: Sequence[str],
     ) -> None:
@@ -96,6 +100,7 @@ class Table(Mapping[str, Scan]):
         self.encoding = encoding
         self.delimiter = delimiter
         self.decimal = decimal
+        self.units = dict(units)
         self.skipped = tuple(skipped)
         self.notes = tuple(notes)
 
@@ -250,6 +255,7 @@ def read_table(
     if percent:
         notes.append("values divided by 100")
     scans: dict[str, Scan] = {}
+    units: dict[str, str] = {}
     for column in value_columns:
         name = names[column]
         if columns is None and column < wavelength_column and _counts_rows(cells[column]):
@@ -258,7 +264,7 @@ def read_table(
         values = _column(lines, block, cells[column])
         xs, ys = _present(converted, values)
         if not ys:
-            raise ValueError(f"{source}: '{name}' has no numbers; choose others with columns=")
+            raise refusal(f"{source}: '{name}' has no numbers", "choose others with columns=")
         if len(ys) < len(values):
             notes.append(
                 f"'{name}': cells without a number left out: {len(values) - len(ys)}, "
@@ -275,10 +281,13 @@ def read_table(
         lost = points - len(scan.wavelengths())
         if lost:
             notes.append(f"'{name}': points merged with others of the same wavelength: {lost}")
-        scans[_free_name(name, scans)] = scan
+        name = _free_name(name, scans)
+        scans[name] = scan
+        units[name] = "1" if percent else titles.unit(column)
     if not scans:
-        raise ValueError(f"{source}: there is no column of values beside the wavelengths")
-    return Table(scans, source, encoding, delimiter, decimal, _skipped(lines, block, titles), notes)
+        raise refusal(f"{source}: there is no column of values beside the wavelengths")
+    skipped = _skipped(lines, block, titles)
+    return Table(scans, source, encoding, delimiter, decimal, units, skipped, notes)
 
 
 class _Lines:
@@ -315,8 +324,8 @@ class _Lines:
         text = self.texts[index].strip()
         return text if len(text) <= 60 else text[:59] + "…"
 
-    def error(self, index: int, reason: str) -> ValueError:
-        return ValueError(f"{self.source}: line {index + 1}: {reason}")
+    def error(self, index: int, reason: str, remedy: str = "") -> ValueError:
+        return refusal(f"{self.source}: line {index + 1}: {reason}", remedy)
 
 
 class _Block(NamedTuple):
@@ -340,6 +349,18 @@ class _Titles(NamedTuple):
     def title(self, column: int) -> str:
         parts = [self.names[column], self.units[column] if self.units else ""]
         return " ".join(part for part in parts if part)
+
+    def unit(self, column: int) -> str:
+        """The unit of a column of values, without brackets; empty if none is stated."""
+        if not self.names:
+            return "%" if _PERCENT.search(self.free_text) else ""
+        if self.units and self.units[column]:
+            return self.units[column].strip("[]()")
+        name = self.names[column]
+        stated = re.search(r"[\[(]([^\])]*)[\])]$|\s/\s(.+)$", name)
+        if stated:
+            return (stated[1] or stated[2] or "").strip()
+        return "%" if _PERCENT.search(name) else ""
 
     def wavelength_title(self, column: int) -> str:
         if self.names:
@@ -375,7 +396,7 @@ def _decoded(source: str, content: bytes | str, encoding: str | None) -> tuple[s
         return content.removeprefix("\ufeff"), "text"
     for start, kind in _OTHER_FILES.items():
         if content.startswith(start):
-            raise ValueError(f"{source}: {kind}")
+            raise refusal(f"{source}: {kind}")
     for name in [encoding] if encoding else _likely_encodings(content):
         try:
             text = content.decode(name).removeprefix("\ufeff")
@@ -386,10 +407,10 @@ def _decoded(source: str, content: bytes | str, encoding: str | None) -> tuple[s
         except LookupError:
             raise ValueError(f"encoding is {name!r}, which Python does not know") from None
         if "\0" in text:
-            reason = "it has zero bytes: not text, or text of another encoding; pass encoding="
+            reason = "it has zero bytes: not text, or text of an encoding that must be given"
             continue
         return text, name
-    raise ValueError(f"{source}: {reason}")
+    raise refusal(f"{source}: {reason}")
 
 
 def _likely_encodings(content: bytes) -> list[str]:
@@ -467,8 +488,8 @@ def _are_delimiters(rows: Sequence[str]) -> bool:
 def _two_readings(lines: _Lines, index: int) -> ValueError:
     return lines.error(
         index,
-        f"'{lines.text(index)}' can be read in two ways, the comma as delimiter or as decimal "
-        "sign; pass delimiter=',' or decimal=','",
+        f"'{lines.text(index)}' can be read in two ways, the comma as delimiter or as decimal sign",
+        "pass delimiter=',' or decimal=','",
     )
 
 
@@ -480,7 +501,7 @@ def _no_rows(lines: _Lines, delimiter: str | None, decimal: str | None) -> Value
     for index, shape in enumerate(lines.shapes):
         if shape in lines.counts:
             return lines.error(index, f"got '{lines.text(index)}', need {needed}")
-    return ValueError(f"{lines.source}: there are no numbers in it; need {needed}")
+    return refusal(f"{lines.source}: there are no numbers in it; need {needed}")
 
 
 def _find_block(lines: _Lines, delimiter: str, decimal: str, is_doubtful: bool) -> _Block:
@@ -514,7 +535,7 @@ def _find_block(lines: _Lines, delimiter: str, decimal: str, is_doubtful: bool) 
         if first < index < last or shape in damaged:
             raise lines.error(
                 index,
-                f"'{lines.text(index)}' is not a row of {width} numbers as line {first + 1} is; "
+                f"'{lines.text(index)}' is not a row of {width} numbers as line {first + 1} is",
                 f"pass skip={{{index + 1}}} to leave it out",
             )
     return _Block(rows, width)
@@ -584,9 +605,9 @@ def _choose(
     ]
     if len(likely) > 1:
         got = " and ".join(f"{column} '{names[column]}'" for column in likely)
-        raise ValueError(
-            f"{source}: columns {got} look like wavelengths; choose with columns=, the "
-            "wavelengths first"
+        raise refusal(
+            f"{source}: columns {got} look like wavelengths",
+            "choose with columns=, the wavelengths first",
         )
     wavelength = likely[0] if likely else 0
     return wavelength, [column for column in range(len(names)) if column != wavelength]
@@ -669,12 +690,13 @@ def _check_order(
         if a == b and not may_repeat:
             raise lines.error(
                 block.rows[index],
-                f"wavelength {b:g} again; pass duplicates='first', 'last' or 'mean'",
+                f"wavelength {b:g} again",
+                "pass duplicates='first', 'last' or 'mean'",
             )
         if a != b and (b < a) != descending:
             raise lines.error(
                 block.rows[index],
-                f"wavelength {b:g} after {a:g}, where they {'de' if descending else 'a'}scend; "
+                f"wavelength {b:g} after {a:g}, where they {'de' if descending else 'a'}scend",
                 "pass sort=True if any order is meant",
             )
 
@@ -685,7 +707,7 @@ def _check_distinct(lines: _Lines, block: _Block, wavelengths: list[float]) -> N
         if first.setdefault(wavelength, index) != index:
             raise lines.error(
                 block.rows[index],
-                f"wavelength {wavelength:g} again, after line {block.rows[first[wavelength]] + 1}; "
+                f"wavelength {wavelength:g} again, after line {block.rows[first[wavelength]] + 1}",
                 "pass duplicates='first', 'last' or 'mean'",
             )
 
@@ -706,9 +728,9 @@ def _check_percent(source: str, name: str, title: str, highest: float) -> None:
         reason = f"reaches {highest:g}, which looks like per cent"
     else:
         return
-    raise ValueError(
-        f"{source}: '{name}' {reason}; pass percent=True to divide by 100 or percent=False to "
-        "take the values as they are"
+    raise refusal(
+        f"{source}: '{name}' {reason}",
+        "pass percent=True to divide by 100 or percent=False to take the values as they are",
     )
 
 

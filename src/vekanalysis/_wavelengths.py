@@ -5,6 +5,8 @@ import re
 from collections.abc import Sequence
 from typing import Literal, get_args
 
+from ._refusal import refusal
+
 type WavelengthUnit = Literal["nm", "um", "angstrom", "m"]
 
 # The first that is found counts. The last three are units of frequency and energy.
@@ -55,32 +57,33 @@ def _check(wavelengths: Sequence[float], stated: str, where: str) -> None:
     if unit == "nm":
         return
     if unit in ("um", "angstrom", "m"):
-        raise ValueError(
-            f"{where}: the wavelengths are in {unit} ('{stated}'), not in nm; pass "
-            f"wavelength_unit='{unit}' to convert them (the values stay as they are)"
+        raise refusal(
+            f"{where}: the wavelengths are in {unit} ('{stated}'), not in nm",
+            f"pass wavelength_unit='{unit}' to convert them (the values stay as they are)",
         )
     if unit is not None:
-        raise ValueError(
-            f"{where}: '{stated}' is in {unit}, not a wavelength; convert it, and values that are "
-            "per unit of it, before"
+        raise refusal(
+            f"{where}: '{stated}' is in {unit}, not a wavelength",
+            "convert it, and values that are per unit of it, before",
         )
     if not wavelengths:
         return
     lowest, highest = min(wavelengths), max(wavelengths)
     if not lowest > 0.0:
-        raise ValueError(
-            f"{where}: the wavelengths start at {lowest:g}; they must be above zero, or is this a "
-            "row number? Pass wavelength_unit='nm' if it is meant"
+        raise refusal(
+            f"{where}: the wavelengths start at {lowest:g}; they must be above zero (these may be "
+            "row numbers)",
+            "pass wavelength_unit='nm' if they are meant",
         )
     if highest < 20.0:
-        guess = "'um'"
+        guess = "um"
     elif lowest >= 2500.0:
-        guess = "'angstrom'"
+        guess = "angstrom"
     else:
         return
-    raise ValueError(
-        f"{where}: wavelengths from {lowest:g} to {highest:g} look like {guess.strip("'")}, not "
-        f"nm; pass wavelength_unit={guess} to convert them, or 'nm' if that is what they are in"
+    raise refusal(
+        f"{where}: wavelengths from {lowest:g} to {highest:g} look like {guess}, not nm",
+        f"pass wavelength_unit='{guess}' to convert them, or 'nm' if that is what they are in",
     )
 
 

@@ -50,7 +50,8 @@ def report_rows(
     Parameters
     ----------
     path
-        A CSV file, which gives one row, or a measurement file, which gives one for each data set.
+        A CSV file, which gives one row for each column of values, or a measurement file, which
+        gives one for each data set.
     percent
         Whether the values in the file are per cent; by default they are fractions.
     data_sets
@@ -59,12 +60,13 @@ def report_rows(
     Returns
     -------
     list of dict
-        Each with the keys ``COLUMNS``: the file, the data set (None for a CSV file), the reason for
-        which there are no figures, notes on the figures (which of them rest on data for a part of
-        their band, which are missing and why), the number of points, the range in nm, and the
-        quantities under the names of the library's functions, with the field of the result after
-        a point (``ISO8980_3_tau_signal_led.red``). Transmittances are fractions, tristimulus values
-        are in nm, all others have the unit 1. What there is not is None.
+        Each with the keys ``COLUMNS``: the file, the data set or column (None for the only one of a
+        CSV file), the reason for which there are no figures, notes on the figures (which of them
+        rest on data for a part of their band, which are missing and why), the number of points, the
+        range in nm, and the quantities under the names of the library's functions, with the field
+        of the result after a point (``ISO8980_3_tau_signal_led.red``). Transmittances are
+        fractions, tristimulus values are in nm, all others have the unit 1. What there is not is
+        None.
 
         A file that cannot be read, or is no transmittance, raises nothing: it gives one row that
         has no more than ``file`` and ``error``.

@@ -59,7 +59,7 @@ def test_bad_files_have_their_reason_in_their_row(run: Runner, tmp_path: Path) -
     table = lenses / "table.csv"
     for _ in range(2):  # The second time the table is there, and is no input.
         result = run("report", "--csv", table, lenses, lenses / "none")
-        reason = "line 2: '410 x' is not a pair of numbers"
+        reason = "line 2: '410 x' is not a row of 2 numbers as line 1 is"
         assert (result.status, result.out) == (1, "")
         assert "6 files, 2 spectra; 4 failed: line 2: '410 x'" in result.err
         assert f"{reason} (2 files, first {lenses}/a.csv); " in result.err

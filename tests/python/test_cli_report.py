@@ -124,16 +124,15 @@ def test_what_cannot_be_computed_has_a_reason(
     [
         (b"", "the file is empty"),
         (b"\n \r\n\n", "there are no numbers"),
-        (b"wavelength,value\n400,1\n", "line 1: 'wavelength,value'"),
-        (b"\xef\xbb\xbf400,1\n", "line 1: starts with a byte-order mark"),
-        (b"400\n410\n420\n430\n", "line 1: '400' is a single number"),
-        (b"400,1\n\n410;x\n420,1\n", "line 3: '410;x' is not a pair"),
-        (b"400;0,5\n", "line 1: '400;0,5' has more than two"),
-        (b"400,0.5,\n", "line 1: '400,0.5,' has something beside"),
-        (b"400-1\n", "line 1: '400-1' is not a pair"),
-        (b"400,0.5\r410,nan\r", "line 2: '410,nan' is not a pair"),
-        (b"400,1e400\n", "line 1: a number is too large"),
-        (b"\x00\x01\x02", "binary data"),
+        (b"400\n410\n420\n430\n", "line 1: got '400', need lines with two numbers"),
+        (b"400,1\n\n410;x\n420,1\n", "line 3: '410;x' is not a row of 2 numbers as line 1"),
+        (b"400-1\n", "line 1: got '400-1', need"),
+        (b"400;1e400\n", "line 1: '1e400' is too large a number"),
+        (b"380,0,5\n", "line 1: '380,0,5' can be read in two ways"),
+        (b"wl T\n400 1\n390 1\n410 1\n", "line 4: wavelength 410 after 390, where they descend"),
+        ("Wavelength (µm);T\n0,4;1\n".encode(), "the wavelengths are in um"),
+        (b"nm;T/%\n400;0,5\n780;1\n", "its unit is '%'; add --percent"),
+        (b"\x00\x01\x02", "it has zero bytes"),
     ],
 )
 def test_bad_text_is_refused_by_its_line(
@@ -152,6 +151,20 @@ def test_all_forms_of_pairs_are_read(run: Runner, tmp_path: Path, text: str) -> 
     path.write_bytes(text.encode())
     assert [*vek.io.load_csv(path).items()] == [(400.0, 0.5), (410.0, 0.6)]
     assert run("report", "--json", path).document["spectra"][0]["points"] == 2
+
+
+def test_tables_are_read_with_what_is_skipped(run: Runner, tmp_path: Path) -> None:
+    path = tmp_path / "lenses.csv"
+    cells = [(wl, 50 + i, "-" if i == 3 else 25) for i, (wl, _) in enumerate(flat(0))]
+    rows = "".join(f"{wl:g};{grey};{bronze}\n" for wl, grey, bronze in cells)
+    text = f"Run 7\nWavelength;grey;bronze\nnm;%;%\n{rows}".replace(".", ",")
+    path.write_bytes(text.encode("utf-16"))
+    spectra = run("report", "--json", "--percent", path).document["spectra"]
+    assert [(item["label"], item["points"]) for item in spectra] == [("grey", 101), ("bronze", 100)]
+    notes = " ".join(run("report", "--percent", path).out.split())
+    assert "'bronze': cells without a number left out: 1, the first in line 7" in notes
+    assert "skipped, since no numbers are in it: line 1, 2, 3" in notes
+    assert run.refuse("report", path).startswith(f"{path}: grey: its unit is '%'; add --percent")
 
 
 NO_TAU = "at 780 nm is no transmittance between 0 and 1"

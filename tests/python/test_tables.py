@@ -145,7 +145,7 @@ def test_the_table_says_what_it_skipped() -> None:
     table = read(
         "\n# run 3\nLens\nwl;a;b;a\n(nm);V;V;V\n400;1;;3\n410;2;3;4\n400;9;9;9\nend", skip=[8]
     )
-    assert [*table] == ["a", "b", "a (2)"]
+    assert table.units == {"a": "V", "b": "V", "a (2)": "V"}
     assert [(line, reason) for line, _, reason in table.skipped] == [
         (2, "comment"), (3, "text"), (4, "column names"), (5, "units"), (8, "as asked"),
         (9, "text"),
@@ -154,6 +154,14 @@ def test_the_table_says_what_it_skipped() -> None:
     assert "'b': cells without a number left out: 1, the first in line 6" in str(table)
     with pytest.raises(ValueError, match="3 spectra, one is needed; choose by name: 'a', 'b'"):
         table.scan  # noqa: B018
+
+
+@pytest.mark.parametrize(
+    ("title", "unit"),
+    [("E (W/m²/nm)", "W/m²/nm"), ("T [%]", "%"), ("%T", "%"), ("I / A", "A"), ("lens", "")],
+)
+def test_units_are_those_of_the_titles(title: str, unit: str) -> None:
+    assert read(f"nm;{title}\n400;1\n", percent=False).units == {title: unit}
 
 
 def test_what_load_csv_takes_comes_out_the_same() -> None:

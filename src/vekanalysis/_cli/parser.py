@@ -12,7 +12,7 @@ from .output import in_colour
 
 _DESCRIPTION = """\
 Reports on lenses, filters and light sources from measured spectra: CSV files
-(two numbers a line, wavelength in nm and value), measurement files (.vek) or
+(wavelengths in nm and values, a column each), measurement files (.vek) or
 built-in ones."""
 _EPILOG = """\
 examples:

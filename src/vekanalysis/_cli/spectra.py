@@ -1,8 +1,9 @@
-"""The spectra that a command works on: from CSV files, measurement files and built in."""
+"""The spectra that a command works on: from text files, measurement files and built in."""
 
 import math
 import re
 from collections.abc import Iterable, Mapping, Sequence
+from io import BytesIO
 from itertools import pairwise
 from typing import NamedTuple
 
@@ -10,7 +11,7 @@ from .. import colorimetry, io
 from .._core import Scan
 from .catalogue import REFERENCES
 from .errors import CommandError
-from .output import interval, shortened
+from .output import interval
 
 # The first bytes of a compound file, the container of measurement files.
 _COMPOUND_FILE = bytes.fromhex("d0cf11e0a1b11ae1")
@@ -18,9 +19,6 @@ _COMPOUND_FILE = bytes.fromhex("d0cf11e0a1b11ae1")
 _NUMBER = rb"[+-]?(?:\d+\.?\d*|\.\d+)(?:[eE][+-]?\d+)?"
 _BLANK = rb"[ \t\v\f]*"
 _PAIR = re.compile(rb"%b(%b)[ ,\t;]+(%b)%b" % (_BLANK, _NUMBER, _NUMBER, _BLANK))
-_CSV_FORM = (
-    "expected two numbers a line, wavelength in nm and value, with decimal points, without a header"
-)
 
 
 class Spectrum(NamedTuple):
@@ -104,10 +102,10 @@ def unreadable(path: str, error: Exception) -> CommandError:
 
 
 def read_spectra_file(path: str, data_sets: Sequence[str]) -> list[Spectrum]:
-    """The spectrum of a CSV file, or of a measurement file all data sets or those named."""
+    """The spectra of a text file, or of a measurement file all data sets or those named."""
     content = read_file(path)
     if not content.startswith(_COMPOUND_FILE):
-        return [_read_csv(path, content)]
+        return _read_csv(path, content)
     file = _parse_vek(path, content)
     selected = select_data_sets(file, data_sets)
     check_names(path, data_sets, selected, file.data_sets)
@@ -128,7 +126,7 @@ def read_spectra(
     for path in files:
         content = read_file(path)
         if not content.startswith(_COMPOUND_FILE):
-            spectra.append(_read_csv(path, content))
+            spectra += _read_csv(path, content)
             continue
         file = _parse_vek(path, content)
         selected = select_data_sets(file, data_sets)
@@ -223,45 +221,62 @@ def _repeated(count: int) -> tuple[str, ...]:
     return (f"{count} repeated wavelength{'s' * (count > 1)}: the last value of each counts",)
 
 
-def _read_csv(path: str, content: bytes) -> Spectrum:
-    """The spectrum in CSV text, of which each line has one pair of numbers or none.
+def _read_csv(path: str, content: bytes) -> list[Spectrum]:
+    """The spectra in text: pairs of numbers, or a table with a column for each."""
+    pairs = _pairs(content)
+    if pairs is None:
+        return _read_table(path, content)
+    scan = Scan(*pairs)
+    repeated = len(pairs[0]) - len(scan.wavelengths())
+    return [Spectrum(_stem(path), scan, file=path, notes=_repeated(repeated))]
+
+
+def _pairs(content: bytes) -> tuple[list[float], list[float]] | None:
+    """Wavelengths and values in text whose lines have a pair each or none; None for other text.
 
     Stricter than ``io.load_csv``, which stops without a word at the first text that is not a
     number, and takes the numbers two by two whatever lines they stand on.
     """
-    if content.startswith((b"\xef\xbb\xbf", b"\xff\xfe", b"\xfe\xff")):
-        raise CommandError(
-            f"{path}: line 1: starts with a byte-order mark; save it as plain text without one"
-        )
-    if b"\0" in content:
-        raise CommandError(f"{path}: binary data, neither a CSV nor a measurement file")
     wavelengths, values = [], []
-    for line_number, line in enumerate(content.splitlines(), start=1):
+    for line in content.splitlines():
         match = _PAIR.fullmatch(line)
         if match is not None:
             wavelengths.append(float(match[1]))
             values.append(float(match[2]))
-            if math.isinf(wavelengths[-1]) or math.isinf(values[-1]):
-                raise CommandError(f"{path}: line {line_number}: a number is too large")
         elif line.strip():
-            raise CommandError(f"{path}: line {line_number}: {_csv_fault(line)}; {_CSV_FORM}")
-    if not wavelengths:
-        raise CommandError(f"{path}: there are no numbers in it; {_CSV_FORM}")
-    scan = Scan(wavelengths, values)
-    repeated = len(wavelengths) - len(scan.wavelengths())
-    return Spectrum(_stem(path), scan, file=path, notes=_repeated(repeated))
+            return None
+    if not wavelengths or math.isinf(max(wavelengths)) or not all(map(math.isfinite, values)):
+        return None
+    return wavelengths, values
 
 
-def _csv_fault(line: bytes) -> str:
-    shown = shortened(line.strip().decode("utf-8", "replace"), 40)
-    fields = [field for field in re.split(rb"[ \t\v\f,;]+", line) if field]
-    if not all(re.fullmatch(_NUMBER, field) for field in fields):
-        return f"'{shown}' is not a pair of numbers"
-    if len(fields) < 2:
-        return f"'{shown}' is a single number"
-    if len(fields) > 2:
-        return f"'{shown}' has more than two numbers"
-    return f"'{shown}' has something beside its two numbers"
+def _read_table(path: str, content: bytes) -> list[Spectrum]:
+    # Imported here: most files are pairs.
+    from .._refusal import reason_of
+    from .._tables import read_table
+
+    file = BytesIO(content)
+    file.name = path
+    try:
+        table = read_table(file, percent=False, duplicates="last")
+    except ValueError as error:
+        raise CommandError(reason_of(error)) from None
+    notes = list(table.notes)
+    if table.skipped:
+        lines = ", ".join(str(line) for line, _, _ in table.skipped[:5])
+        more = f" and {len(table.skipped) - 5} more" if len(table.skipped) > 5 else ""
+        notes.append(f"skipped, since no numbers are in it: line {lines}{more}")
+    return [
+        Spectrum(
+            _stem(path) if len(table) == 1 else name,
+            scan,
+            file=path,
+            data_set=None if len(table) == 1 else name,
+            unit=table.units[name],
+            notes=tuple(notes),
+        )
+        for name, scan in table.items()
+    ]
 
 
 def describe(spectrum: Spectrum) -> str:
