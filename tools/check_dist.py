@@ -7,12 +7,11 @@ built it. Prints one line a fault.
 
 With --release, the files must be all that a release has, too, and TAG, CHANGELOG.md and
 CITATION.cff must name this version.
-
-usage: tools/check_dist.py [--release TAG] FILE...
 """
 
 from __future__ import annotations
 
+import argparse
 import email
 import re
 import subprocess
@@ -143,32 +142,24 @@ def release_faults(tag: str, paths: list[Path]) -> list[str]:
     return faults
 
 
-def main(arguments: list[str]) -> int:
-    tag = None
-    if arguments[:1] == ["--release"]:
-        _, tag, *arguments = arguments
-    if not arguments:
-        print(__doc__)
-        return 2
-    paths = [Path(argument) for argument in arguments]
-    failed = False
-    for fault in release_faults(tag, paths) if tag is not None else []:
-        print(fault)
-        failed = True
+def main() -> int:
+    parser = argparse.ArgumentParser(description="Check the contents of sdists and wheels.")
+    parser.add_argument("--release", metavar="TAG", help="the files must be all of this release")
+    parser.add_argument("files", nargs="+", type=Path, metavar="FILE")
+    arguments = parser.parse_args()
+    paths: list[Path] = arguments.files
+    faults = release_faults(arguments.release, paths) if arguments.release else []
     for path in paths:
         if path.name == f"{STEM}.tar.gz":
-            faults = sdist_faults(path)
+            found = sdist_faults(path)
         elif path.suffix == ".whl":
-            faults = wheel_faults(path)
+            found = wheel_faults(path)
         else:
-            faults = ["is neither this version's sdist nor a wheel"]
-        for fault in faults:
-            print(f"{path.name}: {fault}")
-        if not faults:
-            print(f"{path.name}: as it should be")
-        failed = failed or bool(faults)
-    return int(failed)
+            found = ["is neither this version's sdist nor a wheel"]
+        faults += [f"{path.name}: {fault}" for fault in found]
+    print("\n".join(faults or [f"{path.name}: as it should be" for path in paths]))
+    return int(bool(faults))
 
 
 if __name__ == "__main__":
-    sys.exit(main(sys.argv[1:]))
+    sys.exit(main())
