@@ -43,8 +43,8 @@ _ZSH = """\
 }}
 compdef {function} {names}
 """
-# Values that are neither files nor words of a list.
-_FREE = ("data_set", "jobs", "indent")
+# Arguments that are files.
+_FILES = ("FILE", "OUT", "OUT.png", "STEPS.csv", "WHITE")
 
 
 def run(arguments: Namespace) -> None:
@@ -80,7 +80,7 @@ def _bash(program: str, function: str, parser: argparse.ArgumentParser) -> str:
             elif listed:
                 after = "|".join(f"*,{name},{option}" for option in action.option_strings)
                 after_option.append(f"    {after}) words={_quoted(listed)} ;;")
-            elif action.dest in _FREE:
+            elif action.option_strings and action.nargs != 0 and action.metavar not in _FILES:
                 after = "|".join(f"*,{name},{option}" for option in action.option_strings)
                 after_option.append(f"    {after}) compopt +o bashdefault +o default ;;")
     return _BASH.format(
@@ -120,7 +120,7 @@ def _zsh(program: str, function: str, parser: argparse.ArgumentParser) -> str:
 def _zsh_spec(action: argparse.Action) -> str:
     """An argument in the language of ``_arguments``."""
     words = _words(action)
-    what = f"({' '.join(words)})" if words else " " if action.dest in _FREE else "_files"
+    what = f"({' '.join(words)})" if words else "_files" if action.metavar in _FILES else " "
     value = f":{action.metavar or action.dest}:{what}"
     if not action.option_strings:
         return f"*{value}"

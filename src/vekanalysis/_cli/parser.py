@@ -1,6 +1,7 @@
 """The arguments of the commands, and their help, which fits a screen of 24 lines of 80."""
 
 import argparse
+import math
 import re
 from collections.abc import Callable, Sequence
 from importlib import import_module
@@ -35,6 +36,27 @@ light sources, from spectral irradiances in W m-2 nm-1 or the unit of the file."
 _LIGHT_EXAMPLES = """\
   %(prog)s --reference AM15G_ASTM_G17303 --reference cie_illuminant_a
   %(prog)s --white e --json --reference cie_illuminant_d65"""
+_PEAKS = """\
+Peaks of spectra in any unit: position in nm, height, and full width in nm at
+half of that height (over 0), where the spectrum falls to half on both sides of
+the peak before it ends or rises above the peak."""
+_PEAKS_EXAMPLES = """\
+  %(prog)s --min-height 80 --reference cie_illuminant_d65
+  %(prog)s --min-height 0.1 examples/line-lamp.csv"""
+_STITCH = """\
+Joins two spectra that overlap. The second is scaled to the first over a
+stretch; if they match, they are joined where they cross. The joined spectrum
+goes to standard output as CSV, the report of the match to standard error."""
+_STITCH_EXAMPLES = """\
+  %(prog)s --from 920 --to 980 --target 0.01 \\
+      examples/lamp-visible.csv examples/lamp-infrared.csv"""
+_CALIBRATE = """\
+Fits the grating equation of a monochromator to micro-steps and wavelengths,
+from parameters to start with: a JSON object of d, omega_t, omega_m, cos_K,
+theta_z, alpha, a and phi; d and wavelengths best in nm, angles in rad."""
+_CALIBRATE_EXAMPLES = """\
+  %(prog)s examples/calibration-steps.csv \\
+      --start examples/calibration-start.json --free cos_K,theta_z"""
 _REFERENCES = """\
 The built-in spectra: range and step in nm, points, peak, unit, source, and
 whether they are printed figures or a reconstruction. With NAME: that spectrum
@@ -169,6 +191,70 @@ def make_parser(program: str) -> argparse.ArgumentParser:
         "--f1-prime", action="store_true", help="also f1', of a photometer's responsivity"
     )
 
+    peaks = add(
+        "peaks",
+        ("peaks", "run"),
+        "peaks with height and width",
+        "[options] FILE...",
+        _PEAKS,
+        _PEAKS_EXAMPLES,
+    )
+    _add_spectra(peaks, "CSV or measurement file")
+    peaks.add_argument(
+        "--min-height", metavar="H", type=_finite, help="only peaks as high as H or higher"
+    )
+
+    stitch = add(
+        "stitch",
+        ("stitch", "run"),
+        "one spectrum from two that overlap",
+        "[options] FILE FILE",
+        _STITCH,
+        _STITCH_EXAMPLES,
+    )
+    stitch.add_argument("files", metavar="FILE", nargs="+", help="two spectra in all")
+    _add_data_set(stitch)
+    for name, which in (("--from", "first"), ("--to", "last")):
+        stitch.add_argument(
+            name,
+            dest="start" if name == "--from" else "end",
+            metavar="NM",
+            type=_finite,
+            help=f"{which} point of the stretch (default: {which} common one)",
+        )
+    stitch.add_argument(
+        "--target",
+        metavar="T",
+        type=_finite,
+        default=0.01,
+        help="how well they must match, see the report (default: %(default)s)",
+    )
+
+    calibrate = add(
+        "calibrate",
+        ("calibrate", "run"),
+        "the wavelength scale of a monochromator",
+        "[options] STEPS.csv --start FILE --free NAMES",
+        _CALIBRATE,
+        _CALIBRATE_EXAMPLES,
+    )
+    calibrate.add_argument("file", metavar="STEPS.csv", help="micro-step, wavelength a line")
+    calibrate.add_argument("--start", metavar="FILE", required=True, help="the parameters")
+    calibrate.add_argument(
+        "--free",
+        metavar="NAMES",
+        required=True,
+        help="the parameters to fit, separated by commas",
+    )
+    calibrate.add_argument(
+        "--try-phases",
+        metavar="N",
+        type=_between(1, 1000),
+        help="start from N phases phi, keep the best",
+    )
+    _add_json(calibrate)
+    calibrate.add_argument("--plot", metavar="OUT.png", help="draw residuals; needs Matplotlib")
+
     references = add(
         "references",
         ("references", "run"),
@@ -253,6 +339,16 @@ def _between(lowest: int, highest: int) -> Callable[[str], int]:
         return int(text)
 
     return convert
+
+
+def _finite(text: str) -> float:
+    try:
+        number = float(text)
+    except ValueError:
+        number = math.nan
+    if not math.isfinite(number):
+        raise argparse.ArgumentTypeError(f"must be a number, not {text}")
+    return number
 
 
 def _add_spectra(parser: argparse.ArgumentParser, files: str) -> None:

@@ -33,13 +33,53 @@ def plot_lights(path: str, spectra: Sequence[Spectrum]) -> None:
     _finish(path, figure, axes)
 
 
-def _start(spectra: Sequence[Spectrum], lowest: float, highest: float) -> tuple[Any, Any]:
+def plot_peaks(
+    path: str, spectra: Sequence[Spectrum], peaks: Sequence[Sequence[tuple[float, float]]]
+) -> None:
+    """Spectra of any unit, with their peaks marked."""
+    ranges = [spectrum.range_nm for spectrum in spectra]
+    lowest, highest = min(r[0] for r in ranges), max(r[1] for r in ranges)
+    figure, axes = _start(spectra, lowest, highest)
+    units = {spectrum.unit for spectrum in spectra}
+    scans, labels = zip(*((spectrum.scan, spectrum.label) for spectrum in spectra), strict=True)
+    unit = units.pop() if len(units) == 1 else ""
+    plot(scans, ax=axes, label=labels, quantity="value", unit=unit)
+    for line, found in zip([*axes.lines], peaks, strict=True):
+        for wavelength, height in found:
+            axes.plot(wavelength, height, marker="v", color=line.get_color())
+    _finish(path, figure, axes)
+
+
+def plot_residuals(
+    path: str,
+    points: Sequence[tuple[float, float]],
+    before: Sequence[float],
+    after: Sequence[float],
+) -> None:
+    """Residuals of a wavelength fit over the wavelength; those before it on an axis above."""
+    figure = _figure()
+    wavelengths = [wavelength for _, wavelength in points]
+    upper, lower = figure.subplots(2, 1, sharex=True)
+    for axes, residuals, name in ((upper, before, "before"), (lower, after, "after")):
+        axes.plot(wavelengths, residuals, marker="o", linestyle="", label=name)
+        axes.axhline(0.0, color="#808080", linewidth=0.8)
+        axes.set_ylabel("fitted minus given")
+        axes.legend()
+    lower.set_xlabel("wavelength, in the unit of the data")
+    _finish(path, figure, upper, lower)
+
+
+def _figure() -> Any:
     try:
         figures = importlib.import_module("matplotlib.figure")
         importlib.import_module("matplotlib.backends.backend_agg")
     except ImportError:
         raise CommandError(_MISSING) from None
-    figure = figures.Figure(figsize=(9.0, 5.0), layout="constrained")
+    return figures.Figure(figsize=(9.0, 5.0), layout="constrained")
+
+
+def _start(spectra: Sequence[Spectrum], lowest: float, highest: float) -> tuple[Any, Any]:
+    figure = _figure()
     axes = figure.add_subplot()
     # Reference spectra reach far into the infrared, where nothing of interest is left to see.
     axes.set_xlim(
@@ -64,8 +104,9 @@ def _draw(
     )
 
 
-def _finish(path: str, figure: Any, axes: Any) -> None:
-    axes.grid(color="#d0d0d0", linewidth=0.6)
+def _finish(path: str, figure: Any, *all_axes: Any) -> None:
+    for axes in all_axes:
+        axes.grid(color="#d0d0d0", linewidth=0.6)
     try:
         figure.savefig(path, dpi=150)
     except (OSError, ValueError) as error:

@@ -79,7 +79,7 @@ class _Footnotes:
 
 def _text(report: Report) -> str:
     footnotes = _Footnotes()
-    lines = [f"{report.title}, vekanalysis {version()}", "", *_spectra_lines(report.spectra)]
+    lines = [f"{report.title}, vekanalysis {version()}", "", *spectra_lines(report.spectra)]
     headings = {0}
     rows = zip(report.quantities, report.values, strict=True)
     for standard, group in groupby(rows, key=lambda row: row[0].standard):
@@ -89,9 +89,9 @@ def _text(report: Report) -> str:
     headings.add(len(lines) + 1)
     lines += ["", "Notes"]
     for count, note in enumerate(footnotes.texts, start=1):
-        lines += _wrap(note, f"{f'[{count}]':>6} ")
+        lines += wrap(note, f"{f'[{count}]':>6} ")
     for note in [*report.notes, *_clear_lens_notes(report)]:
-        lines += _wrap(note, f"{'-':>6} ")
+        lines += wrap(note, f"{'-':>6} ")
     # Labels come from files and may hold anything.
     lines = [one_line(line) for line in lines]
     for place in headings:
@@ -99,17 +99,20 @@ def _text(report: Report) -> str:
     return "\n".join(lines) + "\n"
 
 
-def _wrap(text: str, prefix: str) -> list[str]:
+def wrap(text: str, prefix: str) -> list[str]:
+    """Lines of a report: the text after ``prefix``, or as far to the right."""
     return textwrap.wrap(text, _WIDTH, initial_indent=prefix, subsequent_indent=" " * len(prefix))
 
 
-def _spectra_lines(spectra: Sequence[Spectrum]) -> list[str]:
+def spectra_lines(spectra: Sequence[Spectrum]) -> list[str]:
+    """The numbered list of spectra at the head of a report, printable."""
     lines = []
     for count, spectrum in enumerate(spectra, start=1):
-        lines += _wrap(describe(spectrum), f"{count:>3}  ")
+        lines += wrap(describe(spectrum), f"{count:>3}  ")
         for note in spectrum.notes:
-            lines += _wrap(note, " " * 5)
-    return lines
+            lines += wrap(note, " " * 5)
+    # Labels come from files and may hold anything.
+    return [one_line(line) for line in lines]
 
 
 def _heading(standard: str, spectra: Sequence[Spectrum]) -> str:
@@ -176,13 +179,13 @@ def _document(report: Report) -> Json:
     return {
         "title": report.title,
         "version": version(),
-        "spectra": [_spectrum_document(spectrum) for spectrum in report.spectra],
+        "spectra": [spectrum_document(spectrum) for spectrum in report.spectra],
         "quantities": [_quantity_document(quantity, values) for quantity, values in rows],
         "notes": [*report.notes],
     }
 
 
-def _spectrum_document(spectrum: Spectrum) -> dict[str, Json]:
+def spectrum_document(spectrum: Spectrum) -> dict[str, Json]:
     steps = spectrum.steps_nm
     return {
         "label": spectrum.label,

@@ -1,0 +1,182 @@
+"""Peaks, stitching and the wavelength fit on the command line."""
+
+from __future__ import annotations
+
+import json
+import math
+from pathlib import Path
+from typing import Any
+
+import pytest
+from cli import GREY, ROOT, Points, Runner, flat, write_csv, write_vek
+
+import vekanalysis as vek
+
+EXAMPLES = ROOT / "examples"
+STEPS, START = EXAMPLES / "calibration-steps.csv", EXAMPLES / "calibration-start.json"
+
+
+@pytest.fixture
+def run(capsys: pytest.CaptureFixture[str]) -> Runner:
+    return Runner(capsys)
+
+
+def gaussians(*lines: tuple[float, float, float]) -> Points:
+    """A sum of lines of (centre, height, sigma), from 400 to 500 nm."""
+
+    def value(wl: float) -> float:
+        return sum(h * math.exp(-(((wl - at) / sigma) ** 2) / 2) for at, h, sigma in lines)
+
+    return [(wl, value(wl)) for wl in (400 + 0.1 * i for i in range(1001))]
+
+
+def test_peaks_have_a_width_where_they_fall_to_half(run: Runner, tmp_path: Path) -> None:
+    # The shoulder at 452 does not fall to half before it rises to the peak at 448.
+    points = gaussians((420, 2.0, 3.0), (448, 5.0, 1.5), (452, 4.0, 1.5), (500, 9.0, 5.0))
+    path = write_csv(tmp_path / "lamp.csv", points)
+    (spectrum,) = run("peaks", path, "--json").document["spectra"]
+    first, second, shoulder = spectrum["peaks"]
+    assert first["wavelength_nm"] == pytest.approx(420, rel=1e-4)
+    assert first["height"] == pytest.approx(2.0, rel=1e-4)
+    # A Gaussian line is 2 sqrt(2 ln 2) sigma wide at half of its height.
+    assert first["fwhm_nm"] == pytest.approx(2 * math.sqrt(2 * math.log(2)) * 3.0, rel=1e-4)
+    assert (second["fwhm_nm"] > 3.0, shoulder["fwhm_nm"]) == (True, None)
+    scan = vek.io.load_csv(path)
+    found = [(peak["wavelength_nm"], peak["height"]) for peak in spectrum["peaks"]]
+    assert found == [*vek.utils.find_peaks(scan).items()]
+    text = run("peaks", path, "--min-height", 4.5).out
+    row = f"    1{second['wavelength_nm']:>10.2f}{second['height']:>13.4f}     "
+    assert row in text
+    assert "    2 " not in text
+    assert "  no peaks\n" in run("peaks", write_csv(tmp_path / "flat.csv", flat(1.0))).out
+
+
+def test_a_ripple_near_the_top_does_not_hide_the_width(run: Runner, tmp_path: Path) -> None:
+    points = [(wl, v + 0.02 * (i % 2)) for i, (wl, v) in enumerate(gaussians((450, 1.0, 4.0)))]
+    document = run("peaks", write_csv(tmp_path / "a.csv", points), "--json").document
+    highest = max(document["spectra"][0]["peaks"], key=lambda peak: float(peak["height"]))
+    assert highest["fwhm_nm"] == pytest.approx(2 * math.sqrt(2 * math.log(2)) * 4.0, rel=0.02)
+
+
+def test_a_joined_spectrum_is_the_librarys(run: Runner, tmp_path: Path) -> None:
+    names = [EXAMPLES / f"lamp-{name}.csv" for name in ("visible", "infrared")]
+    scans = [vek.io.load_csv(name) for name in names]
+    expected = vek.utils.stitch_scans(*scans, 920, 980, 0.01)
+    result = run("stitch", *names, "--from", 920, "--to", 980)
+    joined = tmp_path / "joined.csv"
+    joined.write_text(result.out)
+    assert [*vek.io.load_csv(joined).items()] == [*expected.stitch_scan.items()]
+    assert f"{expected.k:.6g}" in result.err
+    assert f"joined at       {expected.stitch_point:.2f} nm" in result.err
+    in_one = write_vek(
+        tmp_path / "both.vek", [(n.stem, [*vek.io.load_csv(n).items()]) for n in names]
+    )
+    whole = run("stitch", in_one)  # The common points: 900 to 1000.
+    assert "compared        11 points of 1, 900-1000 nm" in whole.err
+    failed = run("stitch", *names, "--target", 1e-4)
+    assert (failed.status, failed.out) == (1, "")
+    assert "joined at       -, no good match" in failed.err
+
+
+def start(**changes: float) -> dict[str, Any]:
+    return json.loads(START.read_text()) | changes  # type: ignore[no-any-return]
+
+
+def test_a_calibration_finds_the_drive(run: Runner) -> None:
+    fit = ("calibrate", STEPS, "--start", START, "--json", "--free")
+    document = run(*fit, "cos_K,theta_z,alpha,a,phi", "--try-phases", 36).document
+    assert document["before"] == start()
+    # What the positions were computed with; they are rounded to 0.25 micro-steps, 0.003 nm.
+    real = {"cos_K": (0.9832, 1e-4), "theta_z": (0.0041, 1e-5), "alpha": (1.0007, 1e-4)}
+    for name, (value, tolerance) in (real | {"a": (6.0, 0.1), "phi": (0.9, 0.02)}).items():
+        assert document["after"][name] == pytest.approx(value, abs=tolerance)
+    assert document["largest_after"] < 0.002 < 5 < document["largest_before"]
+    residuals = [point["after"] for point in document["points"]]
+    assert document["rms_after"] == pytest.approx(math.hypot(*residuals) / math.sqrt(14))
+    assert document["notes"] == []
+    two = run(*fit, "cos_K,theta_z").document
+    parameters, free = vek.fitting.FitWavelengthParams(), vek.fitting.FitWavelengthParamsFree()
+    for name, value in start().items():
+        setattr(parameters, name, value)
+    free.cos_K = free.theta_z = True
+    vek.fitting.fit_wavelength(vek.io.load_csv(STEPS), parameters, free)
+    assert two["after"] == {name: getattr(parameters, name) for name in start()}
+
+
+NOTES = [
+    ({}, "d", 1.0, ["d: free, but no fit moves", "changed nothing"]),
+    ({"a": 0.01}, "cos_K,phi", 1.0, ["phi is not found from afar"]),
+    ({}, "cos_K,phi", 1.0, ["no effect while the amplitude"]),
+    ({}, "cos_K,theta_z,alpha", 1e-9, ["In metres that is 1 nm"]),
+]
+
+
+@pytest.mark.parametrize(("changes", "free", "unit", "notes"), NOTES)
+def test_what_a_fit_cannot_do_is_said(
+    run: Runner, tmp_path: Path, changes: dict[str, float], free: str, unit: float, notes: list[str]
+) -> None:
+    points = [(step, unit * wl) for step, wl in vek.io.load_csv(STEPS).items()]
+    parameters = start(**changes)
+    (tmp_path / "p.json").write_text(json.dumps(parameters | {"d": unit * parameters["d"]}))
+    path = write_csv(tmp_path / "steps.csv", points)
+    arguments = ("calibrate", path, "--start", tmp_path / "p.json", "--free", free)
+    said = run(*arguments, "--json").document["notes"]
+    assert len(said) == len(notes)
+    for note, text in zip(notes, said, strict=True):
+        assert note in text
+        assert " ".join(text.split()) in " ".join(run(*arguments).out.split())
+
+
+REFUSALS = """\
+peaks few.csv -> few.csv: no values between the points (Cannot initialize a spline, too few points)
+peaks g.csv --min-height x -> argument --min-height: must be a number, not x; {HELP}
+stitch g.csv -> two spectra can be stitched, not 1; --data-set chooses from a measurement file
+stitch g.csv far.csv -> g.csv (280-780 nm) has no point within the range of far.csv (790-800 nm)
+stitch g.csv g.csv --from 381 -> --from 381: g.csv has no point there that is within the range of \
+g.csv; the nearest is 380
+stitch g.csv g.csv --from 400 --to 390 -> --from 400 is above --to 390
+stitch g.csv zero.csv -> zero.csv: it is 0 throughout 280-780 nm
+stitch g.csv wave.csv --target 9 -> the spectra match but do not cross within 400-405 nm, so there \
+is no place to join them without a step; try another stretch (--from, --to)
+calibrate g.csv --start g.csv --free a -> g.csv: line 1: no JSON: Extra data
+calibrate g.csv --start p.json --free a,b -> --free: 'b' is none of d, omega_t, omega_m, cos_K, \
+theta_z, alpha, a, phi
+calibrate g.csv --start less.json --free a -> less.json: expected an object with exactly the \
+numbers d, omega_t, omega_m, cos_K, theta_z, alpha, a, phi
+calibrate g.csv --start text.json --free a -> text.json: a: expected a number, not "6"
+calibrate g.csv --start zero.json --free a -> zero.json: alpha: must not be 0
+calibrate far.csv --start p.json --free a,alpha,cos_K,phi -> far.csv: 3 points are too few for 4 \
+free parameters
+calibrate two.vek --start p.json --free a -> two.vek: expected one wavelength a micro-step, not 2
+"""
+
+
+@pytest.mark.parametrize("refusal", REFUSALS.splitlines())
+def test_bad_usage_and_bad_input_are_told_in_one_line(
+    run: Runner, tmp_path: Path, monkeypatch: pytest.MonkeyPatch, refusal: str
+) -> None:
+    monkeypatch.chdir(tmp_path)
+    write_csv(Path("g.csv"), flat(0.5))
+    write_csv(Path("far.csv"), flat(0.5, 790, 800))
+    write_csv(Path("few.csv"), flat(1.0, 400, 700, 300))
+    write_csv(Path("zero.csv"), flat(0.0))
+    write_csv(Path("wave.csv"), [(400, 1.0), (405, -0.5)])
+    write_vek(Path("two.vek"), [("A", flat(0.5)), ("B", flat(0.5))])
+    files = {"p": start(), "less": {"d": 1}, "text": start() | {"a": "6"}, "zero": start(alpha=0)}
+    for name, document in files.items():
+        Path(f"{name}.json").write_text(json.dumps(document))
+    command, reason = refusal.split(" -> ")
+    explained = f"'vekanalysis {command.split()[0]} --help' explains"
+    assert run.refuse(*command.split()) == reason.replace("{HELP}", explained)
+
+
+@pytest.mark.filterwarnings("default")
+def test_plots_are_drawn(run: Runner, tmp_path: Path) -> None:
+    pytest.importorskip("matplotlib")
+    for name, command in {
+        "peaks": ("peaks", GREY, EXAMPLES / "line-lamp.csv"),
+        "fit": ("calibrate", STEPS, "--start", START, "--free", "cos_K,theta_z"),
+    }.items():
+        picture = tmp_path / f"{name}.png"
+        assert run(*command, "--plot", picture).status == 0
+        assert picture.read_bytes().startswith(b"\x89PNG")
