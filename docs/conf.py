@@ -21,7 +21,6 @@ project_copyright = author
 extensions = [
     "myst_parser",
     "sphinx_copybutton",
-    "sphinx_design",
     "api",
     "mathml",
     "picture",
@@ -31,7 +30,7 @@ source_suffix = {".md": "markdown"}
 exclude_patterns = ["_*"]
 nitpicky = True
 
-myst_enable_extensions = ["attrs_inline", "colon_fence", "deflist", "dollarmath"]
+myst_enable_extensions = ["colon_fence", "dollarmath"]
 myst_heading_anchors = 3
 
 html_math_renderer = "mathml"
@@ -56,7 +55,7 @@ def prepare_tables(app: Sphinx, document: nodes.document) -> None:
         if app.env.docname in table_classes:
             table["classes"].append(table_classes[app.env.docname])
         for literal in list(table.findall(nodes.literal)):
-            first, *others = re.split(r"(?<=[._(])(?=.)", literal.astext())
+            first, *others = re.split(r"(?<=[._(])(?=[^)])", literal.astext())
             literal.children = []
             literal += nodes.Text(first)
             for part in others:

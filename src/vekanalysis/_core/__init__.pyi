@@ -51,7 +51,7 @@ POLYNOMIAL: Interpolation
 class Scan:
     @overload
     def __init__(
-        self, epsilon: _Float = 1e-20, interpolation: Interpolation = ...
+        self, epsilon: _Float = 1e-20, interpolation: Interpolation = Interpolation.AKIMA
     ) -> None: ...
     @overload
     def __init__(
@@ -59,7 +59,7 @@ class Scan:
         wavelength_array: _FloatList,
         value_array: _FloatList,
         epsilon: _Float = 1e-20,
-        interpolation: Interpolation = ...,
+        interpolation: Interpolation = Interpolation.AKIMA,
     ) -> None: ...
     @property
     def interpolation(self) -> Interpolation: ...
