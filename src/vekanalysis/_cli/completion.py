@@ -3,6 +3,7 @@
 import argparse
 import re
 import shlex
+import textwrap
 from argparse import Namespace
 
 from .catalogue import REFERENCES
@@ -53,9 +54,13 @@ def run(arguments: Namespace) -> None:
     emit(make(program, "_" + re.sub(r"\W", "_", program), make_parser(program)))
 
 
-def _commands(parser: argparse.ArgumentParser) -> dict[str, argparse.ArgumentParser]:
+# argparse has no public way to what a parser was given; these attributes are as old as it is.
+type _Commands = argparse._SubParsersAction[argparse.ArgumentParser]
+
+
+def _commands(parser: argparse.ArgumentParser) -> _Commands:
     (commands,) = (a for a in parser._actions if isinstance(a, argparse._SubParsersAction))
-    return dict(commands.choices)
+    return commands
 
 
 def _options(parser: argparse.ArgumentParser) -> list[str]:
@@ -71,24 +76,23 @@ def _words(action: argparse.Action) -> list[str]:
 
 def _bash(program: str, function: str, parser: argparse.ArgumentParser) -> str:
     after_option, words = [], []
-    for name, command in _commands(parser).items():
-        words.append(f"    {name},-*) words={_quoted(_options(command))} ;;")
+    commands = _commands(parser).choices
+    for name, command in commands.items():
+        words.append(f"{name},-*) words={_quoted(_options(command))} ;;")
         for action in command._actions:
             listed = _words(action)
-            if not action.option_strings and listed:
-                words.append(f"    {name},*) words={_quoted(listed)} ;;")
-            elif listed:
+            if not action.option_strings:
+                words += [f"{name},*) words={_quoted(listed)} ;;"] if listed else []
+            elif action.nargs != 0 and action.metavar not in _FILES:
                 after = "|".join(f"*,{name},{option}" for option in action.option_strings)
-                after_option.append(f"    {after}) words={_quoted(listed)} ;;")
-            elif action.option_strings and action.nargs != 0 and action.metavar not in _FILES:
-                after = "|".join(f"*,{name},{option}" for option in action.option_strings)
-                after_option.append(f"    {after}) compopt +o bashdefault +o default ;;")
+                what = f"words={_quoted(listed)}" if listed else "compopt +o bashdefault +o default"
+                after_option.append(f"{after}) {what} ;;")
     return _BASH.format(
         program=program,
         function=function,
-        commands=_quoted([*_commands(parser), *_options(parser)]),
-        after_option="\n".join(after_option),
-        words="\n".join(f"    {line}" for line in words),
+        commands=_quoted([*commands, *_options(parser)]),
+        after_option=textwrap.indent("\n".join(after_option), "    "),
+        words=textwrap.indent("\n".join(words), "        "),
     )
 
 
@@ -97,12 +101,12 @@ def _quoted(words: list[str]) -> str:
 
 
 def _zsh(program: str, function: str, parser: argparse.ArgumentParser) -> str:
-    (listing,) = (a for a in parser._actions if isinstance(a, argparse._SubParsersAction))
+    commands = _commands(parser)
     described = " ".join(
-        f"{choice.dest}\\:{shlex.quote(choice.help or '')}" for choice in listing._get_subactions()
+        f'{command.dest}\\:"{command.help}"' for command in commands._get_subactions()
     )
     arguments = []
-    for name, command in _commands(parser).items():
+    for name, command in commands.choices.items():
         specs = " ".join(shlex.quote(_zsh_spec(action)) for action in command._actions)
         arguments.append(f"    {name}) _arguments {specs} ;;")
     # A path is known to zsh as what it stands for, so only its end can be told.
@@ -111,7 +115,7 @@ def _zsh(program: str, function: str, parser: argparse.ArgumentParser) -> str:
         program=program,
         names=f"-p '*/{last}'" if slash else program,
         function=function,
-        commands=described.replace("'", '"'),
+        commands=described,
         options=" ".join(_options(parser)),
         arguments="\n".join(arguments),
     )

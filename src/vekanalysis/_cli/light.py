@@ -144,6 +144,7 @@ def _quantities(unit: str, white_name: str, white: Scan, with_f1_prime: bool) ->
         unit="nm",
         compute=lambda scan: peak(scan)[0],
         notes=(_STORED_POINT,),
+        is_stored=True,
     )
     yield Quantity(
         key="wiens_displacement_law_T",

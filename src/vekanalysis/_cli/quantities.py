@@ -40,6 +40,8 @@ class Quantity(NamedTuple):
     notes: tuple[str, ...] = ()
     # Whether a clear lens tells something about sampling and coverage.
     is_transmittance: bool = False
+    # Whether the value is a number of the data and has its digits.
+    is_stored: bool = False
 
     @property
     def needed(self) -> Range | None:

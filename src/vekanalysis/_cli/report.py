@@ -137,6 +137,8 @@ def _row(quantity: Quantity, values: Sequence[Value], footnotes: _Footnotes) -> 
     cells = ""
     for value in values:
         shown = "-" if value.value is None else number(value.value)
+        if quantity.is_stored and value.value is not None:
+            shown = f"{value.value:.10g}"
         mark = footnotes.mark(_value_notes(value))
         cell = aligned(shown, _BEFORE, _AFTER)
         gap = " " if mark and not cell.endswith(" ") else ""
