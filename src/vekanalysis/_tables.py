@@ -301,6 +301,8 @@ class _Lines:
         while "00" in shapes:
             shapes = shapes.replace("00", "0")
         self.shapes = shapes.split("\n")
+        if isinstance(skip, int) and skip < 0:
+            raise ValueError(f"skip is {skip}; it must be a number of lines, or a set of lines")
         self.asked = range(skip) if isinstance(skip, int) else [number - 1 for number in skip]
         for index in self.asked:
             if not 0 <= index < len(self.texts):

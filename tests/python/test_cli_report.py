@@ -163,7 +163,7 @@ def test_tables_are_read_with_what_is_skipped(run: Runner, tmp_path: Path) -> No
     assert [(item["label"], item["points"]) for item in spectra] == [("grey", 101), ("bronze", 100)]
     notes = " ".join(run("report", "--percent", path).out.split())
     assert "'bronze': cells without a number left out: 1, the first in line 7" in notes
-    assert "skipped, since no numbers are in it: line 1, 2, 3" in notes
+    assert "skipped, since there are no numbers: line 1 " in notes
     assert run.refuse("report", path).startswith(f"{path}: grey: its unit is '%'; add --percent")
 
 

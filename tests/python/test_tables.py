@@ -113,6 +113,7 @@ def test_nonsense_is_refused_with_its_line(text: str, reason: str, remedy: str) 
         ({"delimiter": ",", "decimal": ","}, "must differ"),
         ({"decimal": "-"}, "must be '.' or ','"),
         ({"duplicates": "sum"}, "must be one of 'refuse', 'first', 'last', 'mean'"),
+        ({"skip": -1}, "must be a number of lines"),
         ({"skip": {9}}, "skip names line 9; the file has 3"),
         ({"encoding": "utf-9"}, "which Python does not know"),
         ({"encoding": "utf-16"}, "not utf-16|no numbers|zero bytes|need lines"),

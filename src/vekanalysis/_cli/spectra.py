@@ -262,10 +262,10 @@ def _read_table(path: str, content: bytes) -> list[Spectrum]:
     except ValueError as error:
         raise CommandError(reason_of(error)) from None
     notes = list(table.notes)
-    if table.skipped:
-        lines = ", ".join(str(line) for line, _, _ in table.skipped[:5])
-        more = f" and {len(table.skipped) - 5} more" if len(table.skipped) > 5 else ""
-        notes.append(f"skipped, since no numbers are in it: line {lines}{more}")
+    skipped = [str(line) for line, _, reason in table.skipped if reason in ("text", "comment")]
+    if skipped:
+        more = f" and {len(skipped) - 5} more" if len(skipped) > 5 else ""
+        notes.append(f"skipped, since there are no numbers: line {', '.join(skipped[:5])}{more}")
     return [
         Spectrum(
             _stem(path) if len(table) == 1 else name,
