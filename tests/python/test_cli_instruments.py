@@ -145,6 +145,8 @@ calibrate g.csv --start less.json --free a -> less.json: expected an object with
 numbers d, omega_t, omega_m, cos_K, theta_z, alpha, a, phi
 calibrate g.csv --start text.json --free a -> text.json: a: expected a number, not "6"
 calibrate g.csv --start zero.json --free a -> zero.json: alpha: must not be 0
+calibrate head.csv --start p.json --free a -> head.csv: line 1: 'step;wavelength' is not a pair of \
+numbers; expected two numbers a line, with decimal points, without a header
 calibrate far.csv --start p.json --free a,alpha,cos_K,phi -> far.csv: 3 points are too few for 4 \
 free parameters
 calibrate two.vek --start p.json --free a -> two.vek: expected one wavelength a micro-step, not 2
@@ -161,6 +163,7 @@ def test_bad_usage_and_bad_input_are_told_in_one_line(
     write_csv(Path("few.csv"), flat(1.0, 400, 700, 300))
     write_csv(Path("zero.csv"), flat(0.0))
     write_csv(Path("wave.csv"), [(400, 1.0), (405, -0.5)])
+    Path("head.csv").write_text("step;wavelength\n18286;253.652\n")
     write_vek(Path("two.vek"), [("A", flat(0.5)), ("B", flat(0.5))])
     files = {"p": start(), "less": {"d": 1}, "text": start() | {"a": "6"}, "zero": start(alpha=0)}
     for name, document in files.items():

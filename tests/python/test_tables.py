@@ -167,6 +167,6 @@ def test_units_are_those_of_the_titles(title: str, unit: str) -> None:
 
 def test_what_load_csv_takes_comes_out_the_same() -> None:
     examples = Path(__file__).resolve().parents[2] / "examples"
-    for path in examples.glob("*.csv"):
+    for path in examples.glob("*glass*.csv"):
         assert vek.read_table(path).scan == vek.io.load_csv(path)
         assert not re.search("skipped", str(vek.read_table(path)))

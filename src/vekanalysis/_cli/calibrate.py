@@ -45,7 +45,7 @@ class Fit(NamedTuple):
 
 
 def run(arguments: Namespace) -> None:
-    spectra = read_spectra_file(arguments.file, [])
+    spectra = read_spectra_file(arguments.file, [], only_pairs=True)
     if len(spectra) != 1:
         raise CommandError(
             f"{arguments.file}: expected one wavelength a micro-step, not {len(spectra)}"

@@ -11,7 +11,7 @@ from .. import colorimetry, io
 from .._core import Scan
 from .catalogue import REFERENCES
 from .errors import CommandError
-from .output import interval
+from .output import interval, shortened
 
 # The first bytes of a compound file, the container of measurement files.
 _COMPOUND_FILE = bytes.fromhex("d0cf11e0a1b11ae1")
@@ -101,10 +101,17 @@ def unreadable(path: str, error: Exception) -> CommandError:
     return CommandError(f"{path}: no readable measurement file: {reason}")
 
 
-def read_spectra_file(path: str, data_sets: Sequence[str]) -> list[Spectrum]:
-    """The spectra of a text file, or of a measurement file all data sets or those named."""
+def read_spectra_file(
+    path: str, data_sets: Sequence[str], *, only_pairs: bool = False
+) -> list[Spectrum]:
+    """The spectra of a text file, or of a measurement file all data sets or those named.
+
+    With ``only_pairs`` text must be pairs of numbers, for x values that are no wavelengths.
+    """
     content = read_file(path)
     if not content.startswith(_COMPOUND_FILE):
+        if only_pairs and _pairs(content) is None:
+            raise CommandError(_no_pairs(path, content))
         return _read_csv(path, content)
     file = _parse_vek(path, content)
     selected = select_data_sets(file, data_sets)
@@ -248,6 +255,15 @@ def _pairs(content: bytes) -> tuple[list[float], list[float]] | None:
     if not wavelengths or math.isinf(max(wavelengths)) or not all(map(math.isfinite, values)):
         return None
     return wavelengths, values
+
+
+def _no_pairs(path: str, content: bytes) -> str:
+    needed = "expected two numbers a line, with decimal points, without a header"
+    for line_number, line in enumerate(content.splitlines(), start=1):
+        if line.strip() and not _PAIR.fullmatch(line):
+            shown = shortened(line.strip().decode("utf-8", "replace"), 40)
+            return f"{path}: line {line_number}: '{shown}' is not a pair of numbers; {needed}"
+    return f"{path}: there are no finite numbers in it; {needed}"
 
 
 def _read_table(path: str, content: bytes) -> list[Spectrum]:
