@@ -25,6 +25,7 @@ from vekanalysis import colorimetry
 try:
     import pandas
     from scipy.interpolate import Akima1DInterpolator
+    from scipy.optimize import brentq, least_squares, minimize_scalar
 except ImportError:
     sys.exit("SciPy and pandas are needed as peers: run tools/setup bench")
 
@@ -224,6 +225,70 @@ def planck_value() -> tuple[Work, Work]:
     return lambda: function(2856.0, 555e-9), lambda: empty()
 
 
+def peak_and_width() -> tuple[Work, Work]:
+    band = np.exp(-(((GRID - 555.3) / 20) ** 2))
+    ours = vek.Scan(GRID, band)
+
+    def work() -> object:
+        return vek.utils.find_peak(ours), vek.utils.peak_width(ours, 0.5)
+
+    def peer() -> object:
+        curve = Akima1DInterpolator(GRID, band)
+        top = int(band.argmax())
+        bounds = GRID[top - 1], GRID[top + 1]
+        peak = minimize_scalar(lambda x: -curve(x), bounds=bounds, method="bounded").x
+        half = curve(peak) / 2
+        edges = [brentq(lambda x: curve(x) - half, a, b) for a, b in ((380, peak), (peak, 780))]
+        return peak, edges[1] - edges[0]
+
+    return work, peer
+
+
+def wavelength_fit() -> tuple[Work, Work]:
+    """Four free parameters of the grating equation over 200 points."""
+    names = ["d", "omega_t", "omega_m", "cos_K", "theta_z", "alpha", "a", "phi"]
+    exact = dict(zip(names, [833.333, 1e-6, 3.14e-4, 0.97, 0.02, 1.01, 12.0, 0.4], strict=True))
+    start = exact | {"cos_K": 1.455, "theta_z": 0.32, "alpha": 1.414, "a": 100.0}
+    d, omega_t, omega_m, phi = (exact[name] for name in ("d", "omega_t", "omega_m", "phi"))
+    x = 1e5 + 3000 * np.arange(200.0)
+    sine = np.sin(omega_m * x + phi)
+
+    def theta(p: Floats) -> Floats:
+        angle: Floats = (omega_t * (x + p[3] * np.sin(omega_m * x + phi)) - p[1]) / p[2]
+        return angle
+
+    y = 2 * d * exact["cos_K"] * np.sin(theta(np.array([0.97, 0.02, 1.01, 12.0])))
+    data = vek.Scan(x, y)
+    free = vek.fitting.FitWavelengthParamsFree()
+    free.cos_K = free.theta_z = free.alpha = free.a = True
+
+    def work() -> float:
+        params = vek.fitting.FitWavelengthParams()
+        for name, value in start.items():
+            setattr(params, name, value)
+        vek.fitting.fit_wavelength(data, params, free)
+        return params.a
+
+    def residuals(p: Floats) -> Floats:
+        r: Floats = 2 * d * p[0] * np.sin(theta(p)) - y
+        return r
+
+    def jacobian(p: Floats) -> Floats:
+        angle = theta(p)
+        slope = 2 * d * p[0] * np.cos(angle) / p[2]
+        columns = (2 * d * np.sin(angle), -slope, -slope * angle, slope * omega_t * sine)
+        return np.column_stack(columns)
+
+    first = np.array([start[name] for name in ("cos_K", "theta_z", "alpha", "a")])
+
+    def peer() -> float:
+        return float(least_squares(residuals, first, jacobian, method="lm").x[3])
+
+    assert abs(work() - 12.0) < 1e-6
+    assert abs(peer() - 12.0) < 1e-6
+    return work, peer
+
+
 WORK: dict[str, tuple[Callable[[], tuple[Work, Work]], str, float]] = {
     "akima build and one value": (akima_build, "SciPy", 0.10),
     "one value, built": (one_value, "SciPy", 0.06),
@@ -233,6 +298,8 @@ WORK: dict[str, tuple[Callable[[], tuple[Work, Work]], str, float]] = {
     "integral 380 to 780": (integral, "SciPy", 0.2),
     "ISO8980_3_tau_v": (luminous_transmittance, "SciPy", 0.05),
     "XYZ and L*a*b*": (xyz_and_lab, "SciPy", 0.06),
+    "peak and full width": (peak_and_width, "SciPy", 0.05),
+    "wavelength fit, 4 free": (wavelength_fit, "SciPy", 0.3),
     "100,000 ascending points": (ascending_points, "NumPy", 0.5),
     "100,000 random points": (random_points, "NumPy", 1.2),
     "CSV of 100,000 lines": (csv_lines, "pandas", 1.0),

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <numeric>
 #include <span>
+#include <stdexcept>
 #include <utility>
 
 #include "colorimetry/physics.hpp"
@@ -89,9 +90,8 @@ bool Fit::fit(const Scan* measured, internal::BoundFunction1D<double>* f) {
         set_parameters(values);
         const auto x = scan->data().keys();
         const auto y = scan->data().values();
-        for (std::size_t i = 0; i < n; ++i) {
-            residuals[i] = f->evaluate(x[i], std::span(derivatives).subspan(i * m, m)) - y[i];
-        }
+        f->evaluate(x, residuals, derivatives);
+        for (std::size_t i = 0; i < n; ++i) residuals[i] -= y[i];
     };
     problem.jacobian = [&](const std::vector<double>& /*values*/, numerical::MatrixView jacobian) {
         std::copy(derivatives.begin(), derivatives.end(), &jacobian(0, 0));
@@ -105,10 +105,24 @@ bool Fit::fit(const Scan* measured, internal::BoundFunction1D<double>* f) {
 
 namespace fitting {
 
+namespace {
+
+/// The refined peak; the highest stored point where there is none or the scan cannot interpolate.
+double peak_or_highest_point(const Scan& scan) {
+    double peak = 0.0;
+    try {
+        if (utils::find_peak(scan, &peak)) return peak;
+    } catch (const std::runtime_error&) {
+        // The spline's errors: no interpolation, or too few points for it.
+    }
+    return (*scan.max_element()).first;
+}
+
+}  // namespace
+
 bool fit_black_body(const Scan& scan, std::array<double, 2>& p) {
     if (scan.empty()) return false;
-    double peak = 0.0;
-    if (!utils::find_peak(scan, &peak)) peak = (*scan.max_element()).first;
+    const double peak = peak_or_highest_point(scan);
     p[1] = wiens_displacement_law_T(peak);
     p[0] = scan(peak) / planks_law_sr(p[1], peak);
     BlackBodyEquation equation(p);

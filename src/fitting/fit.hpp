@@ -68,11 +68,11 @@ namespace fitting {
 /// metres.
 ///
 /// The start is made from the scan, whatever `p` holds: the temperature by Wien's law from its
-/// highest peak (its highest point where there is no peak), the factor from the value there.
+/// highest peak (its highest point where there is no peak or no interpolation), the factor from the
+/// value there.
 ///
 /// @param p  receives the parameters, also when the fit did not run; unchanged for an empty scan
 /// @return false when the scan has fewer than two points
-/// @throws std::runtime_error  the spline's errors, met while the peak is searched
 bool fit_black_body(const Scan& scan, std::array<double, 2>& p);
 
 /// Fits the offset, amplitude and phase of a TurretEquation, from the start in `p`; the period p[3]

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstddef>
 #include <span>
 #include <utility>
@@ -10,6 +12,8 @@
 namespace vekanalysis {
 
 namespace internal {
+
+inline constexpr double two_pi = 6.283185307179586;
 
 /// A curve of which some parameters are free: what `Fit` works on.
 template <class T>
@@ -25,13 +29,21 @@ public:
     /// Does nothing when there is no free parameter i.
     virtual void set_free_parameter(unsigned int i, T value) = 0;
 
-    /// The value at x, and in `derivatives` those by the free parameters, one each. The same
-    /// numbers as above; models whose terms share functions compute them once.
-    [[nodiscard]] virtual T evaluate(T x, std::span<T> derivatives) const {
-        for (unsigned int i = 0; i < derivatives.size(); ++i) {
-            derivatives[i] = derivative_wrt_free_param(x, i);
+    /// Values and derivatives at many points: the same numbers as above. Models whose terms share
+    /// functions compute those once a point.
+    ///
+    /// @param x            shape (n)
+    /// @param values       shape (n)
+    /// @param derivatives  shape (n, m), by the m free parameters
+    virtual void evaluate(std::span<const T> x, std::span<T> values,
+                          std::span<T> derivatives) const {
+        const unsigned int m = get_num_free_parameters();
+        for (std::size_t i = 0; i < x.size(); ++i) {
+            values[i] = (*this)(x[i]);
+            for (unsigned int j = 0; j < m; ++j) {
+                derivatives[i * m + j] = derivative_wrt_free_param(x[i], j);
+            }
         }
-        return (*this)(x);
     }
 
 protected:
@@ -88,12 +100,18 @@ public:
     void set_free_parameter(unsigned int i, Value value) override {
         if (exists(i)) this->p[free_[i]] = value;
     }
-    [[nodiscard]] Value evaluate(Value x, std::span<Value> derivatives) const override {
-        const auto at_x = this->terms(x);
-        for (std::size_t i = 0; i < derivatives.size(); ++i) {
-            derivatives[i] = this->derivative_from(at_x, free_[i]);
-        }
-        return this->value_from(at_x);
+    void evaluate(std::span<const Value> x, std::span<Value> values,
+                  std::span<Value> derivatives) const override {
+        this->with_terms(free_, [&](const auto& terms_at) {
+            std::size_t k = 0;
+            for (std::size_t i = 0; i < x.size(); ++i) {
+                const auto terms = terms_at(x[i]);
+                values[i] = this->value_from(terms);
+                for (const unsigned int index : free_) {
+                    derivatives[k++] = this->derivative_from(terms, index);
+                }
+            }
+        });
     }
 
 private:
@@ -116,16 +134,17 @@ private:
 /// micro-steps; phi, turret error phase, rad.
 class GratingEquation : public internal::Function1D<double, 8> {
 public:
+    /// Indices of the parameters.
+    enum Parameter : unsigned int { D, OMEGA_T, OMEGA_M, COS_K, THETA_Z, ALPHA, A, PHI };
+
     using Function1D::Function1D;
 
-    [[nodiscard]] double operator()(double x) const override { return value_from(terms(x)); }
+    [[nodiscard]] double operator()(double x) const override;
 
     /// Deliberate: 0 for d, omega_t and omega_m, which therefore never move in a fit, and for phi
     /// alpha stands where the exact derivative has a: with an amplitude small against alpha the
     /// phase hardly moves.
-    [[nodiscard]] double derivative_wrt_param(double x, unsigned int i) const override {
-        return derivative_from(terms(x), i);
-    }
+    [[nodiscard]] double derivative_wrt_param(double x, unsigned int i) const override;
 
     [[nodiscard]] double __theta(double x) const;
 
@@ -135,13 +154,18 @@ protected:
         double sin_theta;
         double cos_theta;
         double sin_s;  ///< s = omega_m x + phi
-        double cos_s;
+        double cos_s;  ///< only where the derivative by phi is wanted
     };
-    [[nodiscard]] Terms terms(double x) const;
-    [[nodiscard]] double value_from(const Terms& at_x) const;
-    [[nodiscard]] double derivative_from(const Terms& at_x, unsigned int i) const;
+    /// Calls f with the function that makes the terms of a point as far as the free parameters need
+    /// them.
+    template <class F>
+    void with_terms(std::span<const unsigned int> free, const F& f) const;
+    [[nodiscard]] double value_from(const Terms& terms) const;
+    [[nodiscard]] double derivative_from(const Terms& terms, unsigned int i) const;
 
 private:
+    template <bool with_cos_s>
+    [[nodiscard]] Terms terms(double x) const;
     [[nodiscard]] double theta(double x, double sin_s) const;
 };
 
@@ -164,10 +188,8 @@ class TurretEquation : public internal::Function1D<double, 4> {
 public:
     using Function1D::Function1D;
 
-    [[nodiscard]] double operator()(double x) const override { return value_from(terms(x)); }
-    [[nodiscard]] double derivative_wrt_param(double x, unsigned int i) const override {
-        return derivative_from(terms(x), i);
-    }
+    [[nodiscard]] double operator()(double x) const override;
+    [[nodiscard]] double derivative_wrt_param(double x, unsigned int i) const override;
 
 protected:
     struct Terms {
@@ -175,9 +197,13 @@ protected:
         double sine;
         double cosine;
     };
+    template <class F>
+    void with_terms(std::span<const unsigned int> free, const F& f) const;
+    [[nodiscard]] double value_from(const Terms& terms) const;
+    [[nodiscard]] double derivative_from(const Terms& terms, unsigned int i) const;
+
+private:
     [[nodiscard]] Terms terms(double x) const;
-    [[nodiscard]] double value_from(const Terms& at_x) const;
-    [[nodiscard]] double derivative_from(const Terms& at_x, unsigned int i) const;
 };
 
 /// Spectral radiance of a black body times a factor: p0 `planks_law_sr`(p1, x), with temperature p1
@@ -198,5 +224,99 @@ public:
     [[nodiscard]] double operator()(double x) const override;
     [[nodiscard]] double derivative_wrt_param(double x, unsigned int i) const override;
 };
+
+// In the header, so that a fit's loop over the points has no calls but those of sine and cosine.
+
+inline double GratingEquation::theta(double x, double sin_s) const {
+    return (p[OMEGA_T] * (x + p[A] * sin_s) - p[THETA_Z]) / p[ALPHA];
+}
+
+inline double GratingEquation::__theta(double x) const {
+    return theta(x, std::sin(p[OMEGA_M] * x + p[PHI]));
+}
+
+template <bool with_cos_s>
+GratingEquation::Terms GratingEquation::terms(double x) const {
+    const double s = p[OMEGA_M] * x + p[PHI];
+    const double sin_s = std::sin(s);
+    const double angle = theta(x, sin_s);
+    return {angle, std::sin(angle), std::cos(angle), sin_s, with_cos_s ? std::cos(s) : 0.0};
+}
+
+template <class F>
+void GratingEquation::with_terms(std::span<const unsigned int> free, const F& f) const {
+    if (std::find(free.begin(), free.end(), PHI) != free.end()) {
+        f([this](double x) { return terms<true>(x); });
+    } else {
+        f([this](double x) { return terms<false>(x); });
+    }
+}
+
+inline double GratingEquation::operator()(double x) const {
+    return value_from(terms<false>(x));
+}
+
+inline double GratingEquation::derivative_wrt_param(double x, unsigned int i) const {
+    return derivative_from(terms<true>(x), i);
+}
+
+inline double GratingEquation::value_from(const Terms& terms) const {
+    return 2.0 * p[D] * p[COS_K] * terms.sin_theta;
+}
+
+inline double GratingEquation::derivative_from(const Terms& terms, unsigned int i) const {
+    switch (i) {
+        case COS_K:
+            return 2.0 * p[D] * terms.sin_theta;
+        case THETA_Z:
+            return -2.0 * p[D] * p[COS_K] * terms.cos_theta / p[ALPHA];
+        case ALPHA:
+            return -2.0 * p[D] * p[COS_K] * terms.theta * terms.cos_theta / p[ALPHA];
+        case A:
+            return 2.0 * p[D] * p[OMEGA_T] * p[COS_K] * terms.sin_s * terms.cos_theta / p[ALPHA];
+        case PHI:
+            return 2.0 * p[D] * p[ALPHA] * p[OMEGA_T] * p[COS_K] * terms.cos_s * terms.cos_theta /
+                   p[ALPHA];
+        default:
+            return 0.0;
+    }
+}
+
+inline TurretEquation::Terms TurretEquation::terms(double x) const {
+    const double angle = internal::two_pi * x / p[3] + p[2];
+    return {x, std::sin(angle), std::cos(angle)};
+}
+
+template <class F>
+void TurretEquation::with_terms(std::span<const unsigned int> /*free*/, const F& f) const {
+    f([this](double x) { return terms(x); });
+}
+
+inline double TurretEquation::operator()(double x) const {
+    return value_from(terms(x));
+}
+
+inline double TurretEquation::derivative_wrt_param(double x, unsigned int i) const {
+    return derivative_from(terms(x), i);
+}
+
+inline double TurretEquation::value_from(const Terms& terms) const {
+    return (p[0] + terms.x) + p[1] * terms.sine;
+}
+
+inline double TurretEquation::derivative_from(const Terms& terms, unsigned int i) const {
+    switch (i) {
+        case 0:
+            return 1.0;
+        case 1:
+            return terms.sine;
+        case 2:
+            return p[1] * terms.cosine;
+        case 3:
+            return -internal::two_pi * p[1] * terms.x * terms.cosine / (p[3] * p[3]);
+        default:
+            return 0.0;
+    }
+}
 
 }  // namespace vekanalysis

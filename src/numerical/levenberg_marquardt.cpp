@@ -1,7 +1,9 @@
 #include "numerical/levenberg_marquardt.hpp"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
+#include <iterator>
 #include <limits>
 #include <span>
 #include <utility>
@@ -50,22 +52,38 @@ struct Point {
     double cost = 0.0;
 };
 
-/// A = J^T J and g = J^T r, each sum in the order of the residuals.
+/// A = J^T J and g = J^T r, each sum in the order of the residuals. With M known the sums stay in
+/// registers; 0 stands for any number of parameters.
+template <std::size_t M>
 void form_normal_equations(const Point& point, std::span<double> A, std::span<double> g) {
-    const std::size_t m = g.size();
-    std::fill(A.begin(), A.end(), 0.0);
-    std::fill(g.begin(), g.end(), 0.0);
+    const std::size_t m = M == 0 ? g.size() : M;
+    std::array<double, M * M + M> registers{};
+    double* const a = M == 0 ? A.data() : registers.data();
+    double* const b = M == 0 ? g.data() : registers.data() + M * M;
+    std::fill(a, a + m * m, 0.0);
+    std::fill(b, b + m, 0.0);
     const double* row = point.jacobian.data();
     for (const double residual : point.r) {
         for (std::size_t j = 0; j < m; ++j) {
-            for (std::size_t k = j; k < m; ++k) A[j * m + k] += row[j] * row[k];
-            g[j] += row[j] * residual;
+            for (std::size_t k = 0; k < m; ++k) a[j * m + k] += row[j] * row[k];
+            b[j] += row[j] * residual;
         }
         row += m;
     }
-    for (std::size_t j = 1; j < m; ++j) {
-        for (std::size_t k = 0; k < j; ++k) A[j * m + k] = A[k * m + j];
+    if (M != 0) {
+        std::copy(a, a + m * m, A.begin());
+        std::copy(b, b + m, g.begin());
     }
+}
+
+using FormNormalEquations = void (*)(const Point&, std::span<double>, std::span<double>);
+
+FormNormalEquations normal_equations_of(std::size_t m) {
+    constexpr FormNormalEquations known[] = {
+        form_normal_equations<0>, form_normal_equations<1>, form_normal_equations<2>,
+        form_normal_equations<3>, form_normal_equations<4>, form_normal_equations<5>,
+        form_normal_equations<6>, form_normal_equations<7>, form_normal_equations<8>};
+    return known[m < std::size(known) ? m : 0];
 }
 
 /// Solves A x = b by Gaussian elimination with partial pivoting; x replaces b, A is used up.
@@ -80,7 +98,7 @@ bool solve(MatrixView A, std::span<double> b, double largest) {
         for (std::size_t i = k + 1; i < m; ++i) {
             if (std::abs(A(i, k)) > std::abs(A(pivot, k))) pivot = i;
         }
-        if (!(std::abs(A(pivot, k)) > smallest_pivot)) return false;
+        if (std::abs(A(pivot, k)) <= smallest_pivot) return false;
         if (pivot != k) {
             for (std::size_t j = k; j < m; ++j) std::swap(A(k, j), A(pivot, j));
             std::swap(b[k], b[pivot]);
@@ -115,10 +133,11 @@ bool levenberg_marquardt(const LeastSquaresProblem& problem, std::vector<double>
     std::vector<double> scale(m);
     std::vector<double> delta(m);
 
+    const FormNormalEquations form = normal_equations_of(m);
     current.evaluate(problem);
     double mu = first_damping;
     for (unsigned int left = std::max(max_iterations, 1U); left > 0; --left) {
-        form_normal_equations(current, A, g);
+        form(current, A, g);
         for (std::size_t j = 0; j < m; ++j) {
             const double diagonal = std::abs(A[j * m + j]);
             scale[j] = diagonal <= std::numeric_limits<double>::min() ? 1.0 : diagonal;

@@ -129,8 +129,8 @@ float
 Raises
 ------
 ValueError
-    "No peak found.": the largest value is at an end of the scan, or shared by neighbours
-    with nothing higher between them.
+    "No peak found.": the curve is not higher beside the largest value than at it, at an
+    end of the scan say, or where neighbours share that value.
 RuntimeError
     If the scan has no interpolation, or too few points for it.
 )doc");
@@ -189,6 +189,8 @@ Raises
 ValueError
     "Unable to calculate peak width.": there is no peak, the scan does not interpolate, or
     it stays above the level on one side.
+RuntimeError
+    If the scan has too few points for its interpolation.
 )doc");
     m.def("stitch_scans", &utils::stitch_scans, "scan_1"_a, "scan_2"_a, "min_wl"_a, "max_wl"_a,
           "target_error"_a,

@@ -1,12 +1,16 @@
 #include "utils/stitching.hpp"
 
+#include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <functional>
 #include <span>
 #include <stdexcept>
 #include <utility>
 #include <vector>
 
+#include "core/float_comparator.hpp"
+#include "core/point_map.hpp"
 #include "core/scan_arithmetic.hpp"
 #include "utils/peaks.hpp"
 
@@ -14,26 +18,33 @@ namespace vekanalysis::utils {
 
 namespace {
 
-/// scan_1 below `wl`, its value there, and scan_2 above. Equivalent wavelengths merge in the order
-/// in which the points are written: scan_2's come from its far end.
+/// scan_1 below `wl`, its value there, and scan_2 above.
 Scan splice(const Scan& scan_1, const Scan& scan_2, double wl) {
     const auto keys_1 = scan_1.data().keys();
     const auto keys_2 = scan_2.data().keys();
-    std::vector<double> wavelengths;
-    std::vector<double> values;
-    wavelengths.reserve(keys_1.size() + 1 + keys_2.size());
-    values.reserve(keys_1.size() + 1 + keys_2.size());
-    for (std::size_t i = 0; i < keys_1.size() && keys_1[i] < wl; ++i) {
-        wavelengths.push_back(keys_1[i]);
-        values.push_back(scan_1.data().values()[i]);
+    const auto below = std::lower_bound(keys_1.begin(), keys_1.end(), wl) - keys_1.begin();
+    const auto above = std::upper_bound(keys_2.begin(), keys_2.end(), wl) - keys_2.begin();
+    const auto join = [&](std::span<const double> a, double at, std::span<const double> b) {
+        std::vector<double> joined;
+        joined.reserve(a.size() + 1 + b.size());
+        joined.insert(joined.end(), a.begin(), a.begin() + below);
+        joined.push_back(at);
+        joined.insert(joined.end(), b.begin() + above, b.end());
+        return joined;
+    };
+    std::vector<double> keys = join(keys_1, wl, keys_2);
+    std::vector<double> values = join(scan_1.data().values(), scan_1(wl), scan_2.data().values());
+
+    const internal::FloatComparator<double> before{default_epsilon};
+    if (std::adjacent_find(keys.begin(), keys.end(), std::not_fn(before)) == keys.end()) {
+        return {internal::PointMap::adopt(std::move(keys), std::move(values), default_epsilon),
+                spline::Type::AKIMA};
     }
-    wavelengths.push_back(wl);
-    values.push_back(scan_1(wl));
-    for (std::size_t i = keys_2.size(); i > 0 && keys_2[i - 1] > wl; --i) {
-        wavelengths.push_back(keys_2[i - 1]);
-        values.push_back(scan_2.data().values()[i - 1]);
-    }
-    return {std::move(wavelengths), std::move(values)};
+    // Next to 0 wavelengths may be equivalent, and the order in which points are written counts:
+    // those of scan_2 come from the far end.
+    std::reverse(keys.begin() + below + 1, keys.end());
+    std::reverse(values.begin() + below + 1, values.end());
+    return {std::move(keys), std::move(values)};
 }
 
 }  // namespace
