@@ -263,7 +263,12 @@ Scan Scan::operator-() const {
 
 void Scan::add_keys(const Scan& other) {
     Scan extended(*this);
-    for (const double wl : other.data_.keys()) extended.insert({wl, extended(wl)});
+    // The first value is of the interpolant that this scan has, which no change has dropped yet.
+    const Scan* source = this;
+    for (const double wl : other.data_.keys()) {
+        extended.insert({wl, (*source)(wl)});
+        source = &extended;
+    }
     *this = std::move(extended);
 }
 

@@ -88,9 +88,14 @@ Scan::const_iterator min_element(Scan::const_iterator first, Scan::const_iterato
 void normalize_keys(Scan* a, Scan* b) {
     const std::vector<double> keys = key_union(*a, *b);
     const auto extended = [&keys](const Scan& scan) {
+        scan.__ensure_spline();
         Scan result(scan);
-        result.__ensure_spline();
-        for (const double wl : keys) result.insert({wl, result(wl)});
+        // As `Scan::add_keys`: the first value is of the interpolant that the scan has.
+        const Scan* source = &scan;
+        for (const double wl : keys) {
+            result.insert({wl, (*source)(wl)});
+            source = &result;
+        }
         return result;
     };
     Scan new_a = extended(*a);

@@ -111,10 +111,8 @@ void find_troughs(const Scan& scan, Scan* out) {
 }
 
 void add_turning_points(Scan* scan) {
-    Scan result = *scan;
-    result.add_keys(find_peaks(result));
-    result.add_keys(find_troughs(result));
-    *scan = std::move(result);
+    scan->add_keys(find_peaks(*scan));
+    scan->add_keys(find_troughs(*scan));
 }
 
 bool find_key(const Scan& scan, double lo, double hi, double value, double* x) {
