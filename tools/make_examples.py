@@ -113,9 +113,9 @@ def write_calibration() -> None:
             middle = (low + high) / 2
             low, high = (middle, high) if grating(real, middle) < line else (low, middle)
         steps.append(round(4 * low) / 4)
-    write_pairs("calibration-steps.csv", zip(steps, LINES, strict=True))
+    write_pairs("calibration/steps.csv", zip(steps, LINES, strict=True))
     text = json.dumps(start, indent=2) + "\n"
-    (EXAMPLES / "calibration-start.json").write_text(text)
+    (EXAMPLES / "calibration/start.json").write_text(text)
 
 
 def main() -> None:

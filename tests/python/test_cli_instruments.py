@@ -13,7 +13,7 @@ from cli import GREY, ROOT, Points, Runner, flat, write_csv, write_vek
 import vekanalysis as vek
 
 EXAMPLES = ROOT / "examples"
-STEPS, START = EXAMPLES / "calibration-steps.csv", EXAMPLES / "calibration-start.json"
+STEPS, START = EXAMPLES / "calibration/steps.csv", EXAMPLES / "calibration/start.json"
 
 
 @pytest.fixture

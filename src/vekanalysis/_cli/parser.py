@@ -55,8 +55,8 @@ Fits the grating equation of a monochromator to micro-steps and wavelengths,
 from parameters to start with: a JSON object of d, omega_t, omega_m, cos_K,
 theta_z, alpha, a and phi; d and wavelengths best in nm, angles in rad."""
 _CALIBRATE_EXAMPLES = """\
-  %(prog)s examples/calibration-steps.csv \\
-      --start examples/calibration-start.json --free cos_K,theta_z"""
+  %(prog)s examples/calibration/steps.csv \\
+      --start examples/calibration/start.json --free cos_K,theta_z"""
 _REFERENCES = """\
 The built-in spectra: range and step in nm, points, peak, unit, source, and
 whether they are printed figures or a reconstruction. With NAME: that spectrum
