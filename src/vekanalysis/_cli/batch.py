@@ -46,8 +46,8 @@ def run_batch(arguments: Namespace) -> int:
                 writer.writerows(rows)
                 tally.add(file, rows)
                 progress.show(tally.done, tally.failed)
-    except CannotStart:
-        raise CommandError("no process for the files could be started") from None
+    except CannotStart as error:
+        raise CommandError(f"a process for the files could not be started: {error}") from None
     except KeyboardInterrupt:
         note(f"interrupted: {tally}")
         raise

@@ -24,22 +24,26 @@ class Lost(NamedTuple):
 
 
 class CannotStart(Exception):
-    """The first process ended before it did anything."""
+    """A process could not be started, or the first ended before it did anything."""
 
 
 class _Worker[Item, Result]:
     """A process and the items that it has, the one that it is at first."""
 
     def __init__(self, function: Callable[[Item], Result]) -> None:
-        # Nobody else has the other end, so the death of either side closes the line for the other.
-        self.line, other_end = multiprocessing.Pipe()
         self._items: deque[int] = deque()
         self._started = False
-        self._process = multiprocessing.Process(
-            target=_serve, args=(other_end, function), daemon=True
-        )
-        with other_end:
-            _start_without_interrupts(self._process)
+        try:
+            # Nobody else has the other end, so the death of either side closes the line for the
+            # other.
+            self.line, other_end = multiprocessing.Pipe()
+            with other_end:
+                self._process = multiprocessing.Process(
+                    target=_serve, args=(other_end, function), daemon=True
+                )
+                _start_without_interrupts(self._process)
+        except OSError as error:
+            raise CannotStart(error.strerror or str(error)) from None
 
     def has_room(self) -> bool:
         return len(self._items) < _AHEAD
@@ -110,7 +114,7 @@ def map_in_order[Item, Result](
                         continue
                     left.extendleft(reversed([*worker.lose(results)]))
                     if not any_started:
-                        raise CannotStart
+                        raise CannotStart("it ended at once")
                     workers[place] = _Worker(function)
             yield results.pop(current)
     finally:
