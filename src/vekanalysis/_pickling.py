@@ -35,65 +35,48 @@ def _reduce_scan(scan: Scan) -> tuple[Callable[..., Scan], tuple[Any, ...]]:
     return _restore_scan, (scan.to_numpy(), scan.epsilon, int(scan.interpolation))
 
 
-def _register_record(
-    record_type: type, *fields: str, restore: Callable[..., Any] | None = None
-) -> None:
-    make = restore or record_type
+def _restore_by_name[Record](record_type: type[Record], *values: object) -> Record:
+    record = record_type()
+    for field, value in zip(fields(record_type), values, strict=True):
+        setattr(record, field, value)
+    return record
+
+
+def _register_record(record_type: type, restore: Callable[..., Any], *before: object) -> None:
+    """Let ``restore`` make the record of its fields, behind the arguments ``before``."""
+    names = fields(record_type)
 
     def reduce(record: object) -> tuple[Callable[..., Any], tuple[Any, ...]]:
-        return make, tuple(getattr(record, field) for field in fields)
+        return restore, (*before, *(getattr(record, name) for name in names))
 
     copyreg.pickle(record_type, reduce)
-
-
-_FIT_FIELDS = ("d", "omega_t", "omega_m", "cos_K", "theta_z", "alpha", "a", "phi")
-
-
-def _restore_fit_params(*values: float) -> fitting.FitWavelengthParams:
-    params = fitting.FitWavelengthParams()
-    for field, value in zip(_FIT_FIELDS, values, strict=True):
-        setattr(params, field, value)
-    return params
-
-
-def _restore_fit_params_free(*flags: bool) -> fitting.FitWavelengthParamsFree:
-    free = fitting.FitWavelengthParamsFree()
-    for field, flag in zip(_FIT_FIELDS, flags, strict=True):
-        setattr(free, field, flag)
-    return free
 
 
 def register() -> None:
     """Register the reducers."""
     copyreg.pickle(Scan, _reduce_scan)
-    _register_record(Observer, "x", "y", "z")
-    _register_record(chromaticity.CIExy, "x", "y")
-    _register_record(colorimetry.CIEXYZ, "X", "Y", "Z")
-    _register_record(colorimetry.CIELAB, "L_star", "a_star", "b_star")
-    _register_record(colorimetry.RYG, "red", "yellow", "green")
-    _register_record(colorimetry.RYGB, "red", "yellow", "green", "blue")
-    _register_record(
-        utils.ScanStatistics,
-        *("mean", "min", "max", "variance", "skewness", "kurtosis", "median"),
-        restore=utils._scan_statistics,
+    made_of_fields: tuple[type, ...] = (
+        Observer,
+        chromaticity.CIExy,
+        colorimetry.CIEXYZ,
+        colorimetry.CIELAB,
+        colorimetry.RYG,
+        colorimetry.RYGB,
     )
-    _register_record(
-        utils.StitchResults,
-        *("success", "n", "k", "error", "average", "percent_error_rms"),
-        *("stitch_point", "stitch_scan"),
-        restore=utils._stitch_results,
-    )
-    _register_record(fitting.FitWavelengthParams, *_FIT_FIELDS, restore=_restore_fit_params)
-    _register_record(
-        fitting.FitWavelengthParamsFree, *_FIT_FIELDS, restore=_restore_fit_params_free
-    )
-    restores: list[tuple[type, Callable[..., Any]]] = [
+    for record_type in made_of_fields:
+        _register_record(record_type, record_type)
+    filled_in: tuple[type, ...] = (fitting.FitWavelengthParams, fitting.FitWavelengthParamsFree)
+    for record_type in filled_in:
+        _register_record(record_type, _restore_by_name, record_type)
+    restores: tuple[tuple[type, Callable[..., Any]], ...] = (
+        (utils.ScanStatistics, utils._scan_statistics),
+        (utils.StitchResults, utils._stitch_results),
         (io.Meta, io._meta),
         (io.DataSet, io._data_set),
         (io.MeasurementTypeUnits, io._measurement_type_units),
         (io.DataInfo, io._data_info),
         (io.Graph, io._graph),
         (io.VekFile, io._vek_file),
-    ]
+    )
     for record_type, restore in restores:
-        _register_record(record_type, *fields(record_type), restore=restore)
+        _register_record(record_type, restore)
