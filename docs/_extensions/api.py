@@ -19,7 +19,6 @@ import pkgutil
 import re
 import sys
 from collections.abc import Iterator
-from enum import Enum
 from pathlib import Path
 from types import ModuleType
 
@@ -145,9 +144,14 @@ def functions(kind: str, name: str, thing: object, forms: list[ast.AST]) -> list
     return lines
 
 
+def is_enumeration(cls: type) -> bool:
+    """Whether the class is one of the binding layer's enumerations."""
+    return hasattr(cls, "__members__")
+
+
 def members(cls: type, stub: dict[str, list[ast.AST]]) -> Iterator[tuple[str, list[str]]]:
     """Name and lines of every member worth an entry, in the order of the stub."""
-    if hasattr(cls, "__members__"):
+    if is_enumeration(cls):
         for name, value in cls.__members__.items():
             doc = re.search(rf"^\s*{name} : (.*)", cls.__doc__ or "", re.MULTILINE)
             body = [doc[1]] if doc else []
@@ -172,12 +176,9 @@ def describe(name: str, thing: object, chosen: set[str], left_out: set[str]) -> 
     if not isinstance(thing, type):
         return functions("function", name, thing, stub[thing.__name__])
     body = paragraphs(re.sub(r"\n*Members:\n.*", "", thing.__doc__ or "", flags=re.DOTALL))
-    constructors = stub.get(f"{thing.__name__}.__init__", [])
-    if not issubclass(thing, Enum) and constructors and thing.__init__ is not object.__init__:
-        docs = texts(thing.__init__, "__init__")
-        if hasattr(thing, "__members__"):
-            constructors = []
-        for node, doc in zip(constructors, docs, strict=False):
+    if not is_enumeration(thing):
+        constructors = stub.get(f"{thing.__name__}.__init__", [])
+        for node, doc in zip(constructors, texts(thing.__init__, "__init__"), strict=False):
             body += ["", *entry("method", name + signature(node), paragraphs(doc), ":no-index:")]
     for member, lines in members(thing, stub):
         if (not chosen or member in chosen) and member not in left_out:
@@ -249,7 +250,11 @@ def everything() -> Iterator[str]:
     todo = [(PACKAGE, package)]
     while todo:
         path, module = todo.pop()
-        yield from (f"{path}.{name}" for name in public(module))
+        for name in public(module):
+            yield f"{path}.{name}"
+            thing = getattr(module, name)
+            if isinstance(thing, type) and not is_enumeration(thing):
+                yield from (f"{path}.{name}.{part}" for part in vars(thing) if part[0] != "_")
         todo += [
             (f"{path}.{name}", member)
             for name, member in vars(module).items()
