@@ -6,14 +6,14 @@ import re
 import sys
 from argparse import Namespace
 from collections.abc import Sequence
-from contextlib import closing
+from contextlib import closing, nullcontext
 from functools import partial
 from typing import Self
 
 from ..batch import COLUMNS, Row, failure, report_rows
 from .errors import CommandError
 from .output import Progress, emit, note, shortened
-from .workers import CannotStart, Lost, map_in_order
+from .workers import CannotStart, Lost, interrupts_held, map_in_order
 
 SOME_FAILED = 1
 
@@ -43,8 +43,10 @@ def run_batch(arguments: Namespace) -> int:
             writer.writeheader()
             for file, result in zip(files, results, strict=True):
                 rows = [failure(file, result.reason)] if isinstance(result, Lost) else result
-                writer.writerows(rows)
-                tally.add(file, rows)
+                # All rows of a file, counted, or none; a pipe may take for ever, so there not.
+                with interrupts_held() if output != "-" else nullcontext():
+                    writer.writerows(rows)
+                    tally.add(file, rows)
                 progress.show(tally.done, tally.failed)
     except CannotStart as error:
         raise CommandError(f"a process for the files could not be started: {error}") from None

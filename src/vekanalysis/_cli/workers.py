@@ -1,10 +1,11 @@
 """A function over many items, in processes of which any may die."""
 
 import multiprocessing
+import os
 import signal
 from collections import deque
-from collections.abc import Callable, Generator, Iterable, Sequence
-from contextlib import suppress
+from collections.abc import Callable, Generator, Iterable, Iterator, Sequence
+from contextlib import contextmanager, suppress
 from multiprocessing import resource_tracker
 from multiprocessing.connection import Connection, wait
 from typing import Any, NamedTuple
@@ -37,11 +38,15 @@ class _Worker[Item, Result]:
             # Nobody else has the other end, so the death of either side closes the line for the
             # other.
             self.line, other_end = multiprocessing.Pipe()
-            with other_end:
-                self._process = multiprocessing.Process(
-                    target=_serve, args=(other_end, function), daemon=True
-                )
-                _start_without_interrupts(self._process)
+            self._process = multiprocessing.Process(
+                target=_serve, args=(other_end, function), daemon=True
+            )
+            if os.name == "posix":
+                # First, since its start lets the signals through again.
+                resource_tracker.ensure_running()
+            # Ctrl-C is for the process that hands out the items.
+            with other_end, interrupts_held():
+                self._process.start()
         except OSError as error:
             raise CannotStart(error.strerror or str(error)) from None
 
@@ -133,15 +138,14 @@ def _serve(connection: Connection, function: Callable[[Any], object]) -> None:
         pass
 
 
-def _start_without_interrupts(process: multiprocessing.Process) -> None:
-    """Ctrl-C is for the process that hands out the items; a new one never gets it."""
+@contextmanager
+def interrupts_held() -> Iterator[None]:
+    """Let Ctrl-C wait, where the system can; processes started meanwhile never get it."""
     if not hasattr(signal, "pthread_sigmask"):
-        process.start()
+        yield
         return
-    # Here, since it lets the signals through again once it is started.
-    resource_tracker.ensure_running()
     mask = signal.pthread_sigmask(signal.SIG_BLOCK, {signal.SIGINT})
     try:
-        process.start()
+        yield
     finally:
         signal.pthread_sigmask(signal.SIG_SETMASK, mask)
