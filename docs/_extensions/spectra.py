@@ -14,8 +14,8 @@ from sphinx.application import Sphinx
 from sphinx.util.docutils import SphinxDirective
 from sphinx.util.typing import ExtensionMetadata
 
-from vekanalysis._cli.catalogue import RECONSTRUCTION, REFERENCES
-from vekanalysis._cli.spectra import built_in, peak
+from vekanalysis._figures.catalogue import RECONSTRUCTION, REFERENCES
+from vekanalysis._figures.spectra import built_in, peak
 
 
 def row(name: str) -> str:

@@ -33,8 +33,8 @@ double max_magnitude(std::span<const double> x) {
 
 /// Parameters with the residuals, Jacobian and cost there.
 struct Point {
-    Point(const LeastSquaresProblem& problem, const std::vector<double>& start)
-        : p(start),
+    Point(const LeastSquaresProblem& problem, std::vector<double> start)
+        : p(std::move(start)),
           r(problem.residual_count),
           jacobian(problem.residual_count * problem.parameter_count) {}
 

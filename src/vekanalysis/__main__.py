@@ -4,9 +4,9 @@ import os
 import sys
 from collections.abc import Sequence
 
-from ._cli.errors import CommandError
 from ._cli.output import one_line
 from ._cli.parser import parse_arguments
+from ._figures.errors import CommandError
 
 # What shells report for a program ended by SIGINT or SIGPIPE.
 _INTERRUPTED = 130

@@ -18,12 +18,11 @@ The workers read the files themselves: the paths must mean the same to them.
 import os
 from collections.abc import Sequence
 
-from ._cli.errors import CommandError
-from ._cli.lens import LENS
-from ._cli.lens_report import as_fractions
-from ._cli.output import interval
-from ._cli.quantities import evaluate
-from ._cli.spectra import Spectrum, read_spectra_file
+from ._figures.errors import CommandError
+from ._figures.lens import LENS, as_fractions
+from ._figures.quantities import evaluate
+from ._figures.spectra import Spectrum, read_spectra_file
+from ._figures.text import interval
 
 __all__ = ["COLUMNS", "report_rows"]
 

@@ -289,7 +289,7 @@ def test_an_interruption_is_quiet(run: Runner, monkeypatch: pytest.MonkeyPatch) 
     def interrupt(path: str) -> None:
         raise KeyboardInterrupt
 
-    monkeypatch.setattr("vekanalysis._cli.spectra.read_file", interrupt)
+    monkeypatch.setattr("vekanalysis._figures.spectra.read_file", interrupt)
     assert run("report", GREY) == (130, "", "")
 
 

@@ -10,9 +10,10 @@ from contextlib import closing, nullcontext
 from functools import partial
 from typing import Self
 
+from .._figures.errors import CommandError
+from .._figures.text import shortened
 from ..batch import COLUMNS, Row, failure, report_rows
-from .errors import CommandError
-from .output import Progress, emit, note, shortened
+from .output import Progress, emit, note
 from .workers import CannotStart, Lost, interrupts_held, map_in_order
 
 SOME_FAILED = 1

@@ -8,10 +8,11 @@ from typing import NamedTuple
 
 from .. import fitting
 from .._core import Scan, version
-from .errors import CommandError
-from .output import Json, bold, emit, emit_json, interval, one_line
+from .._figures.errors import CommandError
+from .._figures.spectra import read_file, read_spectra_file
+from .._figures.text import interval
+from .output import Json, bold, emit, emit_json, one_line
 from .report import wrap
-from .spectra import read_file, read_spectra_file
 
 # The parameters in their order, what they are and their unit.
 PARAMETERS = {

@@ -6,7 +6,7 @@ import shlex
 import textwrap
 from argparse import Namespace
 
-from .catalogue import REFERENCES
+from .._figures.catalogue import REFERENCES
 from .output import emit
 from .parser import make_parser
 

@@ -1,16 +1,12 @@
 """``vekanalysis report``: what standards say of lenses and filters."""
 
-import math
 import os
 from argparse import Namespace
 
-from .errors import CommandError
-from .lens import LENS
+from .._figures.errors import CommandError
+from .._figures.lens import LENS, as_fractions
+from .._figures.spectra import read_spectra
 from .report import emit_report, make_report
-from .spectra import Spectrum, peak, read_spectra
-
-# No fraction is as high, whatever the noise of the measurement.
-_HIGHEST_FRACTION = 1.5
 
 _SAMPLING = (
     "All figures but the means and τ_min weight the data with tables, at the wavelengths of both: "
@@ -37,27 +33,3 @@ def run(arguments: Namespace) -> int | None:
         plot_lenses(arguments.plot, spectra)
     emit_report(report, arguments.json)
     return None
-
-
-def as_fractions(spectrum: Spectrum, percent: bool) -> Spectrum:
-    """The spectrum as a transmittance between 0 and 1; refused if it can be none."""
-    wavelength, highest = peak(spectrum.scan)
-    if percent and spectrum.reference is None:
-        return spectrum._replace(
-            scan=spectrum.scan / 100.0,
-            unit="1",
-            notes=(*spectrum.notes, "values in per cent, divided by 100"),
-        )
-    if spectrum.unit == "%":
-        raise CommandError(f"{spectrum.source}: its unit is '%'; add --percent to divide by 100")
-    if highest <= _HIGHEST_FRACTION:
-        if spectrum.unit in ("", "1"):
-            return spectrum
-        note = f"its unit is '{spectrum.unit}'; the values are taken for fractions"
-        return spectrum._replace(notes=(*spectrum.notes, note))
-    found = (
-        f"{spectrum.source}: {highest:g} at {wavelength:g} nm is no transmittance between 0 and 1"
-    )
-    if spectrum.reference is not None or not math.isfinite(highest):
-        raise CommandError(found)
-    raise CommandError(f"{found}; the values look like per cent: if they are, add --percent")

@@ -7,11 +7,11 @@ from collections.abc import Callable, Iterator
 
 from .. import chromaticity, colorimetry, physics, radiometry
 from .._core import Scan
-from .errors import CommandError
-from .output import interval
-from .quantities import AB, CIE_15, LAB, VISIBLE, XY, XYZ, Quantity, each_field, observer
+from .._figures.errors import CommandError
+from .._figures.quantities import AB, CIE_15, LAB, VISIBLE, XY, XYZ, Quantity, each_field, observer
+from .._figures.spectra import Spectrum, peak, read_spectra
+from .._figures.text import interval
 from .report import emit_report, make_report
-from .spectra import Spectrum, peak, read_spectra
 
 _ILLUMINANTS = {"a": "A", "c": "C", "d65": "D65"}
 

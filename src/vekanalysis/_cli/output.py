@@ -130,11 +130,6 @@ def one_line(text: str) -> str:
     return printable(text.replace("\n", "?"))
 
 
-def shortened(text: str, room: int) -> str:
-    """Return ``text``, cut to ``room`` characters where it is longer."""
-    return text if len(text) <= room else text[: room - 1] + "…"
-
-
 def number(value: float) -> str:
     """Four decimals; fewer for six significant digits, more for at least four of them."""
     magnitude = math.floor(math.log10(abs(value))) if value else 0
@@ -147,8 +142,3 @@ def aligned(text: str, before: int, after: int) -> str:
     """Pad a number, or ``-`` for none, so that the decimal points of a column line up."""
     whole, point, rest = text.partition(".")
     return f"{whole:>{before}}{point + rest:<{after + 1}}"
-
-
-def interval(range_nm: tuple[float, float]) -> str:
-    """``315-380``."""
-    return f"{range_nm[0]:.10g}-{range_nm[1]:.10g}"

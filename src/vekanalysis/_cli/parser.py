@@ -8,7 +8,7 @@ from importlib import import_module
 from typing import Any, NoReturn
 
 from .._core import version
-from .errors import CommandError
+from .._figures.errors import CommandError
 from .output import in_colour
 
 _DESCRIPTION = """\

@@ -6,10 +6,10 @@ from typing import NamedTuple
 
 from .. import utils
 from .._core import Scan, version
-from .errors import CommandError
+from .._figures.errors import CommandError
+from .._figures.spectra import Spectrum, read_spectra
 from .output import Json, aligned, bold, emit, emit_json, number, one_line
 from .report import spectra_lines, spectrum_document, wrap
-from .spectra import Spectrum, read_spectra
 
 _NOTES = (
     "FWHM is the full width at half of the height over 0, not over a background; '-' where the "

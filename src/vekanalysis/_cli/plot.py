@@ -4,9 +4,9 @@ import importlib
 from collections.abc import Sequence
 from typing import Any
 
+from .._figures.errors import CommandError
+from .._figures.spectra import Spectrum, peak
 from .._plot import plot
-from .errors import CommandError
-from .spectra import Spectrum, peak
 
 _MISSING = (
     "--plot needs Matplotlib: pip install 'vekanalysis[plot]', or Debian's python3-matplotlib; "

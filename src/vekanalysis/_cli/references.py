@@ -4,9 +4,10 @@ import textwrap
 from argparse import Namespace
 from itertools import groupby
 
-from .catalogue import RECONSTRUCTION, REFERENCES
-from .output import Json, bold, emit, emit_json, interval
-from .spectra import Spectrum, built_in, peak
+from .._figures.catalogue import RECONSTRUCTION, REFERENCES
+from .._figures.spectra import Spectrum, built_in, peak
+from .._figures.text import interval
+from .output import Json, bold, emit, emit_json
 
 _WIDTH = 80
 _WARNING = "not the printed table; not for conformity decisions"

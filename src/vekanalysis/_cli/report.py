@@ -6,20 +6,10 @@ from itertools import groupby
 from typing import NamedTuple
 
 from .._core import version
-from .output import (
-    Json,
-    aligned,
-    bold,
-    emit,
-    emit_json,
-    interval,
-    number,
-    one_line,
-    shortened,
-    showable,
-)
-from .quantities import Quantity, Value, clear_lens, evaluate
-from .spectra import Spectrum, describe
+from .._figures.quantities import Quantity, Value, clear_lens, evaluate
+from .._figures.spectra import Spectrum, describe
+from .._figures.text import interval, shortened
+from .output import Json, aligned, bold, emit, emit_json, number, one_line, showable
 
 # A report of one spectrum is as wide as a screen.
 _WIDTH = 80

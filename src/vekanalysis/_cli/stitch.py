@@ -4,9 +4,10 @@ import sys
 from argparse import Namespace
 
 from .. import utils
-from .errors import CommandError
-from .output import emit, interval, one_line
-from .spectra import Spectrum, describe, read_spectra
+from .._figures.errors import CommandError
+from .._figures.spectra import Spectrum, describe, read_spectra
+from .._figures.text import interval
+from .output import emit, one_line
 
 NO_MATCH = 1
 

@@ -9,9 +9,8 @@ from io import StringIO
 
 from .. import io
 from .._core import Scan
-from .errors import CommandError
-from .output import Json, emit, emit_json, emit_json_text, interval, note, one_line, printable
-from .spectra import (
+from .._figures.errors import CommandError
+from .._figures.spectra import (
     VekFile,
     check_names,
     read_vek,
@@ -19,6 +18,8 @@ from .spectra import (
     select_data_sets,
     unreadable,
 )
+from .._figures.text import interval
+from .output import Json, emit, emit_json, emit_json_text, note, one_line, printable
 
 # The width of the names of facts.
 _NAME = 22

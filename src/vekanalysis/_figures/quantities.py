@@ -8,7 +8,7 @@ from typing import Any, NamedTuple
 
 from .. import colorimetry
 from .._core import Observer, Scan
-from .output import interval
+from .text import interval
 
 type Range = tuple[float, float]
 

@@ -11,7 +11,7 @@ from .. import colorimetry, io
 from .._core import Scan
 from .catalogue import REFERENCES
 from .errors import CommandError
-from .output import interval, shortened
+from .text import interval, shortened
 
 # The first bytes of a compound file, the container of measurement files.
 _COMPOUND_FILE = bytes.fromhex("d0cf11e0a1b11ae1")
