@@ -24,7 +24,7 @@ try:
 except ImportError:
     sys.exit("olefile is needed as a peer: run tools/setup")
 
-sys.path.insert(0, str(Path(__file__).resolve().parent.parent / "tests" / "python"))
+sys.path.insert(0, str(Path(__file__).resolve().parent.parent / "tools"))
 
 from vekwriter import Contents, DataSet
 

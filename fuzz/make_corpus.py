@@ -14,7 +14,7 @@ from pathlib import Path
 
 ROOT = Path(__file__).resolve().parent.parent
 CORPUS = ROOT / "fuzz" / "corpus"
-sys.path.insert(0, str(ROOT / "tests" / "python"))
+sys.path.insert(0, str(ROOT / "tools"))
 
 from vekwriter import MARKER, Contents, DataSet, container  # noqa: E402
 

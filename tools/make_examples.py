@@ -11,15 +11,13 @@ import csv
 import json
 import math
 import random
-import sys
 from collections.abc import Iterable
 from pathlib import Path
 
+import vekwriter
+
 ROOT = Path(__file__).resolve().parent.parent
 EXAMPLES = ROOT / "examples"
-sys.path.insert(0, str(ROOT / "tests" / "python"))
-
-import vekwriter  # noqa: E402
 
 
 def points(name: str) -> list[tuple[float, float]]:

@@ -13,7 +13,7 @@
 #include <vector>
 
 /// Makes compound files and Contents streams in memory for the reader's tests, benchmarks and
-/// fuzzers. It writes what the reader reads, no more; tests/python/vekwriter.py makes whole files.
+/// fuzzers. It writes what the reader reads, no more; tools/vekwriter.py makes whole files.
 namespace image {
 
 using Bytes = std::vector<unsigned char>;
