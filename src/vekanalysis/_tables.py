@@ -34,7 +34,8 @@ from ._wavelengths import WavelengthUnit, in_nm
 type Duplicates = Literal["refuse", "first", "last", "mean"]
 
 _FRACTION = re.compile(
-    r"transmi(?:ss|tt)|reflect(?!or)|\btau\b|τ|\bT\b|\bR\b|reflexion|réflexion", re.IGNORECASE
+    r"trans?mi(?:ss|tt?)|reflect(?!or)|\btau\b|τ|\bT\b|\bR\b|r[eé]flexi|透[过過射]|反射率",
+    re.IGNORECASE,
 )
 
 

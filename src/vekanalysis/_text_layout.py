@@ -36,13 +36,18 @@ NUMBERS = {
     ",": re.compile(r"[+-]?(?:[0-9]+,?[0-9]*|,[0-9]+)(?:[eE][+-]?[0-9]+)?"),
 }
 _DIGITS = str.maketrans("123456789", "000000000")
+# Also a number with a sign between thousands, or with the other decimal sign.
+_ANY_NUMBER = re.compile(
+    r"[+-]?(?:[0-9]+[.,]?[0-9]*|[.,][0-9]+|[0-9]{1,3}(?:[.,'\u2019\s][0-9]{3})+(?:[.,][0-9]*)?)"
+    r"(?:[eE][+-]?[0-9]+)?"
+)
 WAVELENGTH = re.compile(
     r"wave\s*length|\bwl\b|lambda|λ|wellenl|longueur d.onde|^\W*(?:nm|[µμu]m|Å)\W*$",
     re.IGNORECASE,
 )
 _OTHER_SPECTRAL = re.compile(r"wave\s*number|wellenzahl|frequen|photon energy", re.IGNORECASE)
 _TITLE_AND_UNIT = re.compile(r"[^\s\[(]\S*(?:\s*[\[(][^\])]*[\])]|\s+/\s+\S+)?")
-PERCENT = re.compile(r"%|per\s?cent|prozent|pourcent", re.IGNORECASE)
+PERCENT = re.compile(r"%|per\s?cent|pro[zc]ent|pourcent|por\s?cien|por\s?cento", re.IGNORECASE)
 
 
 class Lines:
@@ -258,13 +263,6 @@ def find_block(lines: Lines, delimiter: str, decimal: str, is_doubtful: bool) ->
 
     first, last = rows[0], rows[-1]
     narrow = {shape for shape, row in rows_of.items() if len(row) < width}
-    damaged = {
-        shape
-        for shape, row in cells.items()
-        if shape not in rows_of
-        and len(_without_empty_end(row)) == width
-        and NUMBERS[decimal].fullmatch(row[0])
-    }
     others = lines.counts.keys() - rows_of.keys() | narrow
     for index in [index for index, shape in enumerate(lines.shapes) if shape in others]:
         shape = lines.shapes[index]
@@ -275,13 +273,24 @@ def find_block(lines: Lines, delimiter: str, decimal: str, is_doubtful: bool) ->
             raise lines.error(
                 index, f"{len(cells[shape])} columns where line {widest + 1} has {width}"
             )
-        if first < index < last or shape in damaged:
+        row = split_cells(lines.texts[index], delimiter)
+        if first < index < last or _is_damaged(row, width, is_last=index > last):
             raise lines.error(
                 index,
                 f"'{lines.text(index)}' is not a row of {width} numbers as line {first + 1} is",
                 f"pass skip={{{index + 1}}} to leave it out",
             )
     return Block(rows, width)
+
+
+def _is_damaged(cells: list[str], width: int, is_last: bool) -> bool:
+    """Whether a line outside the numbers starts as a row does, rather than being text."""
+    if not _ANY_NUMBER.fullmatch(cells[0]):
+        return False
+    if len(cells) == 1:
+        return is_last
+    second = _ANY_NUMBER.fullmatch(cells[1])
+    return second is not None or len(_without_empty_end(cells)) == width
 
 
 def find_titles(lines: Lines, delimiter: str, block: Block) -> Titles:

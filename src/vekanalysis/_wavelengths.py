@@ -9,14 +9,15 @@ from ._refusal import refusal
 
 type WavelengthUnit = Literal["nm", "um", "angstrom", "m"]
 
-# The first that is found counts. The last three are units of frequency and energy.
+# The first that is found counts.
 _STATED = {
-    "um": r"[µμu]m\b|micron|mi[ck]romet",
+    "um": r"(?<![a-z])[µμu]m\b|micron|mi[ck]romet",
     "nm": r"\bnm\b|nanomet",
     "angstrom": r"[Åå]ngstr|\bangstr|\bÅ|[\[(/]\s*A\s*(?:[\])]|$)",
     "cm-1": r"cm\s*\^?\s*[-−]\s*1|1\s*/\s*cm|cm⁻¹|wave\s*number|wellenzahl",  # noqa: RUF001
     "eV": r"\beV\b",
     "THz": r"\b[TGM]?Hz\b",
+    "mm": r"(?<![a-z])mm\b|millimet",
     "m": r"[\[(/]\s*m\s*(?:[\])]|$)|^m$|^met(?:er|re)s?$",
 }
 _KINDS = {unit: re.compile(pattern, re.IGNORECASE) for unit, pattern in _STATED.items()}
@@ -63,7 +64,7 @@ def _check(wavelengths: Sequence[float], stated: str, where: str) -> None:
         )
     if unit is not None:
         raise refusal(
-            f"{where}: '{stated}' is in {unit}, not a wavelength",
+            f"{where}: '{stated}' is in {unit}, not a wavelength in nm",
             "convert it, and values that are per unit of it, before",
         )
     if not wavelengths:
@@ -75,7 +76,14 @@ def _check(wavelengths: Sequence[float], stated: str, where: str) -> None:
             "row numbers)",
             "pass wavelength_unit='nm' if they are meant",
         )
-    if highest < 20.0:
+    if lowest == 1.0 and [*wavelengths] == [*range(1, len(wavelengths) + 1)]:
+        raise refusal(
+            f"{where}: the wavelengths are 1, 2, 3 to {highest:g}, which look like row numbers",
+            "pass wavelength_unit='nm' if they are meant",
+        )
+    if highest < 2e-5:
+        guess = "m"
+    elif highest < 20.0:
         guess = "um"
     elif lowest >= 2500.0:
         guess = "angstrom"
