@@ -4,9 +4,10 @@ What is not stated is found out from the whole file, and refused where it can be
 """
 
 import math
+import operator
 import os
 import re
-from collections.abc import Collection, Iterator, Mapping, Sequence
+from collections.abc import Collection, Iterator, Mapping, Sequence, Set
 from itertools import pairwise
 from typing import IO, Literal, NamedTuple, get_args
 
@@ -213,7 +214,7 @@ def read_table(
     skipped line 1, text: Lens 7
     skipped line 2, column names: Wavelength [nm];T
     """
-    _check_options(delimiter, decimal, duplicates)
+    _check_options(delimiter, decimal, duplicates, percent)
     source, content = read_source(path)
     text, encoding = decoded(source, content, encoding)
     lines = Lines(source, text, skip)
@@ -275,13 +276,17 @@ def read_table(
     return Table(scans, source, encoding, delimiter, decimal, units, skipped, notes)
 
 
-def _check_options(delimiter: str | None, decimal: str | None, duplicates: str) -> None:
+def _check_options(
+    delimiter: str | None, decimal: str | None, duplicates: str, percent: bool | None
+) -> None:
     if delimiter is not None and len(delimiter) != 1:
         raise ValueError(f"delimiter is {delimiter!r}; it must be one character, ' ' for blanks")
     if decimal is not None and decimal not in NUMBERS:
         raise ValueError(f"decimal is {decimal!r}; it must be '.' or ','")
     if delimiter is not None and delimiter == decimal:
         raise ValueError(f"delimiter and decimal are both {delimiter!r}; they must differ")
+    if percent not in (None, True, False):
+        raise ValueError(f"percent is {percent!r}; it must be True, False or None")
     if duplicates not in get_args(Duplicates.__value__):
         known = ", ".join(repr(name) for name in get_args(Duplicates.__value__))
         raise ValueError(f"duplicates is {duplicates!r}; it must be one of {known}")
@@ -292,7 +297,8 @@ def _choose(
 ) -> tuple[int, list[int]]:
     """The columns of wavelengths and of values."""
     if columns is not None:
-        if isinstance(columns, str) or len(columns) < 2:
+        # A set has no order, so it cannot tell the wavelengths from the values.
+        if isinstance(columns, str | Set) or len(columns) < 2:
             raise ValueError(
                 f"columns is {columns!r}; it must be the column of the wavelengths and at least "
                 "one of values"
@@ -324,7 +330,8 @@ def _counts_rows(texts: Sequence[str]) -> bool:
 
 
 def _find_column(source: str, names: list[str], column: int | str) -> int:
-    if isinstance(column, int):
+    if not isinstance(column, str):
+        column = operator.index(column)
         if not 0 <= column < len(names):
             raise ValueError(
                 f"{source}: there is no column {column}; there are {len(names)}, from 0"

@@ -6,6 +6,7 @@ thousand lines has a handful of shapes, so that all rules cost next to nothing.
 
 import codecs
 import csv
+import operator
 import os
 import re
 from collections import Counter
@@ -61,9 +62,12 @@ class Lines:
         while "00" in shapes:
             shapes = shapes.replace("00", "0")
         self.shapes = shapes.split("\n")
-        if isinstance(skip, int) and skip < 0:
-            raise ValueError(f"skip is {skip}; it must be a number of lines, or a set of lines")
-        self.asked = range(skip) if isinstance(skip, int) else [number - 1 for number in skip]
+        if not isinstance(skip, Collection):
+            skip = operator.index(skip)
+            if skip < 0:
+                raise ValueError(f"skip is {skip}; it must be a number of lines, or a set of lines")
+            skip = range(1, skip + 1)
+        self.asked = [number - 1 for number in skip]
         for index in self.asked:
             if not 0 <= index < len(self.texts):
                 raise ValueError(

@@ -9,12 +9,12 @@ one, they are refused unless ``wavelength_unit`` says what is meant.
 
 import math
 from collections.abc import Iterable, Mapping
-from typing import TYPE_CHECKING, Any, Literal
+from typing import TYPE_CHECKING, Any, Literal, get_args
 
 from ._core import Interpolation, Scan
 from ._optional import require
 from ._records import fields
-from ._wavelengths import WavelengthUnit, check_finite, in_nm
+from ._wavelengths import WavelengthUnit, check_finite, in_nm, stated_unit
 
 if TYPE_CHECKING:
     import pandas as pd
@@ -131,10 +131,12 @@ def from_series(
     attrs = dict(series.attrs)
     # A column of a frame from to_frame carries the settings of all columns.
     attrs |= attrs.get("scans", {}).get(series.name, {})
+    name = str(series.index.name or "")
     return _scan(
         _numbers(series.index, "the index", where),
         _numbers(series, "the values", where),
-        str(attrs.get(_UNITS) or series.index.name or ""),
+        # A name given to the index after the attrs were set is the newer word.
+        name if stated_unit(name) else str(attrs.get(_UNITS) or name),
         attrs,
         where,
         wavelength_unit,
@@ -369,10 +371,16 @@ def from_dataarray(
             f"{where}: it needs one coordinate along '{dimension}', the wavelengths; got {got}"
         )
     coordinate = array.coords[along[0]]
+    units = coordinate.attrs.get("units")
+    if units and not stated_unit(str(units)) and wavelength_unit is None:
+        raise ValueError(
+            f"{where}: '{along[0]}' is in {units}, not a wavelength in nm; pass wavelength_unit= "
+            "if it is one"
+        )
     return _scan(
         _numbers(coordinate, f"the coordinate '{along[0]}'", where),
         _numbers(array, "the values", where),
-        str(coordinate.attrs.get("units") or along[0]),
+        str(units or along[0]),
         array.attrs,
         where,
         wavelength_unit,
@@ -468,6 +476,8 @@ def _scan(
 ) -> Scan:
     wls = wavelengths.tolist()
     check_finite(wls, where)
+    if missing not in get_args(Missing.__value__):
+        raise ValueError(f"missing is {missing!r}; it must be 'refuse', 'drop' or 'keep'")
     absent = values != values
     if absent.any():
         if missing == "refuse":
@@ -477,8 +487,6 @@ def _scan(
             )
         if missing == "drop":
             wls, values = wavelengths[~absent].tolist(), values[~absent]
-        elif missing != "keep":
-            raise ValueError(f"missing is {missing!r}; it must be 'refuse', 'drop' or 'keep'")
     seen = set[float]()
     for wavelength in wls:
         if wavelength in seen:

@@ -143,6 +143,13 @@ def test_series_are_taken_as_told() -> None:
         interop.from_series(interop.to_series(ODD).rename("x").pipe(spoil))
 
 
+def test_the_name_of_the_index_is_newer_than_the_attrs() -> None:
+    series = interop.to_series(Scan([400, 410], [1, 2]))
+    series.index = (series.index / 1000).rename("wavelength (um)")
+    with pytest.raises(ValueError, match="the wavelengths are in um"):
+        interop.from_series(series)
+
+
 def spoil(series: Any) -> Any:
     series.attrs["interpolation"] = "akima"
     return series
@@ -163,6 +170,7 @@ def test_arrays_with_other_names_and_units() -> None:
     for refused, reason in [
         (micrometres, r"in um \('micrometers'\).*wavelength_unit='um'"),
         (array("m", band=[4e-7, 5e-7]), "in m"),
+        (array("K", band=[400, 500]), "in K, not a wavelength"),
         (array("cm-1", band=[4000, 5000]), "not a wavelength"),
         (array(), "needs one coordinate along 'band', the wavelengths; got none"),
         (array(a=[1, 2], b=[1, 2]), "got 'a', 'b'"),

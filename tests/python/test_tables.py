@@ -115,6 +115,8 @@ def test_nonsense_is_refused_with_its_line(text: str, reason: str, remedy: str) 
         ({"columns": ("nm", "b")}, "no column named 'b'; the columns are: 'nm', 'a'"),
         ({"columns": (0, 2)}, "there is no column 2"),
         ({"columns": (0, 0)}, "must not name a column twice"),
+        ({"columns": {"nm", "a"}}, "at least one of values"),
+        ({"percent": "no"}, "must be True, False or None"),
         ({"columns": "nm"}, "at least one of values"),
         ({"delimiter": ","}, "line 1: got 'nm;a', need lines with .* for delimiter=','"),
         ({"delimiter": ",", "decimal": ","}, "must differ"),
