@@ -90,7 +90,8 @@ def _check(wavelengths: Sequence[float], stated: str, where: str) -> None:
     else:
         return
     raise refusal(
-        f"{where}: wavelengths from {lowest:g} to {highest:g} look like {guess}, not nm",
+        f"{where}: wavelengths from {lowest:g} to {highest:g} look like {guess}, not nm, "
+        "and no title says what they are in",
         f"pass wavelength_unit='{guess}' to convert them, or 'nm' if that is what they are in",
     )
 

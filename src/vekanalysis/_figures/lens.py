@@ -7,15 +7,16 @@ from .. import chromaticity, colorimetry
 from .._core import Scan
 from .errors import CommandError
 from .quantities import CIE_15, LAB, VISIBLE, XY, XYZ, Quantity, Range, each_field, observer
-from .spectra import Spectrum, peak
+from .spectra import Spectrum
 
 _ISO_8980_3 = "ISO 8980-3:2013"
 _ANSI_Z80_3 = "ANSI Z80.3-2015"
 _AS_NZS_1067 = "AS/NZS 1067.2:2016"
 _ISO_12311 = "ISO 12311:2013"
 
-# No fraction is as high, whatever the noise of the measurement.
-_HIGHEST_FRACTION = 1.5
+# No transmittance lies outside, whatever the noise of the measurement.
+_LOWEST_FRACTION, _HIGHEST_FRACTION = -0.5, 1.5
+_HIGHEST_PERCENT = 100.0 * _HIGHEST_FRACTION
 
 _UVA: Range = (315.0, 380.0)
 _UVB: Range = (280.0, 315.0)
@@ -220,23 +221,28 @@ LENS: tuple[Quantity, ...] = (
 
 def as_fractions(spectrum: Spectrum, percent: bool) -> Spectrum:
     """The spectrum as a transmittance between 0 and 1; refused if it can be none."""
-    wavelength, highest = peak(spectrum.scan)
     if percent and spectrum.reference is None:
-        return spectrum._replace(
+        spectrum = spectrum._replace(
             scan=spectrum.scan / 100.0,
             unit="1",
             notes=(*spectrum.notes, "values in per cent, divided by 100"),
         )
     if spectrum.unit == "%":
         raise CommandError(f"{spectrum.source}: its unit is '%'; add --percent to divide by 100")
-    if highest <= _HIGHEST_FRACTION:
-        if spectrum.unit in ("", "1"):
-            return spectrum
-        note = f"its unit is '{spectrum.unit}'; the values are taken for fractions"
-        return spectrum._replace(notes=(*spectrum.notes, note))
-    found = (
-        f"{spectrum.source}: {highest:g} at {wavelength:g} nm is no transmittance between 0 and 1"
-    )
-    if spectrum.reference is not None or not math.isfinite(highest):
+    points = spectrum.scan.items()
+    # Written so that NaN is among them.
+    wrong = [point for point in points if not _LOWEST_FRACTION <= point[1] <= _HIGHEST_FRACTION]
+    if wrong:
+        wavelength, value = max(
+            wrong, key=lambda point: abs(point[1]) if math.isfinite(point[1]) else math.inf
+        )
+        found = (
+            f"{spectrum.source}: {value:g} at {wavelength:g} nm is no transmittance between 0 and 1"
+        )
+        if not percent and spectrum.reference is None and 0.0 < value <= _HIGHEST_PERCENT:
+            found += "; the values look like per cent: if they are, add --percent"
         raise CommandError(found)
-    raise CommandError(f"{found}; the values look like per cent: if they are, add --percent")
+    if spectrum.unit in ("", "1"):
+        return spectrum
+    note = f"its unit is '{spectrum.unit}'; the values are taken for fractions"
+    return spectrum._replace(notes=(*spectrum.notes, note))

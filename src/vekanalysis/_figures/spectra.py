@@ -110,9 +110,10 @@ def read_spectra_file(
     """
     content = read_file(path)
     if not content.startswith(_COMPOUND_FILE):
-        if only_pairs and _pairs(content) is None:
+        pairs = _pairs(content)
+        if only_pairs and pairs is None:
             raise CommandError(_no_pairs(path, content))
-        return _read_csv(path, content)
+        return _from_pairs(path, pairs) if only_pairs and pairs else _read_csv(path, content)
     file = _parse_vek(path, content)
     selected = select_data_sets(file, data_sets)
     check_names(path, data_sets, selected, file.data_sets)
@@ -231,8 +232,23 @@ def _repeated(count: int) -> tuple[str, ...]:
 def _read_csv(path: str, content: bytes) -> list[Spectrum]:
     """The spectra in text: pairs of numbers, or a table with a column for each."""
     pairs = _pairs(content)
-    if pairs is None:
+    if pairs is None or not _are_plain(pairs[0]):
+        # Which says what is wrong with them, and where.
         return _read_table(path, content)
+    return _from_pairs(path, pairs)
+
+
+def _are_plain(wavelengths: list[float]) -> bool:
+    """Whether wavelengths are in one order, and can be nothing but nm."""
+    return (
+        wavelengths in (sorted(wavelengths), sorted(wavelengths, reverse=True))
+        and min(wavelengths) < 2500.0
+        and max(wavelengths) >= 20.0
+        and min(wavelengths) > 1.0
+    )
+
+
+def _from_pairs(path: str, pairs: tuple[list[float], list[float]]) -> list[Spectrum]:
     scan = Scan(*pairs)
     repeated = len(pairs[0]) - len(scan.wavelengths())
     return [Spectrum(_stem(path), scan, file=path, notes=_repeated(repeated))]
