@@ -186,7 +186,8 @@ def split_cells(line: str, delimiter: str) -> list[str]:
         (cells,) = csv.reader([line], delimiter=delimiter, skipinitialspace=True)
     else:
         cells = line.split(delimiter)
-    return [cell.strip() for cell in cells]
+    # Not all that str.strip() removes: a separator of records is damage, not a blank.
+    return [cell.strip(" \t\xa0") for cell in cells]
 
 
 def _without_empty_end(cells: list[str]) -> list[str]:

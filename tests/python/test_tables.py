@@ -74,6 +74,7 @@ REFUSED = {
     "400;0.1\n\nlamp off\n410;0.2": (r"line 3: 'lamp off' is not a row", "skip"),
     "900;1\n999;2\n1 000;3": (r"line 3: '1 000;3' is not a row", "skip"),
     "400;1\n410;2\n420;3;x": (r"line 3: '420;3;x' is not a row", "skip"),
+    "400;1\n410;\x1d.2": (r"line 2: .* is not a row", "skip"),
     "400;1\n410;2\n4": (r"line 3: '4' is not a row", "skip"),
     "400;1\n410;2\n420;-x": (r"line 3: '420;-x' is not a row", "skip"),
     "400;1;2\n410;2": (r"line 2: 2 columns where line 1 has 3", ""),
