@@ -16,8 +16,8 @@ _CLOSED_PIPE = 141
 def main(arguments: Sequence[str] | None = None, program: str = "vekanalysis") -> int:
     """Run one command; return the exit status. ``program`` is what its help calls it.
 
-    0 is good; 1 is a batch of which some files failed; 2 is bad usage or bad input, told in one
-    line on standard error.
+    0 is good; 1 is a batch of which some files failed, or two spectra that do not match; 2 is bad
+    usage or bad input, told in one line on standard error.
     """
     if sys.stdout is None:
         return _fail("standard output is closed")

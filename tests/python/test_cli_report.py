@@ -79,6 +79,11 @@ def test_two_spectra_stand_side_by_side_with_what_they_lack(run: Runner) -> None
     assert f"{uvb.split()[-1]} No data within 280-315 nm.\n" in text
 
 
+def test_a_minimum_does_not_count_missing_data_as_0(run: Runner, tmp_path: Path) -> None:
+    text = run("report", write_csv(tmp_path / "a.csv", flat(0.5, 500, 600))).out
+    assert "Data cover 500-600 of 475-650 nm; the rest does not count.\n" in text
+
+
 def test_data_are_needed_only_where_the_weights_are(run: Runner, tmp_path: Path) -> None:
     result = run("report", "--json", write_csv(tmp_path / "a.csv", flat(0.5, 550, 685)))
     led_red = result.value("ISO8980_3_tau_signal_led.red")

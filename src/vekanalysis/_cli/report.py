@@ -129,19 +129,19 @@ def _row(quantity: Quantity, values: Sequence[Value], footnotes: _Footnotes) -> 
         shown = "-" if value.value is None else number(value.value)
         if quantity.is_stored and value.value is not None:
             shown = f"{value.value:.10g}"
-        mark = footnotes.mark(_value_notes(value))
+        mark = footnotes.mark(_value_notes(quantity, value))
         cell = aligned(shown, _BEFORE, _AFTER)
         gap = " " if mark and not cell.endswith(" ") else ""
         cells += f"{cell}{gap}{mark:<{_MARK}}"
     return f"  {name:<{_NAME}}{quantity.section:<9}{band:<8}{unit:<5}{cells}".rstrip()
 
 
-def _value_notes(value: Value) -> list[str]:
+def _value_notes(quantity: Quantity, value: Value) -> list[str]:
     notes = []
     if value.value is not None and value.needed and value.covered and not value.complete:
+        rest = "counts as 0" if quantity.is_integral else "does not count"
         notes.append(
-            f"Data cover {interval(value.covered)} of {interval(value.needed)} nm; "
-            "the rest counts as 0."
+            f"Data cover {interval(value.covered)} of {interval(value.needed)} nm; the rest {rest}."
         )
     if value.problem:
         notes.append(f"{value.problem}.")

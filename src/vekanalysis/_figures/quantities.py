@@ -40,6 +40,8 @@ class Quantity(NamedTuple):
     notes: tuple[str, ...] = ()
     # Whether a clear lens tells something about sampling and coverage.
     is_transmittance: bool = False
+    # Whether what the data do not cover counts as 0, and not as nothing.
+    is_integral: bool = True
     # Whether the value is a number of the data and has its digits.
     is_stored: bool = False
 
