@@ -140,6 +140,8 @@ class Titles(NamedTuple):
 
 def read_source(path: str | os.PathLike[str] | IO[str] | IO[bytes]) -> tuple[str, bytes | str]:
     if not isinstance(path, str | os.PathLike):
+        if not hasattr(path, "read"):
+            raise TypeError(f"read_table needs a path or an open file; got {type(path).__name__}")
         return str(getattr(path, "name", "file")), path.read()
     with open(path, "rb") as file:
         return os.fspath(path), file.read()

@@ -144,6 +144,8 @@ theta_z, alpha, a, phi
 calibrate g.csv --start less.json --free a -> less.json: expected an object with exactly the \
 numbers d, omega_t, omega_m, cos_K, theta_z, alpha, a, phi
 calibrate g.csv --start text.json --free a -> text.json: a: expected a number, not "6"
+calibrate g.csv --start big.json --free a -> big.json: a: expected a number, not Infinity
+calibrate g.csv --start deep.json --free a -> deep.json: too deeply nested
 calibrate g.csv --start zero.json --free a -> zero.json: alpha: must not be 0
 calibrate head.csv --start p.json --free a -> head.csv: line 1: 'step;wavelength' is not a pair of \
 numbers; expected two numbers a line, with decimal points, without a header
@@ -166,6 +168,8 @@ def test_bad_usage_and_bad_input_are_told_in_one_line(
     Path("head.csv").write_text("step;wavelength\n18286;253.652\n")
     write_vek(Path("two.vek"), [("A", flat(0.5)), ("B", flat(0.5))])
     files = {"p": start(), "less": {"d": 1}, "text": start() | {"a": "6"}, "zero": start(alpha=0)}
+    files["big"] = start() | {"a": 10**400}
+    Path("deep.json").write_text("[" * 100_000)
     for name, document in files.items():
         Path(f"{name}.json").write_text(json.dumps(document))
     command, reason = refusal.split(" -> ")

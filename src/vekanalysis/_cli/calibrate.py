@@ -113,22 +113,23 @@ def _free_names(text: str) -> list[str]:
 
 def _read_parameters(path: str) -> Values:
     try:
-        document = json.loads(read_file(path))
+        document = json.loads(read_file(path), parse_int=float)
     except json.JSONDecodeError as error:
         raise CommandError(f"{path}: line {error.lineno}: no JSON: {error.msg}") from None
     except UnicodeDecodeError:
         raise CommandError(f"{path}: no JSON: not in UTF-8") from None
+    except RecursionError:
+        raise CommandError(f"{path}: too deeply nested") from None
     names = ", ".join(PARAMETERS)
     if not isinstance(document, dict) or set(document) != set(PARAMETERS):
         raise CommandError(f"{path}: expected an object with exactly the numbers {names}")
     for name, value in document.items():
-        is_number = isinstance(value, (int, float)) and not isinstance(value, bool)
-        if not is_number or not math.isfinite(value):
+        if not isinstance(value, float) or not math.isfinite(value):
             raise CommandError(f"{path}: {name}: expected a number, not {json.dumps(value)}")
     for name in ("d", "alpha"):
         if document[name] == 0:
             raise CommandError(f"{path}: {name}: must not be 0")
-    return {name: float(document[name]) for name in PARAMETERS}
+    return {name: document[name] for name in PARAMETERS}
 
 
 def _fitted(
