@@ -14,7 +14,7 @@
 #include "io/csv.hpp"
 #include "io/image_builder.hpp"
 #include "io/io.hpp"
-#include "io/stream_reader.hpp"
+#include "stream_reader.hpp"
 #include "io/vekfile_reader.hpp"
 
 /// What the fuzzers do with their input; the tests do the same with the seeds. An input may be read
