@@ -26,59 +26,39 @@ struct Closed {
     double expected;
 };
 
-void PrintTo(const Closed& tested, std::ostream* stream) {
-    *stream << tested.name;
-}
-
-std::string name_of(const testing::TestParamInfo<Closed>& tested) {
-    return tested.param.name;
-}
-
-class Minimum : public testing::TestWithParam<Closed> {};
-
-INSTANTIATE_TEST_SUITE_P(
-    ClosedForms, Minimum,
-    testing::Values(
-        Closed{"Parabola", [](double x) { return (x - 2.0) * (x - 2.0); }, 0.0, 10.0, 3.0, 2.0},
-        Closed{"Cosine", [](double x) { return std::cos(x); }, 1.0, 6.0, 2.5, std::numbers::pi},
-        Closed{"XLogX", [](double x) { return x * std::log(x); }, 0.01, 5.0, 0.5,
-               1.0 / std::numbers::e},
-        Closed{"Kink", [](double x) { return std::abs(x - 550.0); }, 400.0, 700.0, 500.0, 550.0},
-        Closed{"Quartic", [](double x) { return std::pow(x - 550.0, 4.0); }, 545.0, 552.0, 549.0,
-               550.0}),
-    name_of);
-
-TEST_P(Minimum, IsFoundAndMirrored) {
-    const auto& [name, f, a, b, start, expected] = GetParam();
-    double x = 0.0;
-    ASSERT_TRUE(Minimizer(200, 0.0, 1e-12).solve(a, b, start, f, &x));
-    // A flat minimum is only as sharp as the function's rounding, a quartic's less than others.
-    const double tolerance = 2e-8 * expected + (name == std::string("Quartic") ? 1e-3 : 0.0);
-    EXPECT_NEAR(x, expected, tolerance);
-    const auto mirrored = [&f](double t) { return f(-t); };
-    ASSERT_TRUE(Minimizer(200, 0.0, 1e-12).solve(-b, -a, -start, mirrored, &x));
-    EXPECT_NEAR(-x, expected, tolerance);
-}
-
-class ARoot : public testing::TestWithParam<Closed> {};
-
-INSTANTIATE_TEST_SUITE_P(
-    ClosedForms, ARoot,
-    testing::Values(
-        Closed{"Line", [](double x) { return x - 1.0; }, 0.0, 3.0, 0.0, 1.0},
-        Closed{"Falling", [](double x) { return 8.0 - x * x * x; }, 0.0, 5.0, 0.0, 2.0},
-        Closed{"Cosine", [](double x) { return std::cos(x); }, 1.0, 2.0, 0.0,
-               std::numbers::pi / 2.0},
-        Closed{"Steep", [](double x) { return std::exp(x) - 1e6; }, 0.0, 40.0, 0.0, std::log(1e6)},
-        Closed{"Step", [](double x) { return x < 555.5 ? -1.0 : 1e-3; }, 500.0, 600.0, 0.0, 555.5}),
-    name_of);
-
-TEST_P(ARoot, IsFoundToTheToleranceAskedFor) {
-    const auto& [name, f, a, b, start, expected] = GetParam();
-    for (const double tolerance : {1e-4, 1e-13}) {
+TEST(BrentMinimum, IsFoundAndMirrored) {
+    const Closed cases[] = {
+        {"parabola", [](double x) { return (x - 2.0) * (x - 2.0); }, 0.0, 10.0, 3.0, 2.0},
+        {"cosine", [](double x) { return std::cos(x); }, 1.0, 6.0, 2.5, std::numbers::pi},
+        {"x log x", [](double x) { return x * std::log(x); }, 0.01, 5.0, 0.5,
+         1.0 / std::numbers::e},
+        {"kink", [](double x) { return std::abs(x - 550.0); }, 400.0, 700.0, 500.0, 550.0},
+        {"quartic", [](double x) { return std::pow(x - 550.0, 4.0); }, 545.0, 552.0, 549.0, 550.0}};
+    for (const auto& [name, f, a, b, start, expected] : cases) {
         double x = 0.0;
-        ASSERT_TRUE(Root(200, 0.0, tolerance).find(a, b, f, &x));
-        EXPECT_NEAR(x, expected, tolerance * expected);
+        ASSERT_TRUE(Minimizer(200, 0.0, 1e-12).solve(a, b, start, f, &x)) << name;
+        // A flat minimum is only as sharp as the function's rounding, a quartic's less than others.
+        const double tolerance = 2e-8 * expected + (name == std::string("quartic") ? 1e-3 : 0.0);
+        EXPECT_NEAR(x, expected, tolerance) << name;
+        const auto mirrored = [&f = f](double t) { return f(-t); };
+        ASSERT_TRUE(Minimizer(200, 0.0, 1e-12).solve(-b, -a, -start, mirrored, &x)) << name;
+        EXPECT_NEAR(-x, expected, tolerance) << name;
+    }
+}
+
+TEST(BrentRoot, IsFoundToTheToleranceAskedFor) {
+    const Closed cases[] = {
+        {"line", [](double x) { return x - 1.0; }, 0.0, 3.0, 0.0, 1.0},
+        {"falling", [](double x) { return 8.0 - x * x * x; }, 0.0, 5.0, 0.0, 2.0},
+        {"cosine", [](double x) { return std::cos(x); }, 1.0, 2.0, 0.0, std::numbers::pi / 2.0},
+        {"steep", [](double x) { return std::exp(x) - 1e6; }, 0.0, 40.0, 0.0, std::log(1e6)},
+        {"step", [](double x) { return x < 555.5 ? -1.0 : 1e-3; }, 500.0, 600.0, 0.0, 555.5}};
+    for (const auto& [name, f, a, b, start, expected] : cases) {
+        for (const double tolerance : {1e-4, 1e-13}) {
+            double x = 0.0;
+            ASSERT_TRUE(Root(200, 0.0, tolerance).find(a, b, f, &x)) << name;
+            EXPECT_NEAR(x, expected, tolerance * expected) << name;
+        }
     }
 }
 
