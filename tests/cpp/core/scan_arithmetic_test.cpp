@@ -28,9 +28,7 @@ TEST(BinaryOperation, UsesTheUnionInsideTheOverlapWhenBothInterpolate) {
     EXPECT_EQ((left() - right()).get_values(), (Doubles{-8.5, -10.5, -14.5}));
 }
 
-TEST(BinaryOperation, UsesTheOtherSidesWavelengthsWhenOneInterpolates) {
-    EXPECT_EQ((left() + right(Type::NONE)).get_wavelengths(), (Doubles{450}));
-    EXPECT_EQ((left(Type::NONE) + right()).get_wavelengths(), (Doubles{500, 600}));
+TEST(BinaryOperation, IsEmptyWithoutCommonWavelengths) {
     EXPECT_TRUE((left(Type::NONE) + right(Type::NONE)).empty());
     EXPECT_TRUE((Scan() * left()).empty());
     EXPECT_TRUE((left() * Scan()).empty());
@@ -57,14 +55,6 @@ TEST(BinaryOperation, ExactLookupMayMissAWavelengthOnlyTheWiderEpsilonReaches) {
     const Scan narrow(Doubles{1.25}, Doubles{3.0}, 1e-20, Type::NONE);
     EXPECT_EQ(utils::key_intersection(wide, narrow), (Doubles{1.0}));
     EXPECT_THROW((void)(wide * narrow), std::out_of_range);
-}
-
-TEST(CommonWavelengths, OfEquivalentOnesBsStays) {
-    const Scan a(Doubles{1.0, 2.0, 3.0}, Doubles{1, 2, 3}, 0.25, Type::LINEAR);
-    const Scan b(Doubles{1.125, 2.5, 3.125}, Doubles{1, 2, 3}, 0.25, Type::LINEAR);
-    const utils::WavelengthSet grid = utils::wavelengths(a, b);
-    EXPECT_EQ(Doubles(grid.begin(), grid.end()), (Doubles{1.125, 2.0, 2.5, 3.125}));
-    EXPECT_EQ(grid.key_comp().epsilon, 0.25);
 }
 
 /// The rule as it reads: b's reachable wavelengths go into an ordered set, then a's.

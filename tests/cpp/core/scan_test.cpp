@@ -1,13 +1,12 @@
 #include "core/scan.hpp"
+#include "thrown_text.hpp"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <limits>
 #include <map>
 #include <numeric>
 #include <random>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -17,16 +16,6 @@ using vekanalysis::Scan;
 using vekanalysis::ScanCursor;
 using vekanalysis::spline::Type;
 using Doubles = std::vector<double>;
-
-template <class Exception, class F>
-void expect_throw(const F& f, const std::string& message) {
-    try {
-        f();
-        FAIL() << "no exception, expected: " << message;
-    } catch (const Exception& error) {
-        EXPECT_EQ(error.what(), message);
-    }
-}
 
 constexpr const char* no_type = "Cannot initialize a spline with type None";
 constexpr const char* too_few = "Cannot initialize a spline, too few points";
@@ -40,11 +29,6 @@ TEST(ScanConstruction, OfEqualWavelengthsArraysKeepTheLastValueAndListsTheFirst)
     EXPECT_EQ(Scan(Doubles{1, 2, 2}, Doubles{10, 20, 30}).as_vectors(),
               (std::vector<Doubles>{{1, 2}, {10, 30}}));
     EXPECT_EQ((Scan{{2.0, 20.0}, {2.0, 30.0}}).as_vectors(), (std::vector<Doubles>{{2}, {20}}));
-    expect_throw<std::runtime_error>(
-        [] {
-            Scan(Doubles{1, 2}, Doubles{3});
-        },
-        "Scan::Scan: wavelength and signal must be the same size");
 }
 
 /// What inserting the points one by one into an ordered map gives.
@@ -61,26 +45,20 @@ std::vector<Doubles> inserted_one_by_one(const Doubles& x, const Doubles& y, dou
 
 TEST(ScanConstruction, InBulkEqualsInsertionPointByPoint) {
     std::mt19937 random(7);
-    for (const double epsilon : {1e-20, 0.4, 1.0, 3.0, 1000.0}) {
-        for (int round = 0; round < 400; ++round) {
-            Doubles x(random() % 40);
-            for (double& wl : x) wl = 400.0 + static_cast<double>(random() % 80) / 4.0;
-            switch (round % 4) {
-                case 1:
-                    std::sort(x.begin(), x.end());
-                    break;
-                case 2:
-                    std::sort(x.rbegin(), x.rend());
-                    break;
-                case 3:  // almost ascending
-                    std::sort(x.begin(), x.end());
-                    if (x.size() > 2) std::swap(x[x.size() / 2], x[x.size() - 1]);
-                    break;
-                default:
-                    break;
-            }
-            Doubles y(x.size());
-            std::iota(y.begin(), y.end(), 1.0);
+    for (int round = 0; round < 2000; ++round) {
+        Doubles x(round == 0 ? 5000 : random() % 40);
+        for (double& wl : x) {
+            wl = round == 0 ? std::ldexp(static_cast<double>(random()) - 2e9,
+                                         -static_cast<int>(random() % 60))
+                            : 400.0 + static_cast<double>(random() % 80) / 4.0;
+        }
+        if (round == 0) x[17] = -0.0, x[4000] = x[4001] = 0.0;
+        if (round % 4 == 1) std::sort(x.rbegin(), x.rend());
+        if (round % 4 > 1) std::sort(x.begin(), x.end());
+        if (round % 4 == 3 && x.size() > 2) std::swap(x[x.size() / 2], x.back());
+        Doubles y(x.size());
+        std::iota(y.begin(), y.end(), 1.0);
+        for (const double epsilon : {1e-20, 1e-3, 0.4, 1.0, 3.0, 1000.0}) {
             const auto expected = inserted_one_by_one(x, y, epsilon);
             EXPECT_EQ(Scan(x, y, epsilon).as_vectors(), expected);
             Scan by_insert(epsilon, Type::AKIMA);
@@ -90,28 +68,12 @@ TEST(ScanConstruction, InBulkEqualsInsertionPointByPoint) {
     }
 }
 
-TEST(ScanConstruction, OfManyPointsInRandomOrderEqualsInsertionToo) {
-    std::mt19937 random(5);
-    Doubles x(5000);
-    for (double& wl : x)
-        wl = std::ldexp(static_cast<double>(random()) - 2e9, -static_cast<int>(random() % 60));
-    x[17] = -0.0;
-    x[4000] = 0.0;
-    for (int i = 0; i < 500; ++i) x[static_cast<std::size_t>(4500 + i)] = x[random() % 4000];
-    Doubles y(x.size());
-    std::iota(y.begin(), y.end(), 1.0);
-    for (const double epsilon : {1e-20, 1e-3, 1e3}) {
-        const Scan scan(x, y, epsilon);
-        EXPECT_EQ(scan.as_vectors(), inserted_one_by_one(x, y, epsilon));
-    }
-}
-
 TEST(ScanWavelengths, NanIsRefusedWithoutAChangeAndFoundNowhere) {
     Scan scan = five_points();
     const Scan before = scan;
-    expect_throw<std::invalid_argument>([&] { scan.insert({NAN, 1.0}); }, nan_refused);
-    expect_throw<std::invalid_argument>([] { Scan(Doubles{1, NAN}, Doubles{1, 2}); }, nan_refused);
-    expect_throw<std::invalid_argument>([] { Scan{{NAN, 1.0}}; }, nan_refused);
+    EXPECT_EQ(thrown_text([&] { scan.insert({NAN, 1.0}); }), nan_refused);
+    EXPECT_EQ(thrown_text([] { Scan(Doubles{1, NAN}, Doubles{1, 2}); }), nan_refused);
+    EXPECT_EQ(thrown_text([] { Scan{{NAN, 1.0}}; }), nan_refused);
     EXPECT_EQ(scan, before);
     EXPECT_FALSE(scan.contains(NAN));
     EXPECT_FALSE(scan.encompasses(NAN));
@@ -130,9 +92,9 @@ TEST(ScanWavelengths, InfiniteOnesAreOrdinaryKeys) {
 TEST(ScanEpsilon, MustBeFiniteAndNotNegative) {
     for (const double epsilon : {-1e-9, static_cast<double>(NAN), static_cast<double>(INFINITY)}) {
         const char* message = "Scan: epsilon must be finite and not negative";
-        expect_throw<std::invalid_argument>([&] { (void)Scan(epsilon); }, message);
+        EXPECT_EQ(thrown_text([&] { (void)Scan(epsilon); }), message);
         Scan scan = five_points();
-        expect_throw<std::invalid_argument>([&] { scan.set_wavelength_epsilon(epsilon); }, message);
+        EXPECT_EQ(thrown_text([&] { scan.set_wavelength_epsilon(epsilon); }), message);
         EXPECT_EQ(scan, five_points());
     }
 }
@@ -144,6 +106,7 @@ TEST(ScanEpsilon, DecidesWhichWavelengthsAreOneKey) {
     EXPECT_EQ(scan.as_vectors(), (std::vector<Doubles>{{400.0}, {2.0}}));
     EXPECT_EQ(scan.at(400.5), 2.0);
     EXPECT_FALSE(scan.contains(400.6));
+    EXPECT_TRUE(scan.contains(400.5) && !scan.encompasses(400.5));
     // The sums decide: 0.3 is not below 0.1 + 0.2, although 0.3 - 0.1 < 0.2.
     const Scan sums(Doubles{0.1}, Doubles{1.0}, 0.2);
     EXPECT_TRUE(sums.contains(0.3));
@@ -166,14 +129,13 @@ TEST(ScanEpsilon, WideningKeepsTheLowestOfEachRunAndTheOldSpline) {
 TEST(ScanAccess, MissesThrowTheDocumentedErrors) {
     const Scan empty;
     const Scan scan = five_points();
-    expect_throw<std::out_of_range>([&] { (void)scan.at(401.0); }, "map::at:  key not found");
-    expect_throw<std::out_of_range>([&] { (void)scan[401.0]; }, "map::at:  key not found");
-    expect_throw<std::runtime_error>([&] { (void)empty.min_wavelength(); },
-                                     "Scan::min_wavelength: empty scan");
-    expect_throw<std::runtime_error>([&] { (void)empty.max_wavelength(); },
-                                     "Scan::max_wavelength: empty scan");
+    EXPECT_EQ(thrown_text([&] { (void)scan.at(401.0); }), "map::at:  key not found");
+    EXPECT_EQ(thrown_text([&] { (void)scan[401.0]; }), "map::at:  key not found");
+    EXPECT_EQ(thrown_text([&] { (void)empty.min_wavelength(); }),
+              "Scan::min_wavelength: empty scan");
+    EXPECT_EQ(thrown_text([&] { (void)empty.max_wavelength(); }),
+              "Scan::max_wavelength: empty scan");
     EXPECT_EQ(scan.find(401.0), scan.end());
-    EXPECT_EQ(scan.find(450.0)->second, 3.0);
 }
 
 TEST(ScanAccess, AnElementReferenceReadsAndAssigns) {
@@ -183,16 +145,9 @@ TEST(ScanAccess, AnElementReferenceReadsAndAssigns) {
     const double read = scan[450.0];
     EXPECT_EQ(read, 7.0);
     EXPECT_EQ(scan.size(), 6U);
-    expect_throw<std::out_of_range>([&] { (void)static_cast<double>(scan[1.0]); },
-                                    "map::at:  key not found");
+    EXPECT_EQ(thrown_text([&] { (void)static_cast<double>(scan[1.0]); }),
+              "map::at:  key not found");
     EXPECT_EQ(scan.size(), 6U);
-}
-
-TEST(ScanAccess, EncompassesIsExactWhereContainsIsTolerant) {
-    const Scan scan(Doubles{400, 700}, Doubles{1, 2}, 1.0);
-    EXPECT_FALSE(scan.encompasses(700.5));
-    EXPECT_TRUE(scan.contains(700.5));
-    EXPECT_FALSE(Scan().encompasses(0.0));
 }
 
 TEST(ScanExtremes, TheLowestWavelengthWinsAndEmptyRangesGiveEnd) {
@@ -231,27 +186,19 @@ TEST(ScanEquality, ComparesEpsilonKeysAndValuesButNotTheType) {
     EXPECT_FALSE(Scan(Doubles{1.0}, Doubles{NAN}) == Scan(Doubles{1.0}, Doubles{NAN}));
 }
 
-TEST(ScanText, IsALineEndAndALineForEachPoint) {
-    std::ostringstream stream;
-    stream << Scan();
-    EXPECT_EQ(stream.str(), "\n");
-    stream << Scan{{400.5, 0.125}, {401.0, 2e-9}};
-    EXPECT_EQ(stream.str(), "\n\n400.5, 0.125\n401, 2e-09\n");
-}
-
 TEST(ScanEvaluation, HitsNeedNoSplineAndOutsideIsZero) {
     const Scan four(Doubles{400, 500, 600, 700}, Doubles{1, 2, 3, 4});
     EXPECT_EQ(four(500.0), 2.0);
     EXPECT_EQ(four(399.9), 0.0);
     EXPECT_EQ(four(700.1), 0.0);
-    expect_throw<std::runtime_error>([&] { (void)four(450.0); }, too_few);
-    expect_throw<std::runtime_error>([&] { (void)four(450.0); }, too_few);
+    EXPECT_EQ(thrown_text([&] { (void)four(450.0); }), too_few);
+    EXPECT_EQ(thrown_text([&] { (void)four(450.0); }), too_few);
     const Scan none = five_points(Type::NONE);
     EXPECT_EQ(none(450.0), 3.0);
-    expect_throw<std::runtime_error>([&] { (void)none(425.0); }, no_type);
-    expect_throw<std::runtime_error>([&] { (void)none.integral(); }, no_type);
-    expect_throw<std::runtime_error>([&] { (void)none.deriv(450.0); }, no_type);
-    expect_throw<std::runtime_error>([] { (void)Scan().deriv(1.0); }, too_few);
+    EXPECT_EQ(thrown_text([&] { (void)none(425.0); }), no_type);
+    EXPECT_EQ(thrown_text([&] { (void)none.integral(); }), no_type);
+    EXPECT_EQ(thrown_text([&] { (void)none.deriv(450.0); }), no_type);
+    EXPECT_EQ(thrown_text([] { (void)Scan().deriv(1.0); }), too_few);
     EXPECT_EQ(Scan()(1.0), 0.0);
     EXPECT_EQ(Scan(Doubles{400, 500}, Doubles{1, 2}, 1e-20, Type::LINEAR)(450.0), 1.5);
 }
@@ -306,7 +253,7 @@ TEST(ScanIntegral, IsClippedAndZeroWhenReversed) {
     EXPECT_EQ(Scan()(400.0, 500.0), 0.0);
     const Scan four(Doubles{400, 500, 600, 700}, Doubles{1, 2, 3, 4});
     EXPECT_EQ(four(450.0, 450.0), 0.0);
-    expect_throw<std::runtime_error>([&] { (void)four(500.0, 400.0); }, too_few);
+    EXPECT_EQ(thrown_text([&] { (void)four(500.0, 400.0); }), too_few);
 }
 
 }  // namespace

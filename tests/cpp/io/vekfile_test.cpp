@@ -7,6 +7,7 @@
 #include <string>
 
 #include "image_builder.hpp"
+#include "io/io.hpp"
 #include "io/vekfile_reader.hpp"
 #include "thrown_text.hpp"
 
@@ -93,6 +94,13 @@ TEST(VekFileReader, KeepsFileOrderEmptySetsAndRepeatedNames) {
     EXPECT_EQ(sets[0].data.get_interpolation_type(), spline::Type::AKIMA);
     EXPECT_EQ(sets[1].data, Scan({{1.0, 2.0}}));
     EXPECT_TRUE(read(image::vekfile({.data_sets = {}})).data_sets.empty());
+}
+
+TEST(LoadVekScanData, KeepsTheLastOfEqualNames) {
+    const auto scans = io::load_vek_scan_data(image::vekfile(
+        {.data_sets = {{"A", {1.0}, {1.0}}, {"B", {1.0}, {2.0}}, {"A", {1.0}, {3.0}}}}));
+    EXPECT_EQ(scans.size(), 2U);
+    EXPECT_EQ(scans.at("A").at(1.0), 3.0);
 }
 
 TEST(VekFileReader, OnlyTheNativeFlavourKeepsRepeatedAndNanKeys) {
