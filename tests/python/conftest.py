@@ -1,8 +1,9 @@
 """Settings of all tests."""
 
-from hypothesis import HealthCheck, settings
+import pytest
+from cli import Runner
 
-# The first test draws its values from the sources of all modules that are imported and that
-# Hypothesis takes for ours: where the libraries are those of .toolchain, from theirs as well.
-settings.register_profile("vekanalysis", suppress_health_check=[HealthCheck.too_slow])
-settings.load_profile("vekanalysis")
+
+@pytest.fixture
+def run(capsys: pytest.CaptureFixture[str]) -> Runner:
+    return Runner(capsys)

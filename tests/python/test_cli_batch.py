@@ -21,11 +21,6 @@ VEK = str(ROOT / "examples/two-lenses.vek")
 posix = pytest.mark.skipif(os.name != "posix", reason="signals of POSIX systems")
 
 
-@pytest.fixture
-def run(capsys: pytest.CaptureFixture[str]) -> Runner:
-    return Runner(capsys)
-
-
 def test_a_table_has_the_figures_of_the_report(run: Runner, tmp_path: Path) -> None:
     half = write_csv(tmp_path / "half.csv", flat(0.5, 320))
     header, *rows = csv.reader(run("report", "--jobs", 2, GREY, VEK, half).out.splitlines())

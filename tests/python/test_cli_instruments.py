@@ -16,11 +16,6 @@ EXAMPLES = ROOT / "examples"
 STEPS, START = EXAMPLES / "calibration/steps.csv", EXAMPLES / "calibration/start.json"
 
 
-@pytest.fixture
-def run(capsys: pytest.CaptureFixture[str]) -> Runner:
-    return Runner(capsys)
-
-
 def gaussians(*lines: tuple[float, float, float]) -> Points:
     """A sum of lines of (centre, height, sigma), from 400 to 500 nm."""
 
@@ -177,13 +172,13 @@ def test_bad_usage_and_bad_input_are_told_in_one_line(
     assert run.refuse(*command.split()) == reason.replace("{HELP}", explained)
 
 
+@pytest.mark.parametrize("command", ["report", "light", "peaks", "calibrate"])
 @pytest.mark.filterwarnings("default")
-def test_plots_are_drawn(run: Runner, tmp_path: Path) -> None:
+def test_a_plot_is_drawn(run: Runner, tmp_path: Path, command: str) -> None:
     pytest.importorskip("matplotlib")
-    for name, command in {
-        "peaks": ("peaks", GREY, EXAMPLES / "line-lamp.csv"),
-        "fit": ("calibrate", STEPS, "--start", START, "--free", "cos_K,theta_z"),
-    }.items():
-        picture = tmp_path / f"{name}.png"
-        assert run(*command, "--plot", picture).status == 0
-        assert picture.read_bytes().startswith(b"\x89PNG")
+    picture = tmp_path / "lens.png"
+    odd = write_vek(tmp_path / "odd.vek", [("$\\frac$", flat(0.5))])
+    fit = (STEPS, "--start", START, "--free", "cos_K,theta_z")
+    arguments = fit if command == "calibrate" else (GREY, odd)
+    assert run(command, *arguments, "--plot", picture).status == 0
+    assert picture.read_bytes().startswith(b"\x89PNG")

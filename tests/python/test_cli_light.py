@@ -15,11 +15,6 @@ NAMES = [name for name in dir(vek.colorimetry.data) if not name.startswith("_")]
 LAB = "CIELAB_tristimulus_values"
 
 
-@pytest.fixture
-def run(capsys: pytest.CaptureFixture[str]) -> Runner:
-    return Runner(capsys)
-
-
 def reference(name: str) -> vek.Scan:
     scan = getattr(vek.colorimetry.data, name)()
     assert isinstance(scan, vek.Scan)

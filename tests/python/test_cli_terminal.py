@@ -20,11 +20,6 @@ COMMANDS += ("completion",)
 BASH = shutil.which("bash")
 
 
-@pytest.fixture
-def run(capsys: pytest.CaptureFixture[str]) -> Runner:
-    return Runner(capsys)
-
-
 @pytest.mark.parametrize("command", ["", *COMMANDS])
 def test_help_fits_a_screen_and_its_examples_work(
     run: Runner, tmp_path: Path, monkeypatch: pytest.MonkeyPatch, command: str

@@ -15,11 +15,6 @@ LABELS = ["A", "B, \N{MICRO SIGN}\x1b", "A (2)"]
 
 
 @pytest.fixture
-def run(capsys: pytest.CaptureFixture[str]) -> Runner:
-    return Runner(capsys)
-
-
-@pytest.fixture
 def lenses(tmp_path: Path) -> Path:
     """Two data sets of one name, a comma and an odd sign in another, and grids that differ."""
     grids = [(0.25, 380, 780, 10), (0.5, 390, 790, 20), (0.75, 380, 800, 10)]

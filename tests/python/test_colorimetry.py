@@ -1,4 +1,4 @@
-"""Colorimetry as Python sees it: records, docstrings, shared tables, observers, error types."""
+"""Colorimetry as Python sees it: records, shared tables, observers, error types."""
 
 import gc
 import math
@@ -12,75 +12,16 @@ from vekanalysis.monochromator.slit_function import uniform_fibres
 
 from vekanalysis import Observer, Scan, chromaticity, colorimetry, curves
 
-# One telling line of each docstring, in the order of the functions.
-DATA_LINES = {
-    "AM0_ASTM_E490": "It has an integrated power of 1366.1 W m-2",
-    "AM15D_ASTM_G17303": "concentrator work. It includes the the direct beam from the sun plus the",
-    "AM15G_ASTM_G17303": "plate modules and has an integrated power of 1000 W m-2",
-    **{
-        f"ANSI_Z80_3_2015_{colour}_signal_transmittance": f"Transmittance of the {colour} traffic "
-        "signal lens specified in ANSI Z80.3-2015"
-        for colour in ("green", "red", "yellow")
-    },
-    **{
-        f"ISO8980_3_{kind.lower()}_{colour.lower()}": "Relative spectral distribution of radiation "
-        f"emitted by {kind} signal lights,\n  ESignal(λ), weighted by the spectral luminous "
-        "efficiency function of the average \n  human eye for daylight vision, V(λ), as specified "
-        f"in ISO 11664-1.\n  {colour} Signal"
-        for kind in ("incandescent", "LED")
-        for colour in ("Blue", "Green", "Red", "Yellow")
-    },
-    "aphake_hazard": "Aphake hazard function A(λ)",
-    "blue_light_hazard": "Blue-light hazard function B(λ)\n  380nm to 500nm steps 5nm",
-    **{
-        f"cie_{year}_standard_observer_{function}": f"CIE {year} standard colorimetric observer "
-        f"(CIE {year} {field} Standard Observer)\n  Color Matching Function {function}"
-        for year, field in (("1931", "2°"), ("1964", "10°"))
-        for function in "xyz"
-    },
-    **{
-        f"cie_illuminant_{name.lower()}": "Relative spectral power distribution of CIE Standard "
-        f"Illuminant {name}"
-        for name in ("A", "C", "D65")
-    },
-    "relative_spectral_effectiveness": "Health Phys. 2004, 87 (2) pp. 171-186",
-    "solar_spectral_irradiance": "250nm to 500nm steps 5nm",
-}
-ISO8980 = "@see ISO8980-3 Third Edition 2013-10-01 "
-REFERENCES = {
-    "ISO8980_3_tau_uva": ISO8980 + "3.1",
-    "ANSI_Z80_3_tau_uva": "@see ANSI Z80.3 2015 3.8.3",
-    "ANSI_Z80_3_tau_uvb": "@see ANSI Z80.3 2015 3.8.3",
-    "ISO8980_3_tau_suva": ISO8980 + "3.2",
-    "ASNZS1067_2016_tau_suva": "@see ASNZS 1067.2 - 2016",
-    "ISO8980_3_tau_suvb": ISO8980 + "3.3",
-    "ISO8980_3_tau_v": ISO8980 + "3.4",
-    "ANSI_Z80_3_tau_v": "@see ANSI Z80.3-2015 3.8.1",
-    "ISO8980_3_tau_signal_incandescent": ISO8980 + "3.5",
-    "ANSI_Z80_3_tau_signal": "@see ANSI Z80.3 3.8.2.2",
-    "ANSI_Z80_3_tau_spectral_min": "@see ANSI Z80.3 4.10.2.3",
-    "ISO8980_3_tau_signal_led": ISO8980 + "3.5",
-    "ISO12311_tau_sb": "@see ISO12311 Corrected version 2013-11-15 7.4",
-    "f2": ":see: ISO/CIE 19476:2014(E) 5.5.3",
-}
-LINES = {
-    "ISO8980_3_tau_uva": "Returns the mean UV-A transmittance (tau_UVA). The mean transmittance\n"
-    "    between 315 nm and 380 nm.",
-    "ISO8980_3_tau_v": "Returns the luminous transmittancev (tau_V). The ratio of the luminous "
-    "flux\n    transmitted by the lens or filter to the incident luminous flux",
-    "CIELAB_f": "color space to the CIELAB.",
-    "f1_prime": "observer (CIE 1931 2° Standard Observer) Color Matching Function y.",
+# Deliberate: these read like slips and stay.
+ODD_LINES = {
+    colorimetry.ISO8980_3_tau_v: "Returns the luminous transmittancev (tau_V).",
+    data.AM15D_ASTM_G17303: "It includes the the direct beam from the sun",
+    data.solar_spectral_irradiance: "250nm to 500nm steps 5nm",
 }
 
 
-def test_docstrings_have_their_lines() -> None:
-    assert [name for name in vars(data) if not name.startswith("_")] == list(DATA_LINES)
-    for name, line in DATA_LINES.items():
-        assert f"\n  {line}\n" in getattr(data, name).__doc__, name
-    for name, line in LINES.items():
-        assert f"\n    {line}\n" in getattr(colorimetry, name).__doc__, name
-    for name, reference in REFERENCES.items():
-        assert getattr(colorimetry, name).__doc__.endswith(f"\n    {reference}\n\n"), name
+def test_odd_docstrings_are_kept() -> None:
+    assert [line for thing, line in ODD_LINES.items() if line not in str(thing.__doc__)] == []
 
 
 RECORDS = [
@@ -107,8 +48,6 @@ def test_records_start_at_zero_take_fields_and_show_them(
         assert [getattr(record, name) for name in fields] == list(values.values())
         assert str(record) == expected
         assert repr(record) == f"<{label} {expected}>"
-    with pytest.raises(TypeError):
-        record_type(1.0)
 
 
 def test_the_tables_are_shared_not_copied() -> None:
@@ -136,7 +75,6 @@ def test_an_observer_keeps_its_scans_and_hands_out_copies() -> None:
     assert observer.x[380] == 1.0
     with pytest.raises(AttributeError):
         observer.x = Scan()  # type: ignore[misc]
-    assert Observer.__doc__ == "Observer struct"
 
 
 def test_an_observer_sees_later_changes_and_shows_its_points() -> None:

@@ -33,7 +33,7 @@ def vek_file() -> Any:
     return vek.io.load_vekfile_binary_data(Contents(data_sets=sets).file())
 
 
-@pytest.mark.parametrize("module", ["interop", "_tables", "_plot", "_notebook"])
+@pytest.mark.parametrize("module", ["_core", "interop", "_tables", "_plot", "_notebook"])
 def test_the_examples_in_the_docstrings_run(module: str) -> None:
     results = doctest.testmod(importlib.import_module(f"vekanalysis.{module}"))
     assert (results.failed, results.attempted > 2) == (0, True)

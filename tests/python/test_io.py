@@ -3,7 +3,6 @@
 from __future__ import annotations
 
 import gc
-import io as python_io
 import itertools
 import json
 import math
@@ -18,9 +17,9 @@ from typing import Any
 
 import numpy as np
 import pytest
-from vekwriter import Contents, DataSet, container
+from vekwriter import Contents, DataSet
 
-from vekanalysis import Interpolation, Scan, io
+from vekanalysis import Scan, io
 
 EXAMPLES = Path(__file__).resolve().parents[2] / "examples"
 LENSES = [
@@ -49,24 +48,6 @@ PATH_FUNCTIONS: list[Callable[[Any], object]] = [
     lambda path: io.vekfile_to_json(path, -1, True),
     io.load_csv,
 ]
-
-
-@pytest.mark.parametrize("version", [3, 4])
-@pytest.mark.parametrize("fragmented", [False, True])
-@pytest.mark.parametrize("sizes", [(0,), (64,), (4095, 1), (4096, 5000, 65), (16 << 20,)])
-def test_another_reader_reads_the_written_containers(
-    version: int, fragmented: bool, sizes: tuple[int, ...]
-) -> None:
-    """The largest takes two DIFAT sectors."""
-    olefile = pytest.importorskip("olefile")
-    streams = [(f"Stream{i}", np.arange(n, dtype="<u2").tobytes()[:n]) for i, n in enumerate(sizes)]
-    image = container(streams, version=version, fragmented=fragmented)
-    with olefile.OleFileIO(
-        python_io.BytesIO(image), raise_defects=olefile.DEFECT_INCORRECT
-    ) as other:
-        assert sorted(other.listdir()) == sorted([name] for name, _ in streams)
-        for name, data in streams:
-            assert other.openstream(name).read() == data
 
 
 def check_record(file: io.VekFile, written: Contents) -> None:
@@ -105,13 +86,6 @@ def test_every_version_of_the_layout_is_read(file_version: int, gv_version: int)
         for version, cutoff in ((3, 4096), (4, 4096), (3, 0)):
             image = written.file(version=version, cutoff=cutoff, fragmented=True)
             check_record(io.load_vekfile_binary_data(image), written)
-
-
-def test_an_empty_text_reads_up_to_the_next_zero_byte() -> None:
-    written = replace(CONTENTS, date_and_time="", scan_summary="summary")
-    file = io.load_vekfile_binary_data(written.file())
-    assert file.data_info.date_and_time == "\x07summary\x01", "into the next number"
-    assert file.data_info.scan_summary == "summary"
 
 
 BUFFERS: dict[str, Callable[[bytes], object]] = {
@@ -271,14 +245,6 @@ def test_json_is_laid_out_as_the_standard_library_does_it(indent: int) -> None:
         assert len(document.get("data_sets", [])) == count
         assert ("data_sets" in document) == (count > 0)
         assert exported == json.dumps(document, sort_keys=True, ensure_ascii=ascii_only, **layout)
-
-
-def test_csv_becomes_a_scan_with_the_default_settings(tmp_path: Path) -> None:
-    path = tmp_path / "spectrum.csv"
-    path.write_text("400,1.5\n401;2.5\r\n402\t3.5\n403 4.5\nend\n404,5.5\n", newline="")
-    scan = io.load_csv(file_path=path)
-    assert list(scan.items()) == [(400.0, 1.5), (401.0, 2.5), (402.0, 3.5), (403.0, 4.5)]
-    assert (scan.epsilon, scan.interpolation) == (1e-20, Interpolation.AKIMA)
 
 
 def test_the_example_holds_the_two_lenses() -> None:
