@@ -13,8 +13,8 @@
 #include <vector>
 
 #include "core/scan.hpp"
+#include "fuzz/image_builder.hpp"
 #include "io/csv.hpp"
-#include "io/image_builder.hpp"
 #include "io/io.hpp"
 
 // Each piece of work stands beside its floor: the same, written by hand for this one file, without

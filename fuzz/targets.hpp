@@ -10,12 +10,12 @@
 #include <string>
 #include <string_view>
 
+#include "image_builder.hpp"
 #include "io/compound_file.hpp"
 #include "io/csv.hpp"
-#include "io/image_builder.hpp"
 #include "io/io.hpp"
-#include "stream_reader.hpp"
 #include "io/vekfile_reader.hpp"
+#include "stream_reader.hpp"
 
 /// What the fuzzers do with their input; the tests do the same with the seeds. An input may be read
 /// or refused with a documented exception; anything else ends the program.

@@ -78,6 +78,7 @@ def test_every_version_of_the_layout_is_read(file_version: int, gv_version: int)
             gv_version=gv_version,
             graph_flag=flag,
             has_timestamps=timestamps,
+            apply_reference=timestamps,
             graph_records=3,
             annotations=annotations,
             arrows=(2, 1),

@@ -9,7 +9,7 @@
 #include <span>
 #include <string>
 
-#include "image_builder.hpp"
+#include "fuzz/image_builder.hpp"
 
 namespace {
 

@@ -6,7 +6,7 @@
 #include <limits>
 #include <string>
 
-#include "image_builder.hpp"
+#include "fuzz/image_builder.hpp"
 #include "io/io.hpp"
 #include "io/vekfile_reader.hpp"
 #include "thrown_text.hpp"
