@@ -9,7 +9,7 @@ import numpy as np
 
 import vekanalysis as vek
 
-scans = [vek.io.load_csv(path) for path in sys.argv[1:]]
+scans = [vek.read_table(path).scan for path in sys.argv[1:]]
 start = max(scan.min_wavelength() for scan in scans)
 stop = min(scan.max_wavelength() for scan in scans)
 wavelengths = np.arange(np.ceil(start), np.floor(stop) + 1)

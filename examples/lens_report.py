@@ -5,7 +5,7 @@ usage: lens_report.py SPECTRUM.csv...
 
 import sys
 
-from vekanalysis import Observer, colorimetry, io
+from vekanalysis import Observer, colorimetry, read_table
 
 data = colorimetry.data
 observer = Observer(
@@ -16,6 +16,6 @@ observer = Observer(
 daylight = data.cie_illuminant_d65()
 
 for path in sys.argv[1:]:
-    lens = io.load_csv(path)
+    lens = read_table(path).scan
     colour = colorimetry.CIELAB_tristimulus_values(lens * daylight, daylight, observer)
     print(f"{path}: tau_v {100 * colorimetry.ISO8980_3_tau_v(lens):.2f} %, {colour}")
