@@ -180,7 +180,6 @@ report pct.vek -> pct.vek: A: its unit is '%'; add --percent to divide by 100
 report inf.vek -> inf.vek: A: inf {NO_TAU}
 report --percent --reference cie_illuminant_a -> built-in cie_illuminant_a: 241.675 {NO_TAU}
 report --reference cie -> no built-in spectrum 'cie'; 'vekanalysis references' lists them
-references cie -> no built-in spectrum 'cie'; 'vekanalysis references' lists them
 report g.csv --data-set A -> --data-set chooses from measurement files, and none is named
 report two.vek --data-set A --data-set D -> two.vek: no data set 'D'; the data sets are: 'A', 'B'
 csv two.vek --data-set D -> two.vek: no data set 'D'; the data sets are: 'A', 'B'
@@ -201,8 +200,6 @@ light g.csv --white uv.csv -> uv.csv: not usable as a white: no light within 380
 light g.csv --white few.csv -> few.csv: not usable as a white: {FEW}
 light g.csv --plot no/g.png -> no/g.png: cannot be written: No such file or directory
 info g.csv -> g.csv: not a measurement file (.vek)
-json g.csv -> g.csv: not a measurement file (.vek)
-csv g.csv -> g.csv: not a measurement file (.vek)
 json two.vek --indent 5000 -> argument --indent: must be -1 to 1024, not 5000; {JSON_HELP}
 csv apart.vek --wide -> apart.vek: the data sets have no common range; use --long
 csv few.vek --wide -> few.vek: no values between the points ({FEW})

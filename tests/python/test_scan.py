@@ -55,6 +55,7 @@ def test_str_is_a_line_for_each_point() -> None:
         (lambda s: s.add(math.nan, 1.0), ValueError, "Scan: wavelength must not be NaN"),
         (lambda s: Scan(epsilon=-1.0), ValueError, EPSILON),
         (lambda s: setattr(s, "epsilon", math.nan), ValueError, EPSILON),
+        (lambda s: setattr(s, "epsilon", math.inf), ValueError, EPSILON),
     ],
 )  # fmt: skip
 def test_errors_have_the_documented_type_and_text(

@@ -89,16 +89,6 @@ TEST(ScanWavelengths, InfiniteOnesAreOrdinaryKeys) {
     EXPECT_NO_THROW((void)scan(425.0));
 }
 
-TEST(ScanEpsilon, MustBeFiniteAndNotNegative) {
-    for (const double epsilon : {-1e-9, static_cast<double>(NAN), static_cast<double>(INFINITY)}) {
-        const char* message = "Scan: epsilon must be finite and not negative";
-        EXPECT_EQ(thrown_text([&] { (void)Scan(epsilon); }), message);
-        Scan scan = five_points();
-        EXPECT_EQ(thrown_text([&] { scan.set_wavelength_epsilon(epsilon); }), message);
-        EXPECT_EQ(scan, five_points());
-    }
-}
-
 TEST(ScanEpsilon, DecidesWhichWavelengthsAreOneKey) {
     Scan scan(0.5);
     scan.insert({400.0, 1.0});
@@ -126,18 +116,6 @@ TEST(ScanEpsilon, WideningKeepsTheLowestOfEachRunAndTheOldSpline) {
     EXPECT_EQ(copy(6.0), 2.0 + 2.0 * (3.0 - 2.0) / 5.0) << "a copy starts without a spline";
 }
 
-TEST(ScanAccess, MissesThrowTheDocumentedErrors) {
-    const Scan empty;
-    const Scan scan = five_points();
-    EXPECT_EQ(thrown_text([&] { (void)scan.at(401.0); }), "map::at:  key not found");
-    EXPECT_EQ(thrown_text([&] { (void)scan[401.0]; }), "map::at:  key not found");
-    EXPECT_EQ(thrown_text([&] { (void)empty.min_wavelength(); }),
-              "Scan::min_wavelength: empty scan");
-    EXPECT_EQ(thrown_text([&] { (void)empty.max_wavelength(); }),
-              "Scan::max_wavelength: empty scan");
-    EXPECT_EQ(scan.find(401.0), scan.end());
-}
-
 TEST(ScanAccess, AnElementReferenceReadsAndAssigns) {
     Scan scan = five_points();
     scan[450.0] = 7.0;
@@ -145,8 +123,9 @@ TEST(ScanAccess, AnElementReferenceReadsAndAssigns) {
     const double read = scan[450.0];
     EXPECT_EQ(read, 7.0);
     EXPECT_EQ(scan.size(), 6U);
-    EXPECT_EQ(thrown_text([&] { (void)static_cast<double>(scan[1.0]); }),
-              "map::at:  key not found");
+    EXPECT_EQ(scan.find(1.0), scan.end());
+    const auto miss = [&] { (void)static_cast<double>(scan[1.0]); };
+    EXPECT_EQ(thrown_text(miss), "map::at:  key not found");
     EXPECT_EQ(scan.size(), 6U);
 }
 
