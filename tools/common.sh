@@ -41,6 +41,9 @@ use_toolchain() {
     if from_private_copy; then
         export CMAKE_PREFIX_PATH=$usr${CMAKE_PREFIX_PATH:+:$CMAKE_PREFIX_PATH}
         export PATH=$PATH:$usr/tools
+        # Its pip reads the machine's certificates at every start, and a small machine has none. It
+        # fetches nothing.
+        export PIP_USE_DEPRECATED=legacy-certs
     fi
     if [[ -z ${CMAKE_GENERATOR:-} ]] && command -v ninja >/dev/null; then
         export CMAKE_GENERATOR=Ninja
