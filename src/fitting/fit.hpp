@@ -18,13 +18,12 @@ struct Fit {
     Fit(unsigned int iterations, double absolute, double relative)
         : max_iterations(iterations), abs_tolerance(absolute), rel_tolerance(relative) {}
 
-    /// Fits the free parameters of `f`, from their present values, to `scan`.
+    /// Fits the free parameters of `f`, from their present values, to a scan.
     ///
-    /// @param scan, f  kept in the fields below, not owned
-    /// @return false, with f as it was, when one of them is null, f has no free parameter or the
-    /// scan
-    ///         fewer points than f free parameters
-    bool fit(const Scan* scan, internal::BoundFunction1D<double>* f);
+    /// @param measured, f  kept in the fields below, not owned
+    /// @return false, with f as it was, when one of them is null, f has no free parameter, or the
+    ///         scan has fewer points than f has free parameters
+    bool fit(const Scan* measured, internal::BoundFunction1D<double>* f);
 
     unsigned int max_iterations = 500;
     double abs_tolerance = 1e-12;

@@ -150,6 +150,7 @@ double find_crossing(const Scan& scan_1, const Scan& scan_2, double lo, double h
 bool peak_width(const Scan& scan, double height, double* width) {
     if (width == nullptr || scan.empty() || !scan.is_interpolated()) return false;
     // A copy interpolates its points as they are now, whatever interpolant the scan still has.
+    // NOLINTNEXTLINE(performance-unnecessary-copy-initialization): made for what it leaves behind
     const Scan copy(scan);
     double peak = 0.0;
     if (!find_peak(copy, &peak)) return false;
