@@ -262,10 +262,14 @@ Scan Scan::operator-() const {
 }
 
 void Scan::add_keys(const Scan& other) {
+    add_keys(other.data_.keys());
+}
+
+void Scan::add_keys(std::span<const double> wavelengths) {
     Scan extended(*this);
     // The first value is of the interpolant that this scan has, which no change has dropped yet.
     const Scan* source = this;
-    for (const double wl : other.data_.keys()) {
+    for (const double wl : wavelengths) {
         extended.insert({wl, (*source)(wl)});
         source = &extended;
     }

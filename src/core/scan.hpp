@@ -191,6 +191,8 @@ public:
     /// Adds each wavelength of `other`, ascending, with this scan's own value there. Each addition
     /// takes part in the interpolation of the next.
     void add_keys(const Scan& other);
+    /// The same for wavelengths in the order in which they are to be added.
+    void add_keys(std::span<const double> wavelengths);
 
     /// Erases every point below `from` or above `to`, compared exactly.
     void trim(double from, double to);

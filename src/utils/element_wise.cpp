@@ -87,21 +87,11 @@ Scan::const_iterator min_element(Scan::const_iterator first, Scan::const_iterato
 
 void normalize_keys(Scan* a, Scan* b) {
     const std::vector<double> keys = key_union(*a, *b);
-    const auto extended = [&keys](const Scan& scan) {
-        scan.__ensure_spline();
-        Scan result(scan);
-        // As `Scan::add_keys`: the first value is of the interpolant that the scan has.
-        const Scan* source = &scan;
-        for (const double wl : keys) {
-            result.insert({wl, (*source)(wl)});
-            source = &result;
-        }
-        return result;
-    };
-    Scan new_a = extended(*a);
-    Scan new_b = extended(*b);
-    *a = std::move(new_a);
-    *b = std::move(new_b);
+    // Both first: past this point no interpolant is missing and both scans change or none.
+    a->__ensure_spline();
+    b->__ensure_spline();
+    a->add_keys(keys);
+    b->add_keys(keys);
 }
 
 Scan uniform_wavelength_range(const Scan& scan, double lo, double hi, double step) {
