@@ -2,7 +2,7 @@
 
 #include <array>
 
-#include "core/scan.hpp"
+#include "../core/scan.hpp"
 
 namespace vekanalysis {
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/scan.hpp"
+#include "../core/scan.hpp"
 
 /// Quality indices of photometers after ISO/CIE 19476:2014. Both are fractions, not per cent.
 namespace vekanalysis::colorimetry {

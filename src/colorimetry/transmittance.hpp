@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "core/scan.hpp"
+#include "../core/scan.hpp"
 
 /// Transmittances of lenses and filters. Each function takes a spectral transmittance (fraction,
 /// wavelengths in nm) and gives fractions.
@@ -24,6 +24,8 @@ struct RYG {
     double red = 0.0;
     double yellow = 0.0;
     double green = 0.0;
+
+    bool operator==(const RYG&) const = default;
 };
 
 /// Transmittances for the four colours of signal lights, fractions.
@@ -32,6 +34,8 @@ struct RYGB {
     double yellow = 0.0;
     double green = 0.0;
     double blue = 0.0;
+
+    bool operator==(const RYGB&) const = default;
 };
 
 /// "red:0.1 yellow:0.2 green:0.3": each label and its number, six significant digits.

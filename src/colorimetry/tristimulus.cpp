@@ -1,6 +1,7 @@
 #include "colorimetry/tristimulus.hpp"
 
 #include <cmath>
+#include <stdexcept>
 
 #include "core/scan_arithmetic.hpp"
 #include "core/text.hpp"
@@ -25,6 +26,18 @@ CIEXYZ CIE_tristimulus_values(const Scan& scan, const Observer& observer) {
     const double Y = (observer.y * scan)(from, to);
     const double Z = (observer.z * scan)(from, to);
     return {X, Y, Z};
+}
+
+CIEXYZ CIE_relative_tristimulus_values(const Scan& scan, const Scan& white_point_reference,
+                                       const Observer& observer) {
+    const double white = CIE_tristimulus_values(white_point_reference, observer).Y;
+    if (!(white > 0.0 && std::isfinite(white))) {
+        throw std::invalid_argument(
+            "CIE_relative_tristimulus_values: Y of the white point must be finite and above 0");
+    }
+    const double k = 100.0 / white;
+    const CIEXYZ raw = CIE_tristimulus_values(scan, observer);
+    return {k * raw.X, k * raw.Y, k * raw.Z};
 }
 
 double CIELAB_f(double t) noexcept {

@@ -2,8 +2,8 @@
 
 #include <string>
 
-#include "colorimetry/observers.hpp"
-#include "core/scan.hpp"
+#include "../core/scan.hpp"
+#include "observers.hpp"
 
 namespace vekanalysis::colorimetry {
 
@@ -12,6 +12,8 @@ struct CIEXYZ {
     double X = 0.0;
     double Y = 0.0;
     double Z = 0.0;
+
+    bool operator==(const CIEXYZ&) const = default;
 };
 
 /// CIE 1976 L*a*b* coordinates, dimensionless; L* is 100 for the white point.
@@ -19,6 +21,8 @@ struct CIELAB {
     double L_star = 0.0;
     double a_star = 0.0;
     double b_star = 0.0;
+
+    bool operator==(const CIELAB&) const = default;
 };
 
 /// "X:1.5 Y:2 Z:0.25": each label and its number, six significant digits.
@@ -35,6 +39,17 @@ struct CIELAB {
 /// @throws std::runtime_error  the errors of the products and integrals: fewer than five common
 ///                             wavelengths, or a spectrum that cannot be interpolated
 [[nodiscard]] CIEXYZ CIE_tristimulus_values(const Scan& scan, const Observer& observer);
+
+/// Tristimulus values of a spectrum on the scale where the white point has Y = 100.
+///
+/// Those of `CIE_tristimulus_values` times k = 100 / Y of the white point, which is a spectrum in
+/// the same unit: for a surface or a lens the illuminant. Source: CIE 15:2004, 7.1. Throws as that
+/// and:
+/// @throws std::invalid_argument  "CIE_relative_tristimulus_values: Y of the white point must be
+///                                finite and above 0"
+[[nodiscard]] CIEXYZ CIE_relative_tristimulus_values(const Scan& scan,
+                                                     const Scan& white_point_reference,
+                                                     const Observer& observer);
 
 /// The non-linear function of L*a*b*: the cube root above 216/24389, below it the straight line
 /// 841/108 t + 4/29 that meets it there.

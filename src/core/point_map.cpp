@@ -7,7 +7,7 @@
 
 #include "numerical/stable_order.hpp"
 
-namespace vekanalysis::internal {
+namespace vekanalysis {
 
 namespace {
 
@@ -18,8 +18,8 @@ void require_number(double wl) {
 }  // namespace
 
 PointMap::PointMap(double epsilon) : before_{epsilon} {
-    if (!(epsilon >= 0.0 && std::isfinite(epsilon))) {
-        throw std::invalid_argument("Scan: epsilon must be finite and not negative");
+    if (!(epsilon >= 0.0)) {
+        throw std::invalid_argument("Scan: epsilon must not be negative or NaN");
     }
 }
 
@@ -122,7 +122,7 @@ void PointMap::merge_equivalent_runs(std::span<const double> keys, std::span<con
             std::vector<std::uint32_t> arrival(order.begin() + static_cast<std::ptrdiff_t>(first),
                                                order.begin() + static_cast<std::ptrdiff_t>(last));
             std::sort(arrival.begin(), arrival.end());
-            std::map<double, double, FloatComparator<double>> merged(before_);
+            std::map<double, double, internal::FloatComparator<double>> merged(before_);
             for (const std::uint32_t i : arrival) merged.insert_or_assign(keys[i], values[i]);
             for (const auto& [key, value] : merged) {
                 keys_[count] = key;
@@ -201,4 +201,4 @@ PointMap PointMap::with_epsilon(double epsilon) const {
     return map;
 }
 
-}  // namespace vekanalysis::internal
+}  // namespace vekanalysis

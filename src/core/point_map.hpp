@@ -6,11 +6,12 @@
 #include <utility>
 #include <vector>
 
-#include "core/float_comparator.hpp"
+#include "float_comparator.hpp"
 
-namespace vekanalysis::internal {
+namespace vekanalysis {
 
-/// Ordered map from wavelength to value in two parallel arrays, keyed under a FloatComparator.
+/// The points of a Scan: an ordered map from wavelength to value in two parallel arrays, keyed
+/// under a FloatComparator. `Scan::data` gives it; a Scan made of one takes it over.
 ///
 /// Invariant: the keys hold no NaN and ascend strictly under the comparator
 /// (key[i] + epsilon < key[i + 1]); the two arrays have one length. Lookups are binary searches,
@@ -20,10 +21,10 @@ namespace vekanalysis::internal {
 /// are ordinary keys at either end.
 class PointMap {
 public:
-    /// @throws std::invalid_argument  "Scan: epsilon must be finite and not negative"
+    /// @throws std::invalid_argument  "Scan: epsilon must not be negative or NaN"
     explicit PointMap(double epsilon);
 
-    /// Takes over keys that already hold the invariant.
+    /// Takes over keys that already hold the invariant, which is not checked.
     static PointMap adopt(std::vector<double> keys, std::vector<double> values, double epsilon);
 
     /// The map that inserting the points one by one in their order would give: the first of
@@ -51,6 +52,11 @@ public:
         return matches(i, wl) ? i : size();
     }
 
+    /// True when wl is equivalent to key i, which must be what `lower_bound` gives for wl.
+    [[nodiscard]] bool matches(std::size_t i, double wl) const noexcept {
+        return i < keys_.size() && !before_(wl, keys_[i]) && wl == wl;
+    }
+
     /// Replaces the value of the equivalent key, which stays, or adds a point.
     ///
     /// @throws std::invalid_argument  "Scan: wavelength must not be NaN"
@@ -68,18 +74,15 @@ public:
     [[nodiscard]] PointMap with_epsilon(double epsilon) const;
 
 private:
-    [[nodiscard]] bool matches(std::size_t i, double wl) const noexcept {
-        return i < keys_.size() && keys_[i] <= wl + before_.epsilon;
-    }
     void insert_at(std::size_t i, double wl, double value);
     [[nodiscard]] bool absorb_ascending(double wl, double value);
     [[nodiscard]] bool absorb_descending(double wl, double value);
     void merge_equivalent_runs(std::span<const double> keys, std::span<const double> values,
                                std::span<const std::uint32_t> order);
 
-    FloatComparator<double> before_;
+    internal::FloatComparator<double> before_;
     std::vector<double> keys_;
     std::vector<double> values_;
 };
 
-}  // namespace vekanalysis::internal
+}  // namespace vekanalysis

@@ -1,21 +1,24 @@
 #include "core/scan.hpp"
 
 #include <algorithm>
+#include <cmath>
+#include <limits>
 #include <ostream>
 #include <stdexcept>
 
 #include "core/scan_arithmetic.hpp"
+#include "numerical/cubic.hpp"
 
 namespace vekanalysis {
 
 namespace {
 
-internal::PointMap points_from_arrays(std::vector<double> wavelengths, std::vector<double> values,
-                                      double epsilon) {
+PointMap points_from_arrays(std::vector<double> wavelengths, std::vector<double> values,
+                            double epsilon) {
     if (wavelengths.size() != values.size()) {
         throw std::runtime_error("Scan::Scan: wavelength and signal must be the same size");
     }
-    return internal::PointMap::from_points(std::move(wavelengths), std::move(values), epsilon);
+    return PointMap::from_points(std::move(wavelengths), std::move(values), epsilon);
 }
 
 }  // namespace
@@ -35,14 +38,13 @@ Scan::Scan(std::initializer_list<std::pair<const double, double>> points) : Scan
     for (const auto& [wl, value] : points) data_.insert(wl, value);
 }
 
-Scan::Scan(internal::PointMap points, spline::Type type) noexcept
-    : data_(std::move(points)), type_(type) {}
+Scan::Scan(PointMap points, spline::Type type) noexcept : data_(std::move(points)), type_(type) {}
 
 Scan::Scan(const Scan& other) : data_(other.data_), type_(other.type_) {}
 
 Scan& Scan::operator=(const Scan& other) {
     if (this != &other) {
-        data_ = internal::PointMap(other.data_);
+        data_ = PointMap(other.data_);
         type_ = other.type_;
     }
     spline_.clear();
@@ -178,12 +180,12 @@ std::vector<std::vector<double>> Scan::as_vectors() const {
 double Scan::operator()(double wl) const {
     const auto keys = data_.keys();
     const std::size_t i = data_.lower_bound(wl);
-    if (i < keys.size() && keys[i] <= wl + get_wavelength_epsilon()) return data_.values()[i];
+    if (data_.matches(i, wl)) return data_.values()[i];
     if (keys.empty() || wl < keys.front() || wl > keys.back()) return 0.0;
     __ensure_spline();
     const numerical::Spline& kernel = *spline_.kernel();
     if (kernel.type() == numerical::InterpolationType::POLYNOMIAL) return kernel.eval(wl);
-    return kernel.eval_piece(kernel.find_interval(wl, i - 1), wl);
+    return numerical::cubic(kernel.piece(kernel.find_interval(wl, i - 1)), wl);
 }
 
 void Scan::evaluate(std::span<const double> wavelengths, std::span<double> values) const {
@@ -193,6 +195,7 @@ void Scan::evaluate(std::span<const double> wavelengths, std::span<double> value
 double Scan::operator()(double a, double b) const {
     if (a == b || empty()) return 0.0;
     __ensure_spline();
+    if (std::isnan(a) || std::isnan(b)) return std::numeric_limits<double>::quiet_NaN();
     const double low = std::max(std::min(a, b), min_wavelength());
     const double high = std::min(max_wavelength(), b);
     return high > low ? spline_.integ(low, high) : 0.0;
@@ -308,7 +311,7 @@ void ScanCursor::operator()(std::span<const double> wavelengths, std::span<doubl
             values[i++] = values_[index_];
             continue;
         }
-        values[i++] = between_points(wl);
+        values[i++] = between_points(wl, numerical::cubic);
         if (kernel_ == nullptr || polynomial_ || index_ == 0 || index_ == size_) continue;
 
         // Whatever follows inside the same pair of points and the same interval needs no search.
@@ -320,7 +323,7 @@ void ScanCursor::operator()(std::span<const double> wavelengths, std::span<doubl
         for (; i < wavelengths.size(); ++i) {
             wl = wavelengths[i];
             if (!(low < wl && wl + epsilon_ < high)) break;
-            values[i] = piece(wl);
+            values[i] = numerical::cubic(piece, wl);
         }
     }
 }

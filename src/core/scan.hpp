@@ -10,8 +10,8 @@
 #include <utility>
 #include <vector>
 
-#include "core/point_map.hpp"
-#include "core/spline.hpp"
+#include "point_map.hpp"
+#include "spline.hpp"
 
 namespace vekanalysis {
 
@@ -23,14 +23,15 @@ inline constexpr double default_epsilon = 1e-20;
 /// type.
 ///
 /// Wavelengths are in nm by convention, values in any unit. Two wavelengths a <= b are the same key
-/// when a + epsilon >= b; the wavelength that created a point stays its key. Evaluation gives the
+/// when not a + epsilon < b, all of them under an infinite epsilon; the wavelength that created a
+/// point stays its key. Evaluation gives the
 /// stored value on such a hit, 0.0 outside [min_wavelength(), max_wavelength()] (there is no
 /// extrapolation), and otherwise the interpolant, which is built on first need and dropped by every
 /// change of points or type. Infinite wavelengths are ordinary keys. A NaN wavelength is refused by
 /// everything that stores it, equals no key in a lookup, and evaluates to NaN between the ends.
 ///
 /// One Scan must not be used from two threads at once, since evaluation fills the spline cache;
-/// with the spline built (`__ensure_spline`) any number of threads may read it.
+/// with the spline built (`ensure_spline`) any number of threads may read it.
 class Scan {
 public:
     class const_iterator;
@@ -39,7 +40,7 @@ public:
 
     /// Empty scan.
     ///
-    /// @throws std::invalid_argument  "Scan: epsilon must be finite and not negative"
+    /// @throws std::invalid_argument  "Scan: epsilon must not be negative or NaN"
     explicit Scan(double epsilon = default_epsilon, spline::Type type = spline::Type::AKIMA);
 
     /// Scan of the pairs (wavelengths[i], values[i]), inserted in order: of equivalent wavelengths
@@ -66,7 +67,7 @@ public:
     ~Scan() = default;
 
     /// Takes over points that are already in order; for functions that make scans.
-    Scan(internal::PointMap points, spline::Type type) noexcept;
+    Scan(PointMap points, spline::Type type) noexcept;
 
     /// Empty scan with this scan's epsilon and interpolation type.
     [[nodiscard]] Scan alike_empty_copy() const;
@@ -78,7 +79,7 @@ public:
     ///
     /// Deliberate: the spline is not dropped; one that was built goes on serving the wavelengths
     /// between the points until the next change of points or type.
-    /// @throws std::invalid_argument  "Scan: epsilon must be finite and not negative"
+    /// @throws std::invalid_argument  "Scan: epsilon must not be negative or NaN"
     void set_wavelength_epsilon(double epsilon);
 
     [[nodiscard]] spline::Type get_interpolation_type() const noexcept { return type_; }
@@ -125,7 +126,7 @@ public:
     [[nodiscard]] std::size_t size() const noexcept { return data_.size(); }
 
     /// The points themselves: two parallel arrays, wavelengths ascending.
-    [[nodiscard]] const internal::PointMap& data() const noexcept { return data_; }
+    [[nodiscard]] const PointMap& data() const noexcept { return data_; }
 
     /// Calls f on every point, ascending; f may change the value (`second`). When f throws, the
     /// scan stays as it was.
@@ -150,7 +151,8 @@ public:
     /// @param values       shape (N), receives the results; may be the same memory
     void evaluate(std::span<const double> wavelengths, std::span<double> values) const;
 
-    /// Integral of the interpolant from a to b, clipped to the data.
+    /// Integral of the interpolant from a to b, clipped to the data; NaN where a limit is NaN, but
+    /// 0.0 for an empty scan.
     ///
     /// Deliberate: the upper limit is b itself, so a > b gives 0.0 (once the spline is built), not
     /// a negative integral.
@@ -203,9 +205,12 @@ public:
     ///
     /// @throws std::runtime_error  "Cannot initialize a spline with type None" or
     ///                             "Cannot initialize a spline, too few points"
-    void __ensure_spline() const {
+    void ensure_spline() const {
         if (!spline_.is_built()) __initialize_spline();
     }
+    /// The same under its established name.
+    void __ensure_spline() const { ensure_spline(); }
+    /// Builds the spline in any case. Throws as `ensure_spline`.
     void __initialize_spline() const;
 
 private:
@@ -216,7 +221,7 @@ private:
                                                                   double to) const noexcept;
     [[nodiscard]] const_iterator at_index(std::size_t i) const noexcept;
 
-    internal::PointMap data_;
+    PointMap data_;
     spline::Type type_;
     mutable Spline spline_;
 };
@@ -289,6 +294,7 @@ private:
 };
 
 /// What `scan[wl]` gives on a scan that may be changed: reads like `at`, assigns like `insert`.
+// NOLINTNEXTLINE(cppcoreguidelines-special-member-functions): it owns nothing
 class Scan::ElementReference {
 public:
     ElementReference(Scan& scan, double wl) noexcept : scan_(scan), wl_(wl) {}
@@ -301,6 +307,12 @@ public:
         scan_.insert({wl_, value});
         return value;
     }
+    /// Assigns the other's value, which may be of another scan.
+    ///
+    /// @throws std::out_of_range  as `at`, when the other has no such point; nothing changes then
+    // NOLINTNEXTLINE(misc-unconventional-assign-operator): the element is assigned, not this
+    double operator=(const ElementReference& other) const { return *this = double{other}; }
+    ElementReference(const ElementReference&) = default;
 
 private:
     Scan& scan_;
@@ -321,8 +333,16 @@ public:
           epsilon_(scan.data_.epsilon()) {}
 
     [[nodiscard]] double operator()(double wl) {
+        return evaluate(
+            wl, [](const numerical::Spline::Piece& piece, double x) noexcept { return piece(x); });
+    }
+
+    /// The same with a function of one's own for the value of an interval's polynomial at a
+    /// wavelength; the loops of the library pass one that is inlined.
+    template <class ValueOfPiece>
+    [[nodiscard]] double evaluate(double wl, const ValueOfPiece& value_of) {
         seek(wl);
-        return is_hit(wl) ? values_[index_] : between_points(wl);
+        return is_hit(wl) ? values_[index_] : between_points(wl, value_of);
     }
 
     /// Evaluates an array; `values` may be the same memory as `wavelengths`.
@@ -343,13 +363,14 @@ private:
         }
     }
     [[nodiscard]] bool is_hit(double wl) const noexcept {
-        return index_ < size_ && keys_[index_] <= wl + epsilon_;
+        return index_ < size_ && !(wl + epsilon_ < keys_[index_]) && wl == wl;
     }
-    [[nodiscard]] double between_points(double wl) {
+    template <class ValueOfPiece>
+    [[nodiscard]] double between_points(double wl, const ValueOfPiece& value_of) {
         if (size_ == 0 || wl < keys_[0] || wl > keys_[size_ - 1]) return 0.0;
         if (kernel_ == nullptr) bind_kernel();
         if (polynomial_) return kernel_->eval(wl);
-        return kernel_->eval_piece(kernel_->find_interval(wl, index_ - 1), wl);
+        return value_of(kernel_->piece(kernel_->find_interval(wl, index_ - 1)), wl);
     }
     void bind_kernel();
 
@@ -388,10 +409,8 @@ void Scan::transform(const F& f, double k) {
 template <class F>
 void Scan::transform(const F& f, const Scan& other) {
     std::vector<double> values(size());
-    ScanCursor other_at(other);
-    for (std::size_t i = 0; i < values.size(); ++i) {
-        values[i] = f(data_.values()[i], other_at(data_.keys()[i]));
-    }
+    other.evaluate(data_.keys(), values);
+    for (std::size_t i = 0; i < values.size(); ++i) values[i] = f(data_.values()[i], values[i]);
     data_.replace_values(std::move(values));
     spline_.clear();
 }

@@ -2,6 +2,8 @@
 
 #include <cmath>
 
+#include "numerical/cubic.hpp"
+
 namespace vekanalysis {
 
 namespace internal {
@@ -88,5 +90,53 @@ WavelengthSet wavelengths(const Scan& scan) {
 }
 
 }  // namespace utils
+
+Scan operator+(const Scan& a, const Scan& b) {
+    return internal::combine(a, b, internal::add, numerical::cubic);
+}
+
+Scan operator-(const Scan& a, const Scan& b) {
+    return internal::combine(a, b, internal::subtract, numerical::cubic);
+}
+
+Scan operator*(const Scan& a, const Scan& b) {
+    return internal::combine(a, b, internal::multiply, numerical::cubic);
+}
+
+Scan operator/(const Scan& a, const Scan& b) {
+    return internal::combine(a, b, internal::divide, numerical::cubic);
+}
+
+Scan operator+(const Scan& scan, double k) {
+    return utils::transform(scan, k, internal::add);
+}
+
+Scan operator-(const Scan& scan, double k) {
+    return utils::transform(scan, k, internal::subtract);
+}
+
+Scan operator*(const Scan& scan, double k) {
+    return utils::transform(scan, k, internal::multiply);
+}
+
+Scan operator/(const Scan& scan, double k) {
+    return utils::transform(scan, k, internal::divide);
+}
+
+Scan operator+(double k, const Scan& scan) {
+    return scan + k;
+}
+
+Scan operator-(double k, const Scan& scan) {
+    return utils::transform(k, scan, internal::subtract);
+}
+
+Scan operator*(double k, const Scan& scan) {
+    return scan * k;
+}
+
+Scan operator/(double k, const Scan& scan) {
+    return utils::transform(k, scan, internal::divide);
+}
 
 }  // namespace vekanalysis

@@ -6,8 +6,8 @@
 #include <utility>
 #include <vector>
 
-#include "core/float_comparator.hpp"
-#include "core/scan.hpp"
+#include "float_comparator.hpp"
+#include "scan.hpp"
 
 namespace vekanalysis {
 
@@ -58,6 +58,11 @@ private:
     Points a_;
     Points b_;
 };
+
+/// `utils::transform` of two scans, with a function for the value of an interval's polynomial (see
+/// ScanCursor).
+template <class F, class ValueOfPiece>
+[[nodiscard]] Scan combine(const Scan& a, const Scan& b, const F& f, const ValueOfPiece& value_of);
 
 /// New scan of the same wavelengths and settings with other values.
 [[nodiscard]] inline Scan with_values(const Scan& scan, std::vector<double> values) {
@@ -131,15 +136,26 @@ template <class F>
 ///                             wavelength is farther away than one scan's own epsilon
 template <class F>
 [[nodiscard]] Scan transform(const Scan& a, const Scan& b, const F& f) {
+    return internal::combine(
+        a, b, f,
+        [](const numerical::Spline::Piece& piece, double wl) noexcept { return piece(wl); });
+}
+
+}  // namespace utils
+
+template <class F, class ValueOfPiece>
+Scan internal::combine(const Scan& a, const Scan& b, const F& f, const ValueOfPiece& value_of) {
     const double epsilon = std::min(a.get_wavelength_epsilon(), b.get_wavelength_epsilon());
     const spline::Type type =
         a.is_interpolated() ? a.get_interpolation_type() : b.get_interpolation_type();
     if (!a.is_interpolated() && !b.is_interpolated()) {
         Scan result(epsilon, type);
-        for (const double wl : key_intersection(a, b)) result.insert({wl, f(a[wl], b[wl])});
+        for (const double wl : utils::key_intersection(a, b)) {
+            result.insert({wl, f(a[wl], b[wl])});
+        }
         return result;
     }
-    const internal::CommonGrid common(a, b);
+    const CommonGrid common(a, b);
     std::vector<double> grid(common.max_size());
     std::vector<double> values(common.max_size());
     std::size_t count = 0;
@@ -148,58 +164,32 @@ template <class F>
     common.walk(
         [&](double wl, double value_a) {
             grid[count] = wl;
-            values[count++] = f(value_a, b_at(wl));
+            values[count++] = f(value_a, b_at.evaluate(wl, value_of));
         },
         [&](double wl, double value_b) {
             grid[count] = wl;
-            values[count++] = f(a_at(wl), value_b);
+            values[count++] = f(a_at.evaluate(wl, value_of), value_b);
         });
     grid.resize(count);
     values.resize(count);
-    return {internal::PointMap::adopt(std::move(grid), std::move(values), epsilon), type};
+    return {PointMap::adopt(std::move(grid), std::move(values), epsilon), type};
 }
-
-}  // namespace utils
 
 // Scan with scan on the common grid of utils::transform; scan with number on the scan's own grid.
 
-[[nodiscard]] inline Scan operator+(const Scan& a, const Scan& b) {
-    return utils::transform(a, b, internal::add);
-}
-[[nodiscard]] inline Scan operator-(const Scan& a, const Scan& b) {
-    return utils::transform(a, b, internal::subtract);
-}
-[[nodiscard]] inline Scan operator*(const Scan& a, const Scan& b) {
-    return utils::transform(a, b, internal::multiply);
-}
-[[nodiscard]] inline Scan operator/(const Scan& a, const Scan& b) {
-    return utils::transform(a, b, internal::divide);
-}
+[[nodiscard]] Scan operator+(const Scan& a, const Scan& b);
+[[nodiscard]] Scan operator-(const Scan& a, const Scan& b);
+[[nodiscard]] Scan operator*(const Scan& a, const Scan& b);
+[[nodiscard]] Scan operator/(const Scan& a, const Scan& b);
 
-[[nodiscard]] inline Scan operator+(const Scan& scan, double k) {
-    return utils::transform(scan, k, internal::add);
-}
-[[nodiscard]] inline Scan operator-(const Scan& scan, double k) {
-    return utils::transform(scan, k, internal::subtract);
-}
-[[nodiscard]] inline Scan operator*(const Scan& scan, double k) {
-    return utils::transform(scan, k, internal::multiply);
-}
-[[nodiscard]] inline Scan operator/(const Scan& scan, double k) {
-    return utils::transform(scan, k, internal::divide);
-}
+[[nodiscard]] Scan operator+(const Scan& scan, double k);
+[[nodiscard]] Scan operator-(const Scan& scan, double k);
+[[nodiscard]] Scan operator*(const Scan& scan, double k);
+[[nodiscard]] Scan operator/(const Scan& scan, double k);
 
-[[nodiscard]] inline Scan operator+(double k, const Scan& scan) {
-    return scan + k;
-}
-[[nodiscard]] inline Scan operator*(double k, const Scan& scan) {
-    return scan * k;
-}
-[[nodiscard]] inline Scan operator-(double k, const Scan& scan) {
-    return utils::transform(k, scan, internal::subtract);
-}
-[[nodiscard]] inline Scan operator/(double k, const Scan& scan) {
-    return utils::transform(k, scan, internal::divide);
-}
+[[nodiscard]] Scan operator+(double k, const Scan& scan);
+[[nodiscard]] Scan operator-(double k, const Scan& scan);
+[[nodiscard]] Scan operator*(double k, const Scan& scan);
+[[nodiscard]] Scan operator/(double k, const Scan& scan);
 
 }  // namespace vekanalysis

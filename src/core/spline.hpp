@@ -5,7 +5,7 @@
 #include <memory>
 #include <span>
 
-#include "numerical/spline.hpp"
+#include "../numerical/spline.hpp"
 
 namespace vekanalysis {
 

@@ -1,16 +1,17 @@
 #include "fitting/fit.hpp"
 
 #include <algorithm>
+#include <cmath>
 #include <cstddef>
 #include <numeric>
 #include <span>
 #include <stdexcept>
 #include <utility>
 
-#include "colorimetry/physics.hpp"
 #include "core/scan_arithmetic.hpp"
 #include "core/text.hpp"
 #include "numerical/levenberg_marquardt.hpp"
+#include "physics/physics.hpp"
 #include "utils/peaks.hpp"
 
 namespace vekanalysis {
@@ -118,6 +119,10 @@ double peak_or_highest_point(const Scan& scan) {
     return (*scan.max_element()).first;
 }
 
+std::array<double, 8> as_array(const FitWavelengthParams& p) {
+    return {p.d, p.omega_t, p.omega_m, p.cos_K, p.theta_z, p.alpha, p.a, p.phi};
+}
+
 }  // namespace
 
 bool fit_black_body(const Scan& scan, std::array<double, 2>& p) {
@@ -148,8 +153,7 @@ bool fit_wavelength(const Scan& scan, std::array<double, 8>& p,
 
 bool fit_wavelength(const Scan& scan, FitWavelengthParams& params,
                     const FitWavelengthParamsFree& free) {
-    std::array<double, 8> p{params.d,       params.omega_t, params.omega_m, params.cos_K,
-                            params.theta_z, params.alpha,   params.a,       params.phi};
+    std::array<double, 8> p = as_array(params);
     std::vector<unsigned int> indices;
     unsigned int index = 0;
     for (const auto& [name, is_free] : named(free)) {
@@ -159,6 +163,48 @@ bool fit_wavelength(const Scan& scan, FitWavelengthParams& params,
     const bool ran = fit_wavelength(scan, p, indices);
     params = {p[0], p[1], p[2], p[3], p[4], p[5], p[6], p[7]};
     return ran;
+}
+
+bool fit_wavelength_from_phases(const Scan& scan, FitWavelengthParams& params,
+                                const FitWavelengthParamsFree& free, unsigned int phases) {
+    constexpr double half_turn = internal::two_pi / 2.0;
+    FitWavelengthParamsFree others = free;
+    others.phi = false;
+    FitWavelengthParams best = params;
+    double best_rms = 0.0;
+    for (unsigned int i = 0; i < phases; ++i) {
+        FitWavelengthParams tried = params;
+        tried.phi += half_turn * i / phases;
+        fit_wavelength(scan, tried, others);
+        const double rms = wavelength_residuals(scan, tried).rms;
+        if (i == 0 || rms < best_rms) {
+            best = tried;
+            best_rms = rms;
+        }
+    }
+    const bool ran = fit_wavelength(scan, best, free);
+    if (ran) params = best;
+    return ran;
+}
+
+WavelengthResiduals wavelength_residuals(const Scan& scan, const FitWavelengthParams& params) {
+    const GratingEquation equation(as_array(params));
+    WavelengthResiduals residuals;
+    residuals.values.reserve(scan.size());
+    double sum = 0.0;
+    for (const auto& [step, wl] : scan) {
+        const double value = equation(step);
+        if (!std::isfinite(value)) {
+            throw std::domain_error(
+                "fitting::wavelength_residuals: the grating equation has no value");
+        }
+        const double residual = value - wl;
+        residuals.values.push_back(residual);
+        residuals.largest = std::max(residuals.largest, std::abs(residual));
+        sum += residual * residual;
+    }
+    if (!scan.empty()) residuals.rms = std::sqrt(sum / static_cast<double>(scan.size()));
+    return residuals;
 }
 
 void overlay_scan(const Scan& scan_1, const Scan& scan_2, double* k, double* c) {

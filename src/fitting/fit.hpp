@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
-#include "core/scan.hpp"
-#include "fitting/models.hpp"
+#include "../core/scan.hpp"
+#include "models.hpp"
 
 namespace vekanalysis {
 
@@ -42,6 +42,8 @@ struct FitWavelengthParams {
     double alpha = 0.0;
     double a = 0.0;
     double phi = 0.0;
+
+    bool operator==(const FitWavelengthParams&) const = default;
 };
 
 /// Which of them a fit may move.
@@ -54,6 +56,17 @@ struct FitWavelengthParamsFree {
     bool alpha = false;
     bool a = false;
     bool phi = false;
+
+    bool operator==(const FitWavelengthParamsFree&) const = default;
+};
+
+/// How far a GratingEquation is from the wavelengths of a calibration, in their unit.
+struct WavelengthResiduals {
+    std::vector<double> values;  ///< equation minus stored wavelength, micro-steps ascending
+    double rms = 0.0;            ///< root of the mean of their squares; 0.0 for no points
+    double largest = 0.0;        ///< largest magnitude
+
+    bool operator==(const WavelengthResiduals&) const = default;
 };
 
 /// "<FitWavelengthParams d=..., omega_t=..., ...>", each number with six decimals.
@@ -93,6 +106,23 @@ bool fit_wavelength(const Scan& scan, std::array<double, 8>& p,
 /// The same by name.
 bool fit_wavelength(const Scan& scan, FitWavelengthParams& params,
                     const FitWavelengthParamsFree& free);
+
+/// The same from several phases, since a fit does not find one that is far off: the other free
+/// parameters are fitted with the phase held at params.phi + pi i / phases, i = 0 .. phases - 1,
+/// and the fit of all starts from the result with the smallest `rms`, the first of equal ones. Half
+/// a turn is enough, as a negative amplitude stands for the other half.
+///
+/// @param phases  0 is a fit from the start as it is
+/// @throws std::domain_error  as `wavelength_residuals`, with `params` as they were
+bool fit_wavelength_from_phases(const Scan& scan, FitWavelengthParams& params,
+                                const FitWavelengthParamsFree& free, unsigned int phases);
+
+/// Residuals of wavelengths over micro-steps.
+///
+/// @throws std::domain_error  "fitting::wavelength_residuals: the grating equation has no value",
+///                            where it is not finite: alpha is 0, say
+[[nodiscard]] WavelengthResiduals wavelength_residuals(const Scan& scan,
+                                                       const FitWavelengthParams& params);
 
 /// Least-squares line scan_1 = k scan_2 + c over `utils::key_union` of both, each interpolated.
 /// Without common wavelengths both are NaN; other degenerate sums give infinities or NaN.

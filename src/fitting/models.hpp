@@ -1,19 +1,34 @@
 #pragma once
 
-#include <algorithm>
 #include <array>
-#include <cmath>
 #include <cstddef>
 #include <span>
+#include <typeinfo>
 #include <utility>
 #include <vector>
 
 /// Curves y = f(x; p) that are fitted to scans, with their derivatives by the parameters.
+///
+/// A model of one's own derives from `fitting::Function1D` (or from one of the models below) and
+/// gives `operator()` and `derivative_wrt_param`; `fitting::BindableFunction1D` frees some of its
+/// parameters, and `Fit` fits them.
 namespace vekanalysis {
+
+class GratingEquation;
+class TurretEquation;
 
 namespace internal {
 
 inline constexpr double two_pi = 6.283185307179586;
+
+/// True for the models whose `evaluate_free` gives values and derivatives at once. False for what
+/// derives from them, which may compute something else.
+template <class T>
+inline constexpr bool has_evaluate_free = false;
+template <>
+inline constexpr bool has_evaluate_free<GratingEquation> = true;
+template <>
+inline constexpr bool has_evaluate_free<TurretEquation> = true;
 
 /// A curve of which some parameters are free: what `Fit` works on.
 template <class T>
@@ -29,7 +44,7 @@ public:
     /// Does nothing when there is no free parameter i.
     virtual void set_free_parameter(unsigned int i, T value) = 0;
 
-    /// Values and derivatives at many points: the same numbers as above. Models whose terms share
+    /// Values and derivatives at many points: the same numbers as above. Models of which both share
     /// functions compute those once a point.
     ///
     /// @param x            shape (n)
@@ -78,7 +93,8 @@ public:
     Parameters p{};
 };
 
-/// The model T with a choice of its parameters free, in the order in which they are listed.
+/// The model T, derived from Function1D, with a choice of its parameters free, in the order in
+/// which they are listed.
 template <class T>
 class BindableFunction1D : public T {
 public:
@@ -102,16 +118,14 @@ public:
     }
     void evaluate(std::span<const Value> x, std::span<Value> values,
                   std::span<Value> derivatives) const override {
-        this->with_terms(free_, [&](const auto& terms_at) {
-            std::size_t k = 0;
-            for (std::size_t i = 0; i < x.size(); ++i) {
-                const auto terms = terms_at(x[i]);
-                values[i] = this->value_from(terms);
-                for (const unsigned int index : free_) {
-                    derivatives[k++] = this->derivative_from(terms, index);
-                }
+        if constexpr (has_evaluate_free<T>) {
+            // A class derived from this one may have a value or derivatives of its own.
+            if (typeid(*this) == typeid(BindableFunction1D)) {
+                this->evaluate_free(free_, x, values, derivatives);
+                return;
             }
-        });
+        }
+        BoundFunction1D<Value>::evaluate(x, values, derivatives);
     }
 
 private:
@@ -123,6 +137,17 @@ private:
 };
 
 }  // namespace internal
+
+namespace fitting {
+
+template <class T>
+using BoundFunction1D = internal::BoundFunction1D<T>;
+template <class T, std::size_t N>
+using Function1D = internal::Function1D<T, N>;
+template <class T>
+using BindableFunction1D = internal::BindableFunction1D<T>;
+
+}  // namespace fitting
 
 /// Wavelength of a sine-drive grating monochromator over the motor's micro-steps.
 ///
@@ -146,27 +171,23 @@ public:
     /// phase hardly moves.
     [[nodiscard]] double derivative_wrt_param(double x, unsigned int i) const override;
 
-    [[nodiscard]] double __theta(double x) const;
+    /// The angle theta(x), rad.
+    [[nodiscard]] double theta(double x) const;
+    /// The same under its established name.
+    [[nodiscard]] double __theta(double x) const { return theta(x); }
 
 protected:
-    struct Terms {
-        double theta;
-        double sin_theta;
-        double cos_theta;
-        double sin_s;  ///< s = omega_m x + phi
-        double cos_s;  ///< only where the derivative by phi is wanted
-    };
-    /// Calls f with the function that makes the terms of a point as far as the free parameters need
-    /// them.
-    template <class F>
-    void with_terms(std::span<const unsigned int> free, const F& f) const;
-    [[nodiscard]] double value_from(const Terms& terms) const;
-    [[nodiscard]] double derivative_from(const Terms& terms, unsigned int i) const;
+    /// As `BoundFunction1D::evaluate`, with the derivatives by the parameters listed in `free`.
+    void evaluate_free(std::span<const unsigned int> free, std::span<const double> x,
+                       std::span<double> values, std::span<double> derivatives) const;
 
 private:
+    struct Terms;
     template <bool with_cos_s>
     [[nodiscard]] Terms terms(double x) const;
-    [[nodiscard]] double theta(double x, double sin_s) const;
+    [[nodiscard]] double theta_from(double x, double sin_s) const;
+    [[nodiscard]] double value_from(const Terms& terms) const;
+    [[nodiscard]] double derivative_from(const Terms& terms, unsigned int i) const;
 };
 
 /// Micro-steps over wavelength: inverts GratingEquation with the same parameters, the periodic
@@ -192,18 +213,15 @@ public:
     [[nodiscard]] double derivative_wrt_param(double x, unsigned int i) const override;
 
 protected:
-    struct Terms {
-        double x;
-        double sine;
-        double cosine;
-    };
-    template <class F>
-    void with_terms(std::span<const unsigned int> free, const F& f) const;
-    [[nodiscard]] double value_from(const Terms& terms) const;
-    [[nodiscard]] double derivative_from(const Terms& terms, unsigned int i) const;
+    /// As `GratingEquation::evaluate_free`.
+    void evaluate_free(std::span<const unsigned int> free, std::span<const double> x,
+                       std::span<double> values, std::span<double> derivatives) const;
 
 private:
+    struct Terms;
     [[nodiscard]] Terms terms(double x) const;
+    [[nodiscard]] double value_from(const Terms& terms) const;
+    [[nodiscard]] double derivative_from(const Terms& terms, unsigned int i) const;
 };
 
 /// Spectral radiance of a black body times a factor: p0 `planks_law_sr`(p1, x), with temperature p1
@@ -224,99 +242,5 @@ public:
     [[nodiscard]] double operator()(double x) const override;
     [[nodiscard]] double derivative_wrt_param(double x, unsigned int i) const override;
 };
-
-// In the header, so that a fit's loop over the points has no calls but those of sine and cosine.
-
-inline double GratingEquation::theta(double x, double sin_s) const {
-    return (p[OMEGA_T] * (x + p[A] * sin_s) - p[THETA_Z]) / p[ALPHA];
-}
-
-inline double GratingEquation::__theta(double x) const {
-    return theta(x, std::sin(p[OMEGA_M] * x + p[PHI]));
-}
-
-template <bool with_cos_s>
-GratingEquation::Terms GratingEquation::terms(double x) const {
-    const double s = p[OMEGA_M] * x + p[PHI];
-    const double sin_s = std::sin(s);
-    const double angle = theta(x, sin_s);
-    return {angle, std::sin(angle), std::cos(angle), sin_s, with_cos_s ? std::cos(s) : 0.0};
-}
-
-template <class F>
-void GratingEquation::with_terms(std::span<const unsigned int> free, const F& f) const {
-    if (std::find(free.begin(), free.end(), PHI) != free.end()) {
-        f([this](double x) { return terms<true>(x); });
-    } else {
-        f([this](double x) { return terms<false>(x); });
-    }
-}
-
-inline double GratingEquation::operator()(double x) const {
-    return value_from(terms<false>(x));
-}
-
-inline double GratingEquation::derivative_wrt_param(double x, unsigned int i) const {
-    return derivative_from(terms<true>(x), i);
-}
-
-inline double GratingEquation::value_from(const Terms& terms) const {
-    return 2.0 * p[D] * p[COS_K] * terms.sin_theta;
-}
-
-inline double GratingEquation::derivative_from(const Terms& terms, unsigned int i) const {
-    switch (i) {
-        case COS_K:
-            return 2.0 * p[D] * terms.sin_theta;
-        case THETA_Z:
-            return -2.0 * p[D] * p[COS_K] * terms.cos_theta / p[ALPHA];
-        case ALPHA:
-            return -2.0 * p[D] * p[COS_K] * terms.theta * terms.cos_theta / p[ALPHA];
-        case A:
-            return 2.0 * p[D] * p[OMEGA_T] * p[COS_K] * terms.sin_s * terms.cos_theta / p[ALPHA];
-        case PHI:
-            return 2.0 * p[D] * p[ALPHA] * p[OMEGA_T] * p[COS_K] * terms.cos_s * terms.cos_theta /
-                   p[ALPHA];
-        default:
-            return 0.0;
-    }
-}
-
-inline TurretEquation::Terms TurretEquation::terms(double x) const {
-    const double angle = internal::two_pi * x / p[3] + p[2];
-    return {x, std::sin(angle), std::cos(angle)};
-}
-
-template <class F>
-void TurretEquation::with_terms(std::span<const unsigned int> /*free*/, const F& f) const {
-    f([this](double x) { return terms(x); });
-}
-
-inline double TurretEquation::operator()(double x) const {
-    return value_from(terms(x));
-}
-
-inline double TurretEquation::derivative_wrt_param(double x, unsigned int i) const {
-    return derivative_from(terms(x), i);
-}
-
-inline double TurretEquation::value_from(const Terms& terms) const {
-    return (p[0] + terms.x) + p[1] * terms.sine;
-}
-
-inline double TurretEquation::derivative_from(const Terms& terms, unsigned int i) const {
-    switch (i) {
-        case 0:
-            return 1.0;
-        case 1:
-            return terms.sine;
-        case 2:
-            return p[1] * terms.cosine;
-        case 3:
-            return -internal::two_pi * p[1] * terms.x * terms.cosine / (p[3] * p[3]);
-        default:
-            return 0.0;
-    }
-}
 
 }  // namespace vekanalysis

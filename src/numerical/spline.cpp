@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "numerical/cubic.hpp"
+
 namespace numerical {
 
 namespace {
@@ -21,6 +23,10 @@ std::size_t minimum_points(InterpolationType type) noexcept {
 }
 
 }  // namespace
+
+double Spline::Piece::operator()(double x) const noexcept {
+    return cubic(*this, x);
+}
 
 bool Spline::reset(std::span<const double> x, std::span<const double> y, InterpolationType type) {
     clear();
@@ -158,7 +164,7 @@ std::size_t Spline::find_interval(double x) const noexcept {
 double Spline::eval(double x) const noexcept {
     if (!initialized_ || x < x_.front() || x > x_.back()) return 0.0;
     return type_ == InterpolationType::POLYNOMIAL ? eval_polynomial(x)
-                                                  : eval_piece(find_interval(x), x);
+                                                  : cubic(piece(find_interval(x)), x);
 }
 
 double Spline::deriv(double x) const noexcept {

@@ -35,10 +35,7 @@ public:
         double c;
         double d;
 
-        [[nodiscard]] double operator()(double x) const noexcept {
-            const double t = x - knot;
-            return y + t * (b + t * (c + t * d));
-        }
+        [[nodiscard]] double operator()(double x) const noexcept;
     };
 
     /// Builds the interpolant.

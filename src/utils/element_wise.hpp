@@ -5,8 +5,8 @@
 #include <utility>
 #include <vector>
 
-#include "core/scan.hpp"
-#include "core/scan_arithmetic.hpp"
+#include "../core/scan.hpp"
+#include "../core/scan_arithmetic.hpp"
 
 namespace vekanalysis {
 

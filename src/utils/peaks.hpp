@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/scan.hpp"
+#include "../core/scan.hpp"
 
 /// Peaks, troughs, crossings and widths of scans, between their stored points.
 ///

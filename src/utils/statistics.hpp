@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "core/scan.hpp"
+#include "../core/scan.hpp"
 
 namespace vekanalysis {
 
@@ -17,6 +17,8 @@ struct Stat_Result {
     T skewness;  ///< third standardised moment
     T kurtosis;  ///< excess kurtosis: fourth standardised moment minus 3
     T median;    ///< P-square estimate of the 0.5 quantile, approximate for more than five values
+
+    bool operator==(const Stat_Result&) const = default;
 };
 
 /// "<ScanStatistics mean=... min=... max=... variance=... skewness=... kurtosis=... median=...>",

@@ -37,7 +37,7 @@ Scan splice(const Scan& scan_1, const Scan& scan_2, double wl) {
 
     const internal::FloatComparator<double> before{default_epsilon};
     if (std::adjacent_find(keys.begin(), keys.end(), std::not_fn(before)) == keys.end()) {
-        return {internal::PointMap::adopt(std::move(keys), std::move(values), default_epsilon),
+        return {PointMap::adopt(std::move(keys), std::move(values), default_epsilon),
                 spline::Type::AKIMA};
     }
     // Next to 0 wavelengths may be equivalent, and the order in which points are written counts:

@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-#include "core/scan.hpp"
+#include "../core/scan.hpp"
 
 namespace vekanalysis::utils {
 
@@ -16,6 +16,8 @@ struct StitchResults {
     double percent_error_rms = 0.0;  ///< sqrt(error) / n / average, a fraction
     double stitch_point = 0.0;       ///< wavelength of the splice; 0.0 unless `success`
     Scan stitch_scan;                ///< the joined spectrum; empty unless `success`
+
+    bool operator==(const StitchResults&) const = default;
 };
 
 /// Joins two spectra that overlap over [min_wl, max_wl], of two detectors or gratings say.

@@ -340,6 +340,16 @@ constexpr std::array<internal::Point, 1697> points{{
 
 }  // namespace
 
+constinit const Facts about::AM0_ASTM_E490{
+    "W m-2 nm-1",
+    "ASTM E490-00a, Table 3",
+    Standing::PRINTED,
+    R"doc(
+  The standard AM0 solar spectrum (W m-2 nm-1)
+  It has an integrated power of 1366.1 W m-2
+)doc",
+};
+
 const Scan& AM0_ASTM_E490() {
     static Scan scan = internal::make_table(points);  // not const: see make_table
     return scan;

@@ -413,6 +413,19 @@ constexpr std::array<internal::Point, 2002> points{{
 
 }  // namespace
 
+// Deliberate: the doubled word.
+constinit const Facts about::AM15D_ASTM_G17303{
+    "W m-2 nm-1",
+    "ASTM G173-03",
+    Standing::PRINTED,
+    R"doc(
+  The AM1.5 Direct (+circumsolar) (W m-2 nm-1) spectrum is defined for solar
+  concentrator work. It includes the the direct beam from the sun plus the
+  circumsolar component in a disk 2.5 degrees around the sun. The direct plus
+  circumsolar spectrum has an integrated power density of 900 W m-2
+)doc",
+};
+
 const Scan& AM15D_ASTM_G17303() {
     static Scan scan = internal::make_table(points);  // not const: see make_table
     return scan;

@@ -413,6 +413,16 @@ constexpr std::array<internal::Point, 2002> points{{
 
 }  // namespace
 
+constinit const Facts about::AM15G_ASTM_G17303{
+    "W m-2 nm-1",
+    "ASTM G173-03",
+    Standing::PRINTED,
+    R"doc(
+  The AM1.5 Global solar spectrum (W m-2 nm-1) is designed for flat
+  plate modules and has an integrated power of 1000 W m-2
+)doc",
+};
+
 const Scan& AM15G_ASTM_G17303() {
     static Scan scan = internal::make_table(points);  // not const: see make_table
     return scan;

@@ -36,6 +36,15 @@ constexpr std::array<internal::Point, 41> points{{
 
 }  // namespace
 
+constinit const Facts about::ANSI_Z80_3_2015_green_signal_transmittance{
+    "1",
+    "ANSI Z80.3-2015",
+    Standing::RECONSTRUCTION,
+    R"doc(
+  Transmittance of the green traffic signal lens specified in ANSI Z80.3-2015
+)doc",
+};
+
 const Scan& ANSI_Z80_3_2015_green_signal_transmittance() {
     static Scan scan = internal::make_table(points);  // not const: see make_table
     return scan;

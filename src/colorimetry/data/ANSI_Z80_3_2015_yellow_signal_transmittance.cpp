@@ -33,6 +33,15 @@ constexpr std::array<internal::Point, 29> points{{
 
 }  // namespace
 
+constinit const Facts about::ANSI_Z80_3_2015_yellow_signal_transmittance{
+    "1",
+    "ANSI Z80.3-2015",
+    Standing::RECONSTRUCTION,
+    R"doc(
+  Transmittance of the yellow traffic signal lens specified in ANSI Z80.3-2015
+)doc",
+};
+
 const Scan& ANSI_Z80_3_2015_yellow_signal_transmittance() {
     static Scan scan = internal::make_table(points);  // not const: see make_table
     return scan;

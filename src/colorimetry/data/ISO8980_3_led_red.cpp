@@ -33,6 +33,18 @@ constexpr std::array<internal::Point, 28> points{{
 
 }  // namespace
 
+// Deliberate: the blank behind "average".
+constinit const Facts about::ISO8980_3_led_red{
+    "sum 100",
+    "ISO 8980-3:2013, 3.5",
+    Standing::RECONSTRUCTION,
+    "\n"
+    "  Relative spectral distribution of radiation emitted by LED signal lights,\n"
+    "  ESignal(λ), weighted by the spectral luminous efficiency function of the average \n"
+    "  human eye for daylight vision, V(λ), as specified in ISO 11664-1.\n"
+    "  Red Signal\n",
+};
+
 const Scan& ISO8980_3_led_red() {
     static Scan scan = internal::make_table(points);  // not const: see make_table
     return scan;

@@ -40,6 +40,15 @@ constexpr std::array<internal::Point, 81> points{{
 
 }  // namespace
 
+constinit const Facts about::aphake_hazard{
+    "1",
+    "ICNIRP 2013, Table 2",
+    Standing::PRINTED,
+    R"doc(
+  Aphake hazard function A(λ)
+)doc",
+};
+
 const Scan& aphake_hazard() {
     static Scan scan = internal::make_table(points);  // not const: see make_table
     return scan;

@@ -30,6 +30,16 @@ constexpr std::array<internal::Point, 25> points{{
 
 }  // namespace
 
+constinit const Facts about::blue_light_hazard{
+    "1",
+    "ISO 8980-3, Table B.1",
+    Standing::PRINTED,
+    R"doc(
+  Blue-light hazard function B(λ)
+  380nm to 500nm steps 5nm
+)doc",
+};
+
 const Scan& blue_light_hazard() {
     static Scan scan = internal::make_table(points);  // not const: see make_table
     return scan;

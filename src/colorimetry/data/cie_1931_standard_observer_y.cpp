@@ -41,6 +41,16 @@ constexpr std::array<internal::Point, 81> points{{
 
 }  // namespace
 
+constinit const Facts about::cie_1931_standard_observer_y{
+    "1",
+    "CIE 15:2004, Table T.4",
+    Standing::PRINTED,
+    R"doc(
+  CIE 1931 standard colorimetric observer (CIE 1931 2° Standard Observer)
+  Color Matching Function y
+)doc",
+};
+
 const Scan& cie_1931_standard_observer_y() {
     static Scan scan = internal::make_table(points);  // not const: see make_table
     return scan;

@@ -35,6 +35,16 @@ constexpr std::array<internal::Point, 55> points{{
 
 }  // namespace
 
+constinit const Facts about::cie_1931_standard_observer_z{
+    "1",
+    "CIE 15:2004, Table T.4",
+    Standing::PRINTED,
+    R"doc(
+  CIE 1931 standard colorimetric observer (CIE 1931 2° Standard Observer)
+  Color Matching Function z
+)doc",
+};
+
 const Scan& cie_1931_standard_observer_z() {
     static Scan scan = internal::make_table(points);  // not const: see make_table
     return scan;

@@ -32,6 +32,16 @@ constexpr std::array<internal::Point, 37> points{{
 
 }  // namespace
 
+constinit const Facts about::cie_1964_standard_observer_z{
+    "1",
+    "CIE 15:2004, Table T.5",
+    Standing::PRINTED,
+    R"doc(
+  CIE 1964 standard colorimetric observer (CIE 1964 10° Standard Observer)
+  Color Matching Function z
+)doc",
+};
+
 const Scan& cie_1964_standard_observer_z() {
     static Scan scan = internal::make_table(points);  // not const: see make_table
     return scan;

@@ -40,6 +40,15 @@ constexpr std::array<internal::Point, 97> points{{
 
 }  // namespace
 
+constinit const Facts about::cie_illuminant_a{
+    "relative",
+    "CIE 15:2004, Table T.1",
+    Standing::PRINTED,
+    R"doc(
+  Relative spectral power distribution of CIE Standard Illuminant A
+)doc",
+};
+
 const Scan& cie_illuminant_a() {
     static Scan scan = internal::make_table(points);  // not const: see make_table
     return scan;

@@ -37,6 +37,15 @@ constexpr std::array<internal::Point, 41> points{{
 
 }  // namespace
 
+constinit const Facts about::cie_illuminant_c{
+    "relative",
+    "CIE 15:2004, Table T.1, divided by its value at 560 nm",
+    Standing::SCALED,
+    R"doc(
+  Relative spectral power distribution of CIE Standard Illuminant C
+)doc",
+};
+
 const Scan& cie_illuminant_c() {
     static Scan scan = internal::make_table(points);  // not const: see make_table
     return scan;

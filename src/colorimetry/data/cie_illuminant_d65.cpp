@@ -41,6 +41,15 @@ constexpr std::array<internal::Point, 107> points{{
 
 }  // namespace
 
+constinit const Facts about::cie_illuminant_d65{
+    "relative",
+    "CIE 15:2004, Table T.1",
+    Standing::PRINTED,
+    R"doc(
+  Relative spectral power distribution of CIE Standard Illuminant D65
+)doc",
+};
+
 const Scan& cie_illuminant_d65() {
     static Scan scan = internal::make_table(points);  // not const: see make_table
     return scan;

@@ -4,7 +4,7 @@
 #include <utility>
 #include <vector>
 
-#include "core/scan.hpp"
+#include "../../core/scan.hpp"
 
 namespace vekanalysis::colorimetry::data::internal {
 

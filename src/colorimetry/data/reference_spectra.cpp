@@ -1,37 +1,48 @@
 #include "colorimetry/data/reference_spectra.hpp"
 
+#include <algorithm>
+
 namespace vekanalysis::colorimetry::data {
 
-const std::array<const Scan*, 27>& dataset() {
-    static const std::array<const Scan*, 27> scans{
-        &AM0_ASTM_E490(),
-        &AM15D_ASTM_G17303(),
-        &AM15G_ASTM_G17303(),
-        &ANSI_Z80_3_2015_green_signal_transmittance(),
-        &ANSI_Z80_3_2015_red_signal_transmittance(),
-        &ANSI_Z80_3_2015_yellow_signal_transmittance(),
-        &ISO8980_3_incandescent_blue(),
-        &ISO8980_3_incandescent_green(),
-        &ISO8980_3_incandescent_red(),
-        &ISO8980_3_incandescent_yellow(),
-        &ISO8980_3_led_blue(),
-        &ISO8980_3_led_green(),
-        &ISO8980_3_led_red(),
-        &ISO8980_3_led_yellow(),
-        &aphake_hazard(),
-        &blue_light_hazard(),
-        &cie_1931_standard_observer_x(),
-        &cie_1931_standard_observer_y(),
-        &cie_1931_standard_observer_z(),
-        &cie_1964_standard_observer_x(),
-        &cie_1964_standard_observer_y(),
-        &cie_1964_standard_observer_z(),
-        &cie_illuminant_a(),
-        &cie_illuminant_c(),
-        &cie_illuminant_d65(),
-        &relative_spectral_effectiveness(),
-        &solar_spectral_irradiance(),
-    };
+namespace {
+
+#define VEKANALYSIS_ENTRY(name) Table{#name, &name, about::name},
+constinit const std::array<Table, table_count> all_tables{
+    VEKANALYSIS_REFERENCE_TABLES(VEKANALYSIS_ENTRY)};
+#undef VEKANALYSIS_ENTRY
+
+}  // namespace
+
+const char* to_string(Standing standing) noexcept {
+    switch (standing) {
+        case Standing::PRINTED:
+            return "printed figures";
+        case Standing::SCALED:
+            return "printed figures, scaled";
+        case Standing::RECONSTRUCTION:
+            break;
+    }
+    return "reconstruction";
+}
+
+std::span<const Table, table_count> tables() noexcept {
+    return all_tables;
+}
+
+const Table* find_table(std::string_view name) noexcept {
+    const auto* const found =
+        std::find_if(all_tables.begin(), all_tables.end(),
+                     [name](const Table& table) { return name == table.name; });
+    return found == all_tables.end() ? nullptr : found;
+}
+
+const std::array<const Scan*, table_count>& dataset() {
+    static const auto scans = [] {
+        std::array<const Scan*, table_count> all{};
+        std::transform(all_tables.begin(), all_tables.end(), all.begin(),
+                       [](const Table& table) { return &table.spectrum(); });
+        return all;
+    }();
     return scans;
 }
 

@@ -28,6 +28,19 @@ constexpr std::array<internal::Point, 25> points{{
 
 }  // namespace
 
+constinit const Facts about::relative_spectral_effectiveness{
+    "1",
+    "ICNIRP, Health Phys. 87 (2004) 171-186",
+    Standing::PRINTED,
+    R"doc(
+  Relative spectral effectiveness function S(λ)
+  280nm to 400nm steps 5nm
+  ICNIRP, Guidelines on limits of exposure to ultraviolet radiation of wavelengths
+  between 180 nm and 400 nm (incoherent optical radiation),
+  Health Phys. 2004, 87 (2) pp. 171-186
+)doc",
+};
+
 const Scan& relative_spectral_effectiveness() {
     static Scan scan = internal::make_table(points);  // not const: see make_table
     return scan;

@@ -32,6 +32,17 @@ constexpr std::array<internal::Point, 43> points{{
 
 }  // namespace
 
+// Deliberate: 250nm, although the table begins at 290 nm.
+constinit const Facts about::solar_spectral_irradiance{
+    "mW m-2 nm-1",
+    "ISO 8980-3, Table B.1",
+    Standing::PRINTED,
+    R"doc(
+  Solar Spectral Irradiance (mW m-2 nm-1)
+  250nm to 500nm steps 5nm
+)doc",
+};
+
 const Scan& solar_spectral_irradiance() {
     static Scan scan = internal::make_table(points);  // not const: see make_table
     return scan;

@@ -4,6 +4,7 @@
 
 #include "colorimetry/data/reference_spectra.hpp"
 #include "core/scan_arithmetic.hpp"
+#include "thrown_text.hpp"
 
 namespace vekanalysis::colorimetry {
 
@@ -44,6 +45,19 @@ TEST(Tristimulus, ValuesAreRawIntegrals) {
     // of CIE 15:2004, Table T.4, times 5 nm).
     const Scan one{{360, 1}, {460, 1}, {560, 1}, {660, 1}, {830, 1}};
     EXPECT_NEAR(CIE_tristimulus_values(one, observer_1931()).Y, 106.857, 0.002);
+}
+
+// ASTM E308-18, Table 5; the white point of its 5 nm sums is within 1e-4 of our integrals.
+TEST(Tristimulus, RelativeValuesHaveTheWhitePointAtHundred) {
+    const Scan& d65 = data::cie_illuminant_d65();
+    const auto [X, Y, Z] = CIE_relative_tristimulus_values(d65 * 0.5, d65, observer_1931());
+    EXPECT_NEAR(X, 0.5 * 95.047, 0.01);
+    EXPECT_DOUBLE_EQ(Y, 50.0);
+    EXPECT_NEAR(Z, 0.5 * 108.883, 0.01);
+    EXPECT_EQ(thrown_text([&] {
+                  std::ignore = CIE_relative_tristimulus_values(d65, d65 * 0.0, observer_1931());
+              }),
+              "CIE_relative_tristimulus_values: Y of the white point must be finite and above 0");
 }
 
 TEST(Lab, FunctionSwitchesStrictlyAboveItsThreshold) {

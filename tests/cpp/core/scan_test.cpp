@@ -1,4 +1,5 @@
 #include "core/scan.hpp"
+#include "core/scan_arithmetic.hpp"
 #include "thrown_text.hpp"
 
 #include <gtest/gtest.h>
@@ -102,6 +103,27 @@ TEST(ScanEpsilon, DecidesWhichWavelengthsAreOneKey) {
     EXPECT_TRUE(sums.contains(0.3));
 }
 
+TEST(ScanEpsilon, MayBeInfiniteButNotNegativeOrNan) {
+    Scan scan(Doubles{500, -INFINITY, 400}, Doubles{1, 2, 3}, INFINITY);
+    EXPECT_EQ(scan.as_vectors(), (std::vector<Doubles>{{500}, {3}}));
+    for (const double wl : Doubles{-INFINITY, 0.0, 500.0, INFINITY}) {
+        EXPECT_TRUE(scan.contains(wl));
+        EXPECT_EQ(scan(wl), 3.0);
+        EXPECT_EQ(ScanCursor(scan)(wl), 3.0);
+        scan[wl] = 3.0;
+    }
+    EXPECT_FALSE(scan.contains(NAN));
+    EXPECT_EQ((scan * Scan{{400.0, 2.0}, {500.0, 4.0}, {600.0, 8.0}}).as_vectors(),
+              (std::vector<Doubles>{{500}, {12}}));
+    Scan points = five_points();
+    points.set_wavelength_epsilon(INFINITY);
+    EXPECT_EQ(points.as_vectors(), (std::vector<Doubles>{{400}, {1}}));
+    for (const double epsilon : Doubles{-1.0, -INFINITY, NAN}) {
+        EXPECT_EQ(thrown_text([=] { (void)Scan(epsilon); }),
+                  "Scan: epsilon must not be negative or NaN");
+    }
+}
+
 TEST(ScanEpsilon, WideningKeepsTheLowestOfEachRunAndTheOldSpline) {
     Scan wide(Doubles{1, 4, 4.5, 9}, Doubles{1, 2, 10, 3}, 1e-20, Type::LINEAR);
     (void)wide(4.25);
@@ -127,6 +149,15 @@ TEST(ScanAccess, AnElementReferenceReadsAndAssigns) {
     const auto miss = [&] { (void)static_cast<double>(scan[1.0]); };
     EXPECT_EQ(thrown_text(miss), "map::at:  key not found");
     EXPECT_EQ(scan.size(), 6U);
+
+    const Scan other = five_points();
+    Scan changed = other;
+    scan[400.0] = scan[455.0];
+    scan[410.0] = changed[700.0];
+    EXPECT_EQ(scan.at(400.0), 8.0);
+    EXPECT_EQ(scan.at(410.0), 4.0);
+    EXPECT_EQ(thrown_text([&] { scan[400.0] = scan[1.0]; }), "map::at:  key not found");
+    EXPECT_EQ(scan.at(400.0), 8.0);
 }
 
 TEST(ScanExtremes, TheLowestWavelengthWinsAndEmptyRangesGiveEnd) {
@@ -227,6 +258,8 @@ TEST(ScanIntegral, IsClippedAndZeroWhenReversed) {
     EXPECT_EQ(scan(0.0, 1e6), scan.integral());
     EXPECT_EQ(scan(500.0, 400.0), 0.0);
     EXPECT_EQ(scan(710.0, 720.0), 0.0);
+    EXPECT_TRUE(std::isnan(scan(500.0, NAN)) && std::isnan(scan(NAN, 500.0)));
+    EXPECT_EQ(Scan()(500.0, NAN), 0.0);
     EXPECT_EQ(Scan().integral(), 0.0);
     EXPECT_EQ(Scan(Doubles{400}, Doubles{1}).integral(), 0.0);
     EXPECT_EQ(Scan()(400.0, 500.0), 0.0);

@@ -9,9 +9,10 @@
 #include <string>
 #include <vector>
 
-#include "colorimetry/physics.hpp"
 #include "core/scan_arithmetic.hpp"
 #include "fitting/models.hpp"
+#include "physics/physics.hpp"
+#include "thrown_text.hpp"
 
 namespace {
 
@@ -86,15 +87,38 @@ TEST(EveryModel, HasTheDerivativesOfItsValue) {
          {-1e5, 3e5, 7.7e5},
          {0, 1, 2, 7}},
         {"turret", std::make_shared<vekanalysis::TurretEquation>(turret), {-31.0, 20.0, 177.0}, {}},
-        {"black body",
-         std::make_shared<vekanalysis::BlackBodyEquation>(std::array<double, 2>{2.5, 3000.0}),
-         {4e-7, 1e-6, 5e-6},
-         {}},
-        {"line",
-         std::make_shared<vekanalysis::LineEquation>(std::array<double, 2>{2.0, -3.0}),
-         {-1.0, 4.0},
-         {}}};
+        {"bound turret", bound<vekanalysis::TurretEquation>(turret), {-31.0, 20.0, 177.0}, {}},
+        {"black body", bound<vekanalysis::BlackBodyEquation>({2.5, 3000.0}), {4e-7, 1e-6}, {}},
+        {"line", bound<vekanalysis::LineEquation>({2.0, -3.0}), {-1.0, 4.0}, {}}};
     for (const Tested& model : models) expect_derivatives(model);
+}
+
+/// Twice the turret's curve without its x: a value and derivatives of its own.
+template <class Base>
+struct Doubled : Base {
+    using Base::Base;
+    double operator()(double x) const override { return 2.0 * (Base::operator()(x) - x); }
+    double derivative_wrt_param(double x, unsigned int i) const override {
+        return 2.0 * Base::derivative_wrt_param(x, i);
+    }
+};
+
+TEST(Fit, HonoursAModelOfTheUsersOwn) {
+    using Turret = vekanalysis::TurretEquation;
+    using Parameters = Turret::Parameters;
+    const Parameters exact{0.5, 3.0, 0.7, 200.0};
+    const Parameters start{0.0, 2.0, 1.0, 200.0};
+    const Scan data = sampled(Doubled<Turret>(exact), 0.0, 7.0, 100);
+    fitting::BindableFunction1D<Doubled<Turret>> bound_model(start, {2, 1, 0});
+    Doubled<fitting::BindableFunction1D<Turret>> changed_binding(start, {0, 1, 2});
+    Doubled<Turret> all_free(start);
+    const auto recovers = [&](auto& model) {
+        ASSERT_TRUE(vekanalysis::Fit().fit(&data, &model));
+        for (std::size_t i = 0; i < 4; ++i) EXPECT_NEAR(model.p[i], exact[i], 1e-6) << i;
+    };
+    recovers(bound_model);
+    recovers(changed_binding);
+    recovers(all_free);
 }
 
 // Deliberate: d, omega_t and omega_m do not move, alpha stands for a in the derivative by phi.
@@ -173,6 +197,38 @@ TEST(Fits, LeaveTheirParametersWhenTheyCannotRun) {
     // Indices that name no parameter, or one twice, do no harm.
     EXPECT_TRUE(fitting::fit_wavelength(two, p, {8, 4}));
     EXPECT_TRUE(fitting::fit_wavelength(two, p, {4, 4}));
+}
+
+TEST(FitWavelength, FindsAPhaseFromAfarWhenItTriesSeveral) {
+    const Scan data = sampled(vekanalysis::GratingEquation(monochromator), 1e5, 4e3, 150);
+    vekanalysis::FitWavelengthParams start{833.333, 1e-6, 3.14e-4, 0.9705, 0.0201, 1.01, 10.0, 2.9};
+    vekanalysis::FitWavelengthParamsFree free;
+    free.cos_K = free.theta_z = free.a = free.phi = true;
+    vekanalysis::FitWavelengthParams p = start;
+    ASSERT_TRUE(fitting::fit_wavelength_from_phases(data, p, free, 0));
+    const double plain = fitting::wavelength_residuals(data, p).rms;
+    p = start;
+    ASSERT_TRUE(fitting::fit_wavelength_from_phases(data, p, free, 36));
+    EXPECT_LT(5.0 * fitting::wavelength_residuals(data, p).rms, plain);
+    EXPECT_NEAR(std::abs(p.a), 12.0, 0.01);
+    p = start;
+    EXPECT_FALSE(fitting::fit_wavelength_from_phases(data, p, {}, 36));
+    EXPECT_EQ(p.phi, start.phi);
+}
+
+TEST(WavelengthResiduals, AreEquationMinusWavelength) {
+    vekanalysis::FitWavelengthParams p{833.333, 1e-6, 3.14e-4, 0.97, 0.02, 1.01, 12.0, 0.4};
+    const vekanalysis::GratingEquation equation(monochromator);
+    const Scan data({{1e5, equation(1e5) - 3.0}, {2e5, equation(2e5) + 4.0}});
+    const auto residuals = fitting::wavelength_residuals(data, p);
+    EXPECT_NEAR(residuals.values.at(0), 3.0, 1e-12);
+    EXPECT_NEAR(residuals.values.at(1), -4.0, 1e-12);
+    EXPECT_NEAR(residuals.rms, std::sqrt(12.5), 1e-12);
+    EXPECT_NEAR(residuals.largest, 4.0, 1e-12);
+    EXPECT_EQ(fitting::wavelength_residuals(Scan(), p).rms, 0.0);
+    p.alpha = 0.0;
+    EXPECT_EQ(thrown_text([&] { (void)fitting::wavelength_residuals(data, p); }),
+              "fitting::wavelength_residuals: the grating equation has no value");
 }
 
 TEST(FitBlackBody, TakesItsStartFromTheScan) {

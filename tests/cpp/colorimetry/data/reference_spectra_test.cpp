@@ -87,6 +87,7 @@ TEST_P(ReferenceSpectrum, HasThePublishedGridAndValues) {
     const Table& table = tables[GetParam()];
     const Scan& scan = table.accessor();
     EXPECT_EQ(&scan, dataset()[GetParam()]);
+    EXPECT_EQ(find_table(table.name), &data::tables()[GetParam()]);
     EXPECT_EQ(scan.get_wavelength_epsilon(), 1e-20);
     EXPECT_EQ(scan.get_interpolation_type(), spline::Type::AKIMA);
     ASSERT_EQ(scan.size(), table.count);
@@ -109,6 +110,8 @@ TEST_P(ReferenceSpectrum, HasThePublishedGridAndValues) {
     EXPECT_EQ(*scan.max_element(), table.peak);
     EXPECT_EQ(scan.at(table.spot.first), table.spot.second);
 }
+
+static_assert(std::size(tables) == table_count && table_count == 27);
 
 INSTANTIATE_TEST_SUITE_P(All, ReferenceSpectrum, testing::Range(std::size_t{0}, std::size(tables)),
                          [](const auto& index) { return std::string(tables[index.param].name); });

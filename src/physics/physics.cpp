@@ -1,4 +1,4 @@
-#include "colorimetry/physics.hpp"
+#include "physics/physics.hpp"
 
 #include <cmath>
 #include <cstddef>

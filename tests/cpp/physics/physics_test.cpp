@@ -1,11 +1,11 @@
-#include "colorimetry/physics.hpp"
+#include "physics/physics.hpp"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
 
 #include "colorimetry/data/reference_spectra.hpp"
-#include "colorimetry/radiometry.hpp"
+#include "radiometry/radiometry.hpp"
 
 namespace vekanalysis {
 

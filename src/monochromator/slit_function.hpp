@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/scan.hpp"
+#include "../core/scan.hpp"
 
 /// Slit function of a monochromator whose round input fibre is imaged across an equal round exit
 /// fibre: the normalised overlap of two equal circles.
@@ -21,8 +21,9 @@ namespace vekanalysis::monochromator::slit_function {
 /// Where a bandwidth is so small that neighbouring wavelengths are equal in double precision, they
 /// are one point.
 /// @throws std::invalid_argument  "slit_function::uniform_fibres: fewer than 2 points",
-///                                "slit_function::uniform_fibres: more than 100000000 points" or,
-///                                for NaN or infinite arguments, "Scan: wavelength must not be NaN"
+///                                "slit_function::uniform_fibres: more than 100000000 points" or
+///                                "slit_function::uniform_fibres: wavelengths must be finite", for
+///                                arguments that are NaN, infinite or make such wavelengths
 [[nodiscard]] Scan uniform_fibres(double central_wavelength, double bandwidth, unsigned int points);
 
 }  // namespace vekanalysis::monochromator::slit_function

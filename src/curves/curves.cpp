@@ -1,4 +1,4 @@
-#include "colorimetry/curves.hpp"
+#include "curves/curves.hpp"
 
 #include <cmath>
 #include <cstddef>

@@ -1,4 +1,4 @@
-#include "colorimetry/chromaticity.hpp"
+#include "chromaticity/chromaticity.hpp"
 
 #include <gtest/gtest.h>
 
@@ -6,6 +6,8 @@
 #include <cmath>
 #include <limits>
 #include <vector>
+
+#include "colorimetry/data/reference_spectra.hpp"
 
 namespace vekanalysis::chromaticity {
 
@@ -35,6 +37,13 @@ TEST(Chromaticity, OfAClearLensIsThatOfTheLight) {
         EXPECT_NEAR(point.y, c.expected.y, c.tolerance);
         EXPECT_TRUE(std::isnan(c.function(constant(0.0)).x));
     }
+}
+
+// CIE 15:2004, Table T.3.
+TEST(Chromaticity, OfDaylightForTheWideField) {
+    const ChromaticityPoint point = CIE_1964_chromaticity(colorimetry::data::cie_illuminant_d65());
+    EXPECT_NEAR(point.x, 0.31381, 5e-5);
+    EXPECT_NEAR(point.y, 0.33098, 5e-5);
 }
 
 TEST(Contains, AsksWhetherThePolygonWindsRoundThePoint) {

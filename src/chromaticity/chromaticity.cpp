@@ -1,4 +1,4 @@
-#include "colorimetry/chromaticity.hpp"
+#include "chromaticity/chromaticity.hpp"
 
 #include <cmath>
 #include <cstdint>
@@ -19,11 +19,22 @@ namespace chromaticity {
 
 namespace tables = colorimetry::data;
 
-ChromaticityPoint CIE_1931_chromaticity(const Scan& scan) {
-    const auto [X, Y, Z] =
-        colorimetry::CIE_tristimulus_values(scan, observers::data::cie_1931_standard());
+namespace {
+
+ChromaticityPoint chromaticity_for(const Observer& observer, const Scan& scan) {
+    const auto [X, Y, Z] = colorimetry::CIE_tristimulus_values(scan, observer);
     const double sum = Z + (X + Y);
     return {X / sum, Y / sum};
+}
+
+}  // namespace
+
+ChromaticityPoint CIE_1931_chromaticity(const Scan& scan) {
+    return chromaticity_for(observers::data::cie_1931_standard(), scan);
+}
+
+ChromaticityPoint CIE_1964_chromaticity(const Scan& scan) {
+    return chromaticity_for(observers::data::cie_1964_standard(), scan);
 }
 
 ChromaticityPoint ANSI_Z80_3_daylight_chromaticity(const Scan& scan) {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/scan.hpp"
+#include "../core/scan.hpp"
 
 namespace vekanalysis::radiometry {
 

@@ -1,11 +1,11 @@
-#include "colorimetry/curves.hpp"
+#include "curves/curves.hpp"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <stdexcept>
 
-#include "colorimetry/slit_function.hpp"
+#include "monochromator/slit_function.hpp"
 
 namespace vekanalysis {
 

@@ -1,4 +1,4 @@
-#include "colorimetry/slit_function.hpp"
+#include "monochromator/slit_function.hpp"
 
 #include <cmath>
 #include <stdexcept>
@@ -38,6 +38,9 @@ Scan uniform_fibres(double central_wavelength, double bandwidth, unsigned int po
         throw std::invalid_argument("slit_function::uniform_fibres: more than 100000000 points");
     }
     const double R = half_base(bandwidth);
+    if (!std::isfinite(std::abs(central_wavelength) + 2.0 * std::abs(R))) {
+        throw std::invalid_argument("slit_function::uniform_fibres: wavelengths must be finite");
+    }
     const unsigned int last = points - 1;
     const double step = 2.0 * R / last;
     const auto offset = [R, step](unsigned int i) {

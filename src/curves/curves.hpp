@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/scan.hpp"
+#include "../core/scan.hpp"
 
 /// Synthetic spectra on the grid min_wl + i * step_wl (one fused multiply-add each) up to max_wl,
 /// which is a point only where the grid meets it. All arguments in nm; epsilon 1e-20, AKIMA.

@@ -1,4 +1,4 @@
-#include "colorimetry/radiometry.hpp"
+#include "radiometry/radiometry.hpp"
 
 #include "colorimetry/data/reference_spectra.hpp"
 #include "core/scan_arithmetic.hpp"
