@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-#include "core/scan.hpp"
+#include "../core/scan.hpp"
 
 namespace vekanalysis::io {
 

@@ -18,6 +18,8 @@ auto read(std::span<const unsigned char> buffer) {
     return Reader(buffer.data(), buffer.size()).vekfile();
 }
 
+}  // namespace
+
 std::map<std::string, Scan> scans_by_name(VekFile file) {
     std::map<std::string, Scan> scans;
     for (auto& data_set : file.data_sets) {
@@ -25,8 +27,6 @@ std::map<std::string, Scan> scans_by_name(VekFile file) {
     }
     return scans;
 }
-
-}  // namespace
 
 VekFile load_vekfile(std::span<const unsigned char> buffer) {
     return read<vekfile::VekFileReader>(buffer);

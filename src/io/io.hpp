@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "core/scan.hpp"
-#include "io/vekfile.hpp"
+#include "../core/scan.hpp"
+#include "vekfile.hpp"
 
 /// Reads measurement files and CSV spectra.
 ///
@@ -21,12 +21,17 @@
 /// Safe to call from several threads at once.
 namespace vekanalysis::io {
 
-using VekFile = vekfile::__VekFile<vekfile::__DataSet<Scan>>;
+using DataSet = vekfile::DataSet<Scan>;
+using VekFile = vekfile::VekFile<DataSet>;
 
+/// Points whose x is NaN are left out of the scans; `left_out` of each data set counts them.
 [[nodiscard]] VekFile load_vekfile(std::span<const unsigned char> buffer);
 [[nodiscard]] VekFile load_vekfile(const std::string& file_path);
 
 /// The data sets by name. Deliberate: of those with the same name the last one is kept.
+[[nodiscard]] std::map<std::string, Scan> scans_by_name(VekFile file);
+
+/// The same of a file.
 [[nodiscard]] std::map<std::string, Scan> load_vek_scan_data(std::span<const unsigned char> buffer);
 [[nodiscard]] std::map<std::string, Scan> load_vek_scan_data(const std::string& file_path);
 

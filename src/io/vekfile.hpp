@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-#include "core/scan.hpp"
+#include "../core/scan.hpp"
 
 /// What is kept of a measurement file of the Dalvix+ acquisition program. All texts are UTF-8.
 namespace vekanalysis::vekfile {
@@ -17,6 +17,8 @@ struct Meta {
     bool has_timestamps = false;
     /// Kind of the x axis with its unit, for example "Wavelength / nm"; empty for an unknown code.
     std::string x_type;
+
+    bool operator==(const Meta&) const = default;
 };
 
 /// Titles of the graph that the acquisition program showed.
@@ -25,15 +27,22 @@ struct Graph {
     std::uint32_t gv_version = 0;
     std::string x_axis_title;
     std::string y_axis_title;
+
+    bool operator==(const Graph&) const = default;
 };
 
-/// One measured curve, in the points container T (Scan or DataNative).
+/// One measured curve, in the points container T (Scan or DataNative); `DataSet` is the spelling
+/// for new code.
 template <class T>
 struct __DataSet {
-    /// Count of points in the file; a Scan holds fewer when x values coincide.
+    /// Count of points in the file; a Scan holds fewer when x values coincide or are NaN.
     std::uint32_t no_of_points = 0;
     std::string name;
     T data;
+    /// Count of points that a Scan lacks because their x is NaN; 0 for DataNative, which has them.
+    std::uint32_t left_out = 0;
+
+    bool operator==(const __DataSet&) const = default;
 };
 
 struct MeasurementTypeUnits {
@@ -42,6 +51,8 @@ struct MeasurementTypeUnits {
     /// -1 when the file gives no code; the same for the unit's.
     std::int32_t measurement_type_code = -1;
     std::int32_t units_code = -1;
+
+    bool operator==(const MeasurementTypeUnits&) const = default;
 };
 
 struct DataInfo {
@@ -62,9 +73,11 @@ struct DataInfo {
     std::string reference_type;
     std::string reference_file;
     std::string reference_parameter;
+
+    bool operator==(const DataInfo&) const = default;
 };
 
-/// A whole file; D is __DataSet<Scan> or __DataSet<DataNative>.
+/// A whole file; D is DataSet<Scan> or DataSet<DataNative>. `VekFile` is the spelling for new code.
 template <class D>
 struct __VekFile {
     Meta meta;
@@ -72,6 +85,8 @@ struct __VekFile {
     /// In file order; names may repeat.
     std::vector<D> data_sets;
     DataInfo data_info;
+
+    bool operator==(const __VekFile&) const = default;
 };
 
 /// Points exactly as the file has them: in file order, with repeated and even NaN x values.
@@ -91,6 +106,11 @@ public:
     std::vector<double> x;
     std::vector<double> y;
 };
+
+template <class T>
+using DataSet = __DataSet<T>;
+template <class D>
+using VekFile = __VekFile<D>;
 
 /// Splits "type / units" and reads the two integers of `codes`.
 ///

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "io/vekfile.hpp"
+#include "vekfile.hpp"
 
 namespace vekanalysis::vekfile {
 

@@ -3,6 +3,7 @@
 #include <array>
 #include <cmath>
 #include <stdexcept>
+#include <type_traits>
 
 namespace vekanalysis::vekfile {
 
@@ -12,6 +13,20 @@ constexpr std::size_t contents_entry = 1;
 constexpr std::array<unsigned char, 16> marker{0x4E, 0xD0, 0xDF, 0x71, 0x88, 0xCB, 0x02, 0x45,
                                                0x88, 0xEB, 0xD9, 0x43, 0xA3, 0x09, 0x1A, 0x1A};
 constexpr std::uint64_t point_size = 16;
+
+/// Erases the points whose x is NaN; their number.
+std::size_t erase_nan(DataNative& points) {
+    std::size_t kept = 0;
+    for (std::size_t i = 0; i < points.x.size(); ++i) {
+        if (std::isnan(points.x[i])) continue;
+        points.x[kept] = points.x[i];
+        points.y[kept++] = points.y[i];
+    }
+    const std::size_t erased = points.x.size() - kept;
+    points.x.resize(kept);
+    points.y.resize(kept);
+    return erased;
+}
 
 }  // namespace
 
@@ -144,7 +159,8 @@ void __VekFileReader<T>::__read_points() {
     }
 }
 
-/// Leaves in each container what inserting the points one by one in file order would leave there.
+/// Leaves in each container what inserting the points one by one in file order would leave there,
+/// those left out that a Scan refuses.
 template <class T>
 void __VekFileReader<T>::__fill_data_sets() {
     // Sorting points into a scan takes memory of its own; the stream's is given back first.
@@ -153,6 +169,9 @@ void __VekFileReader<T>::__fill_data_sets() {
     auto points = points_.begin();
     for (auto& data_set : record_.data_sets) {
         if (data_set.no_of_points == 0) continue;
+        if constexpr (std::is_same_v<T, Scan>) {
+            data_set.left_out = static_cast<std::uint32_t>(erase_nan(*points));
+        }
         data_set.data = T(std::move(points->x), std::move(points->y));
         ++points;
     }

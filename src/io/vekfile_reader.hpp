@@ -5,13 +5,14 @@
 #include <utility>
 #include <vector>
 
-#include "io/compound_file.hpp"
-#include "io/vekfile.hpp"
+#include "compound_file.hpp"
+#include "vekfile.hpp"
 
 namespace vekanalysis::vekfile {
 
 /// Reads the stream "Contents", directory entry 1 of a measurement file, front to back into a
-/// record. docs/file-format.md has the layout. Instantiated for Scan and DataNative.
+/// record. docs/file-format.md has the layout. Instantiated for Scan and DataNative. A Scan takes
+/// no NaN for a wavelength: such points are left out and counted in `left_out`.
 ///
 /// Counts in the file never drive an allocation: what they announce is first found to be there.
 template <class T>
@@ -25,7 +26,6 @@ public:
     /// @throws std::runtime_error  "Contents entry missing.", "16 byte GUID header missing." or
     ///                             "Size does not match entry size."
     /// @throws CFB::OutOfRange     the stream ends before the record does
-    /// @throws std::invalid_argument  with Scan only: "Scan: wavelength must not be NaN"
     __VekFileReader(const void* data, std::size_t len);
 
     [[nodiscard]] const Record& record() const& noexcept { return record_; }

@@ -133,11 +133,6 @@ def test_other_buffers_are_type_errors(buffer: Any) -> None:
 DAMAGES = {
     "empty": (RuntimeError, "Buffer is empty", b""),
     "cut": (RuntimeError, "File corrupted", IMAGE[:1535]),
-    "NaN": (
-        ValueError,
-        "Scan: wavelength must not be NaN",
-        Contents(data_sets=[DataSet("n", [(math.nan, 1.0)])]).file(),
-    ),
 }
 
 
@@ -156,6 +151,33 @@ def test_damage_is_named_and_so_is_the_file(
         assert caught.value.args == (message,)
     assert not hasattr(from_bytes.value, "__notes__")
     assert from_path.value.__notes__ == [f"File: {path}"]
+
+
+def test_points_without_a_wavelength_are_left_out_with_a_warning(tmp_path: Path) -> None:
+    nan = (math.nan, 1.0)
+    sets = [DataSet("it's", [nan, (400, 2), nan]), DataSet("B", [(400, 1)]), DataSet("C", [nan])]
+    few = "points without a wavelength (NaN) left out: 2 of data set \"it's\", 1 of data set 'C'"
+    many = few + ", " + ", ".join(["1 of data set 'D'"] * 6) + " and those of 3 more data sets"
+    path = tmp_path / "nan.vek"
+    for more, text in (([], few), ([DataSet("D", [nan])] * 9, many)):
+        image = Contents(data_sets=[*sets, *more]).file()
+        path.write_bytes(image)
+        for function, argument in (
+            (io.load_vekfile_binary_data, image),
+            (io.load_vekfile, path),
+            (io.load_vek_scan_binary_data, image),
+            (io.load_vek_scan_data, path),
+        ):
+            with pytest.warns(UserWarning, match="NaN") as caught:
+                loaded = function(argument)
+            assert [str(warning.message) for warning in caught] == [text]
+            assert caught[0].filename == __file__
+    assert list(loaded["it's"].items()) == [(400.0, 2.0)]
+    with pytest.warns(UserWarning, match="NaN"):
+        file = io.load_vekfile(path)
+    assert [data_set.left_out for data_set in file.data_sets[:3]] == [2, 0, 1]
+    with pytest.raises(UserWarning):
+        io.load_vekfile(path)
 
 
 def test_names_of_files_are_text_or_path_objects(tmp_path: Path) -> None:

@@ -1,0 +1,43 @@
+"""Files of every format that the library knows, as spectra: `read` is the one door."""
+
+from .files import EXTENSIONS, read, read_content, stem
+from .measurement import (
+    MeasurementFile,
+    check_names,
+    is_measurement_file,
+    parse_measurement,
+    select_data_sets,
+    unreadable,
+)
+from .pairs import read_pairs
+from .statements import state, taken
+from .tables import Table, read_table
+from .text import Duplicates, Skipped, TextOptions
+from .values import Options
+from .wavelengths import WavelengthUnit, check_finite, in_nm, stated_unit
+
+__all__ = [
+    "EXTENSIONS",
+    "Duplicates",
+    "MeasurementFile",
+    "Options",
+    "Skipped",
+    "Table",
+    "TextOptions",
+    "WavelengthUnit",
+    "check_finite",
+    "check_names",
+    "in_nm",
+    "is_measurement_file",
+    "parse_measurement",
+    "read",
+    "read_content",
+    "read_pairs",
+    "read_table",
+    "select_data_sets",
+    "state",
+    "stated_unit",
+    "stem",
+    "taken",
+    "unreadable",
+]

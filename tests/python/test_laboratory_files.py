@@ -1,0 +1,517 @@
+"""The laboratories' formats: JCAMP-DX, SPC, lensmeter XML and TM-27, read and written."""
+
+import contextlib
+import struct
+import time
+from pathlib import Path
+from typing import Any
+
+import numpy as np
+import pytest
+from numpy.typing import NDArray
+
+import vekanalysis as vek
+from vekanalysis import Refusal, Scan, Spectrum
+from vekanalysis.reading import read_content
+
+FILES = Path(__file__).resolve().parents[1] / "data" / "labfiles"
+
+
+def sample(name: str) -> bytes:
+    return (FILES / name).read_bytes()
+
+
+def refusal(content: bytes, **options: Any) -> str:
+    with pytest.raises(Refusal) as refused:
+        read_content(content, "f", **options)
+    text = str(refused.value)
+    assert text.startswith("f: ")
+    assert "\n" not in text
+    assert len(text) < 300
+    return text
+
+
+# Points as the samples were made: number, then (nm, coherent value) of the first, middle and last.
+DIF = ("absorbance", 61, [(400, -0.0012), (550, -0.0006), (700, -0.0012)])
+PER_CENT = ("transmittance", 16, [(400, 0.8999), (560, 0.7161), (700, 0.9)])
+FLOATS = ("transmittance", 61, [(400, 0.8995512), (550, 0.5473508), (700, 0.8999999)])
+MULTI = [(0.8999184, 0.835882, 0.9), (0.8997552, 0.7076459, 0.9), (0.899592, 0.5794098, 0.8999999)]
+OLD = [(-0.2012, -0.2006, -0.2012), (-0.1006, -0.1003, -0.1006)]
+EXPECTED: dict[str, list[tuple[str, int, list[tuple[float, float]]]]] = {
+    **{f"jdx-absorbance-{form}.jdx": [DIF] for form in ("affn", "pac", "sqz", "dif", "difdup")},
+    "jdx-absorbance-sqzdup.jdx": [DIF],
+    "jdx-transmittance-xypoints.jdx": [
+        ("transmittance", 28, [(400, 0.88), (1e7 / 18600, 0.4614), (800, 0.8799)])
+    ],
+    "jdx-link-two-blocks.jdx": [
+        PER_CENT,
+        ("reflectance", 16, [(400, 0.04), (560, 0.07), (700, 0.04)]),
+    ],
+    "jdx-decimal-comma.jdx": [PER_CENT],
+    "spc-new-le-float-even-nm.spc": [FLOATS],
+    "spc-new-be-float-even-nm.spc": [FLOATS],
+    "spc-old-even-nm.spc": [FLOATS],
+    "spc-new-int16-exponent.spc": [
+        ("absorbance", 61, [(400, -0.001220703), (550, -0.0006103516), (700, -0.001220703)])
+    ],
+    "spc-new-int32-negative-exponent.spc": [
+        ("reflectance", 61, [(400, 0.04000107), (550, 0.06882368), (700, 0.04001181)])
+    ],
+    "spc-old-multi2.spc": [
+        ("absorbance", 61, [*zip((400, 550, 700), ys, strict=True)]) for ys in OLD
+    ],
+    "spc-new-multi3.spc": [
+        ("transmittance", 61, [*zip((400, 550, 700), ys, strict=True)]) for ys in MULTI
+    ],
+    "spc-new-xy-um.spc": [
+        ("transmittance", 48, [(400, 0.799592), (532.589, 0.3376395), (700.719, 0.8)])
+    ],
+    "spc-new-xyxy-directory.spc": [
+        ("transmittance", 11, [(400, 0.899592), (450, 0.8555282), (500, 0.4896226)]),
+        ("transmittance", 8, [(450, 0.8555282), (500, 0.4896226), (620, 0.8964165)]),
+    ],
+    "joia-single-descending-sjis.xml": [("transmittance", 21, [(380, 0), (580, 0.2), (780, 0.42)])],
+    "tm27-irradiance.spdx": [
+        ("irradiance", 81, [(380, 1.0401e-5), (580, 0.01578), (780, 1.0002e-5)])
+    ],
+    "tm27-transmittance.spdx": [
+        ("transmittance", 29, [(380, 0.0006), (520, 0.9), (780, 0.9)]),
+    ],
+}
+
+
+@pytest.mark.parametrize("name", EXPECTED)
+def test_samples_have_the_points_that_they_were_made_of(name: str) -> None:
+    spectra = vek.read(FILES / name)
+    found = []
+    for spectrum, (_, _, points) in zip(spectra, EXPECTED[name], strict=True):
+        values = [spectrum.scan(spectrum.scan.wavelengths()[0]) for _ in points[:1]]
+        values += [spectrum.scan(x) for x, _ in points[1:-1]]
+        values += [spectrum.scan(spectrum.scan.wavelengths()[-1])]
+        assert spectrum.range_nm == pytest.approx((points[0][0], points[-1][0]), rel=1e-6)
+        assert values == pytest.approx([y for _, y in points], rel=1e-6, abs=1e-12)
+        found.append((spectrum.kind, spectrum.points))
+    assert found == [expected[:2] for expected in EXPECTED[name]]
+
+
+def test_every_ordinate_form_gives_the_same_numbers() -> None:
+    names = [name for name in EXPECTED if name.startswith("jdx-absorbance")]
+    scans = [vek.read(FILES / name)[0].scan for name in names]
+    assert all(scan == scans[0] for scan in scans)
+    values = scans[0].values()
+    assert sum(values) == pytest.approx(13.2143, abs=1e-9)
+    assert (scans[0](480), scans[0](600), scans[0](640)) == (1.1988, 0.3488, 0.0288)
+    assert values.count(-0.0012) == 11
+
+
+def test_what_a_file_says_of_itself_goes_along() -> None:
+    (lens,) = vek.read(FILES / "joia-single-descending-sjis.xml")
+    assert lens.source.data_set == "S"
+    assert (lens.metadata["Company"], lens.metadata["Patient ID"]) == ("SYNTHETIC", "GREY-01")
+    assert "LastName" not in lens.metadata
+    assert "0.29 %" in lens.notes[0]
+    (spc,) = vek.read(FILES / "spc-new-le-float-even-nm.spc")
+    assert spc.metadata["date"] == "2026-01-15 09:30"
+    assert spc.metadata["SLIT"] == "2.0 nm"
+    assert [s.metadata["Z"] for s in vek.read(FILES / "spc-new-multi3.spc")] == [
+        "0 min",
+        "1 min",
+        "2 min",
+    ]
+    (vacuum,) = vek.read(FILES / "jdx-transmittance-xypoints.jdx")
+    assert "in vacuum" in vacuum.notes[0]
+    (old,) = vek.read(FILES / "spc-old-even-nm.spc")
+    assert "taken as per cent: no unit is stated, and the highest value is 90" in old.notes
+
+
+def test_options_choose_fill_gaps_and_contradict_nothing() -> None:
+    path = FILES / "jdx-link-two-blocks.jdx"
+    (second,) = vek.read(path, data_sets=["Sample A reflection"])
+    assert second.kind == "reflectance"
+    with pytest.raises(Refusal, match="no data set 'B'; the data sets are: 'Sample A tra"):
+        vek.read(path, data_sets=["B"])
+    dark = sample("spc-new-le-float-even-nm.spc")
+    (as_asked,) = read_content(dark, "f", unit="%")
+    assert as_asked.scan(400) == pytest.approx(0.008995512)
+    (exitance,) = read_content(sample("tm27-irradiance.spdx"), "f", unit="mW m-2 nm-1")
+    assert exitance.scan(580) == pytest.approx(0.01578e-3)
+    assert "asked for is irradiance" in refusal(dark, kind="irradiance")
+    assert "asked for is um" in refusal(dark, wavelength_unit="um")
+    assert "skip is for tables of text, and this is SPC" in refusal(dark, skip=3)
+
+
+JCAMP = """##TITLE= t
+##JCAMP-DX= 4.24
+##DATA TYPE= UV/VIS SPECTRUM
+##XUNITS= {x}
+##YUNITS= {y}
+##FIRSTX= {first}
+##LASTX= {last}
+##NPOINTS= {n}
+{table}
+##END=
+"""
+
+
+def jcamp(table: str, n: object = 5, **labels: object) -> bytes:
+    """A block whose table, without more said, is of ordinates at 400, 410, 420, 430, 440 nm."""
+    facts = {"x": "NANOMETERS", "y": "COUNTS", "first": 400, "last": 440} | labels
+    if not table.startswith("##"):
+        table = f"##XYDATA= (X++(Y..Y))\n{table}"
+    return JCAMP.format(table=table, n=n, **facts).encode()
+
+
+# Ordinates 10, 12, 14, 16, 18 (or as given) in forms that samples do not have.
+FORMS = {
+    "DUP of a difference is a ramp": ("400 A0KV", None),
+    "DUP of a value is a plateau": ("400 A0W", [10, 10, 10, 10, 10]),
+    "DUP of one adds nothing": ("400A0SKSKSKSKS", None),
+    "check value only behind a difference": ("400A0KA4\n430A6K\n440A8", None),
+    "forms mixed in a line": ("400 +10 A2K 16.0,1.8E+01", None),
+    "E in a number needs a sign": ("400 A0K\n410A2KE", [10, 12, 14, 5]),
+    "exponent": ("400 1.0E+01-12+14\n430 16 18", [10, -12, 14, 16, 18]),
+    "closing dummy": ("400A0KKKK\n440@", None),
+    "comments, blank lines": ("400 10 12 $$ 99\n\n$$ 3\n420 14 16 18", None),
+    "missing ordinate": ("400 10 ? 14 16 18", [10, 14, 16, 18]),
+    "x within a step": ("400 10 12\n429 14 16 18", None),
+    "pairs in a line": ("##XYPOINTS= (XY..XY)\n400 10 410 12; 420, 14\n430,16 440,18", None),
+    "pairs called data": ("##XYDATA= (XY..XY)\n400 1E1 410 12 420 14 430 16 440 18", None),
+    "decimal commas": ("400,0 10,0 12,0\n420,0 14,0 16,0 18,0", None),
+}
+
+
+@pytest.mark.parametrize("form", FORMS)
+def test_ordinate_forms(form: str) -> None:
+    table, expected = FORMS[form]
+    labels = {"first": "400,0", "last": "440,0"} if "commas" in form else {}
+    values = expected or [10, 12, 14, 16, 18]
+    if "E in" in form:
+        labels = {"last": 430}
+    count = 5 if "missing" in form else len(values)
+    (spectrum,) = read_content(jcamp(table, count, **labels), "f")
+    assert spectrum.scan.values() == values
+
+
+REFUSED_JCAMP = {
+    "check value": ("400A0KK\n420A5K", "line 11: the check value 15 differs from 14 in line 10"),
+    "too few": ("400 10 12 14 16", "4 points in the table, where NPOINTS is 5"),
+    "too many": ("400 10 12 14 16 18 20", "line 10: more than 5 points, which NPOINTS states"),
+    "bomb": ("400A0W99999999999999999", "more than 5 points"),
+    "longer bomb": (f"400A0W{'9' * 9999}", "is too long a number"),
+    "line missing": ("400 10 12\n440 14 16 18", "line 11: it starts at 440, where FIRSTX, LASTX"),
+    "overflow": ("400 A9999999999999999999KKKK", "too large"),
+    "infinite": ("400 1E+999 1 1 1 1", "too large a number"),
+    "difference first": ("400KKKKK", "'K' before any ordinate"),
+    "repeat first": ("400T10", "'T10' before any ordinate"),
+    "repeated repeat": ("400A0TT", "a repeat count behind another"),
+    "behind a missing one": ("400 ? K 1 1 1", "behind a missing ordinate"),
+    "no number": ("400 10 12 14 x 18", "is not a line of ordinates"),
+    "no ordinate": ("400\n400 1 2 3 4 5", "there is no ordinate behind x"),
+    "half a pair": ("##XYPOINTS= (XY..XY)\n400 1 410", "line 10: a number without its partner"),
+    "two tables": ("400 1 2 3 4 5\n##XYDATA= (X++(Y..Y))\n400 1", "a second XYDATA in one block"),
+    "peaks": ("##PEAK TABLE= (XY..XY)\n400 1", "it holds a list of peaks (PEAK TABLE in line 9)"),
+    "pages": ("##NTUPLES= NMR\n##PAGE= 1", "it holds NTUPLES"),
+    "unknown form": ("##XYDATA= (R++(A..A))\n1 2", "has the form '(R++(A..A))'"),
+    "two units": ("##XUNITS= 1/CM\n##XYDATA= (X++(Y..Y))\n400 1", "and in line 4 'NANOMETERS'"),
+    "factor of 0": ("##YFACTOR= 0\n##XYDATA= (X++(Y..Y))\n400 1", "YFACTOR is 0"),
+    "factor is none": ("##YFACTOR= nan\n##XYDATA= (X++(Y..Y))\n400 1", "'nan' is not a number"),
+    "open end": ("400 1 2 3 4 5", "it ends without ##END="),
+}
+
+
+@pytest.mark.parametrize("case", REFUSED_JCAMP)
+def test_damaged_jcamp_is_refused(case: str) -> None:
+    table, reason = REFUSED_JCAMP[case]
+    content = jcamp(table)
+    if case == "open end":
+        content = content.replace(b"##END=", b"").replace(b"##NPOINTS= 5\n", b"")
+    assert reason in refusal(content)
+
+
+@pytest.mark.parametrize(
+    ("labels", "reason"),
+    [
+        ({"n": 1}, "NPOINTS is 1; it must be a whole number from 2"),
+        ({"n": 10**18}, "it must be a whole number from 2 to 5000000"),
+        ({"last": 400}, "FIRSTX and LASTX are both 400"),
+        ({"x": "1/CM", "y": "TRANSMITTANCE", "first": -40, "last": 0}, "it must be above zero"),
+        ({"x": "1/CM", "y": "IRRADIANCE"}, "irradiance along cm-1 may be per cm-1, not per nm"),
+        ({"x": "SECONDS"}, "x is 'SECONDS', not a wavelength"),
+        ({"x": "M/Z"}, "x is 'M/Z', not a wavelength"),
+        ({"x": "RAMAN SHIFT"}, "a distance from a laser line"),
+        ({"x": ""}, "it does not say what x is in; pass wavelength_unit='nm' if that is right"),
+        ({"first": "400,0"}, "can be read in two ways"),
+    ],
+)
+def test_labels_that_make_no_spectrum(labels: dict[str, object], reason: str) -> None:
+    first = labels.get("first", 400)
+    table = "400,0,1,2 3 4 5" if first == "400,0" else f"{first} 1 2 3 4 5"
+    assert reason in refusal(jcamp(table, **labels))
+
+
+def test_raman_shifts_are_no_wavelengths() -> None:
+    content = jcamp("400 1 2 3 4 5", x="1/CM").replace(b"UV/VIS", b"RAMAN")
+    assert "Raman shift" in refusal(content)
+
+
+def test_pairs_keep_to_one_order_unless_asked() -> None:
+    turning = jcamp("##XYPOINTS= (XY..XY)\n400 1\n420 2\n410 3\n430 4\n430 6")
+    assert "point 3: x is 410 after 420, where it ascends; pass sort=True" in refusal(turning)
+    assert "point 5: x is 430 again; pass duplicates='first'" in refusal(turning, sort=True)
+    for duplicates, last in ("first", 4), ("last", 6), ("mean", 5):
+        (spectrum,) = read_content(turning, "f", sort=True, duplicates=duplicates)
+        assert spectrum.scan.to_lists() == ([400, 410, 420, 430], [1, 3, 2, last])
+
+
+def test_links_nest_within_bounds() -> None:
+    inner = jcamp("400 1 2 3 4 5").decode()
+    link = "##TITLE= l\n##DATA TYPE= LINK\n##BLOCKS= 3\n"
+    nested = (link * 2 + inner * 2 + "##END=\n" * 2).encode()
+    first, second = read_content(nested, "f")
+    assert (first.source.data_set, second.source.data_set) == ("t", "t (2)")
+    assert "BLOCKS is 3, but there are 2" in first.notes
+    assert "blocks more than 20 deep" in refusal((link * 10_000 + inner).encode())
+
+
+LENSES = """<?xml version="1.0"?>
+<Ophthalmology xmlns:c="http://www.joia.or.jp/standardized/namespaces/Common"
+ xmlns:m="http://www.joia.or.jp/standardized/namespaces/LM">{before}
+<m:Measure type="LM"><m:LM>{lenses}<m:PD><m:R>32</m:R></m:PD></m:LM></m:Measure></Ophthalmology>
+"""
+
+
+def lens(side: str, points: str, unit: str = " % ") -> str:
+    pairs = [pair.split(":") for pair in points.split()]
+    values = "".join(
+        f'<TransmittanceValue><m:WaveLength unit="nm">{x}</m:WaveLength>'
+        f'<m:Transmittance unit="{unit}">{y}</m:Transmittance></TransmittanceValue>'
+        for x, y in pairs
+    )
+    return (
+        f'<m:{side}><m:UVTransmittance unit="%">3</m:UVTransmittance>'
+        f"<TransmittanceData>{values}</TransmittanceData></m:{side}>"
+    )
+
+
+def lenses(*texts: str, before: str = "") -> bytes:
+    return LENSES.format(lenses="".join(texts), before=before).encode()
+
+
+def test_lenses_are_named_after_their_sides() -> None:
+    content = lenses(lens("R", "400:0 500:20.5"), lens("L", "400:1 500:22"))
+    right, left = read_content(content, "f")
+    assert (right.label, left.label) == ("R", "L")
+    assert (right.scan(500), left.scan(500)) == (0.205, 0.22)
+    assert right.metadata == {"UVTransmittance": "3 %"}
+    bare = content.decode().replace("m:", "").replace("c:", "")
+    assert read_content(bare.encode("utf-16"), "f")[1].scan == left.scan
+
+
+BOMB = '<!DOCTYPE a [<!ENTITY b "bbbb"><!ENTITY c "&b;&b;&b;">]>'
+POINT = "<TransmittanceValue><m:Transmittance>3</m:Transmittance></TransmittanceValue>"
+XML = {
+    "prescription": (sample("joia-no-spectrum.xml"), "it holds a prescription only"),
+    "no lens": (lenses(), "it holds no measurement of a lens"),
+    "half a point": (
+        lenses(lens("R", "400:1").replace("</TransmittanceData>", f"{POINT}</TransmittanceData>")),
+        "right lens, point 2: there is no wavelength",
+    ),
+    "comma": (lenses(lens("R", "400:1,5 500:2")), "'1,5' is not a number"),
+    "hexadecimal": (lenses(lens("R", "400:0x10 500:2")), "'0x10' is not a number"),
+    "infinite": (lenses(lens("R", "400:1e999 500:2")), "'1e999' is too large"),
+    "two units": (
+        lenses(lens("R", "400:1 500:2").replace(" % ", "1", 1)),
+        "right lens, point 2: the units ('nm', '%') differ from ('nm', '1')",
+    ),
+    "entities": (
+        lenses(lens("R", "400:1")).replace(b"<Oph", BOMB.encode() + b"<Oph", 1),
+        "line 2: a document type (<!DOCTYPE>)",
+    ),
+    "depth": (lenses(before="<a>" * 100_000), "line 3: elements more than 20 deep"),
+    "long text": (lenses(before="a" * 200_000), "more than 100000 characters in 'Ophthalmology'"),
+    "elements": (lenses(before="<a/>" * 600_000), "more than 500000 elements"),
+    "cut": (lenses(lens("R", "400:1"))[:-30], "damaged XML"),
+    "encoding": (b'<?xml version="1.0" encoding="UTF-7"?><R/>', "in the encoding 'utf-7'"),
+    "bytes": (b"<R>\n\xff</R>", "line 2: the bytes are not utf-8"),
+    "root": (b"<?xml version='1.0'?><svg/>", "its root is 'svg', not Ophthalmology"),
+    "no quantity": (
+        sample("tm27-irradiance.spdx").replace(b"Quantity>irradiance", b"Quantity>"),
+        "there is no SpectralQuantity",
+    ),
+    "no points": (b"<IESTM2714><SpectralDistribution/></IESTM2714>", "there is no SpectralData"),
+}
+
+
+@pytest.mark.parametrize("case", XML)
+def test_xml_that_is_refused(case: str) -> None:
+    content, reason = XML[case]
+    assert reason in refusal(content)
+
+
+SPC_OFFSETS = {"flags": 0, "exponent": 3, "points": 4, "first": 8, "subfiles": 24}
+
+
+def patched(name: str, **fields: bytes) -> bytes:
+    content = bytearray(sample(name))
+    for field, value in fields.items():
+        offset = (
+            SPC_OFFSETS.get(field) or int(field.removeprefix("at_") or 0) if field != "flags" else 0
+        )
+        content[offset : offset + len(value)] = value
+    return bytes(content)
+
+
+FLOAT, MULTIPLE, LISTED = (
+    "spc-new-le-float-even-nm.spc",
+    "spc-new-multi3.spc",
+    "spc-new-xyxy-directory.spc",
+)
+U32 = struct.Struct("<I").pack
+SPC = {
+    "truncated": (sample("spc-truncated.spc"), "need 666 bytes, and 600 are there"),
+    "huge count": (sample("spc-huge-count.spc"), "and 917 are there"),
+    "one point": (patched(FLOAT, points=U32(1)), "1 points are announced"),
+    "many subfiles": (patched(MULTIPLE, subfiles=U32(2**31)), "the 2147483648 subfiles need"),
+    "subfiles of one": (patched(FLOAT, subfiles=U32(2)), "2 subfiles in a file of one"),
+    "first x": (patched(FLOAT, first=struct.pack("<d", np.nan)), "point 1: x is nan"),
+    "large exponent": (patched("spc-old-even-nm.spc", at_2=b"\xff\x7f"), "not a number"),
+    "old floats": (patched("spc-old-even-nm.spc", at_2=b"\x80\x00"), "whose order is not known"),
+    "half a point": (patched("spc-old-even-nm.spc", at_4=struct.pack("<f", 6.5)), "6.5 points"),
+    "directory in the header": (patched(LISTED, points=U32(100)), "byte 100 lies in the header"),
+    "directory behind": (patched(LISTED, points=U32(740)), "the directory need 764 bytes"),
+    "subfile in the header": (patched(LISTED, at_728=U32(8)), "subfile 1 at byte 8 lies in the"),
+    "points of its own": (patched(LISTED, at_528=U32(2**30)), "points of subfile 1 need"),
+    "no stored x": (patched(LISTED, flags=b"\x44"), "the flags contradict each other"),
+    "Raman": (patched(FLOAT, at_28=b"\x0d"), "x is 'Raman shift (cm-1)'"),
+    "time": (patched(FLOAT, at_28=b"\x04"), "x is 's', not a wavelength"),
+}
+
+
+@pytest.mark.parametrize("case", SPC)
+def test_spc_that_is_refused(case: str) -> None:
+    content, reason = SPC[case]
+    assert reason in refusal(content)
+
+
+def test_a_directory_of_one_block_is_refused_before_it_is_read() -> None:
+    content = bytearray(sample(LISTED))
+    entry = struct.pack("<IIf", 512, 120, 0.0)
+    content[24:28] = U32(100_000)
+    assert "overlaps with others" in refusal(bytes(content[:728]) + entry * 100_000)
+
+
+@pytest.mark.parametrize("name", ["old-multi2", "new-multi3", "new-xyxy-directory", "new-xy-um"])
+def test_spc_cut_anywhere_is_refused_or_whole(name: str) -> None:
+    content = sample(f"spc-{name}.spc")
+    whole = [spectrum.scan for spectrum in read_content(content, "f")]
+    for length in range(224, len(content)):
+        try:
+            spectra = read_content(content[:length], "f")
+        except Refusal:
+            continue
+        # Bytes behind the data may be missing, or a whole subfile of an old file.
+        assert [s.scan for s in spectra] == whole[: len(spectra)]
+        assert len(spectra) == len(whole) or name.startswith("old")
+
+
+def test_reading_is_linear_in_the_size_of_hostile_files() -> None:
+    long_lines = [
+        jcamp("400 " + "1 " * 400_000, 400_000),
+        jcamp("400 1 2 3 4 " + "<$$" * 200_000),
+        b"##TITLE= " + b"$$<" * 200_000,
+        b"$$\n" * 200_000,
+        b"<!---->" * 100_000 + b"<R/>",
+        b"<R " + b"a" * 1_000_000,
+    ]
+    for content in long_lines:
+        start = time.perf_counter()
+        with contextlib.suppress(ValueError):
+            read_content(content, "f")
+        assert time.perf_counter() - start < 5.0
+
+
+GRID: NDArray[np.float64] = np.array([380.0, 381.1, 400.0 + 1e-9, 550.0, 780.0])
+VALUES: NDArray[np.float64] = np.array([1 / 3, 1e-300, -0.0, 0.1 + 0.2, 1.9999999999999998])
+WRITTEN = [
+    Spectrum(Scan(GRID, VALUES), "transmittance", "1", "lens 7, grey"),
+    Spectrum(Scan(GRID, VALUES * 30), "transmittance", "%", 'Glas "A" <µ> & ß'),
+    Spectrum(Scan(np.linspace(380, 780, 401), np.sin(np.arange(401.0))), "reflectance", "1", "T"),
+    Spectrum(Scan(GRID, VALUES), "absorbance", "OD", "##x $$ y"),
+    Spectrum(Scan(GRID, VALUES * 1e-7), "irradiance", "mW m-2 nm-1"),
+    Spectrum(Scan(GRID, VALUES * 1e200), "radiance", "W m-2 sr-1 nm-1", "lamp"),
+    Spectrum(Scan(GRID, VALUES), "irradiance", "a.u.", "lamp"),
+    Spectrum(Scan(GRID, VALUES), "counts", "counts", "Counts of E"),
+    Spectrum(Scan(GRID, VALUES), "responsivity", "A W-1", "diode"),
+    Spectrum(Scan(GRID, VALUES), "unknown", None, "Signal of T"),
+]
+
+
+@pytest.mark.parametrize("extension", ["csv", "jdx", "spdx"])
+@pytest.mark.parametrize("spectrum", WRITTEN, ids=lambda s: f"{s.kind} {s.unit}")
+def test_what_is_written_is_read_back_to_the_last_bit(
+    spectrum: Spectrum, extension: str, tmp_path: Path
+) -> None:
+    path = tmp_path / f"file.{extension}"
+    vek.write(spectrum, path)
+    (back,) = vek.read(path)
+    coherent = spectrum
+    if spectrum.unit not in (None, "a.u."):
+        base = vek.units.parse(spectrum.unit or "")
+        assert base is not None
+        coherent = spectrum.to(base.base)
+    assert back.scan.to_lists() == coherent.scan.to_lists()
+    assert np.array_equal(np.signbit(back.scan.values()), np.signbit(coherent.scan.values()))
+    # "relative" says nothing of the kind.
+    kind = "unknown" if extension == "spdx" and spectrum.unit == "a.u." else spectrum.kind
+    assert (back.kind, back.unit) == (kind, coherent.unit)
+    if extension != "csv":
+        label = spectrum.label or "file"
+        if extension == "jdx":
+            label = label.replace("##", "# #").replace("$$", "$ $")
+        assert back.label == label
+
+
+@pytest.mark.parametrize("extension", ["csv", "jdx"])
+def test_several_spectra_are_written_to_one_file(extension: str, tmp_path: Path) -> None:
+    path = tmp_path / f"file.{extension}"
+    lens = Spectrum(Scan([400, 410, 420], [0.1, 0.2, 0.3]), "transmittance", "1", "lens")
+    dark = Spectrum(Scan([410, 415], [0.01, 0.02]), "transmittance", "1", "lens")
+    vek.write([lens, dark], path)
+    assert [spectrum.scan for spectrum in vek.read(path)] == [lens.scan, dark.scan]
+
+
+def test_a_file_is_written_whole_or_not_at_all(tmp_path: Path) -> None:
+    lens = Spectrum(Scan([400, 410], [0.1, 0.2]), "transmittance", "1", "lens")
+    path = tmp_path / "lens.csv"
+    vek.write(lens, path)
+    before = path.read_bytes()
+    with pytest.raises(FileExistsError):
+        vek.write(lens, path)
+    vek.write(lens.replace(label="other"), path, overwrite=True)
+    assert path.read_bytes() != before
+    with pytest.raises(IsADirectoryError):
+        vek.write(lens, tmp_path, format="csv", overwrite=True)
+    with pytest.raises(FileNotFoundError):
+        vek.write(lens, tmp_path / "none" / "lens.csv")
+    assert [file.name for file in tmp_path.iterdir()] == ["lens.csv"]
+
+
+@pytest.mark.parametrize(
+    ("changes", "name", "reason"),
+    [
+        ({}, "lens.xls", "the ending does not say the format; pass format='csv', format='jcamp'"),
+        ({"unit": None}, "lens.csv", "its unit is not stated; pass unit='1' or unit='%'"),
+        ({"scan": Scan([400, 410], [0.1, np.nan])}, "a.csv", "the value at 410 nm is nan"),
+        ({"scan": Scan([0, 410], [0.1, 0.2])}, "a.csv", "must be finite and above zero"),
+        ({"scan": Scan([400], [0.1])}, "a.csv", "1 points, at least 2"),
+        ({"scan": Scan([400, 410], [0.1, 2.5])}, "a.spdx", "above 2 would be taken for per cent"),
+    ],
+)
+def test_what_a_file_could_not_give_back_is_not_written(
+    changes: dict[str, Any], name: str, reason: str, tmp_path: Path
+) -> None:
+    lens = Spectrum(Scan([400, 410], [0.1, 0.2]), "transmittance", "1", "lens").replace(**changes)
+    with pytest.raises(Refusal) as refused:
+        vek.write(lens, tmp_path / name)
+    assert reason in str(refused.value)
+    assert not [*tmp_path.iterdir()]

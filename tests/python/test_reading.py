@@ -1,0 +1,269 @@
+"""The one door for files: what is stated of columns, what is done with it, and what is refused."""
+
+import contextlib
+import io
+import time
+from pathlib import Path
+from typing import Any
+
+import pytest
+from vekwriter import Contents, DataSet
+
+import vekanalysis as vek
+from vekanalysis.errors import for_command_line
+
+
+def read(text: str | bytes, **options: Any) -> list[vek.Spectrum]:
+    file = io.BytesIO(text.encode() if isinstance(text, str) else text)
+    file.name = "lens.csv"
+    return vek.read(file, **options)
+
+
+# A title, what it is taken for, and by what the value 8 of the file comes out.
+TITLES = """
+T (%) -> transmittance 1 0.08
+%T -> transmittance 1 0.08
+T / % -> transmittance 1 0.08
+T(λ) [%] -> transmittance 1 0.08
+Transmissionsgrad in % -> transmittance 1 0.08
+Facteur de transmission (%) -> transmittance 1 0.08
+Percent Transmission -> transmittance 1 0.08
+透過率(%) -> transmittance 1 0.08
+T (lens 7), % -> transmittance 1 0.08
+Reflectance [1] -> reflectance 1 8
+R% -> reflectance 1 0.08
+Absorbance -> absorbance OD 8
+Abs. -> absorbance OD 8
+Transmission density -> absorbance OD 8
+Optische Dichte [mOD] -> absorbance OD 0.008
+A (OD) -> absorbance OD 8
+E [mW/(m^2*nm)] -> irradiance W m-2 nm-1 0.008
+Ee,λ [µW·cm⁻²·nm⁻¹] -> irradiance W m-2 nm-1 0.08
+E / (W m-2 um-1) -> irradiance W m-2 nm-1 0.008
+Spektrale Bestrahlungsstärke in mW/(m²·nm) -> irradiance W m-2 nm-1 0.008
+Éclairement énergétique (W/m2/nm) -> irradiance W m-2 nm-1 8
+Irradiance mW/(m2 nm) -> irradiance W m-2 nm-1 0.008
+mW/m2/nm -> irradiance W m-2 nm-1 0.008
+Intensity [W/m2/nm] -> irradiance W m-2 nm-1 8
+Irradiance -> irradiance None 8
+L [W m-2 sr-1 nm-1] -> radiance W m-2 sr-1 nm-1 8
+Intensity (a.u.) -> intensity a.u. 8
+Intensity [counts] -> counts counts 8
+Sensitivity [mA/W] -> responsivity A W-1 0.008
+Lens 7 [%] -> unknown 1 0.08
+Lens 7 -> unknown None 8
+A/B -> unknown None 8
+A -> other None 8
+A [%] -> other % 8
+Absorptance (%) -> other % 8
+Absorbance (a.u.) -> other a.u. 8
+Irradiance [furlong] -> other furlong 8
+T (°C) -> other °C 8
+I / A -> other A 8
+Illuminance (lx) -> other lx 8
+Transmittance [W/m2/nm] -> other W m-2 nm-1 8
+1-T -> other None 8
+log T -> other None 8
+uncertainty of T -> other None 8
+Transmission (of a reflectance standard) -> other None 8
+"""
+
+
+@pytest.mark.parametrize("case", TITLES.strip().splitlines())
+def test_titles_state_kind_and_unit(case: str) -> None:
+    title, expected = case.split(" -> ")
+    kind, *unit, value = expected.split()
+    (spectrum,) = read(f"Wavelength [nm];{title}\n400;8\n410;8\n")
+    assert (spectrum.kind, str(spectrum.unit)) == (kind, " ".join(unit))
+    assert spectrum.scan.values() == [float(value)] * 2
+    # Whatever is stated is told.
+    assert bool(spectrum.notes) == (expected != "unknown None 8")
+
+
+FILES: dict[str, tuple[str, dict[str, Any], list[tuple[str, str, str | None, list[float]]]]] = {
+    "pairs": ("400 1\n410 2\n", {}, [("lens", "unknown", None, [1, 2])]),
+    "commas": ("400,1\n410,2\n", {}, [("lens", "unknown", None, [1, 2])]),
+    "unit row": (
+        "Wavelength;a;b\nnm;%;W m-2 nm-1\n400;5;1\n410;6;2\n",
+        {},
+        [("a", "unknown", "1", [0.05, 0.06]), ("b", "irradiance", "W m-2 nm-1", [1, 2])],
+    ),
+    "two kinds": (
+        "nm;T (%);Abs\n400;10;1\n410;1;2\n",
+        {},
+        [("T (%)", "transmittance", "1", [0.1, 0.01]), ("Abs", "absorbance", "OD", [1, 2])],
+    ),
+    "samples A and B": (
+        "nm;A;B\n400;1;2\n",
+        {},
+        [("A", "unknown", None, [1]), ("B", "unknown", None, [2])],
+    ),
+    "units behind": ("380 nm;5 %\n390 nm;6%\n", {}, [("lens", "unknown", "1", [0.05, 0.06])]),
+    "µm behind": ("0.38 µm;5\n0.39 µm;6\n", {}, [("lens", "unknown", None, [5, 6])]),
+    "no numbers": (
+        "nm;T [%]\n380;5\n390;OVER\n400;---\n410;*****\n420;7\n",
+        {},
+        [("lens", "transmittance", "1", [0.05, 0.07])],
+    ),
+    "apostrophes": ("999;1\n1'000;2\n", {}, [("lens", "unknown", None, [1, 2])]),
+    "blanks in numbers": ("999;1\n1 000;2\n", {}, [("lens", "unknown", None, [1, 2])]),
+    "points in numbers": ("999,5;1\n1.000,5;2\n", {}, [("lens", "unknown", None, [1, 2])]),
+    "pairs of columns": (
+        "Lens A,,Lens B,\nWavelength (nm),%T,Wavelength (nm),%T\n400,50,400,60\n,,410,70\n",
+        {},
+        [("Lens A", "transmittance", "1", [0.5]), ("Lens B", "transmittance", "1", [0.6, 0.7])],
+    ),
+    "pairs without names": (
+        "nm;T;nm;R\n400;0.5;400;0.6\n",
+        {},
+        [("T", "transmittance", None, [0.5]), ("R", "reflectance", None, [0.6])],
+    ),
+    "header": ("YUNITS=%T\n400;50\n410;60\n", {}, [("lens", "transmittance", "1", [0.5, 0.6])]),
+    "header of modes": (
+        "Mode;Absorbance\nSlit [nm];2\nWavelength;Lens 7\n400;1\n410;2\n",
+        {},
+        [("lens", "absorbance", "OD", [1, 2])],
+    ),
+    "a line above": (
+        "# T in %\n400 50\n410 60\n",
+        {},
+        [("lens", "transmittance", "1", [0.5, 0.6])],
+    ),
+    "no line above": ("T: 25 %\n400 1\n410 2\n", {}, [("lens", "unknown", None, [1, 2])]),
+    "asked": ("400;50\n410;60\n", {"unit": "%"}, [("lens", "unknown", "1", [0.5, 0.6])]),
+    "kind asked": (
+        "nm;A\n400;1\n410;2\n",
+        {"kind": "absorbance"},
+        [("lens", "absorbance", "OD", [1, 2])],
+    ),
+    "arbitrary": (
+        "nm;Intensity (a.u.)\n400;1\n410;2\n",
+        {"unit": "mW/m2/nm"},
+        [("lens", "irradiance", "W m-2 nm-1", [0.001, 0.002])],
+    ),
+    "as stated": (
+        "nm;T [%]\n400;50\n410;60\n",
+        {"unit": "percent", "kind": "transmittance"},
+        [("lens", "transmittance", "1", [0.5, 0.6])],
+    ),
+}
+
+
+@pytest.mark.parametrize(("text", "options", "expected"), FILES.values(), ids=FILES)
+def test_files_are_read_as_they_state(
+    text: str, options: dict[str, Any], expected: list[tuple[str, str, str | None, list[float]]]
+) -> None:
+    spectra = read(text, **options)
+    found = [(s.label, s.kind, s.unit, s.scan.values()) for s in spectra]
+    assert found == expected
+    assert all(380.0 <= s.scan.min_wavelength() <= 999.5 for s in spectra)
+
+
+REFUSED: dict[str, tuple[str, dict[str, Any], str, str]] = {
+    "unit against %": ("nm;T [1]\n400;1", {"unit": "%"}, "stated is 1, asked for is %", "--unit"),
+    "kind": ("nm;R\n400;1", {"kind": "transmittance"}, "stated is reflectance, asked", "--kind"),
+    "other": ("nm;Absorptance\n400;1", {"kind": "transmittance"}, "another quantity", "--kind"),
+    "no fit": ("nm;T\n400;1", {"unit": "W/m2/nm"}, "not measured in W m-2 nm-1", ""),
+    "furlong": ("400;1", {"unit": "furlong"}, "the unit 'furlong' is not understood", ""),
+    "kind unknown": ("400;1", {"kind": "unknown"}, "kind is 'unknown'; it must be one of", ""),
+    "like per cent": ("nm;T\n400;85", {}, "looks like per cent; pass unit='%'", "--unit '%'"),
+    "wavelengths": (
+        "Wavelength (µm);T\n.4;1",
+        {"wavelength_unit": "nm"},
+        "in um ('Wavelength (µm)'), asked for is nm",
+        "--wavelength-unit",
+    ),
+    "wavenumbers": ("Wavenumber [cm-1];T\n400;1", {}, "is in cm-1, not a wavelength", ""),
+    "two units": ("nm;T\n400;5 %\n410;6 mW\n", {}, "line 3: column 1 has 'mW' behind", ""),
+    "title and cells": ("nm;T [1]\n400;5 %\n", {}, "in 1 by its title and in % by its cells", ""),
+    "thousands": ("nm;E\n999.5;1.5\n1000.5;2,000\n", {}, "read in two ways", "--decimal '.'"),
+    "mixed signs": ("nm;T\n400;0.5\n410;0,600\n", {}, "read in two ways", "--decimal '.'"),
+    "no thousands": ("nm;T\n400;0.5\n410;1'00\n", {}, "no groups of three digits", "--skip 3-3"),
+    "no order": ("400 1\n410 2\n405 3\n", {}, "line 3: wavelength 405 after 410", "--sort"),
+    "half a pair": ("nm;T;nm;T\n400;1;;1\n", {}, "line 2: there is no wavelength", ""),
+    "empty": ("", {}, "the file is empty", ""),
+    "no codec": ("400;1", {"encoding": "undefined"}, "line 1: the bytes are not undefined", ""),
+    "too long": (f'400;"{"1" * 200_000}"', {}, "line 1: '1{59}…' is too large a number", ""),
+}
+
+
+@pytest.mark.parametrize(("text", "options", "reason", "option"), REFUSED.values(), ids=REFUSED)
+def test_what_contradicts_or_is_doubtful_is_refused(
+    text: str, options: dict[str, Any], reason: str, option: str
+) -> None:
+    with pytest.raises(vek.Refusal) as caught:
+        read(text, **options)
+    assert reason.replace("1{59}", "1" * 59) in str(caught.value)
+    assert option in for_command_line(caught.value)
+    assert "=" not in for_command_line(caught.value).partition("; ")[2]
+
+
+def test_what_a_file_is_does_not_depend_on_its_name(tmp_path: Path) -> None:
+    points = [(400.0, 50.0), (410.0, 60.0)]
+    facts = {"type_and_units": ("Transmittance / %", "3 1"), "date_and_time": "2026-05-04 10:00"}
+    content = Contents(data_sets=[DataSet("A", points), DataSet("A", points)], **facts).file()
+    path = tmp_path / "lens.csv"
+    path.write_bytes(content)
+    first, second = vek.read(path)
+    assert (first.label, second.label) == ("A", "A (2)")
+    assert first.scan.to_lists() == ([400, 410], [0.5, 0.6])
+    assert first.notes == ("data set 'A': transmittance in %, divided by 100",)
+    assert first.metadata["date"] == "2026-05-04 10:00"
+    assert first.source.data_set == "A"
+    assert len(first.source.sha256 or "") == 64
+    assert vek.read(path, data_sets=["A (2)"]) == [second]
+    path.write_bytes("Wellenlänge in nm;T\n400;0,5\n410;0,6\n".encode("utf-16"))
+    assert vek.read(path)[0].scan.to_lists() == first.scan.to_lists()
+
+
+def test_facts_of_headers_are_metadata() -> None:
+    text = (
+        "Probe: Lens 7\n# Operator = K\nSlit (nm);2,0\nDate\t1.5.2026\n\n400;1\n410;2\n\nSN: 5\nend"
+    )
+    (spectrum,) = read(text)
+    assert spectrum.metadata == {
+        "sample": "Lens 7", "operator": "K", "slit": "2,0 nm", "date": "1.5.2026", "SN": "5",
+    }  # fmt: skip
+    assert spectrum.notes == ("skipped, since there are no numbers: line 10",)
+
+
+def test_spectra_are_values() -> None:
+    (lens,) = read("nm;T [%]\n400;50\n410;60\n")
+    scan = lens.scan
+    scan *= 2.0
+    assert lens.scan.values() == [0.5, 0.6]
+    with pytest.raises(AttributeError, match="cannot be changed; replace"):
+        lens.unit = "%"  # type: ignore[misc]
+    with pytest.raises(TypeError):
+        lens.metadata["sample"] = "other"  # type: ignore[index]
+    assert lens == lens.replace(label="x").replace(label="lens") != lens.replace(label="x")
+    with pytest.raises(TypeError, match="has no 'name'; it has"):
+        lens.replace(name="x")
+
+
+# Each of them took a time that grew with the square of its length, or failed with a traceback.
+LONG = {
+    "two long numbers": "1" * 40_000 + " " + "1" * 40_000 + "x\n",
+    "brackets": "nm;" + "[" * 40_000 + "\n400;1\n410;2\n",
+    "open brackets": "nm  " + "( " * 20_000 + "\n400 1\n410 2\n",
+    "blanks": "cm" + " " * 40_000 + "x;T\n400;1\n410;2\n",
+    "equal titles": f"nm{';T' * 8_000}\n400{';1' * 8_000}\n410{';1' * 8_000}\n",
+    "pairs of columns": f"nm;T{';nm;T' * 3_000}\n400;1{';400;1' * 3_000}\n",
+    "empty cells": f"nm;T{';' * 40_000}\n400;1{';' * 40_000}\n410;2{';' * 40_000}\n",
+    "a quoted cell": f'"{"x" * 200_000}";T\n400;1\n410;2\n',
+    "quotes": '"' * 100_000 + ";T\n400;1\n410;2\n",
+    "blanks behind quotes": ";".join(['"1"'] * 20_000) + " " * 20_000 + "\n",
+    "facts": "a:" * 50_000 + "\n400;1\n410;2\n",
+    "shapes": "".join(f"{'x' * (i % 300)} {chr(97 + i % 26)}\n" for i in range(20_000)) + "400;1\n",
+    "data sets": Contents(data_sets=[DataSet("A", [(400, 1)])] * 10_000).file(),
+}
+
+
+@pytest.mark.parametrize("text", LONG.values(), ids=LONG)
+def test_time_is_in_proportion_to_the_input(text: str | bytes) -> None:
+    started = time.process_time()
+    for reader in (vek.read, vek.read_table):
+        with contextlib.suppress(vek.Refusal):
+            reader(io.BytesIO(text.encode() if isinstance(text, str) else text))
+    # What took 20 s and more takes 1 s on a slow machine.
+    assert time.process_time() - started < 8.0

@@ -1,0 +1,171 @@
+"""The spellings of units that instruments write, and conversions between units."""
+
+import subprocess
+import sys
+
+import pytest
+
+import vekanalysis as vek
+from vekanalysis import units
+
+# Canonical spelling, factor to the coherent unit, kind; and what means the same.
+SPELLINGS = {
+    ("W m-2 nm-1", 1.0, "irradiance"): """
+        W m-2 nm-1 | W/m2/nm | W/m^2/nm | W/m²/nm | W/(m²·nm) | W/(m2 nm) | W/(m^2 nm) | W/[m²·nm]
+        W m⁻² nm⁻¹ | W·m⁻²·nm⁻¹ | W.m-2.nm-1 | W*m-2*nm-1 | W m^-2 nm^-1 | W m^{-2} nm^{-1}
+        W m**-2 nm**-1 | W/m**2/nm | Wm-2nm-1 | Wm⁻²nm⁻¹ | W/m2nm | W/m2-nm | W/m2 nm | W/m²·nm
+        W m -2 nm -1 | W m\N{MINUS SIGN}2 nm\N{MINUS SIGN}1 | [W/m²/nm] | (W/(m²·nm))
+        Watts/m2/nm | W (m^2 nm)^-1
+        watts per square meter per nanometer | Watt/(Quadratmeter·Nanometer)
+        watt par mètre carré par nanomètre | W/(m²∙nm) | W nm-1 m-2 | W/nm/m²""",
+    ("mW m-2 nm-1", 1e-3, "irradiance"): "mW/(m^2*nm) | mW/m²/nm | mW m-2 nm-1 | mW/m2 nm",
+    ("mW cm-2 nm-1", 10.0, "irradiance"): "mW/cm²/nm | mW cm-2 nm-1 | mW/(cm²·nm)",
+    ("µW cm-2 nm-1", 0.01, "irradiance"): """
+        uW/cm2/nm | µW/cm²/nm | μW/cm^2/nm | µW·cm⁻²·nm⁻¹ | muW/cm2/nm | uW/(cm^2 nm)
+        microwatt/cm2/nm | [µW/(cm²·nm)] | µWcm-2nm-1""",
+    ("nW cm-2 nm-1", 1e-5, "irradiance"): "nW/cm^2/nm",
+    ("W m-2 µm-1", 1e-3, "irradiance"): "W/m2/um | W/m²/µm | W m-2 um-1 | W/m^2/micron",
+    ("W m-2 m-1", 1e-9, "irradiance"): "W m-2 m-1 | W/m2/m",
+    ("W m-2 Å-1", 10.0, "irradiance"): "W/m2/Å | W/m2/Angstrom",
+    ("erg cm-2 s-1 Å-1", 0.01, "irradiance"): "erg/s/cm2/Å | erg s-1 cm-2 angstrom-1",
+    ("W m-2", 1.0, "irradiance"): "W/m2 | W m^-2",
+    ("W m-2 sr-1 nm-1", 1.0, "radiance"): """
+        W/(m2 sr nm) | W m-2 sr-1 nm-1 | W/m²/sr/nm | W/sr/m²/nm | W/sr m2 nm | W/m^2-sr-nm""",
+    ("mW m-2 sr-1 nm-1", 1e-3, "radiance"): "mW/(m²·sr·nm)",
+    ("W sr-1 nm-1", 1.0, "intensity"): "W/sr/nm | W/(sr nm)",
+    ("W nm-1", 1.0, "flux"): "W/nm",
+    ("mW", 1e-3, "flux"): "mW | milliwatts",
+    ("%", 0.01, None): "% | percent | Per Cent | Prozent | pour cent | por ciento | [%] | (%)",
+    ("1", 1.0, None): "1 | [1] | [-] | dimensionless | Fraction",
+    ("OD", 1.0, "absorbance"): "OD | O.D. | Abs | Abs. | optical density | Optische Dichte",
+    ("a.u.", 1.0, None): "a.u. | arb. units | rel. units | willkürliche Einheiten | w.E.",
+    ("counts", 1.0, "counts"): "counts | Counts | cts",
+    ("counts s-1", 1.0, "counts"): "counts/s | counts per second | Cts/sec",
+    ("A W-1", 1.0, "responsivity"): "A/W | A W-1 | A·W⁻¹ | ampere/watt",
+    ("mA W-1", 1e-3, "responsivity"): "mA/W",
+    ("A m2 W-1", 1.0, "responsivity"): "A m2 W-1",
+    ("lx", 1.0, None): "lx | lux",
+    ("µmol m-2 s-1 nm-1", 1e-6, None): "µmol m-2 s-1 nm-1 | µmol/(m² s nm)",
+    ("W m-3", 1.0, None): "W/m3",
+    ("nm-1", 1.0, None): "1/nm",
+}
+CASES = [
+    (text.strip(), expected)
+    for expected, texts in SPELLINGS.items()
+    for text in texts.replace("\n", "|").split("|")
+    if text.strip()
+]
+
+
+def test_there_are_enough_spellings() -> None:
+    assert len({text for text, _ in CASES}) == len(CASES) >= 60
+
+
+@pytest.mark.parametrize(("text", "expected"), CASES, ids=[text for text, _ in CASES])
+def test_what_instruments_write_is_understood(
+    text: str, expected: tuple[str, float, str | None]
+) -> None:
+    unit = units.parse(text)
+    assert unit is not None
+    assert (unit.name, unit.scale, unit.kind) == expected
+    assert units.parse(unit.name) == unit
+
+
+@pytest.mark.parametrize(
+    "text",
+    ["", "furlong", "lens 7", "Lens", "T", "AU", "dB", "°C", "MW/M2/NM", "W/(m2", "W/m2)", "()"],
+)
+def test_what_is_not_understood_is_no_unit(text: str) -> None:
+    assert units.parse(text) is None
+
+
+@pytest.mark.parametrize(
+    "text", ["W//m", "m^", "2", "nm9" * 30, "(" * 60 + "%" + ")" * 60, "W " * 1000]
+)
+def test_nonsense_of_any_length_ends(text: str) -> None:
+    units.parse(text)
+
+
+def test_the_table_of_common_names_says_what_pint_does() -> None:
+    for name, atom in units._ATOMS.items():
+        if not name.startswith("micron"):
+            assert units._from_pint(name) == atom
+
+
+def test_common_spellings_do_not_import_pint() -> None:
+    texts = [text for text, _ in CASES[:30] if text[0] == "W" and "att" not in text]
+    code = f"""
+import sys
+from vekanalysis import units
+from vekanalysis.reading import state
+for text in {texts}:
+    assert units.parse(text), text
+for title in ("T (lens 7)", "Sample A (left)", "%T", "Irradiance [mW/(m²·nm)]", "Probe (links)"):
+    state(title)
+print("pint" in sys.modules)
+"""
+    done = subprocess.run([sys.executable, "-c", code], capture_output=True, text=True, check=True)
+    assert done.stdout == "False\n"
+
+
+@pytest.mark.parametrize(
+    ("kind", "have", "value", "wanted", "expected"),
+    [
+        ("transmittance", "%", 54.2, "1", 0.542),
+        ("transmittance", "1", 0.542, "%", 54.2),
+        ("transmittance", "%", 10.0, "OD", 1.0),
+        ("transmittance", "1", 0.5, "mOD", 301.02999566398),
+        ("absorbance", "1", 2.0, "%", 1.0),
+        ("absorbance", "mOD", 1000.0, "1", 0.1),
+        ("irradiance", "mW/cm²/nm", 3.0, "W m-2 nm-1", 30.0),
+        ("irradiance", "W/m2/um", 451.0, "W/m2/nm", 0.451),
+        ("irradiance", "W m-2 nm-1", 0.451, "µW/cm2/nm", 45.1),
+        ("responsivity", "A/W", 0.25, "mA/W", 250.0),
+        ("reflectance", "%", 4.0, "1", 0.04),
+    ],
+)
+def test_conversions(
+    kind: units.Kind, have: str, value: float, wanted: str, expected: float
+) -> None:
+    spectrum = vek.Spectrum(vek.Scan([400, 410], [value, value]), kind, have)
+    converted = spectrum.to(wanted)
+    assert converted.scan.values() == pytest.approx([expected] * 2, rel=1e-13)
+    assert converted.unit == units.known(wanted).name
+    assert converted.notes[-1].startswith("converted from")
+    assert converted.to(wanted) is converted
+
+
+@pytest.mark.parametrize(
+    ("kind", "have", "wanted", "reason"),
+    [
+        ("transmittance", "1", "W/m2/nm", "transmittance in 1 cannot be converted to W m-2 nm-1"),
+        ("transmittance", None, "%", "its unit is not stated"),
+        ("reflectance", "%", "OD", "cannot be converted to OD"),
+        ("irradiance", "W/m2", "W/m2/nm", "cannot be converted to W m-2 nm-1"),
+        ("counts", "counts/s", "counts", "cannot be converted to counts"),
+        ("unknown", "1", "OD", "cannot be converted to OD"),
+        ("other", "furlong", "1", "its unit 'furlong' is not understood"),
+        ("transmittance", "1", "furlong", "'furlong' is not understood"),
+    ],
+)
+def test_what_has_no_conversion_is_refused(
+    kind: units.Kind, have: str | None, wanted: str, reason: str
+) -> None:
+    spectrum = vek.Spectrum(vek.Scan([400, 410], [1, 1]), kind, have, "lens")
+    with pytest.raises(vek.Refusal, match=f"{reason}"):
+        spectrum.to(wanted)
+
+
+@pytest.mark.parametrize(
+    ("kind", "unit"),
+    [("transmittance", "W/m2/nm"), ("absorbance", "%"), ("irradiance", "counts"), ("furlong", "1")],
+)
+def test_a_unit_must_be_of_the_kind(kind: units.Kind, unit: str) -> None:
+    with pytest.raises(vek.Refusal, match=f"no unit of {kind}|must be one of"):
+        vek.Spectrum(vek.Scan([400], [1]), kind, unit)
+
+
+def test_zero_has_no_absorbance() -> None:
+    dark = vek.Spectrum(vek.Scan([400, 410, 420], [0, 0.5, -1]), "transmittance", "1", "dark")
+    with pytest.raises(vek.Refusal, match="dark: 0 at 400 nm has no absorbance, nor have 1 more"):
+        dark.to("OD")
