@@ -1,0 +1,108 @@
+#include "quantities/evaluate.hpp"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <map>
+#include <new>
+#include <stdexcept>
+
+namespace vekanalysis::quantities {
+
+namespace {
+
+/// "315-380".
+std::string interval(const Range& range) {
+    char text[64];
+    std::snprintf(text, sizeof text, "%.10g-%.10g", range.from, range.to);
+    return text;
+}
+
+/// The functions' results for one spectrum, each computed on first need.
+class Results {
+public:
+    Results(const Scan& spectrum, const Scan& white) noexcept
+        : spectrum_(spectrum), white_(white) {}
+
+    /// @throws std::runtime_error  what the function has thrown
+    double of(const Quantity& quantity) {
+        const auto [place, is_new] = computed_.try_emplace(quantity.function);
+        Result& result = place->second;
+        if (is_new) {
+            result.fields.resize(quantity.function->field_count);
+            try {
+                quantity.function->compute(spectrum_, white_, result.fields);
+            } catch (const std::bad_alloc&) {
+                throw;
+            } catch (const std::exception& error) {
+                result.error = error.what();
+                result.failed = true;
+            }
+        }
+        if (result.failed) throw std::runtime_error(result.error);
+        return result.fields[quantity.field];
+    }
+
+private:
+    struct Result {
+        std::vector<double> fields;
+        std::string error;
+        bool failed = false;
+    };
+    const Scan& spectrum_;
+    const Scan& white_;
+    std::map<const Function*, Result> computed_;
+};
+
+Scan clear_lens_at(const Scan& spectrum) {
+    return {spectrum.get_wavelengths(), std::vector<double>(spectrum.size(), 1.0),
+            spectrum.get_wavelength_epsilon(), spectrum.get_interpolation_type()};
+}
+
+Value evaluate_one(const Quantity& quantity, const Scan& spectrum, Results& results,
+                   Results* clear) {
+    Value value;
+    value.needed = quantity.needed();
+    if (value.needed) {
+        const auto [from, to] = *value.needed;
+        const Range covered = spectrum.empty() ? Range{}
+                                               : Range{std::max(from, spectrum.min_wavelength()),
+                                                       std::min(to, spectrum.max_wavelength())};
+        if (!(covered.from < covered.to)) {
+            value.problem = "No data within " + interval(*value.needed) + " nm";
+            return value;
+        }
+        value.covered = covered;
+    }
+    try {
+        const double number = results.of(quantity);
+        if (!std::isfinite(number)) {
+            value.problem = "The result is not a finite number";
+            return value;
+        }
+        if (clear != nullptr && quantity.is_transmittance) value.clear_lens = clear->of(quantity);
+        value.value = number;
+    } catch (const std::runtime_error& error) {
+        value.problem = std::string("Not computable: ") + error.what();
+    }
+    return value;
+}
+
+}  // namespace
+
+std::vector<Value> evaluate(const Scan& spectrum,
+                            std::span<const std::reference_wrapper<const Quantity>> quantities,
+                            const Scan& white, bool of_clear_lens) {
+    const Scan clear = of_clear_lens ? clear_lens_at(spectrum) : Scan();
+    Results results(spectrum, white);
+    Results results_of_clear(clear, white);
+    std::vector<Value> values;
+    values.reserve(quantities.size());
+    for (const Quantity& quantity : quantities) {
+        values.push_back(
+            evaluate_one(quantity, spectrum, results, of_clear_lens ? &results_of_clear : nullptr));
+    }
+    return values;
+}
+
+}  // namespace vekanalysis::quantities

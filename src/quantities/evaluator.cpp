@@ -1,0 +1,394 @@
+#include "quantities/evaluator.hpp"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstring>
+#include <functional>
+#include <limits>
+#include <new>
+#include <stdexcept>
+
+#include "quantities/finish.hpp"
+#include "quantities/integrator.hpp"
+
+namespace vekanalysis::quantities {
+
+namespace {
+
+using internal::Four;
+using internal::Integrator;
+using internal::lane_count;
+
+constexpr double none = std::numeric_limits<double>::quiet_NaN();
+
+/// A function of which some quantities are wanted.
+struct PlannedFunction {
+    const Function* function;
+    Form form{};
+    std::vector<std::size_t> integrals{};
+    std::size_t first = 0;  // of the points that count, for the smallest of them
+    std::size_t last = 0;   // behind the last of these
+    bool by_function = false;
+    bool refused = false;
+};
+
+/// A reference table as it was.
+struct Snapshot {
+    const colorimetry::data::Table* table;
+    Scan scan;
+};
+
+void check_grid(std::span<const double> wavelengths, double epsilon) {
+    for (std::size_t i = 0; i < wavelengths.size(); ++i) {
+        const bool ascends = i == 0 || wavelengths[i - 1] + epsilon < wavelengths[i];
+        if (!std::isfinite(wavelengths[i]) || !ascends) {
+            throw std::invalid_argument(
+                "Evaluator: wavelengths must be finite and ascend by more than epsilon");
+        }
+    }
+}
+
+double value_at(const Evaluator::Row& row, std::size_t i) noexcept {
+    const std::byte* const place = row.values + static_cast<std::ptrdiff_t>(i) * row.step;
+    if (row.is_single) {
+        float value;
+        std::memcpy(&value, place, sizeof value);
+        return static_cast<double>(value);
+    }
+    double value;
+    std::memcpy(&value, place, sizeof value);
+    return value;
+}
+
+/// The spectra side by side; a place without a spectrum gets zeros.
+void load(std::span<const Evaluator::Row> rows, std::span<Four> spectrum) noexcept {
+    constexpr auto step = static_cast<std::ptrdiff_t>(sizeof(double));
+    const bool plain = rows.size() == lane_count &&
+                       std::all_of(rows.begin(), rows.end(), [](const Evaluator::Row& row) {
+                           return !row.is_single && row.step == step;
+                       });
+    if (plain) {
+        for (std::size_t i = 0; i < spectrum.size(); ++i) {
+            for (std::size_t lane = 0; lane < lane_count; ++lane) {
+                std::memcpy(&spectrum[i].lanes[lane], rows[lane].values + i * sizeof(double),
+                            sizeof(double));
+            }
+        }
+        return;
+    }
+    for (std::size_t lane = 0; lane < lane_count; ++lane) {
+        for (std::size_t i = 0; i < spectrum.size(); ++i) {
+            spectrum[i].lanes[lane] = lane < rows.size() ? value_at(rows[lane], i) : 0.0;
+        }
+    }
+}
+
+void store(const Evaluator::Results& results, std::size_t i, double value) noexcept {
+    std::memcpy(results.values + static_cast<std::ptrdiff_t>(i) * results.step, &value,
+                sizeof value);
+}
+
+/// NaN where one of them is.
+double smallest(std::span<const Four> values, std::size_t lane) noexcept {
+    double result = values[0].lanes[lane];
+    for (const Four& four : values) {
+        const double value = four.lanes[lane];
+        if (value < result || std::isnan(value)) result = value;
+        if (std::isnan(result)) break;
+    }
+    return result;
+}
+
+}  // namespace
+
+struct Evaluator::Plan {
+    std::vector<double> wavelengths;
+    std::vector<Quantity> quantities;
+    double epsilon;
+    spline::Type type;
+    Scan white;
+    std::vector<Value> coverage{};
+    std::vector<PlannedFunction> functions{};
+    std::vector<std::size_t> function_of{};  // of each quantity
+    std::vector<char> refused{};             // of each quantity
+    std::vector<Snapshot> tables{};
+    Integrator integrator;
+
+    [[nodiscard]] Scan scan_of(std::span<const double> values) const {
+        return {wavelengths, values, epsilon, type};
+    }
+
+    void find_coverage() {
+        const Scan clear = scan_of(std::vector<double>(wavelengths.size(), 1.0));
+        const std::vector<std::reference_wrapper<const Quantity>> all(quantities.begin(),
+                                                                      quantities.end());
+        coverage = quantities::evaluate(clear, all, white, false);
+        for (std::size_t i = 0; i < coverage.size(); ++i) {
+            Value& value = coverage[i];
+            const bool uncovered = value.needed && !value.covered;
+            const bool fails = quantities[i].function->form != nullptr &&
+                               value.problem.rfind("Not computable", 0) == 0;
+            refused.push_back(uncovered || fails ? 1 : 0);
+            if (refused.back() == 0) value.problem.clear();
+            if (quantities[i].is_transmittance) value.clear_lens = value.value;
+            value.value.reset();
+        }
+    }
+
+    /// The place of a function among those planned; planned now if it is not yet.
+    std::size_t place_of(const Function& function) {
+        const auto found = std::find_if(functions.begin(), functions.end(),
+                                        [&](const auto& f) { return f.function == &function; });
+        if (found != functions.end()) return static_cast<std::size_t>(found - functions.begin());
+        PlannedFunction& planned = functions.emplace_back(PlannedFunction{&function});
+        planned.by_function = function.form == nullptr;
+        if (planned.by_function) return functions.size() - 1;
+        planned.form = function.form(white);
+        for (const Integral& integral : planned.form.integrals) {
+            for (const Factor& factor : integral.factors) keep_tables(factor);
+            const auto index = integrator.add(integral);
+            planned.by_function |= !index;
+            planned.integrals.push_back(index.value_or(0));
+        }
+        if (planned.form.finish == Form::Finish::SMALLEST) {
+            const double from = planned.form.band.first;
+            const double to = planned.form.band.second;
+            const auto place = [&](const auto& before) {
+                return static_cast<std::size_t>(
+                    std::partition_point(wavelengths.begin(), wavelengths.end(), before) -
+                    wavelengths.begin());
+            };
+            planned.first = place([&](double wl) { return wl + epsilon < from; });
+            planned.last = place([&](double wl) { return !(wl > to + epsilon); });
+        }
+        return functions.size() - 1;
+    }
+
+    void keep_tables(const Factor& factor) {
+        for (const auto* const table : factor.tables) {
+            const bool known = std::any_of(tables.begin(), tables.end(),
+                                           [&](const Snapshot& s) { return s.table == table; });
+            if (!known) tables.push_back({table, table->spectrum()});
+        }
+    }
+
+    void plan() {
+        find_coverage();
+        for (std::size_t i = 0; i < quantities.size(); ++i) {
+            function_of.push_back(refused[i] != 0 ? 0 : place_of(*quantities[i].function));
+        }
+        integrator.finish();
+    }
+
+    void compute(const PlannedFunction& planned, const Scan& scan, std::span<double> fields) const {
+        try {
+            planned.function->compute(scan, white, fields);
+        } catch (const std::bad_alloc&) {
+            throw;
+        } catch (const std::exception&) {
+            std::fill(fields.begin(), fields.end(), none);
+        }
+    }
+
+    /// The fields of a function for one lane of the workspace.
+    void fields_of(const PlannedFunction& planned, const Integrator::Workspace& workspace,
+                   std::size_t lane, std::span<double> fields) const {
+        if (planned.by_function) {
+            std::vector<double> values;
+            for (const Four& four : workspace.spectrum) values.push_back(four.lanes[lane]);
+            compute(planned, scan_of(values), fields);
+            return;
+        }
+        if (planned.form.finish == Form::Finish::SMALLEST) {
+            const std::span<const Four> all = workspace.spectrum;
+            fields[0] = smallest(all.subspan(planned.first, planned.last - planned.first), lane);
+            return;
+        }
+        double integrals[internal::most_fields];
+        for (std::size_t i = 0; i < planned.integrals.size(); ++i) {
+            integrals[i] = workspace.integrals[planned.integrals[i]].lanes[lane];
+        }
+        internal::finish(planned.form, integrals, fields);
+    }
+
+    void gradients_of(const PlannedFunction& planned, std::span<const double> values,
+                      Integrator::Workspace& workspace, std::span<double> gradients) const;
+};
+
+Evaluator::Evaluator(std::span<const double> wavelengths, std::span<const Quantity> quantities,
+                     double epsilon, spline::Type type, const Scan& white) {
+    const Scan settings(epsilon, type);
+    check_grid(wavelengths, epsilon);
+    auto plan = std::make_unique<Plan>(Plan{
+        .wavelengths = {wavelengths.begin(), wavelengths.end()},
+        .quantities = {quantities.begin(), quantities.end()},
+        .epsilon = epsilon,
+        .type = type,
+        .white = white,
+        .integrator = Integrator(wavelengths, epsilon, type),
+    });
+    plan->plan();
+    plan_ = std::move(plan);
+}
+
+Evaluator::Evaluator(Evaluator&&) noexcept = default;
+Evaluator::~Evaluator() = default;
+
+std::span<const double> Evaluator::wavelengths() const noexcept {
+    return plan_->wavelengths;
+}
+
+std::span<const Quantity> Evaluator::quantities() const noexcept {
+    return plan_->quantities;
+}
+
+std::span<const Value> Evaluator::coverage() const noexcept {
+    return plan_->coverage;
+}
+
+bool Evaluator::is_linear(std::size_t quantity) const noexcept {
+    if (plan_->refused[quantity] != 0) return false;
+    const PlannedFunction& planned = plan_->functions[plan_->function_of[quantity]];
+    return !planned.by_function && planned.form.finish == Form::Finish::NUMBERS &&
+           plan_->integrator.is_linear(planned.integrals[plan_->quantities[quantity].field]);
+}
+
+bool Evaluator::needs_functions() const noexcept {
+    return std::any_of(plan_->functions.begin(), plan_->functions.end(),
+                       [](const PlannedFunction& planned) { return planned.by_function; });
+}
+
+const char* Evaluator::changed_table() const {
+    for (const auto& [table, before] : plan_->tables) {
+        const Scan& now = table->spectrum();
+        const auto same = [](std::span<const double> a, std::span<const double> b) {
+            return a.size() == b.size() && std::memcmp(a.data(), b.data(), a.size_bytes()) == 0;
+        };
+        if (!same(now.data().keys(), before.data().keys()) ||
+            !same(now.data().values(), before.data().values()) ||
+            now.get_wavelength_epsilon() != before.get_wavelength_epsilon() ||
+            now.get_interpolation_type() != before.get_interpolation_type()) {
+            return table->name;
+        }
+    }
+    return nullptr;
+}
+
+void Evaluator::evaluate(std::span<const Row> rows, std::span<const Results> results) const {
+    const Plan& plan = *plan_;
+    auto workspace = plan.integrator.make_workspace();
+    std::vector<std::array<double, internal::most_fields>> fields(plan.functions.size());
+    for (std::size_t begin = 0; begin < rows.size(); begin += lane_count) {
+        const std::size_t count = std::min(lane_count, rows.size() - begin);
+        load(rows.subspan(begin, count), workspace.spectrum);
+        plan.integrator.integrate(workspace);
+        for (std::size_t lane = 0; lane < count; ++lane) {
+            for (std::size_t i = 0; i < fields.size(); ++i) {
+                plan.fields_of(plan.functions[i], workspace, lane, fields[i]);
+            }
+            for (std::size_t i = 0; i < plan.quantities.size(); ++i) {
+                const double value = plan.refused[i] != 0
+                                         ? none
+                                         : fields[plan.function_of[i]][plan.quantities[i].field];
+                store(results[begin + lane], i, value);
+            }
+        }
+    }
+}
+
+void Evaluator::evaluate(std::span<const double> values, std::span<double> results) const {
+    const std::size_t n = wavelengths().size();
+    const std::size_t q = quantities().size();
+    const std::size_t count = n == 0 ? 0 : values.size() / n;
+    std::vector<Row> rows;
+    std::vector<Results> places;
+    constexpr auto step = static_cast<std::ptrdiff_t>(sizeof(double));
+    for (std::size_t i = 0; i < count; ++i) {
+        rows.push_back({reinterpret_cast<const std::byte*>(values.data() + i * n), step, false});
+        places.push_back({reinterpret_cast<std::byte*>(results.data() + i * q), step});
+    }
+    evaluate(rows, places);
+}
+
+/// Gradients of the fields of a function, one after another.
+void Evaluator::Plan::gradients_of(const PlannedFunction& planned, std::span<const double> values,
+                                   Integrator::Workspace& workspace,
+                                   std::span<double> gradients) const {
+    const std::size_t n = wavelengths.size();
+    std::fill(gradients.begin(), gradients.end(), 0.0);
+    if (planned.by_function) {
+        const std::size_t count = planned.function->field_count;
+        std::vector<double> changed(values.begin(), values.end());
+        std::vector<double> up(count);
+        std::vector<double> down(count);
+        double largest = 0.0;
+        for (const double value : values) largest = std::max(largest, std::abs(value));
+        const double change = largest > 0.0 ? 1e-6 * largest : 1e-6;
+        for (std::size_t i = 0; i < n; ++i) {
+            changed[i] = values[i] + change;
+            compute(planned, scan_of(changed), up);
+            changed[i] = values[i] - change;
+            compute(planned, scan_of(changed), down);
+            changed[i] = values[i];
+            for (std::size_t k = 0; k < count; ++k) {
+                gradients[k * n + i] = (up[k] - down[k]) / (2.0 * change);
+            }
+        }
+        return;
+    }
+    if (planned.form.finish == Form::Finish::SMALLEST) {
+        const auto inside = values.subspan(planned.first, planned.last - planned.first);
+        const auto place = std::min_element(inside.begin(), inside.end()) - inside.begin();
+        gradients[planned.first + static_cast<std::size_t>(place)] = 1.0;
+        return;
+    }
+    double integrals[internal::most_fields] = {};
+    if (!values.empty()) {
+        for (std::size_t i = 0; i < n; ++i) workspace.spectrum[i].lanes.fill(values[i]);
+        integrator.integrate(workspace);
+        for (std::size_t i = 0; i < planned.integrals.size(); ++i) {
+            integrals[i] = workspace.integrals[planned.integrals[i]].lanes[0];
+        }
+    }
+    std::vector<double> of_integral(n);
+    for (std::size_t i = 0; i < planned.integrals.size(); ++i) {
+        // Without a spectrum the fields that are not linear are not wanted.
+        if (values.empty() && !integrator.is_linear(planned.integrals[i])) continue;
+        double shares[internal::most_fields] = {};
+        internal::differentiate_finish(planned.form, integrals, i, shares);
+        integrator.differentiate(planned.integrals[i], values, of_integral, workspace);
+        for (std::size_t k = 0; k < planned.function->field_count; ++k) {
+            if (shares[k] == 0.0) continue;
+            for (std::size_t j = 0; j < n; ++j) {
+                gradients[k * n + j] += shares[k] * of_integral[j];
+            }
+        }
+    }
+}
+
+void Evaluator::sensitivities(std::span<const double> values,
+                              std::span<double> sensitivities) const {
+    const Plan& plan = *plan_;
+    const std::size_t n = plan.wavelengths.size();
+    for (std::size_t i = 0; i < plan.quantities.size() && values.empty(); ++i) {
+        if (is_linear(i) || plan.refused[i] != 0) continue;
+        throw std::invalid_argument("Evaluator::sensitivities: '" + plan.quantities[i].key +
+                                    "' is not linear on this grid; the values of a spectrum are "
+                                    "needed");
+    }
+    auto workspace = plan.integrator.make_workspace();
+    std::fill(sensitivities.begin(), sensitivities.end(), none);
+    for (std::size_t f = 0; f < plan.functions.size(); ++f) {
+        std::vector<double> gradients(plan.functions[f].function->field_count * n);
+        plan.gradients_of(plan.functions[f], values, workspace, gradients);
+        for (std::size_t i = 0; i < plan.quantities.size(); ++i) {
+            if (plan.refused[i] != 0 || plan.function_of[i] != f) continue;
+            const auto begin =
+                gradients.begin() + static_cast<std::ptrdiff_t>(plan.quantities[i].field * n);
+            std::copy_n(begin, n, sensitivities.begin() + static_cast<std::ptrdiff_t>(i * n));
+        }
+    }
+}
+
+}  // namespace vekanalysis::quantities

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <vector>
+
+#include "quantity.hpp"
+
+namespace vekanalysis::quantities {
+
+/// What a spectrum is multiplied by: a table, or the product of two.
+struct Factor {
+    std::vector<const colorimetry::data::Table*> tables;
+    bool on_left = false;  // whether it is the left operand, which decides the interpolation
+
+    friend bool operator==(const Factor&, const Factor&) = default;
+};
+
+/// Integral over a band of the spectrum multiplied by factors one after another.
+struct Integral {
+    std::vector<Factor> factors;
+    Range band;
+};
+
+/// How the fields of a function follow from integrals.
+struct Form {
+    enum class Finish {
+        NUMBERS,       // field i is integral i times scales[i], divided by divisors[i]
+        CHROMATICITY,  // x and y of the integrals X, Y and Z
+        CIELAB,        // L*, a* and b* of X, Y and Z, with the white scales[0..2]
+        CIELAB_AB,     // a* and b* with that white scaled to Y
+        SMALLEST,      // no integral: the smallest stored value in `band`
+    };
+    Finish finish = Finish::NUMBERS;
+    std::vector<Integral> integrals{};
+    std::vector<double> scales{};
+    std::vector<double> divisors{};
+    Range band{};
+};
+
+}  // namespace vekanalysis::quantities

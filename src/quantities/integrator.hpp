@@ -1,0 +1,101 @@
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <span>
+#include <vector>
+
+#include "quantities/kernels.hpp"
+
+namespace vekanalysis::quantities::internal {
+
+/// Integral that is a weighted sum of the spectrum's values.
+struct WeightedSum {
+    std::size_t begin = 0;  // first value that counts
+    std::vector<double> weights{};
+};
+
+/// Integral of an Akima interpolant over even steps: there the slopes at the inner knots cancel,
+/// and what remains is the trapezoidal rule and the slopes at the ends.
+///
+/// That holds but for a kink between straight runs, where an Akima interpolant does not round the
+/// corner; `tolerance` finds these.
+struct EvenSum {
+    WeightedSum factors{};
+    double step = 0.0;
+    struct Correction {
+        std::size_t index;
+        double weight;
+    };
+    std::vector<Correction> corrections{};  // the ends of the rule
+    std::vector<KnotOfSpectrum> slopes{};   // that do not cancel and are not linear
+    double tolerance = 0.0;                 // of a second difference, of the largest value
+};
+
+/// Integrals of products of a spectrum on one grid, planned once; immutable.
+class Integrator {
+public:
+    Integrator(std::span<const double> wavelengths, double epsilon, spline::Type type);
+
+    /// @return its index, the same for equal integrals; nothing when it needs a polynomial
+    [[nodiscard]] std::optional<std::size_t> add(const Integral& integral);
+
+    /// Chooses a way for each integral; to be called after the last `add`.
+    void finish();
+
+    [[nodiscard]] std::size_t size() const noexcept { return planned_.size(); }
+
+    /// Whether an integral is linear in the values, ties of slopes apart.
+    [[nodiscard]] bool is_linear(std::size_t integral) const noexcept;
+
+    /// Memory for one group of spectra at a time.
+    struct Workspace {
+        std::vector<Four> spectrum;             // (N)
+        std::vector<std::vector<Four>> values;  // of each product
+        std::vector<std::vector<Four>> pieces;  // b, c, d one after another
+        std::vector<char> has_values;
+        std::vector<Four> sums;        // of the even sums
+        std::vector<LaneMask> unsure;  // lanes in which they do not hold
+        std::vector<Four> integrals;   // results
+    };
+    [[nodiscard]] Workspace make_workspace() const;
+
+    /// Fills `integrals` from `spectrum`.
+    void integrate(Workspace& workspace) const;
+
+    /// Derivative of an integral with respect to each value of a spectrum.
+    ///
+    /// Exact where the integral is a sum, else by central differences.
+    /// @param values    shape (N); not read where the integral is a sum
+    /// @param gradient  shape (N), receives the result
+    void differentiate(std::size_t integral, std::span<const double> values,
+                       std::span<double> gradient, Workspace& workspace) const;
+
+private:
+    enum class Way { ZERO, SUM, EVEN, GENERAL };
+    struct Plan {
+        PlannedIntegral integral;
+        Way way = Way::GENERAL;
+        std::size_t index = 0;  // of the sum
+    };
+
+    [[nodiscard]] const Product& product_of(const PlannedIntegral& integral) const {
+        return products_.all()[integral.product];
+    }
+    [[nodiscard]] std::vector<std::size_t> chain_to(std::size_t product) const;
+    [[nodiscard]] bool is_piecewise_linear(const PlannedIntegral& integral) const;
+    [[nodiscard]] WeightedSum weighted_sum(const PlannedIntegral& integral) const;
+    [[nodiscard]] std::size_t keep(EvenSum sum);
+    void choose_way(Plan& plan);
+    void sum_evenly(std::size_t index, const Four& largest, Workspace& workspace) const;
+    [[nodiscard]] std::span<const Four> values_of(std::size_t product, Workspace& workspace) const;
+    [[nodiscard]] Four general(const PlannedIntegral& integral, Workspace& workspace) const;
+
+    std::size_t size_;
+    Products products_;
+    std::vector<Plan> planned_;
+    std::vector<WeightedSum> sums_;
+    std::vector<EvenSum> even_sums_;
+};
+
+}  // namespace vekanalysis::quantities::internal

@@ -1,0 +1,385 @@
+#include "quantities/kernels.hpp"
+
+#include "quantities/lanes.hpp"
+
+namespace vekanalysis::quantities::internal {
+
+namespace {
+
+// Everything below is inlined by force into the kernels at the end, so that it is compiled for the
+// same machine as they are: a vector must not pass from a function for one to one for another.
+
+VEKANALYSIS_INLINE Lanes product_at(std::span<const Four> values, const double* factors,
+                                    std::size_t i) {
+    return load(values[i]) * splat(factors[i]);
+}
+
+VEKANALYSIS_INLINE Four dot_body(std::span<const Four> values, const double* factors) {
+    Lanes even = splat(0.0);
+    Lanes odd = splat(0.0);
+    std::size_t i = 0;
+    for (; i + 1 < values.size(); i += 2) {
+        even = even + load(values[i]) * splat(factors[i]);
+        odd = odd + load(values[i + 1]) * splat(factors[i + 1]);
+    }
+    if (i < values.size()) even = even + load(values[i]) * splat(factors[i]);
+    Four result;
+    store(even + odd, result);
+    return result;
+}
+
+/// Second difference of three neighbours, within the tolerance of 0.
+VEKANALYSIS_INLINE Mask is_straight(Lanes left, Lanes middle, Lanes right, Lanes tolerance) {
+    return abs_of((left + right) - (middle + middle)) <= tolerance;
+}
+
+/// Points in fours, of which the inner two are looked at: of any two points that are two apart one
+/// is among them, so no kink, which needs both its neighbours straight, escapes.
+VEKANALYSIS_INLINE Four sum_body(std::span<const Four> values, const double* factors,
+                                 const Four& tolerance, LaneMask& suspects) {
+    const Lanes limit = load(tolerance);
+    Lanes even = splat(0.0);
+    Lanes odd = splat(0.0);
+    Mask straight = splat(1.0) <= splat(0.0);
+    std::size_t i = 0;
+    for (; i + 4 <= values.size(); i += 4) {
+        const Lanes p0 = product_at(values, factors, i);
+        const Lanes p1 = product_at(values, factors, i + 1);
+        const Lanes p2 = product_at(values, factors, i + 2);
+        const Lanes p3 = product_at(values, factors, i + 3);
+        const Lanes outer = p0 + p2;
+        const Lanes inner = p1 + p3;
+        even = even + outer;
+        odd = odd + inner;
+        straight = straight | (abs_of(outer - (p1 + p1)) <= limit);
+        straight = straight | (abs_of(inner - (p2 + p2)) <= limit);
+    }
+    const std::size_t rest = i < 4 ? 1 : i - 2;
+    for (; i < values.size(); ++i) even = even + product_at(values, factors, i);
+    for (std::size_t k = rest; k + 1 < values.size(); ++k) {
+        straight = straight |
+                   is_straight(product_at(values, factors, k - 1), product_at(values, factors, k),
+                               product_at(values, factors, k + 1), limit);
+    }
+    suspects = bits_of(straight);
+    Four result;
+    store(even + odd, result);
+    return result;
+}
+
+VEKANALYSIS_INLINE LaneMask kinks_body(std::span<const Four> values, const double* factors,
+                                       const Four& tolerance) {
+    if (values.size() < 5) return 0;
+    const Lanes limit = load(tolerance);
+    Lanes left = load(values[0]) * splat(factors[0]);
+    Lanes middle = load(values[1]) * splat(factors[1]);
+    Mask none = splat(1.0) <= splat(0.0);
+    Mask before = none;
+    Mask here = none;
+    Mask found = none;
+    for (std::size_t i = 2; i < values.size(); ++i) {
+        const Lanes right = load(values[i]) * splat(factors[i]);
+        const Mask after = is_straight(left, middle, right, limit);
+        found = found | (before & ~here & after);
+        before = here;
+        here = after;
+        left = middle;
+        middle = right;
+    }
+    return bits_of(found);
+}
+
+/// The slopes of the intervals of an Akima interpolant, those beyond the ends extrapolated.
+class Slopes {
+public:
+    VEKANALYSIS_INLINE Slopes(const Product& product, std::span<const Four> values)
+        : x_(product.wavelengths), y_(values) {}
+
+    [[nodiscard]] VEKANALYSIS_INLINE Lanes operator()(std::ptrdiff_t i) const {
+        const auto last = static_cast<std::ptrdiff_t>(x_.size()) - 2;
+        if (i < 0) return beyond(0, 1, i == -1);
+        if (i > last) return beyond(last, last - 1, i == last + 1);
+        return inside(static_cast<std::size_t>(i));
+    }
+
+private:
+    [[nodiscard]] VEKANALYSIS_INLINE Lanes inside(std::size_t i) const {
+        return (load(y_[i + 1]) - load(y_[i])) / splat(x_[i + 1] - x_[i]);
+    }
+    [[nodiscard]] VEKANALYSIS_INLINE Lanes beyond(std::ptrdiff_t end, std::ptrdiff_t next,
+                                                  bool is_first) const {
+        const Lanes m_end = inside(static_cast<std::size_t>(end));
+        const Lanes m_next = inside(static_cast<std::size_t>(next));
+        if (is_first) return splat(2.0) * m_end - m_next;
+        return splat(3.0) * m_end - splat(2.0) * m_next;
+    }
+
+    std::span<const double> x_;
+    std::span<const Four> y_;
+};
+
+/// The slope of an Akima interpolant at a knot, between the slopes m of the intervals around it.
+/// The operations are those of numerical::Spline in their order: where the weight is near 0, the
+/// slope is a matter of the last bit.
+struct KnotSlope {
+    Lanes slope;
+    Mask is_straight;
+
+    VEKANALYSIS_INLINE KnotSlope(Lanes m_0, Lanes m_1, Lanes m_2, Lanes m_3) {
+        const Lanes left = abs_of(m_1 - m_0);
+        const Lanes weight = abs_of(m_3 - m_2) + left;
+        const Lanes alpha = left / weight;
+        slope = (splat(1.0) - alpha) * m_1 + alpha * m_2;
+        is_straight = weight == splat(0.0);
+    }
+};
+
+VEKANALYSIS_INLINE Four slope_body(const KnotOfSpectrum& knot, std::span<const Four> spectrum,
+                                   LaneMask& straight) {
+    Lanes p[5];
+    for (std::size_t i = 0; i < knot.count; ++i) {
+        p[i] = load(spectrum[knot.begin + i]);
+        for (const auto& factors : knot.factors) p[i] = p[i] * splat(factors[i]);
+    }
+    Lanes m[4];
+    const std::size_t first = knot.left_missing ? 1 : 0;
+    for (std::size_t i = 0; i + 1 < knot.count; ++i) {
+        m[first + i] = (p[i + 1] - p[i]) / splat(knot.steps[i]);
+    }
+    if (knot.left_missing) m[0] = splat(2.0) * m[1] - m[2];
+    if (knot.right_missing) m[3] = splat(2.0) * m[2] - m[1];
+    const KnotSlope at_knot(m[0], m[1], m[2], m[3]);
+    straight = bits_of(at_knot.is_straight);
+    Four result;
+    store(at_knot.slope, result);
+    return result;
+}
+
+struct Piece {
+    Lanes y;
+    Lanes b;
+    Lanes c;
+    Lanes d;
+
+    /// Integral from the knot to t beyond it.
+    [[nodiscard]] VEKANALYSIS_INLINE Lanes antiderivative(double t) const {
+        const double t2 = t * t;
+        return y * splat(t) + b * splat(t2 / 2.0) + c * splat(t2 * t / 3.0) +
+               d * splat(t2 * t2 / 4.0);
+    }
+};
+
+VEKANALYSIS_INLINE Piece akima_piece(Lanes y, Lanes m, double h, const KnotSlope& left,
+                                     const KnotSlope& right) {
+    const Lanes zero = splat(0.0);
+    const Lanes end = select(right.is_straight, m, right.slope);
+    const Lanes three_m = splat(3.0) * m;
+    const Lanes c = (three_m - splat(2.0) * left.slope - end) / splat(h);
+    const Lanes d = (left.slope + end - splat(2.0) * m) / splat(h * h);
+    return {y, select(left.is_straight, m, left.slope), select(left.is_straight, zero, c),
+            select(left.is_straight, zero, d)};
+}
+
+VEKANALYSIS_INLINE Piece akima_piece_at(const Product& product, std::span<const Four> values,
+                                        std::size_t i) {
+    const Slopes slopes(product, values);
+    const auto k = static_cast<std::ptrdiff_t>(i);
+    const Lanes m[5] = {slopes(k - 2), slopes(k - 1), slopes(k), slopes(k + 1), slopes(k + 2)};
+    const double h = product.wavelengths[i + 1] - product.wavelengths[i];
+    return akima_piece(load(values[i]), m[2], h, {m[0], m[1], m[2], m[3]},
+                       {m[1], m[2], m[3], m[4]});
+}
+
+VEKANALYSIS_INLINE Lanes akima_integral(const Product& product, std::span<const Four> values,
+                                        const PlannedIntegral& planned) {
+    const auto& [index, is_zero, first, last, from, to] = planned;
+    const Piece first_piece = akima_piece_at(product, values, first);
+    if (first == last) return first_piece.antiderivative(to) - first_piece.antiderivative(from);
+    const auto& x = product.wavelengths;
+    Lanes sum =
+        first_piece.antiderivative(x[first + 1] - x[first]) - first_piece.antiderivative(from);
+    sum = sum + akima_piece_at(product, values, last).antiderivative(to);
+
+    const Slopes slopes(product, values);
+    const auto begin = static_cast<std::ptrdiff_t>(first) + 1;
+    Lanes m_1 = slopes(begin - 1);
+    Lanes m_2 = slopes(begin);
+    Lanes m_3 = slopes(begin + 1);
+    KnotSlope left(slopes(begin - 2), m_1, m_2, m_3);
+    for (std::size_t i = first + 1; i < last; ++i) {
+        const Lanes m_4 = slopes(static_cast<std::ptrdiff_t>(i) + 2);
+        const KnotSlope right(m_1, m_2, m_3, m_4);
+        const double h = x[i + 1] - x[i];
+        const Lanes end = select(right.is_straight, m_2, right.slope);
+        const Lanes bend = select(left.is_straight, splat(0.0), left.slope - end);
+        sum = sum + (load(values[i]) + load(values[i + 1])) * splat(h / 2.0) +
+              bend * splat(h * h / 12.0);
+        left = right;
+        m_1 = m_2;
+        m_2 = m_3;
+        m_3 = m_4;
+    }
+    return sum;
+}
+
+VEKANALYSIS_INLINE Piece linear_piece(const Product& product, std::span<const Four> values,
+                                      std::size_t i) {
+    const Slopes slopes(product, values);
+    const Lanes zero = splat(0.0);
+    return {load(values[i]), slopes(static_cast<std::ptrdiff_t>(i)), zero, zero};
+}
+
+/// The second derivatives, halved, of the natural cubic spline, as numerical::Spline has them.
+VEKANALYSIS_INLINE std::vector<Four> cubic_curvatures(const Product& product,
+                                                      std::span<const Four> values) {
+    const auto& x = product.wavelengths;
+    const std::size_t n = product.size();
+    const Slopes slopes(product, values);
+    std::vector<Four> c(n, Four{});
+    std::vector<double> d(n, 0.0);
+    for (std::size_t k = 1; k + 1 < n; ++k) {
+        const double h_left = x[k] - x[k - 1];
+        const double h_right = x[k + 1] - x[k];
+        const double pivot = 2.0 * (h_left + h_right) - h_left * d[k - 1];
+        d[k] = h_right / pivot;
+        const auto i = static_cast<std::ptrdiff_t>(k);
+        store((splat(3.0) * (slopes(i) - slopes(i - 1)) - splat(h_left) * load(c[k - 1])) /
+                  splat(pivot),
+              c[k]);
+    }
+    for (std::size_t k = n - 2; k >= 1; --k) {
+        store(load(c[k]) - splat(d[k]) * load(c[k + 1]), c[k]);
+    }
+    return c;
+}
+
+VEKANALYSIS_INLINE Piece cubic_piece(const Product& product, std::span<const Four> values,
+                                     std::span<const Four> curvatures, std::size_t i) {
+    const Slopes slopes(product, values);
+    const Lanes c = load(curvatures[i]);
+    const Lanes c_next = load(curvatures[i + 1]);
+    const double h = product.wavelengths[i + 1] - product.wavelengths[i];
+    const Lanes b =
+        slopes(static_cast<std::ptrdiff_t>(i)) - splat(h) * (splat(2.0) * c + c_next) / splat(3.0);
+    return {load(values[i]), b, c, (c_next - c) / splat(3.0 * h)};
+}
+
+/// A piece of whatever interpolant the product has.
+class PieceAt {
+public:
+    VEKANALYSIS_INLINE PieceAt(const Product& product, std::span<const Four> values)
+        : product_(product), values_(values) {
+        if (product.type == spline::Type::CUBIC) curvatures_ = cubic_curvatures(product, values);
+    }
+
+    [[nodiscard]] VEKANALYSIS_INLINE Piece operator()(std::size_t i) const {
+        if (product_.type == spline::Type::AKIMA) return akima_piece_at(product_, values_, i);
+        if (product_.type == spline::Type::CUBIC) {
+            return cubic_piece(product_, values_, curvatures_, i);
+        }
+        return linear_piece(product_, values_, i);
+    }
+
+private:
+    const Product& product_;
+    std::span<const Four> values_;
+    std::vector<Four> curvatures_;
+};
+
+VEKANALYSIS_INLINE Four integral_body(const Product& product, std::span<const Four> values,
+                                      const PlannedIntegral& planned) {
+    Four result;
+    if (product.type == spline::Type::AKIMA) {
+        store(akima_integral(product, values, planned), result);
+        return result;
+    }
+    const PieceAt piece_at(product, values);
+    const auto& x = product.wavelengths;
+    Lanes sum = splat(0.0) - piece_at(planned.first).antiderivative(planned.from);
+    for (std::size_t i = planned.first; i < planned.last; ++i) {
+        sum = sum + piece_at(i).antiderivative(x[i + 1] - x[i]);
+    }
+    store(sum + piece_at(planned.last).antiderivative(planned.to), result);
+    return result;
+}
+
+VEKANALYSIS_INLINE void pieces_body(const Product& product, std::span<const Four> values,
+                                    const Pieces& pieces) {
+    if (product.wanted_pieces.empty()) return;
+    const PieceAt piece_at(product, values);
+    for (std::size_t k = 0; k < product.wanted_pieces.size(); ++k) {
+        const Piece piece = piece_at(product.wanted_pieces[k]);
+        store(piece.b, pieces.b[k]);
+        store(piece.c, pieces.c[k]);
+        store(piece.d, pieces.d[k]);
+    }
+}
+
+VEKANALYSIS_INLINE void multiply_body(const Product& product, std::span<const Four> parent,
+                                      const Pieces& pieces,
+                                      std::span<const std::uint32_t> wanted_pieces,
+                                      std::span<Four> values) {
+    for (std::size_t i = 0; i < product.size(); ++i) {
+        const auto& [index, interpolated, offset] = product.sources[i];
+        Lanes value;
+        if (interpolated) {
+            const Lanes t = splat(offset);
+            value = load(parent[wanted_pieces[index]]) +
+                    t * (load(pieces.b[index]) +
+                         t * (load(pieces.c[index]) + t * load(pieces.d[index])));
+        } else {
+            value = load(parent[index]);
+        }
+        store(value * splat(product.factors[i]), values[i]);
+    }
+}
+
+#define VEKANALYSIS_KERNELS(name, attribute)                                                       \
+    namespace name {                                                                               \
+    attribute Four dot(std::span<const Four> values, const double* factors) {                      \
+        return dot_body(values, factors);                                                          \
+    }                                                                                              \
+    attribute Four sum(std::span<const Four> values, const double* factors, const Four& tolerance, \
+                       LaneMask& suspects) {                                                       \
+        return sum_body(values, factors, tolerance, suspects);                                     \
+    }                                                                                              \
+    attribute LaneMask kinks(std::span<const Four> values, const double* factors,                  \
+                             const Four& tolerance) {                                              \
+        return kinks_body(values, factors, tolerance);                                             \
+    }                                                                                              \
+    attribute Four slope(const KnotOfSpectrum& knot, std::span<const Four> spectrum,               \
+                         LaneMask& straight) {                                                     \
+        return slope_body(knot, spectrum, straight);                                               \
+    }                                                                                              \
+    attribute Four integral(const Product& product, std::span<const Four> values,                  \
+                            const PlannedIntegral& planned) {                                      \
+        return integral_body(product, values, planned);                                            \
+    }                                                                                              \
+    attribute void pieces(const Product& product, std::span<const Four> values,                    \
+                          const Pieces& wanted) {                                                  \
+        pieces_body(product, values, wanted);                                                      \
+    }                                                                                              \
+    attribute void multiply(const Product& product, std::span<const Four> parent,                  \
+                            const Pieces& coefficients, std::span<const std::uint32_t> wanted,     \
+                            std::span<Four> values) {                                              \
+        multiply_body(product, parent, coefficients, wanted, values);                              \
+    }                                                                                              \
+    constexpr Kernels all{dot, sum, kinks, slope, integral, pieces, multiply};                     \
+    }
+
+VEKANALYSIS_KERNELS(baseline, )
+#if defined(__GNUC__) && defined(__x86_64__)
+VEKANALYSIS_KERNELS(avx2, __attribute__((target("avx2"))))
+#endif
+
+}  // namespace
+
+const Kernels& kernels() noexcept {
+#if defined(__GNUC__) && defined(__x86_64__)
+    static const bool has_avx2 = __builtin_cpu_supports("avx2") != 0;
+    if (has_avx2) return avx2::all;
+#endif
+    return baseline::all;
+}
+
+}  // namespace vekanalysis::quantities::internal

@@ -1,0 +1,76 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <span>
+
+#include "quantities/products.hpp"
+
+/// Arithmetic on four spectra at once.
+///
+/// Every spectrum has its own lane, and lanes do not meet: what a spectrum gives depends neither on
+/// its neighbours nor on how wide the machine's registers are.
+namespace vekanalysis::quantities::internal {
+
+inline constexpr std::size_t lane_count = 4;
+
+/// A value of each of four spectra.
+struct alignas(lane_count * sizeof(double)) Four {
+    std::array<double, lane_count> lanes;
+};
+
+/// Bit i for lane i.
+using LaneMask = unsigned;
+inline constexpr LaneMask all_lanes = (1U << lane_count) - 1U;
+
+/// The coefficients of some pieces of an interpolant: y + t (b + t (c + t d)).
+struct Pieces {
+    std::span<Four> b;
+    std::span<Four> c;
+    std::span<Four> d;
+};
+
+/// The slope at a knot of an Akima interpolant of a product whose points are the spectrum's.
+struct KnotOfSpectrum {
+    double weight = 0.0;         // of the slope in the integral
+    std::size_t begin = 0;       // first point of the spectrum that takes part
+    std::size_t count = 0;       // of points: 5, or less by the missing one
+    bool left_missing = false;   // next to the first point of the product
+    bool right_missing = false;  // next to the last
+    std::array<double, 4> steps{};
+    std::vector<std::array<double, 5>> factors{};  // of each multiplication
+};
+
+struct Kernels {
+    /// Sum of values[i] * factors[i].
+    Four (*dot)(std::span<const Four> values, const double* factors);
+
+    /// The same; the lanes in which a second difference of the products is so small, against the
+    /// tolerance, that there may be a kink between straight runs.
+    Four (*sum)(std::span<const Four> values, const double* factors, const Four& tolerance,
+                LaneMask& suspects);
+
+    /// The lanes in which the products have such a kink: the second differences on either side of
+    /// a point are 0 within the tolerance, and its own is not.
+    LaneMask (*kinks)(std::span<const Four> values, const double* factors, const Four& tolerance);
+
+    /// The slope at a knot, bit for bit, and the lanes in which it is undefined: straight on either
+    /// side.
+    Four (*slope)(const KnotOfSpectrum& knot, std::span<const Four> spectrum, LaneMask& straight);
+
+    /// Integral of the interpolant of a product with these values.
+    Four (*integral)(const Product& product, std::span<const Four> values,
+                     const PlannedIntegral& planned);
+
+    /// The wanted pieces of the interpolant of a product with these values.
+    void (*pieces)(const Product& product, std::span<const Four> values, const Pieces& pieces);
+
+    /// The values of a product.
+    void (*multiply)(const Product& product, std::span<const Four> parent, const Pieces& pieces,
+                     std::span<const std::uint32_t> wanted_pieces, std::span<Four> values);
+};
+
+/// The kernels for this machine. All give the same numbers.
+[[nodiscard]] const Kernels& kernels() noexcept;
+
+}  // namespace vekanalysis::quantities::internal

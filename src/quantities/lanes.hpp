@@ -1,0 +1,99 @@
+#pragma once
+
+#include <cstdint>
+
+#include "quantities/kernels.hpp"
+
+// Vectors of four numbers as GCC and Clang have them on every machine (they take two registers of
+// SSE2 or NEON, or one of AVX2), and as plain loops for other compilers. For kernels.cpp alone.
+namespace vekanalysis::quantities::internal {
+
+#if defined(__GNUC__)
+
+#define VEKANALYSIS_INLINE inline __attribute__((always_inline))
+
+typedef double Lanes __attribute__((vector_size(32), may_alias));
+typedef std::int64_t Mask __attribute__((vector_size(32), may_alias));
+
+VEKANALYSIS_INLINE Lanes splat(double x) {
+    return Lanes{x, x, x, x};
+}
+VEKANALYSIS_INLINE Lanes load(const Four& four) {
+    return *reinterpret_cast<const Lanes*>(&four);
+}
+VEKANALYSIS_INLINE void store(Lanes lanes, Four& four) {
+    *reinterpret_cast<Lanes*>(&four) = lanes;
+}
+VEKANALYSIS_INLINE Lanes abs_of(Lanes x) {
+    return (Lanes)((Mask)x & (Mask{} + INT64_MAX));
+}
+VEKANALYSIS_INLINE Lanes select(Mask mask, Lanes yes, Lanes no) {
+    return (Lanes)(((Mask)yes & mask) | ((Mask)no & ~mask));
+}
+VEKANALYSIS_INLINE LaneMask bits_of(Mask mask) {
+    return static_cast<LaneMask>((mask[0] & 1) | (mask[1] & 2) | (mask[2] & 4) | (mask[3] & 8));
+}
+
+#else
+
+#define VEKANALYSIS_INLINE inline
+
+struct Mask {
+    bool lanes[lane_count];
+};
+struct Lanes {
+    double lanes[lane_count];
+};
+
+template <class Result, class F>
+inline Result each(const F& f) {
+    Result result;
+    for (std::size_t i = 0; i < lane_count; ++i) result.lanes[i] = f(i);
+    return result;
+}
+
+#define VEKANALYSIS_LANES(result, operation, type)                                           \
+    inline result operator operation(const type& a, const type& b) {                         \
+        return each<result>([&](std::size_t i) { return a.lanes[i] operation b.lanes[i]; }); \
+    }
+VEKANALYSIS_LANES(Lanes, +, Lanes)
+VEKANALYSIS_LANES(Lanes, -, Lanes)
+VEKANALYSIS_LANES(Lanes, *, Lanes)
+VEKANALYSIS_LANES(Lanes, /, Lanes)
+VEKANALYSIS_LANES(Mask, <=, Lanes)
+VEKANALYSIS_LANES(Mask, ==, Lanes)
+#undef VEKANALYSIS_LANES
+
+inline Mask operator&(const Mask& a, const Mask& b) {
+    return each<Mask>([&](std::size_t i) { return a.lanes[i] && b.lanes[i]; });
+}
+inline Mask operator|(const Mask& a, const Mask& b) {
+    return each<Mask>([&](std::size_t i) { return a.lanes[i] || b.lanes[i]; });
+}
+inline Mask operator~(const Mask& a) {
+    return each<Mask>([&](std::size_t i) { return !a.lanes[i]; });
+}
+inline Lanes splat(double x) {
+    return {x, x, x, x};
+}
+inline Lanes load(const Four& four) {
+    return each<Lanes>([&](std::size_t i) { return four.lanes[i]; });
+}
+inline void store(const Lanes& lanes, Four& four) {
+    for (std::size_t i = 0; i < lane_count; ++i) four.lanes[i] = lanes.lanes[i];
+}
+inline Lanes abs_of(const Lanes& x) {
+    return each<Lanes>([&](std::size_t i) { return x.lanes[i] < 0.0 ? -x.lanes[i] : x.lanes[i]; });
+}
+inline Lanes select(const Mask& mask, const Lanes& yes, const Lanes& no) {
+    return each<Lanes>([&](std::size_t i) { return mask.lanes[i] ? yes.lanes[i] : no.lanes[i]; });
+}
+inline LaneMask bits_of(const Mask& mask) {
+    LaneMask bits = 0;
+    for (std::size_t i = 0; i < lane_count; ++i) bits |= mask.lanes[i] ? 1U << i : 0U;
+    return bits;
+}
+
+#endif
+
+}  // namespace vekanalysis::quantities::internal

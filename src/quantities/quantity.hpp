@@ -1,0 +1,82 @@
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "../colorimetry/data/reference_spectra.hpp"
+#include "../core/scan.hpp"
+
+/// What reports say of a spectrum, each quantity as a record that the reports, tables and pages
+/// read. The numbers are those of the functions that the records name.
+namespace vekanalysis::quantities {
+
+/// Wavelengths from one to another, nm.
+struct Range {
+    double from = 0.0;
+    double to = 0.0;
+    friend bool operator==(const Range&, const Range&) = default;
+};
+
+struct Form;
+
+/// A function of the library with all that it gives for one spectrum.
+struct Function {
+    const char* name;
+    std::size_t field_count;
+    /// @param white   spectrum of the white point, for those that have one
+    /// @param fields  shape (field_count), receives the results
+    /// @throws what the function throws
+    void (*compute)(const Scan& spectrum, const Scan& white, std::span<double> fields);
+    /// How it follows from integrals of products, of the tables as they are; null where it does
+    /// not.
+    Form (*form)(const Scan& white) = nullptr;
+};
+
+/// One quantity of a report.
+struct Quantity {
+    std::string key{};  // the library's function and, after a point, the field of its result
+    std::string symbol{};
+    std::string name{};
+    std::string unit{};
+    /// What the spectrum must be of: "transmittance", "irradiance", "responsivity", or "light" for
+    /// any spectrum of a source.
+    std::string kind{};
+    std::optional<Range> band{};  // where it is defined; none for the whole spectrum
+    std::string standard{};
+    std::string section{};
+    /// The tables that the spectrum is multiplied by; no data are needed beyond them.
+    std::vector<const colorimetry::data::Table*> weights{};
+    std::vector<std::string> notes{};
+    bool is_transmittance = false;  // whether a clear lens tells something of sampling and coverage
+    bool is_integral = true;  // whether what the data do not cover counts as 0, not as nothing
+    bool is_stored = false;   // whether it is a number of the data and has its digits
+
+    const Function* function = nullptr;
+    std::size_t field = 0;
+
+    /// The part of the band where the weights are; none without a band.
+    [[nodiscard]] std::optional<Range> needed() const;
+};
+
+/// The quantities of a lens or filter, of its spectral transmittance (fraction).
+[[nodiscard]] std::span<const Quantity> lens();
+
+/// The quantities of a light source, of any spectrum of it but where `kind` asks for more.
+///
+/// @param white_name  how the names call the white point
+[[nodiscard]] std::vector<Quantity> light(std::string_view white_name);
+
+/// The quantities of a photometer, of its relative spectral responsivity.
+[[nodiscard]] std::span<const Quantity> photometer();
+
+/// The quantity of that key: of a lens, else of a light source with white D65, else of a
+/// photometer.
+///
+/// @throws std::invalid_argument  "quantities::find: no quantity '...'; the nearest is '...'"
+[[nodiscard]] const Quantity& find(std::string_view key);
+
+}  // namespace vekanalysis::quantities

@@ -1,0 +1,74 @@
+#include "quantities/record_parts.hpp"
+
+#include <algorithm>
+#include <stdexcept>
+
+namespace vekanalysis::quantities {
+
+namespace {
+
+namespace data = colorimetry::data;
+
+constexpr const char* reconstructed =
+    "The signal table is a reconstruction, not the printed one: not for conformity decisions.";
+
+std::string filled(std::string_view pattern, std::string_view word) {
+    std::string text(pattern);
+    const std::size_t place = text.find("{}");
+    if (place != std::string::npos) text.replace(place, 2, word);
+    return text;
+}
+
+Quantity with_weights(Quantity quantity, std::initializer_list<const char*> names,
+                      std::string_view word) {
+    for (const char* const name : names) {
+        const data::Table* const table = data::find_table(filled(name, word));
+        if (table == nullptr) throw std::logic_error(filled(name, word) + ": no such table");
+        quantity.weights.push_back(table);
+    }
+    if (std::any_of(quantity.weights.begin(), quantity.weights.end(), [](const auto* table) {
+            return table->facts.standing == data::Standing::RECONSTRUCTION;
+        })) {
+        quantity.notes.insert(quantity.notes.begin(), reconstructed);
+    }
+    return quantity;
+}
+
+}  // namespace
+
+std::optional<Range> Quantity::needed() const {
+    if (!band) return std::nullopt;
+    Range range = *band;
+    for (const auto* const table : weights) {
+        const Scan& weight = table->spectrum();
+        range.from = std::max(range.from, weight.min_wavelength());
+        range.to = std::min(range.to, weight.max_wavelength());
+    }
+    return range;
+}
+
+namespace internal {
+
+void append(std::vector<Quantity>& all, const Function& function, const Quantity& pattern,
+            std::span<const Field> fields, std::initializer_list<const char*> weights) {
+    std::size_t i = 0;
+    for (const auto& [name, symbol] : fields) {
+        Quantity& quantity = all.emplace_back(with_weights(pattern, weights, name));
+        quantity.key = std::string(function.name) + "." + name;
+        quantity.symbol = symbol;
+        quantity.name = filled(pattern.name, name);
+        quantity.function = &function;
+        quantity.field = i++;
+    }
+}
+
+void append(std::vector<Quantity>& all, const Function& function, const Quantity& pattern,
+            std::initializer_list<const char*> weights) {
+    Quantity& quantity = all.emplace_back(with_weights(pattern, weights, {}));
+    quantity.key = function.name;
+    quantity.function = &function;
+}
+
+}  // namespace internal
+
+}  // namespace vekanalysis::quantities
