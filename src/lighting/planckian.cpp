@@ -1,0 +1,161 @@
+#include "lighting/planckian.hpp"
+
+#include <algorithm>
+#include <cmath>
+#include <stdexcept>
+
+#include "lighting/chebyshev.hpp"
+#include "lighting/data/tables.hpp"
+
+namespace vekanalysis::lighting {
+
+Scan planckian(double T) {
+    if (!(T >= 1000.0 && T <= 1e6)) {
+        throw std::invalid_argument("lighting::planckian: T must be between 1000 and 1000000 K");
+    }
+    std::vector<double> wavelengths(531);
+    std::vector<double> values(531);
+    for (std::size_t i = 0; i < wavelengths.size(); ++i) {
+        wavelengths[i] = 300.0 + static_cast<double>(i);
+        values[i] = 100.0 * internal::planckian_value(wavelengths[i], T);
+    }
+    return {std::move(wavelengths), std::move(values), default_epsilon, spline::Type::LINEAR};
+}
+
+namespace internal {
+
+namespace {
+
+constexpr double lowest_mired = 0.9;
+constexpr double highest_mired = 1010.0;
+
+PlanckianLocus locus_of(const data::Table& table, std::size_t first, std::size_t last) {
+    std::vector<double> wavelengths;
+    std::array<std::vector<double>, 3> matching;
+    for (std::size_t i = first; i < last; ++i) {
+        wavelengths.push_back(table.wl(i));
+        for (std::size_t k = 0; k < 3; ++k) matching[k].push_back(table(i, k));
+    }
+    return {std::move(wavelengths), matching};
+}
+
+PlanckianLocus locus_in_5_nm() {
+    const ColourMatching& functions = colour_matching(1931, 5);
+    std::vector<double> wavelengths;
+    std::array<std::vector<double>, 3> matching;
+    for (std::size_t i = 0; i < functions.points; ++i) {
+        wavelengths.push_back(visible_from + 5.0 * static_cast<double>(i));
+        for (std::size_t k = 0; k < 3; ++k) matching[k].push_back(functions.functions[k][i]);
+    }
+    return {std::move(wavelengths), matching};
+}
+
+/// Half the derivative by m of the squared distance to a place, sign turned.
+double pull(const UV& colour, const UV& at, const UV& slope) noexcept {
+    return (colour.u - at.u) * slope.u + (colour.v - at.v) * slope.v;
+}
+
+}  // namespace
+
+double planckian_value(double wl, double T) noexcept {
+    // Where 1 is not lost in the exponential std::exp does, which is four times as fast.
+    const auto less_one = [](double x) { return x > 1.0 ? std::exp(x) - 1.0 : std::expm1(x); };
+    const double ratio = 560.0 / wl;
+    const double square = ratio * ratio;
+    return square * square * ratio * less_one(second_radiation_constant / (560.0 * T)) /
+           less_one(second_radiation_constant / (wl * T));
+}
+
+PlanckianLocus::PlanckianLocus(std::vector<double> wavelengths,
+                               const std::array<std::vector<double>, 3>& matching) {
+    const auto colour = [&](double mired) {
+        std::array<double, 3> sums{};
+        for (std::size_t i = 0; i < wavelengths.size(); ++i) {
+            const double value = planckian_value(wavelengths[i], 1e6 / mired);
+            for (std::size_t k = 0; k < 3; ++k) sums[k] += matching[k][i] * value;
+        }
+        return uv_of({sums[0], sums[1], sums[2]});
+    };
+    constexpr double half_width = 0.5 * (highest_mired - lowest_mired) / intervals;
+    for (std::size_t i = 0; i < intervals; ++i) {
+        const double middle = lowest_mired + half_width * (2.0 * static_cast<double>(i) + 1.0);
+        std::array<double, terms> u{};
+        std::array<double, terms> v{};
+        for (std::size_t j = 0; j < terms; ++j) {
+            const UV at = colour(middle + half_width * chebyshev_point<terms>(j));
+            u[j] = at.u;
+            v[j] = at.v;
+        }
+        const auto u_powers = powers_through(u);
+        const auto v_powers = powers_through(v);
+        for (std::size_t j = 0; j < terms; ++j) coefficients_[i][j] = {u_powers[j], v_powers[j]};
+    }
+    for (std::size_t i = 0; i < intervals; ++i) ends_[i] = place(i, -1.0);
+    ends_[intervals] = place(intervals - 1, 1.0);
+}
+
+PlanckianLocus::Place PlanckianLocus::place(std::size_t interval, double t) const noexcept {
+    const auto& c = coefficients_[interval];
+    Place p{c[terms - 1], {0.0, 0.0}, {0.0, 0.0}};
+    for (std::size_t j = terms - 1; j-- > 0;) {
+        p.curvature.u = p.curvature.u * t + p.slope.u;
+        p.curvature.v = p.curvature.v * t + p.slope.v;
+        p.slope.u = p.slope.u * t + p.at.u;
+        p.slope.v = p.slope.v * t + p.at.v;
+        p.at.u = p.at.u * t + c[j].u;
+        p.at.v = p.at.v * t + c[j].v;
+    }
+    p.curvature.u *= 2.0;
+    p.curvature.v *= 2.0;
+    return p;
+}
+
+PlanckianLocus::Foot PlanckianLocus::nearest(const UV& colour) const noexcept {
+    // The last interval that begins before the foot.
+    std::size_t low = 0;
+    std::size_t high = intervals;
+    while (high - low > 1) {
+        const std::size_t middle = (low + high) / 2;
+        (pull(colour, ends_[middle].at, ends_[middle].slope) > 0.0 ? low : high) = middle;
+    }
+    // A little beyond the interval, lest rounding keep Newton from a foot at its end.
+    double from = -1.01;
+    double to = 1.01;
+    double t = 0.0;
+    Place p = place(low, t);
+    for (int i = 0; i < 40; ++i) {
+        const double g = pull(colour, p.at, p.slope);
+        (g > 0.0 ? from : to) = t;
+        const double g_slope =
+            pull(colour, p.at, p.curvature) - (p.slope.u * p.slope.u + p.slope.v * p.slope.v);
+        double next = t - g / g_slope;
+        if (!(next >= from && next <= to)) next = 0.5 * (from + to);
+        const double move = std::abs(next - t);
+        t = next;
+        p = place(low, t);
+        // The error that is left is of the order of the square of the last move.
+        if (!(move > 1e-8)) break;
+    }
+    constexpr double half_width = 0.5 * (highest_mired - lowest_mired) / intervals;
+    const double mired = lowest_mired + half_width * (2.0 * static_cast<double>(low) + 1.0 + t);
+    // The locus runs towards larger u all along, so the side is that of the turn.
+    const double turn = p.slope.u * (colour.v - p.at.v) - p.slope.v * (colour.u - p.at.u);
+    const double away = internal::distance(colour, p.at);
+    return {mired, turn < 0.0 ? -away : away};
+}
+
+const PlanckianLocus& planckian_locus(int step) {
+    static const PlanckianLocus in_5_nm = locus_in_5_nm();
+    if (step == 5) return in_5_nm;
+    static const PlanckianLocus in_1_nm = locus_of(data::observer_1931_1nm(), 20, 421);
+    return in_1_nm;
+}
+
+const PlanckianLocus& full_planckian_locus() {
+    static const PlanckianLocus locus = locus_of(data::observer_1931_1nm(), 0, 471);
+    return locus;
+}
+
+}  // namespace internal
+
+}  // namespace vekanalysis::lighting

@@ -1,0 +1,210 @@
+#include "lighting/visible_spectrum.hpp"
+
+#include <algorithm>
+#include <cmath>
+#include <stdexcept>
+#include <string>
+
+#include "colorimetry/observers.hpp"
+#include "core/text.hpp"
+#include "lighting/data/tables.hpp"
+#include "lighting/lanes.hpp"
+
+namespace vekanalysis::lighting {
+
+using vekanalysis::internal::general;
+
+namespace {
+
+using internal::max_visible_points;
+using internal::visible_from;
+using internal::visible_to;
+
+constexpr double needed_from = 400.0;
+constexpr double needed_to = 700.0;
+// A shift that an observer would see side by side; far above what noise of 1 % does.
+constexpr double max_uv_shift = 0.001;
+
+internal::ColourMatching make_functions(const Observer& observer) {
+    internal::ColourMatching result{};
+    result.points = 81;
+    const std::array<const Scan*, 3> scans{&observer.x, &observer.y, &observer.z};
+    for (std::size_t k = 0; k < 3; ++k) {
+        for (std::size_t i = 0; i < 81; ++i) {
+            result.functions[k][i] = (*scans[k])(visible_from + 5.0 * static_cast<double>(i));
+        }
+    }
+    return result;
+}
+
+internal::ColourMatching make_functions(const data::Table& table) {
+    internal::ColourMatching result{};
+    result.points = max_visible_points;
+    const auto offset = static_cast<std::size_t>(visible_from - table.first);
+    for (std::size_t k = 0; k < 3; ++k) {
+        for (std::size_t i = 0; i < max_visible_points; ++i) {
+            result.functions[k][i] = table(offset + i, k);
+        }
+    }
+    return result;
+}
+
+void check_reach(const Scan& scan) {
+    if (scan.empty()) throw std::invalid_argument("lighting: the spectrum has no points");
+    const double from = scan.min_wavelength();
+    const double to = scan.max_wavelength();
+    if (internal::reaches(from, to)) return;
+    throw std::invalid_argument("lighting: the spectrum covers " + general(from) + " to " +
+                                general(to) + " nm; at least 400 to 700 nm are needed");
+}
+
+void check_structure(std::span<const double> wavelengths, std::span<const double> values,
+                     const colorimetry::CIEXYZ& on_grid, int step) {
+    colorimetry::CIEXYZ own{};
+    for (std::size_t i = 0; i < wavelengths.size(); ++i) {
+        const auto [x, y, z] = internal::own_weight(wavelengths, i);
+        own.X += x * values[i];
+        own.Y += y * values[i];
+        own.Z += z * values[i];
+    }
+    if (!internal::is_shifted(on_grid, own)) return;
+    const double shift = internal::distance(internal::uv_of(on_grid), internal::uv_of(own));
+    throw std::invalid_argument("lighting: the spectrum has structure finer than the step of " +
+                                std::to_string(step) + " nm: sums in that step shift its uv by " +
+                                general(shift) +
+                                (step == 1 ? "; average it over 1 nm" : "; use step 1"));
+}
+
+void require(internal::Obstacle obstacle) {
+    switch (obstacle) {
+        case internal::Obstacle::NEGATIVE:
+            throw std::invalid_argument("lighting: below zero over most of 380 to 780 nm");
+        case internal::Obstacle::DARK:
+            throw std::invalid_argument("lighting: no light between 380 and 780 nm");
+        case internal::Obstacle::TOO_LARGE:
+            throw std::invalid_argument("lighting: the values are too large to be summed");
+        default:
+            break;
+    }
+}
+
+}  // namespace
+
+int natural_step(std::span<const double> wavelengths) noexcept {
+    const auto [first, last] = internal::visible_range(wavelengths);
+    return internal::is_finer(last - first, 81) ? 1 : 5;
+}
+
+namespace internal {
+
+UV uv_of(const colorimetry::CIEXYZ& xyz) noexcept {
+    const double sum = xyz.X + 15.0 * xyz.Y + 3.0 * xyz.Z;
+    return {4.0 * xyz.X / sum, 6.0 * xyz.Y / sum};
+}
+
+double distance(const UV& a, const UV& b) noexcept {
+    const double du = a.u - b.u;
+    const double dv = a.v - b.v;
+    return std::sqrt(du * du + dv * dv);
+}
+
+std::size_t visible_points(int step) {
+    if (step == 5) return 81;
+    if (step == 1) return max_visible_points;
+    throw std::invalid_argument("lighting: step must be 1 or 5");
+}
+
+colorimetry::CIEXYZ ColourMatching::operator()(std::span<const double> values) const noexcept {
+    std::array<double, 3> sums{};
+    for (std::size_t k = 0; k < 3; ++k) {
+        const double* const f = functions[k].data();
+        sums[k] = sum_in_lanes(points, [f, values](std::size_t i) { return f[i] * values[i]; });
+    }
+    return {sums[0], sums[1], sums[2]};
+}
+
+const ColourMatching& colour_matching(int observer, int step) {
+    static const ColourMatching two_degrees_5 =
+        make_functions(observers::data::cie_1931_standard());
+    static const ColourMatching two_degrees_1 = make_functions(data::observer_1931_1nm());
+    static const ColourMatching ten_degrees_5 =
+        make_functions(observers::data::cie_1964_standard());
+    static const ColourMatching ten_degrees_1 = make_functions(data::observer_1964_1nm());
+    const bool in_5_nm = visible_points(step) == 81;
+    if (observer == 1931) return in_5_nm ? two_degrees_5 : two_degrees_1;
+    if (observer == 1964) return in_5_nm ? ten_degrees_5 : ten_degrees_1;
+    throw std::invalid_argument("lighting: observer must be 1931 or 1964");
+}
+
+std::pair<std::size_t, std::size_t> visible_range(std::span<const double> wavelengths) noexcept {
+    const auto first = std::lower_bound(wavelengths.begin(), wavelengths.end(), visible_from);
+    const auto last = std::upper_bound(first, wavelengths.end(), visible_to);
+    return {static_cast<std::size_t>(first - wavelengths.begin()),
+            static_cast<std::size_t>(last - wavelengths.begin())};
+}
+
+bool is_finer(std::size_t points, std::size_t grid_points) noexcept {
+    return 2 * points > 3 * grid_points;
+}
+
+bool reaches(double from, double to) noexcept {
+    return from <= needed_from + end_reach && to >= needed_to - end_reach;
+}
+
+std::array<double, 3> own_weight(std::span<const double> wavelengths, std::size_t i) noexcept {
+    static const ColourMatching& matching = colour_matching(1931, 1);
+    const double before = i > 0 ? wavelengths[i - 1] : wavelengths[i];
+    const double after = i + 1 < wavelengths.size() ? wavelengths[i + 1] : wavelengths[i];
+    const double width = 0.5 * (after - before);
+    const double place = wavelengths[i] - visible_from;
+    const std::size_t left = std::min(static_cast<std::size_t>(place), max_visible_points - 2);
+    const double t = place - static_cast<double>(left);
+    std::array<double, 3> result{};
+    for (std::size_t k = 0; k < 3; ++k) {
+        const auto& f = matching.functions[k];
+        result[k] = width * (f[left] + t * (f[left + 1] - f[left]));
+    }
+    return result;
+}
+
+bool is_shifted(const colorimetry::CIEXYZ& on_grid, const colorimetry::CIEXYZ& own) noexcept {
+    return !(distance(uv_of(on_grid), uv_of(own)) < max_uv_shift);
+}
+
+Obstacle judge(std::span<const double> values, const colorimetry::CIEXYZ& xyz) noexcept {
+    const double negative = sum_in_lanes(
+        values.size(), [values](std::size_t i) { return values[i] < 0.0 ? 1.0 : 0.0; });
+    if (2.0 * negative > static_cast<double>(values.size())) return Obstacle::NEGATIVE;
+    if (!(xyz.Y > 0.0)) return Obstacle::DARK;
+    if (!std::isfinite(xyz.X + 15.0 * xyz.Y + 3.0 * xyz.Z)) return Obstacle::TOO_LARGE;
+    return Obstacle::NONE;
+}
+
+VisibleSpectrum::VisibleSpectrum(const Scan& scan, int step)
+    : step_(step), n_(visible_points(step)) {
+    check_reach(scan);
+    const auto [first, last] = visible_range(scan.data().keys());
+    const auto own_wavelengths = scan.data().keys().subspan(first, last - first);
+    const auto own_values = scan.data().values().subspan(first, last - first);
+    for (std::size_t i = 0; i < own_values.size(); ++i) {
+        if (std::isfinite(own_values[i])) continue;
+        throw std::invalid_argument("lighting: the value at " + general(own_wavelengths[i]) +
+                                    " nm is not finite");
+    }
+    const double low = scan.min_wavelength();
+    const double high = scan.max_wavelength();
+    ScanCursor at(scan);
+    for (std::size_t i = 0; i < n_; ++i) {
+        double wl = visible_from + static_cast<double>(i) * static_cast<double>(step);
+        if (wl < low && low - wl <= end_reach) wl = low;
+        if (wl > high && wl - high <= end_reach) wl = high;
+        values_[i] = at(wl);
+    }
+    const colorimetry::CIEXYZ xyz = colour_matching(1931, step)(values());
+    require(judge(values(), xyz));
+    if (is_finer(own_values.size(), n_)) check_structure(own_wavelengths, own_values, xyz, step);
+}
+
+}  // namespace internal
+
+}  // namespace vekanalysis::lighting

@@ -1,0 +1,111 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <span>
+#include <utility>
+
+#include "../colorimetry/tristimulus.hpp"
+#include "../core/scan.hpp"
+
+namespace vekanalysis::lighting {
+
+/// Luminous efficacy of radiation at the peak of V(lambda), lm/W. Source: CIE 18:2019.
+inline constexpr double maximum_luminous_efficacy = 683.002;
+
+/// The step (nm) in which a spectrum is best summed: 1 where its points between 380 and 780 nm are
+/// clearly closer than 5 nm, else 5.
+[[nodiscard]] int natural_step(std::span<const double> wavelengths) noexcept;
+
+namespace internal {
+
+/// A point of the CIE 1960 diagram.
+struct UV {
+    double u;
+    double v;
+};
+[[nodiscard]] UV uv_of(const colorimetry::CIEXYZ& xyz) noexcept;
+[[nodiscard]] double distance(const UV& a, const UV& b) noexcept;
+
+inline constexpr double visible_from = 380.0;
+inline constexpr double visible_to = 780.0;
+inline constexpr std::size_t max_visible_points = 401;
+
+/// 81 for a step of 5 nm, 401 for 1 nm.
+///
+/// @throws std::invalid_argument  "lighting: step must be 1 or 5"
+[[nodiscard]] std::size_t visible_points(int step);
+
+/// Colour-matching functions at 380 nm, 380 nm + step, ..., 780 nm, shape (N) each. In steps of
+/// 5 nm they are the tables of the observers printed so, in steps of 1 nm those printed so.
+struct ColourMatching {
+    std::array<std::array<double, max_visible_points>, 3> functions;
+    std::size_t points;
+
+    /// Sums of the spectrum times the functions, without a constant; in the order of
+    /// `sum_in_lanes`.
+    ///
+    /// @param values  shape (points)
+    [[nodiscard]] colorimetry::CIEXYZ operator()(std::span<const double> values) const noexcept;
+};
+
+/// @param observer  1931 or 1964
+/// @throws std::invalid_argument  "lighting: observer must be 1931 or 1964", or for the step
+[[nodiscard]] const ColourMatching& colour_matching(int observer, int step);
+
+/// Why a spectrum has no light quantities.
+enum class Obstacle { NONE, NEGATIVE, DARK, TOO_LARGE };
+
+/// What the points of a spectrum between 380 and 780 nm add to its tristimulus values by the
+/// trapezoidal rule.
+///
+/// @param wavelengths  ascending
+[[nodiscard]] std::array<double, 3> own_weight(std::span<const double> wavelengths,
+                                               std::size_t i) noexcept;
+
+/// How many nm the data may end before a grid point that still takes the value of the end.
+inline constexpr double end_reach = 0.5;
+
+/// Indices [first, last) of the wavelengths from 380 to 780 nm; ascending ones.
+[[nodiscard]] std::pair<std::size_t, std::size_t> visible_range(
+    std::span<const double> wavelengths) noexcept;
+
+/// Whether points lie so much closer than a grid's that they may hold what it misses.
+[[nodiscard]] bool is_finer(std::size_t points, std::size_t grid_points) noexcept;
+
+/// Whether data from `from` to `to` (nm) reach far enough.
+[[nodiscard]] bool reaches(double from, double to) noexcept;
+
+/// Whether sums on a grid give another chromaticity than a spectrum's own points do.
+[[nodiscard]] bool is_shifted(const colorimetry::CIEXYZ& on_grid,
+                              const colorimetry::CIEXYZ& own) noexcept;
+
+/// Judges values on a grid and their tristimulus values.
+[[nodiscard]] Obstacle judge(std::span<const double> values,
+                             const colorimetry::CIEXYZ& xyz) noexcept;
+
+/// A spectrum on the grid of a standard: its values at 380 nm, 380 nm + step, ..., 780 nm.
+///
+/// They are those of the scan's interpolant. The data must reach from 400 to 700 nm; beyond their
+/// ends the values are 0.0, but within 0.5 nm of an end that of the end.
+class VisibleSpectrum {
+public:
+    /// @throws std::invalid_argument  for the step; "lighting: ..." where the spectrum has no
+    ///     points, does not reach far enough, is not finite, is below zero over most of the grid,
+    ///     has no light, or has structure so fine that the sums in this step give another
+    ///     chromaticity than its own points do (0.001 in CIE 1960 uv or more)
+    /// @throws std::runtime_error     the errors of the interpolant
+    VisibleSpectrum(const Scan& scan, int step);
+
+    [[nodiscard]] int step() const noexcept { return step_; }
+    [[nodiscard]] std::span<const double> values() const noexcept { return {values_.data(), n_}; }
+
+private:
+    int step_;
+    std::size_t n_;
+    std::array<double, max_visible_points> values_;
+};
+
+}  // namespace internal
+
+}  // namespace vekanalysis::lighting

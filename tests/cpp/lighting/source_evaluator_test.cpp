@@ -1,0 +1,117 @@
+#include "lighting/source_evaluator.hpp"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <random>
+
+#include "lighting/alpha_opic.hpp"
+#include "lighting/chromaticity.hpp"
+#include "lighting/colour_fidelity.hpp"
+#include "lighting/colour_rendering.hpp"
+#include "lighting/correlated_colour_temperature.hpp"
+#include "thrown_text.hpp"
+
+namespace {
+
+using namespace vekanalysis::lighting;
+using vekanalysis::Scan;
+namespace spline = vekanalysis::spline;
+
+constexpr double none = std::numeric_limits<double>::quiet_NaN();
+const std::vector<std::string> keys{"colour_fidelity.Rf",      "correlated_colour_temperature.cct",
+                                    "chromaticity.v_prime",    "colour_rendering.Ra",
+                                    "colour_rendering.R9",     "alpha_opic.melanopic.edi",
+                                    "scotopic_photopic_ratio", "correlated_colour_temperature.duv"};
+
+template <class F>
+double or_none(const F& f) {
+    try {
+        return f();
+    } catch (const std::exception&) {
+        return none;
+    }
+}
+
+std::vector<double> by_functions(const Scan& scan) {
+    const int step = natural_step(scan.data().keys());
+    return {or_none([&] { return colour_fidelity(scan).Rf; }),
+            or_none([&] { return correlated_colour_temperature(scan, step).cct; }),
+            or_none([&] { return chromaticity(scan, step).v_prime; }),
+            or_none([&] { return colour_rendering(scan, step).Ra; }),
+            or_none([&] { return colour_rendering(scan, step).R[8]; }),
+            or_none([&] { return alpha_opic(scan).melanopic.edi; }),
+            or_none([&] { return scotopic_photopic_ratio(scan); }),
+            or_none([&] { return correlated_colour_temperature(scan, step).duv; })};
+}
+
+struct GridCase {
+    const char* name;
+    double from;
+    double to;
+    double step;
+    spline::Type type;
+};
+
+class SourceEvaluatorOnGrid : public testing::TestWithParam<GridCase> {};
+
+TEST_P(SourceEvaluatorOnGrid, GivesWhatTheFunctionsGive) {
+    const GridCase& grid = GetParam();
+    std::vector<double> wavelengths;
+    for (int i = 0; grid.from + i * grid.step <= grid.to; ++i) {
+        wavelengths.push_back(grid.from + i * grid.step);
+    }
+    const SourceEvaluator evaluate(wavelengths, keys, grid.type);
+    SourceEvaluator::Scratch scratch;
+    std::mt19937 random(7);
+    std::uniform_real_distribution<double> share(0.0, 1.0);
+    int answers = 0;
+    for (int lamp = 0; lamp < 60; ++lamp) {
+        const double mean = 420.0 + 250.0 * share(random);
+        const double width = std::pow(10.0, 0.3 + 1.7 * share(random));
+        const double floor = share(random) * 0.5;
+        std::vector<double> values;
+        for (const double wl : wavelengths) {
+            const double z = (wl - mean) / width;
+            values.push_back(floor + std::exp(-0.5 * z * z) - (lamp == 1 ? 0.5 : 0.0));
+        }
+        if (lamp == 0) values.assign(values.size(), 0.0);
+        if (lamp == 2) values[values.size() / 2] = none;
+        std::vector<double> found(keys.size());
+        evaluate(values, found, &scratch);
+        const auto expected = by_functions(Scan(wavelengths, values, 1e-20, grid.type));
+        for (std::size_t k = 0; k < keys.size(); ++k) {
+            ASSERT_EQ(std::isnan(found[k]), std::isnan(expected[k])) << keys[k] << " " << lamp;
+            if (std::isnan(found[k])) continue;
+            ASSERT_NEAR(found[k], expected[k], 1e-9 * (1.0 + std::abs(expected[k]))) << keys[k];
+            ++answers;
+        }
+        if (lamp < 3) {
+            ASSERT_TRUE(std::isnan(found[1]));
+        }
+    }
+    EXPECT_EQ(answers > 100, grid.from < 405.0 && grid.type != spline::Type::NONE);
+}
+
+INSTANTIATE_TEST_SUITE_P(All, SourceEvaluatorOnGrid,
+                         testing::Values(GridCase{"Fine", 380, 780, 1, spline::Type::AKIMA},
+                                         GridCase{"Printed", 360, 830, 5, spline::Type::AKIMA},
+                                         GridCase{"Offset", 379.7, 780.2, 1.5, spline::Type::AKIMA},
+                                         GridCase{"Coarse", 390, 760, 10, spline::Type::LINEAR},
+                                         GridCase{"Cubic", 400.4, 700.5, 3, spline::Type::CUBIC},
+                                         GridCase{"None", 380.5, 780.5, 2, spline::Type::NONE},
+                                         GridCase{"Partial", 410, 780, 1, spline::Type::AKIMA}),
+                         [](const auto& test) { return std::string(test.param.name); });
+
+TEST(SourceEvaluator, RefusesUnknownKeysAndUnorderedWavelengths) {
+    const std::vector<double> descending{500.0, 400.0};
+    EXPECT_EQ(thrown_text([&] { SourceEvaluator(descending, keys); }),
+              "lighting::SourceEvaluator: wavelengths must ascend and be finite");
+    const std::vector<double> ascending{400.0, 500.0};
+    const std::vector<std::string> unknown{"Ra"};
+    EXPECT_EQ(thrown_text([&] { SourceEvaluator(ascending, unknown); }),
+              "lighting::SourceEvaluator: no quantity Ra");
+}
+
+}  // namespace
