@@ -1,0 +1,231 @@
+"""Uncertainty budgets, from TOML files or built in Python."""
+
+import hashlib
+import os
+import tomllib
+from collections.abc import Mapping, Sequence
+from dataclasses import dataclass
+from datetime import date
+from pathlib import Path
+from typing import Any, Final, Self
+
+from ..errors import Refusal
+from ._component import KEYS, Component, InvalidComponent, nearest
+from ._positions import line_of
+from ._tables import read_curve, read_matrix
+
+_TOP: Final = ("label", "date", "coverage", "component")
+_OF_REPEATS: Final = ("repeats", "averaged")
+_COMPONENT: Final = (*KEYS, *_OF_REPEATS)
+
+
+@dataclass(frozen=True, kw_only=True, eq=False)
+class Budget:
+    """What is uncertain about a measurement: the components, independent of each other.
+
+    Parameters
+    ----------
+    label : str
+        A name, told in reports.
+    components : sequence of Component
+        Names must differ. None at all means that nothing is uncertain: there are no
+        assumptions about an instrument.
+    coverage : float
+        Probability of the intervals that are reported.
+    date : datetime.date or str, optional
+        When it was drawn up.
+    file, sha256 : str, optional
+        Where it was read, and the SHA-256 digest of that file's bytes.
+
+    Raises
+    ------
+    Refusal
+        If two components have one name, or the coverage is not between 0 and 1.
+
+    Examples
+    --------
+    >>> from vekanalysis.uncertainty import Budget, Component
+    >>> gain = Component(name="100 % line", kind="gain", standard=0.002)
+    >>> Budget(label="Bench 1", components=[gain]).coverage
+    0.95
+    """
+
+    label: str = ""
+    components: Sequence[Component] = ()
+    coverage: float = 0.95
+    date: date | str | None = None
+    file: str | None = None
+    sha256: str | None = None
+
+    def __post_init__(self) -> None:
+        if not isinstance(self.label, str):
+            raise InvalidComponent("label must be a text", "label")
+        if isinstance(self.coverage, bool) or not isinstance(self.coverage, int | float):
+            raise InvalidComponent("coverage must be a number between 0 and 1", "coverage")
+        if not 0.0 < self.coverage < 1.0:
+            raise InvalidComponent(
+                f"coverage is {self.coverage!r}; it must lie between 0 and 1", "coverage"
+            )
+        seen = set()
+        for component in self.components:
+            if not isinstance(component, Component):
+                raise TypeError(f"a Budget has Components, not {type(component).__name__}")
+            if component.name in seen:
+                raise Refusal(f"two components are named '{component.name}'")
+            seen.add(component.name)
+        object.__setattr__(self, "components", tuple(self.components))
+
+    @classmethod
+    def read(cls, path: str | os.PathLike[str]) -> Self:
+        """Read a budget from a TOML file.
+
+        Parameters
+        ----------
+        path : str or os.PathLike
+            Files that it names are beside it.
+
+        Returns
+        -------
+        Budget
+
+        Raises
+        ------
+        OSError
+            If the file cannot be read.
+        Refusal
+            With file, line and key, if it is not TOML or no budget, or if one of the files that it
+            names cannot be taken.
+        """
+        path = Path(path)
+        content = path.read_bytes()
+        try:
+            text = content.decode("utf-8-sig")
+            document = tomllib.loads(text)
+        except tomllib.TOMLDecodeError as error:
+            raise Refusal(f"{path}: line {error.lineno}: no TOML: {error.msg}") from None
+        except UnicodeDecodeError:
+            raise Refusal(f"{path}: no TOML: it is not in UTF-8") from None
+        budget = _Document(path, text, document).budget()
+        digest = hashlib.sha256(content).hexdigest()
+        return cls(**budget, file=os.fspath(path), sha256=digest)
+
+
+class _Document:
+    """A parsed budget file on its way to components."""
+
+    def __init__(self, path: Path, text: str, document: dict[str, Any]) -> None:
+        self.path = path
+        self.text = text
+        self.document = document
+
+    def budget(self) -> dict[str, Any]:
+        """The arguments of a Budget."""
+        values = dict(self.document)
+        self._check_known(values, _TOP, "the budget", None)
+        tables = values.pop("component", [])
+        if not isinstance(tables, list) or not all(isinstance(each, dict) for each in tables):
+            raise self._refusal("components are written under [[component]]", None, "component")
+        components: list[Component] = []
+        for index, table in enumerate(tables):
+            component = self._component(index, table)
+            if any(component.name == other.name for other in components):
+                reason = f"two components are named '{component.name}'"
+                raise self._refusal(reason, index, "name")
+            components.append(component)
+        values["components"] = components
+        try:
+            Budget(**values)
+        except InvalidComponent as error:
+            raise self._refusal(error.reason, None, error.key) from None
+        return values
+
+    def _component(self, index: int, table: Mapping[str, Any]) -> Component:
+        name = table.get("name")
+        what = f"component '{name}'" if isinstance(name, str) else f"component {index + 1}"
+        self._check_known(table, _COMPONENT, what, index)
+        for key in ("name", "kind"):
+            if key not in table:
+                raise self._refusal(f"{what}: {key} is missing", index, None)
+        values = {key: self._value(index, key, value) for key, value in table.items()}
+        try:
+            if "repeats" in values:
+                return self._from_repeats(values, what)
+            if "averaged" in values:
+                raise InvalidComponent(f"{what}: averaged is for repeats", "averaged")
+            return Component(**values)
+        except InvalidComponent as error:
+            raise self._refusal(error.reason, index, error.key) from None
+        except Refusal as error:
+            raise self._refusal(error.reason, index, "repeats") from None
+
+    def _from_repeats(self, values: dict[str, Any], what: str) -> Component:
+        wrong = {"standard", "expanded", "half_width", "k", "covariance", "dof"} & values.keys()
+        if values.pop("kind") != "noise":
+            raise InvalidComponent(f"{what}: repeats are of kind 'noise'", "kind")
+        if wrong:
+            key = min(wrong)
+            raise InvalidComponent(f"{what}: repeats give its size; {key} is too much", key)
+        for key, why in (
+            ("averaged", "how many scans a spectrum is the mean of must be stated; 1 for one scan"),
+            ("correlation", '"independent", "full", "observed" or a table must be stated'),
+        ):
+            if key not in values:
+                raise InvalidComponent(f"{what}: {key} is missing; {why}", None)
+        values.pop("unit", None)  # the spectra are in coherent units by now
+        return Component.from_repeats(**values)
+
+    def _value(self, index: int, key: str, value: Any) -> Any:
+        """What TOML has for a key of a component, with the files that it names read."""
+        try:
+            if key in ("standard", "expanded", "half_width"):
+                return self._size(value)
+            if key == "covariance" and isinstance(value, str):
+                return read_matrix(self._beside(value))
+            if key == "correlation" and isinstance(value, dict):
+                matrix = value.get("matrix")
+                if isinstance(matrix, str):
+                    return value | {"matrix": read_matrix(self._beside(matrix))}
+            if key == "repeats":
+                return self._repeats(index, value)
+        except Refusal as error:
+            raise self._refusal(f"{key}: {error.reason}", index, key) from None
+        return value
+
+    def _size(self, value: Any) -> Any:
+        if isinstance(value, str):
+            return read_curve(self._beside(value), None)
+        if isinstance(value, dict):
+            if not {"file"} <= value.keys() <= {"file", "column"}:
+                raise Refusal("a table needs file, and may have column")
+            return read_curve(self._beside(value["file"]), value.get("column"))
+        return value
+
+    def _repeats(self, index: int, value: Any) -> list[Any]:
+        from ..reading import read
+
+        files = [value] if isinstance(value, str) else value
+        if not isinstance(files, list) or not files or not all(isinstance(f, str) for f in files):
+            raise Refusal("must be a file or a list of files")
+        unit = self.document["component"][index].get("unit")
+        try:
+            return [each for file in files for each in read(self._beside(file), unit=unit)]
+        except OSError as error:
+            raise Refusal(f"{error.filename}: cannot be read: {error.strerror}") from None
+
+    def _beside(self, file: object) -> Path:
+        if not isinstance(file, str):
+            raise Refusal("a file is named by a text")
+        return self.path.parent / file
+
+    def _check_known(
+        self, table: Mapping[str, Any], known: Sequence[str], what: str, index: int | None
+    ) -> None:
+        for key in table:
+            if key not in known:
+                reason = f"{what} has an unknown key '{key}'{nearest(key, known)}"
+                raise self._refusal(reason, index, key)
+
+    def _refusal(self, reason: str, index: int | None, key: str | None) -> Refusal:
+        line = line_of(self.text, index, key)
+        where = self.path if line is None else f"{self.path}: line {line}"
+        return Refusal(f"{where}: {reason}")

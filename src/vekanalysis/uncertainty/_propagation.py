@@ -1,0 +1,123 @@
+"""The law of propagation of uncertainty, by what each component does to the spectrum."""
+
+from typing import Final
+
+import numpy as np
+
+from .._core import Scan
+from ..spectrum import Spectrum
+from ._budget import Budget
+from ._case import Case, Keys, case_of
+from ._effects import Effect
+from ._results import Results
+from ._sizes import Floats
+
+# Quantities that are the wavelength of a point: their differences are 0, or a step.
+_STEPS: Final = ("peak_wavelength", "wiens_displacement_law_T")
+
+
+def propagate(
+    spectrum: Spectrum | Scan,
+    budget: Budget,
+    keys: Keys | None = None,
+    *,
+    coverage: float | None = None,
+) -> Results:
+    """Quantities of a spectrum with their uncertainty, to first order (JCGM 100:2008, 5.2).
+
+    Each component changes the spectrum by one standard uncertainty up and down, and half the
+    difference of the quantities is its contribution; the wavelengths of the points stay. Where a
+    component has a number for every point, the sensitivities of the quantities take the place of
+    the difference. Components are independent of each other.
+
+    Parameters
+    ----------
+    spectrum : Spectrum or Scan
+        Of a Scan the values are taken as they stand.
+    budget : Budget
+        Absolute sizes without a unit are in the coherent unit of the spectrum's kind.
+    keys : iterable of Quantity or str, optional
+        By default the catalogue that fits to the kind of the spectrum; that of lenses for a Scan.
+    coverage : float, optional
+        In place of that of the budget.
+
+    Returns
+    -------
+    Results
+
+    Raises
+    ------
+    Refusal
+        If the spectrum is of no kind for the quantities, or the budget does not fit to it.
+    RuntimeError
+        If there are errors of the wavelength, and the spectrum cannot be interpolated.
+
+    Examples
+    --------
+    >>> import vekanalysis as vek
+    >>> from vekanalysis.uncertainty import Budget, Component, propagate
+    >>> lens = vek.Scan(range(380, 781, 5), [0.25] * 81)
+    >>> budget = Budget(components=[Component(name="line", kind="gain", standard=0.002)])
+    >>> print(propagate(lens, budget)["ISO8980_3_tau_v"])
+    0.25000 ± 0.00098
+    """
+    return first_order(case_of(spectrum, budget, keys), coverage)
+
+
+def first_order(case: Case, coverage: float | None = None) -> Results:
+    """The results of a case; a quantity whose uncertainty is not finite has a problem."""
+    budget = case.prepared.budget
+    effects = _contributions(case)
+    problems = dict(case.problems)
+    keys, values, possible = list(case.keys), case.numbers, case.possible
+    finite = np.ones(len(keys), dtype=bool)
+    for part in effects.values():
+        finite &= np.isfinite(part.sum(axis=1))
+    smooth = np.array([key not in _STEPS for key in keys], dtype=bool)
+    if not (finite & smooth).all():
+        for i, key in enumerate(keys):
+            if not smooth[i]:
+                problems[key] = "It goes from point to point: only draws have its uncertainty"
+            elif not finite[i]:
+                problems[key] = "The uncertainty is not a finite number"
+        kept = np.flatnonzero(finite & smooth)
+        keys, possible = [keys[i] for i in kept], [possible[i] for i in kept]
+        values = values[kept]
+        effects = {name: part[kept] for name, part in effects.items()}
+    dof = {component.name: component.dof for component in budget.components}
+    if coverage is None:
+        coverage = budget.coverage
+    return Results(keys, values, effects, dof, coverage, problems, possible)
+
+
+def _contributions(case: Case) -> dict[str, Floats]:
+    """Of each component the effect on the quantities, shape (quantities, independent errors)."""
+    effects = list(case.prepared.effects(case.spectrum))
+    pairs = [effect.both for effect in effects if effect.both is not None]
+    both = case.evaluate(np.concatenate(pairs)) if pairs else np.empty((0, len(case.keys)))
+    halves = iter(0.5 * (both[0::2] - both[1::2]))
+    sensitivities = None
+    contributions = {}
+    for effect in effects:
+        if effect.form == "figure":
+            part = figure_sizes(effect, case)[:, np.newaxis]
+        elif effect.both is not None:
+            part = next(halves)[:, np.newaxis]
+        else:
+            if sensitivities is None:
+                sensitivities = case.sensitivities()
+            if effect.form in ("independent", "jitter"):
+                part = sensitivities * effect.rows[0]
+            else:
+                part = sensitivities @ effect.rows.T
+        contributions[effect.component.name] = part
+    return contributions
+
+
+def figure_sizes(effect: Effect, case: Case) -> Floats:
+    """What a component adds to each quantity: its size to those that it is for."""
+    component = effect.component
+    wanted = np.array([key in component.quantities for key in case.keys], dtype=np.float64)
+    size = float(effect.rows[0])
+    sizes: Floats = size * wanted * (np.abs(case.numbers) if component.relative else 1.0)
+    return sizes
