@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "colorimetry/chromaticity.hpp"
+#include "chromaticity/chromaticity.hpp"
 #include "python/records.hpp"
 
 namespace vekanalysis::python {
@@ -11,11 +11,13 @@ using namespace py::literals;
 
 namespace {
 
-std::string chromaticity_doc(const char* text, const char* parameter) {
+std::string chromaticity_doc(const char* text, const char* parameter, const char* year = "1931") {
     return std::string(text) +
            R"doc(
 x = X / (X + Y + Z) and y = Y / (X + Y + Z), X, Y and Z being the integrals from
-380 to 780 nm of the CIE 1931 colour-matching functions times the light. Where
+380 to 780 nm of the CIE )doc" +
+           year +
+           R"doc( colour-matching functions times the light. Where
 ``scan`` has no data the light counts as 0. The point is not judged: comparing it
 with the limits of a standard is left to the caller.
 
@@ -40,14 +42,16 @@ RuntimeError
 }  // namespace
 
 void add_chromaticity_module(py::module_& m) {
-    using Field = RecordField<ChromaticityPoint>;
-    add_record<ChromaticityPoint>(m, "CIExy", "Chromaticity",
-                                  "A point of the CIE 1931 chromaticity diagram.",
-                                  Field{"x", &ChromaticityPoint::x, "Chromaticity coordinate x."},
-                                  Field{"y", &ChromaticityPoint::y, "Chromaticity coordinate y."});
+    RecordClass(m, "CIExy", "A point of a CIE chromaticity diagram.",
+                Field{"x", &ChromaticityPoint::x, "Chromaticity coordinate x."},
+                Field{"y", &ChromaticityPoint::y, "Chromaticity coordinate y."})
+        .of_numbers("Chromaticity");
+    constexpr const char* light = "Spectrum of the light in any unit, wavelengths in nm.";
     m.def("CIE_1931_chromaticity", &chromaticity::CIE_1931_chromaticity, "scan"_a,
-          chromaticity_doc("CIE 1931 chromaticity of a spectrum (CIE 15:2004).\n",
-                           "Spectrum of the light in any unit, wavelengths in nm.")
+          chromaticity_doc("CIE 1931 chromaticity of a spectrum (CIE 15:2004).\n", light).c_str());
+    m.def("CIE_1964_chromaticity", &chromaticity::CIE_1964_chromaticity, "scan"_a,
+          chromaticity_doc("CIE 1964 (10 degrees) chromaticity of a spectrum (CIE 15:2004).\n",
+                           light, "1964")
               .c_str());
     constexpr const char* lens =
         "Spectral transmittance (fraction) of the lens, wavelengths in nm.";

@@ -18,29 +18,27 @@ void add_records(py::module_& m) {
     using colorimetry::CIEXYZ;
     using colorimetry::RYG;
     using colorimetry::RYGB;
-    using XYZField = RecordField<CIEXYZ>;
-    using LabField = RecordField<CIELAB>;
-    using RYGField = RecordField<RYG>;
-    using RYGBField = RecordField<RYGB>;
-    add_record<CIEXYZ>(m, "CIEXYZ", "CIEXYZ",
-                       "Tristimulus values, in the unit of the spectrum times nm.",
-                       XYZField{"X", &CIEXYZ::X, "Tristimulus value X."},
-                       XYZField{"Y", &CIEXYZ::Y, "Tristimulus value Y."},
-                       XYZField{"Z", &CIEXYZ::Z, "Tristimulus value Z."});
-    add_record<CIELAB>(
-        m, "CIELAB", "CIELAB", "CIE 1976 L*a*b* coordinates.",
-        LabField{"L_star", &CIELAB::L_star, "Lightness L*, 100 for the white point."},
-        LabField{"a_star", &CIELAB::a_star, "Coordinate a*, red above 0."},
-        LabField{"b_star", &CIELAB::b_star, "Coordinate b*, yellow above 0."});
-    add_record<RYG>(m, "RYG", "RYG", "Transmittances for the three colours of a traffic light.",
-                    RYGField{"red", &RYG::red, "Fraction for the red signal."},
-                    RYGField{"yellow", &RYG::yellow, "Fraction for the yellow signal."},
-                    RYGField{"green", &RYG::green, "Fraction for the green signal."});
-    add_record<RYGB>(m, "RYGB", "RYGB", "Transmittances for the four colours of signal lights.",
-                     RYGBField{"red", &RYGB::red, "Fraction for the red signal."},
-                     RYGBField{"yellow", &RYGB::yellow, "Fraction for the yellow signal."},
-                     RYGBField{"green", &RYGB::green, "Fraction for the green signal."},
-                     RYGBField{"blue", &RYGB::blue, "Fraction for the blue signal."});
+    RecordClass(m, "CIEXYZ", "Tristimulus values, in the unit of the spectrum times nm.",
+                Field{"X", &CIEXYZ::X, "Tristimulus value X."},
+                Field{"Y", &CIEXYZ::Y, "Tristimulus value Y."},
+                Field{"Z", &CIEXYZ::Z, "Tristimulus value Z."})
+        .of_numbers("CIEXYZ");
+    RecordClass(m, "CIELAB", "CIE 1976 L*a*b* coordinates.",
+                Field{"L_star", &CIELAB::L_star, "Lightness L*, 100 for the white point."},
+                Field{"a_star", &CIELAB::a_star, "Coordinate a*, red above 0."},
+                Field{"b_star", &CIELAB::b_star, "Coordinate b*, yellow above 0."})
+        .of_numbers("CIELAB");
+    RecordClass(m, "RYG", "Transmittances for the three colours of a traffic light.",
+                Field{"red", &RYG::red, "Fraction for the red signal."},
+                Field{"yellow", &RYG::yellow, "Fraction for the yellow signal."},
+                Field{"green", &RYG::green, "Fraction for the green signal."})
+        .of_numbers("RYG");
+    RecordClass(m, "RYGB", "Transmittances for the four colours of signal lights.",
+                Field{"red", &RYGB::red, "Fraction for the red signal."},
+                Field{"yellow", &RYGB::yellow, "Fraction for the yellow signal."},
+                Field{"green", &RYGB::green, "Fraction for the green signal."},
+                Field{"blue", &RYGB::blue, "Fraction for the blue signal."})
+        .of_numbers("RYGB");
 }
 
 void add_colours(py::module_& m) {
@@ -70,6 +68,34 @@ void add_colours(py::module_& m) {
         the observer.
 
     See CIE 15:2004, section 7.
+)doc");
+    m.def("CIE_relative_tristimulus_values", &colorimetry::CIE_relative_tristimulus_values,
+          "scan"_a, "white_point_reference"_a, "observer"_a, R"doc(
+    Returns X, Y and Z on the scale where the white point has Y = 100.
+
+    Those of ``CIE_tristimulus_values`` times k = 100 / Y of the white point.
+
+    Parameters
+    ----------
+    scan : Scan
+        Spectrum, wavelengths in nm; for a surface or a lens its reflectance or
+        transmittance times the illuminant.
+    white_point_reference : Scan
+        Spectrum of the white point in the same unit, for instance the illuminant.
+    observer : Observer
+
+    Returns
+    -------
+    CIEXYZ
+
+    Raises
+    ------
+    ValueError
+        If Y of the white point is not finite and above 0.
+    RuntimeError
+        As for ``CIE_tristimulus_values``.
+
+    See CIE 15:2004, section 7.1.
 )doc");
     m.def("CIELAB_f", &colorimetry::CIELAB_f, "t"_a, R"doc(
     Non linear function used in the forward transformation from the CIEXYZ
@@ -280,7 +306,9 @@ void add_photometer_indices(py::module_& m) {
 
 void add_colorimetry_module(py::module_& m) {
     add_records(m);
+    add_srgb_record(m);
     add_colours(m);
+    add_colour_functions(m);
     add_transmittances(m);
     add_photometer_indices(m);
 }

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "colorimetry/curves.hpp"
+#include "curves/curves.hpp"
 
 namespace vekanalysis::python {
 

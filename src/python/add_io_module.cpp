@@ -3,6 +3,7 @@
 #include <pybind11/stl.h>
 
 #include <stdexcept>
+#include <string>
 
 #include "io/csv.hpp"
 #include "io/io.hpp"
@@ -34,6 +35,28 @@ auto unlocked_from_file(const FilePath& path, const F& work) {
     }
 }
 
+/// Warns of the points that are not in the scans, naming the data sets, and returns the file.
+///
+/// @throws py::error_already_set  where warnings are errors
+io::VekFile with_warning(io::VekFile file) {
+    constexpr int most_named = 8;
+    int concerned = 0;
+    std::string text;
+    for (const auto& data_set : file.data_sets) {
+        if (data_set.left_out == 0 || ++concerned > most_named) continue;
+        const auto name = py::repr(py::str(data_set.name)).cast<std::string>();
+        text += text.empty() ? "points without a wavelength (NaN) left out: " : ", ";
+        text += std::to_string(data_set.left_out) + " of data set " + name;
+    }
+    if (concerned > most_named) {
+        text += " and those of " + std::to_string(concerned - most_named) + " more data sets";
+    }
+    if (concerned > 0 && PyErr_WarnEx(PyExc_UserWarning, text.c_str(), 1) != 0) {
+        throw py::error_already_set();
+    }
+    return file;
+}
+
 }  // namespace
 
 void add_io_module(py::module_& m) {
@@ -53,6 +76,8 @@ void add_io_module(py::module_& m) {
                          are escaped into ASCII.
     :return: A JSON string representing the parsed content.
     :raises RuntimeError: If the buffer is empty.
+    :raises RuntimeError: If the data are damaged or no measurement file.
+    :raises ValueError: If ``indent`` is above 1024.
 )");
     m.def(
         "vekfile_to_json",
@@ -75,17 +100,19 @@ void add_io_module(py::module_& m) {
                          are escaped into ASCII.
     :return: A JSON string representing the parsed file contents.
     :raises RuntimeError: If the file is empty or unreadable.
+    :raises ValueError: If ``indent`` is above 1024.
 )");
     m.def(
         "load_vekfile_binary_data",
         [](const ByteBuffer& buffer) {
-            return unlocked([&] { return io::load_vekfile(buffer.bytes()); });
+            return with_warning(unlocked([&] { return io::load_vekfile(buffer.bytes()); }));
         },
         "buffer"_a, R"(
     Loads a VekFile object from a binary buffer.
 
     This function parses the content of a Dalvix+ .vek file (or equivalent
     binary data) that is already in memory.
+    Points whose wavelength is NaN are left out, with a UserWarning that counts them.
 
     :param buffer: A vector of bytes containing the .vek file data.
     :return: A VekFile object parsed from the buffer.
@@ -94,13 +121,15 @@ void add_io_module(py::module_& m) {
     m.def(
         "load_vekfile",
         [](const FilePath& file_path) {
-            return unlocked_from_file(file_path, [&] { return io::load_vekfile(file_path.text); });
+            return with_warning(
+                unlocked_from_file(file_path, [&] { return io::load_vekfile(file_path.text); }));
         },
         "file_path"_a, R"(
     Loads a VekFile object from a file path.
 
     This function reads a Dalvix+ .vek file (or equivalent binary data)
     from the provided file path and parses its content.
+    Points whose wavelength is NaN are left out, with a UserWarning that counts them.
 
     :param file_path: The path to the .vek file.
     :return: A VekFile object parsed from the file.
@@ -110,7 +139,8 @@ void add_io_module(py::module_& m) {
     m.def(
         "load_vek_scan_binary_data",
         [](const ByteBuffer& buffer) {
-            return unlocked([&] { return io::load_vek_scan_data(buffer.bytes()); });
+            return io::scans_by_name(
+                with_warning(unlocked([&] { return io::load_vekfile(buffer.bytes()); })));
         },
         "buffer"_a, R"(
     Loads scan data from a binary buffer.
@@ -119,6 +149,7 @@ void add_io_module(py::module_& m) {
     binary data) that is already in memory and returns
     a map associating spectrum names with their corresponding Scan data.
     Of data sets with the same name the last one stays.
+    Points whose wavelength is NaN are left out, with a UserWarning that counts them.
 
     :param buffer: A vector of bytes containing the binary scan data.
     :return: A map from spectrum names to their corresponding Scan objects.
@@ -127,8 +158,8 @@ void add_io_module(py::module_& m) {
     m.def(
         "load_vek_scan_data",
         [](const FilePath& file_path) {
-            return unlocked_from_file(file_path,
-                                      [&] { return io::load_vek_scan_data(file_path.text); });
+            return io::scans_by_name(with_warning(
+                unlocked_from_file(file_path, [&] { return io::load_vekfile(file_path.text); })));
         },
         "file_path"_a, R"(
     Loads scan data from a .vek file.
@@ -137,6 +168,7 @@ void add_io_module(py::module_& m) {
     from the provided file path and returns
     a map associating spectrum names with their corresponding Scan data.
     Of data sets with the same name the last one stays.
+    Points whose wavelength is NaN are left out, with a UserWarning that counts them.
 
     :param file_path: The path to the .vek file.
     :return: A map from spectrum names to their corresponding Scan objects.

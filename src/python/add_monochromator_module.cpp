@@ -1,6 +1,6 @@
 #include "python/registration.hpp"
 
-#include "colorimetry/slit_function.hpp"
+#include "monochromator/slit_function.hpp"
 
 namespace vekanalysis::python {
 

@@ -4,7 +4,7 @@
 #include <span>
 #include <string>
 
-#include "colorimetry/physics.hpp"
+#include "physics/physics.hpp"
 #include "python/arrays.hpp"
 
 namespace vekanalysis::python {

@@ -1,6 +1,6 @@
 #include "python/registration.hpp"
 
-#include "colorimetry/radiometry.hpp"
+#include "radiometry/radiometry.hpp"
 
 namespace vekanalysis::python {
 

@@ -71,7 +71,34 @@ py::object as_float64_array(py::handle source) {
     }
 }
 
+/// Throws TypeError if some values of the array are masked.
+void refuse_masked(py::handle source) {
+    // Whoever has made a masked array has imported the module.
+    const auto module =
+        py::reinterpret_steal<py::object>(PyImport_GetModule(py::str("numpy.ma").ptr()));
+    if (!module) {
+        if (PyErr_Occurred() != nullptr) throw py::error_already_set();
+        return;
+    }
+    if (py::isinstance(source, module.attr("MaskedArray")) &&
+        py::cast<bool>(module.attr("is_masked")(source))) {
+        throw py::type_error(
+            "some values of the array are masked: leave these points out of wavelengths and "
+            "values, or give array.filled(nan)");
+    }
+}
+
 }  // namespace
+
+bool is_list(py::handle source) noexcept {
+    PyObject* const object = source.ptr();
+    return PyList_Check(object) != 0 || PyTuple_Check(object) != 0 || PyRange_Check(object) != 0;
+}
+
+std::optional<FloatArray> FloatArray::from_list(py::handle source) {
+    const py::object array = as_float64_array(source);
+    return array ? from(array) : std::nullopt;
+}
 
 std::optional<FloatArray> FloatArray::from_buffer(BufferView view) {
     const Converter converter = converter_for(view->format);
@@ -104,9 +131,11 @@ std::optional<FloatArray> FloatArray::from_buffer(BufferView view) {
 std::optional<FloatArray> FloatArray::from(py::handle source) {
     PyObject* const object = source.ptr();
     if (PyFloat_Check(object) || PyLong_Check(object) || PyUnicode_Check(object) ||
-        PyBytes_Check(object) || PyByteArray_Check(object)) {
+        PyBytes_Check(object) || PyByteArray_Check(object) || py::isinstance<Scan>(source)) {
         return std::nullopt;
     }
+    // numpy.ndarray itself, the commonest, has no mask.
+    if (std::strcmp(Py_TYPE(object)->tp_name, "numpy.ndarray") != 0) refuse_masked(source);
     constexpr int flags = PyBUF_FORMAT | PyBUF_STRIDES;
     BufferView view = acquire_buffer(source, flags);
     const bool has_buffer = view != nullptr;

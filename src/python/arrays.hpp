@@ -24,8 +24,11 @@ public:
     FloatArray() = default;
 
     /// @return nothing, without a Python error set, when `source` is no array of real numbers of at
-    ///         least one dimension (bytes, bytearray and str are none)
+    ///         least one dimension (bytes, bytearray, str and Scan are none)
+    /// @throws py::type_error  if some of its values are masked
     static std::optional<FloatArray> from(py::handle source);
+    /// The same of a list, tuple or range, nested or not, by way of NumPy.
+    static std::optional<FloatArray> from_list(py::handle source);
 
     [[nodiscard]] std::span<const double> values() const noexcept { return values_; }
     [[nodiscard]] const std::vector<py::ssize_t>& shape() const noexcept { return shape_; }
@@ -45,6 +48,8 @@ private:
     std::vector<py::ssize_t> shape_;
 };
 
+[[nodiscard]] bool is_list(py::handle source) noexcept;
+
 /// A list of numbers as the binding layer's own conversion gives it, or the values of a
 /// one-dimensional array in one copy.
 struct FloatList {
@@ -57,10 +62,13 @@ namespace pybind11::detail {
 
 template <>
 struct type_caster<vekanalysis::python::FloatArray> {
-    PYBIND11_TYPE_CASTER(vekanalysis::python::FloatArray, const_name("numpy.ndarray"));
+    PYBIND11_TYPE_CASTER(vekanalysis::python::FloatArray,
+                         const_name("numpy.ndarray | list[float]"));
 
-    bool load(handle source, bool /*convert*/) {
-        auto array = vekanalysis::python::FloatArray::from(source);
+    bool load(handle source, bool convert) {
+        using vekanalysis::python::FloatArray;
+        auto array = convert && vekanalysis::python::is_list(source) ? FloatArray::from_list(source)
+                                                                     : FloatArray::from(source);
         if (!array) return false;
         value = std::move(*array);
         return true;
@@ -74,6 +82,7 @@ struct type_caster<vekanalysis::python::FloatList> {
 
     bool load(handle source, bool convert) {
         if (!PyList_CheckExact(source.ptr()) && !PyTuple_CheckExact(source.ptr())) {
+            if (isinstance<vekanalysis::Scan>(source)) return false;
             if (const auto array = vekanalysis::python::FloatArray::from(source)) {
                 if (array->shape().size() != 1) return false;
                 value.values.assign(array->values().begin(), array->values().end());

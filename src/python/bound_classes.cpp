@@ -21,6 +21,32 @@ extern "C" PyObject* guarded_new(PyTypeObject* type, PyObject* args, PyObject* k
     return nullptr;
 }
 
+extern "C" PyObject* get_class(PyObject* self, void* /*closure*/) {
+    return Py_NewRef(reinterpret_cast<PyObject*>(Py_TYPE(self)));
+}
+
+/// Whether objects of the two Python classes hold the same C++ classes.
+bool hold_alike(PyTypeObject* a, PyTypeObject* b) {
+    return py::detail::all_type_info(a) == py::detail::all_type_info(b);
+}
+
+extern "C" int set_class(PyObject* self, PyObject* value, void* /*closure*/) {
+    auto* const base = reinterpret_cast<PyTypeObject*>(py::detail::get_internals().instance_base);
+    if (value != nullptr && PyType_Check(value) != 0) {
+        auto* const type = reinterpret_cast<PyTypeObject*>(value);
+        if (PyType_IsSubtype(type, base) != 0 && !hold_alike(Py_TYPE(self), type)) {
+            PyErr_Format(PyExc_TypeError, "a '%s' cannot become a '%s'", Py_TYPE(self)->tp_name,
+                         type->tp_name);
+            return -1;
+        }
+    }
+    const auto members = py::reinterpret_steal<py::object>(PyType_GetDict(&PyBaseObject_Type));
+    PyObject* const plain = PyDict_GetItemString(members.ptr(), "__class__");
+    return Py_TYPE(plain)->tp_descr_set(plain, self, value);
+}
+
+PyGetSetDef guarded_class{"__class__", get_class, set_class, "The class of the object.", nullptr};
+
 }  // namespace
 
 void require_constructed(py::handle source, const py::detail::type_info* type) {
@@ -32,9 +58,22 @@ void require_constructed(py::handle source, const py::detail::type_info* type) {
     }
 }
 
+void refuse_interpolation(py::handle source) {
+    if (!py::isinstance<spline::Type>(source)) return;
+    throw py::type_error("a number is needed, not " + std::string(py::str(source)) +
+                         "; interpolation= is the argument for it");
+}
+
 void guard_base_class() {
     auto* const base = reinterpret_cast<PyTypeObject*>(py::detail::get_internals().instance_base);
     base->tp_new = guarded_new;
+    const auto descriptor =
+        py::reinterpret_steal<py::object>(PyDescr_NewGetSet(base, &guarded_class));
+    const auto members = py::reinterpret_steal<py::object>(PyType_GetDict(base));
+    if (!descriptor || PyDict_SetItemString(members.ptr(), "__class__", descriptor.ptr()) != 0) {
+        throw py::error_already_set();
+    }
+    PyType_Modified(base);
 }
 
 }  // namespace vekanalysis::python

@@ -4,13 +4,16 @@
 
 #include <type_traits>
 
-#include "colorimetry/chromaticity.hpp"
+#include "chromaticity/chromaticity.hpp"
 #include "colorimetry/observers.hpp"
+#include "colorimetry/srgb.hpp"
 #include "colorimetry/transmittance.hpp"
 #include "colorimetry/tristimulus.hpp"
 #include "core/scan.hpp"
 #include "fitting/fit.hpp"
 #include "io/vekfile.hpp"
+#include "utils/averaging.hpp"
+#include "utils/measure_peaks.hpp"
 #include "utils/statistics.hpp"
 #include "utils/stitching.hpp"
 
@@ -37,6 +40,8 @@ inline constexpr bool is_bound_class<colorimetry::RYG> = true;
 template <>
 inline constexpr bool is_bound_class<colorimetry::RYGB> = true;
 template <>
+inline constexpr bool is_bound_class<colorimetry::SRGB> = true;
+template <>
 inline constexpr bool is_bound_class<Stat_Result<double>> = true;
 template <>
 inline constexpr bool is_bound_class<utils::StitchResults> = true;
@@ -44,6 +49,12 @@ template <>
 inline constexpr bool is_bound_class<FitWavelengthParams> = true;
 template <>
 inline constexpr bool is_bound_class<FitWavelengthParamsFree> = true;
+template <>
+inline constexpr bool is_bound_class<WavelengthResiduals> = true;
+template <>
+inline constexpr bool is_bound_class<utils::Peak> = true;
+template <>
+inline constexpr bool is_bound_class<utils::ScanMean> = true;
 template <>
 inline constexpr bool is_bound_class<vekfile::Meta> = true;
 template <>
@@ -60,8 +71,9 @@ inline constexpr bool is_bound_class<vekfile::__VekFile<vekfile::__DataSet<Scan>
 /// Throws TypeError when `source` is an object of the class without a value of it.
 void require_constructed(pybind11::handle source, const pybind11::detail::type_info* type);
 
-/// Makes creating an object of the binding layer's own base class, which copy and pickle try with
-/// old protocols, a TypeError: the binding layer would abort the process.
+/// Makes two things a TypeError at which the binding layer would end the process: an object of its
+/// own base class, which copy and pickle try to create with old protocols, and an assignment to
+/// `__class__` of a class that holds something else.
 void guard_base_class();
 
 }  // namespace vekanalysis::python

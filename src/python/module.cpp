@@ -33,6 +33,7 @@ PYBIND11_MODULE(_core, m) {
     py::module_ io = m.def_submodule("io");
     add_vekfile_structure(io);
     add_io_module(io);
+    add_text_lines(io);
 
     py::module_ physics = m.def_submodule("physics");
     add_physics_module(physics);
@@ -48,6 +49,15 @@ PYBIND11_MODULE(_core, m) {
 
     py::module_ fitting = m.def_submodule("fitting");
     add_fitting_module(fitting);
+
+    py::module_ quantities = m.def_submodule("quantities");
+    add_quantities_module(quantities);
+
+    py::module_ uncertainty = m.def_submodule("uncertainty");
+    add_uncertainty_module(uncertainty);
+
+    py::module_ lighting = m.def_submodule("lighting");
+    add_lighting_module(lighting);
 }
 
 }  // namespace vekanalysis::python

@@ -6,11 +6,12 @@ import re
 from collections.abc import Callable
 from typing import Any
 
+import numpy as np
 import pytest
-from vekanalysis.colorimetry import data
-from vekanalysis.monochromator.slit_function import uniform_fibres
 
 from vekanalysis import Observer, Scan, chromaticity, colorimetry, curves
+from vekanalysis.colorimetry import data
+from vekanalysis.monochromator.slit_function import uniform_fibres
 
 # Deliberate: these read like slips and stay.
 ODD_LINES = {
@@ -29,6 +30,7 @@ RECORDS = [
     (colorimetry.CIEXYZ, "CIEXYZ", {"X": "X", "Y": "Y", "Z": "Z"}),
     (colorimetry.CIELAB, "CIELAB", {"L_star": "L*", "a_star": "a*", "b_star": "b*"}),
     (colorimetry.RYG, "RYG", {name: name for name in ("red", "yellow", "green")}),
+    (colorimetry.sRGB, "sRGB", {name: name for name in ("red", "green", "blue")}),
     (colorimetry.RYGB, "RYGB", {name: name for name in ("red", "yellow", "green", "blue")}),
 ]
 
@@ -87,6 +89,7 @@ def test_an_observer_sees_later_changes_and_shows_its_points() -> None:
             Observer(wrong, y, z)  # type: ignore[arg-type]
 
 
+ENDLESS_FIBRES = "slit_function::uniform_fibres: wavelengths must be finite"
 NOT_FINITE = "curves: min_wl, max_wl and step_wl must be finite"
 TOO_MANY = "more than 100000000 points"
 # min_wl, max_wl, step_wl and the first failure in the order of the checks.
@@ -114,6 +117,7 @@ BAD_CALLS: list[tuple[Callable[..., object], tuple[object, ...], str]] = [
     (curves.lognormal, (500, 0, 600, 400, 0), "peak_wl <= 0 || fwhm <= 0"),
     (uniform_fibres, (500, 10, 1), "slit_function::uniform_fibres: fewer than 2 points"),
     (uniform_fibres, (500, 10, 2**32 - 1), f"slit_function::uniform_fibres: {TOO_MANY}"),
+    (uniform_fibres, (math.inf, 10, 5), ENDLESS_FIBRES),
     (colorimetry.f1_prime, (Scan(),), "Input has no data in the range 380 to 780"),
     (
         colorimetry.ANSI_Z80_3_tau_spectral_min,
@@ -129,3 +133,42 @@ def test_bad_arguments_are_value_errors(
 ) -> None:
     with pytest.raises(ValueError, match=f"^{re.escape(text)}$"):
         function(*arguments)
+
+
+def test_colour_differences_take_records_and_arrays() -> None:
+    # The first is a published pair of CIEDE2000.
+    pairs = np.array([[[50, 2.5, 0], [50, 3.2972, 0]], [[49, 0, 0], [51, 0, 0]]])
+    functions: list[tuple[Callable[..., Any], dict[str, float], list[float]]] = [
+        (colorimetry.delta_E_CIE1976, {}, [0.7972, 2.0]),
+        (colorimetry.delta_E_CIE94, {}, [0.7972 / 1.1125, 2.0]),
+        (colorimetry.delta_E_CIE94, {"k_L": 2, "K_1": 0.048, "K_2": 0.014}, [0.7972 / 1.12, 1.0]),
+        (colorimetry.delta_E_CIEDE2000, {"k_L": 4}, [1.0, 0.5]),
+    ]
+    for difference, options, expected in functions:
+        records = [
+            difference(colorimetry.CIELAB(*one), colorimetry.CIELAB(*two), **options)
+            for one, two in pairs
+        ]
+        assert records == pytest.approx(expected, abs=1e-4)
+        assert difference(pairs[:, 0], pairs[:, 1], **options).tolist() == records
+        assert difference(pairs[:1], pairs[1:], **options).shape == (1, 2)
+        with pytest.raises(ValueError, match="must have the same shape"):
+            difference(pairs[:, 0], pairs, **options)
+        with pytest.raises(ValueError, match="must have the same shape"):
+            difference(pairs[..., :2], pairs[..., :2], **options)
+
+
+def test_colours_for_pictures_follow_the_white() -> None:
+    observer = Observer(
+        data.cie_1931_standard_observer_x(),
+        data.cie_1931_standard_observer_y(),
+        data.cie_1931_standard_observer_z(),
+    )
+    lamp = data.cie_illuminant_a()
+    assert colorimetry.sRGB_values(lamp, lamp, observer).to_hex() == "#ffffff"
+    orange = colorimetry.sRGB_values(lamp * 0.01, data.cie_illuminant_d65(), observer)
+    assert orange.red > orange.green > orange.blue
+    half = colorimetry.CIE_relative_tristimulus_values(lamp * 0.5, lamp, observer)
+    assert pytest.approx(50, rel=1e-15) == half.Y
+    with pytest.raises(ValueError, match="values must be 0 to 1"):
+        colorimetry.sRGB(1.5, 0, 0).to_hex()

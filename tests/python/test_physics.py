@@ -93,6 +93,6 @@ def test_arrays_give_arrays_of_the_same_shape(function: Callable[..., Any], unit
     assert function(np.empty(0)).shape == (0,)
     np.testing.assert_array_equal(function(wl[:, ::2]), values[:, ::2])
     assert type(function(np.float64(1e-6))) is float
-    for wrong in ("1e-6", None, [1e-6], np.array(["a"])):
+    for wrong in ("1e-6", None, ["1e-6"], np.array(["a"])):
         with pytest.raises(TypeError):
             function(wrong)

@@ -2,15 +2,18 @@
 
 import math
 from collections.abc import Callable
+from typing import Any
 
 import numpy as np
+import pandas as pd
 import pytest
 
-from vekanalysis import Interpolation, Scan
+from vekanalysis import Interpolation, Scan, utils
+from vekanalysis.colorimetry import CIEXYZ
 
 LINEAR, NONE = Interpolation.LINEAR, Interpolation.NONE
 SIZES = "Scan::Scan: wavelength and signal must be the same size"
-EPSILON = "Scan: epsilon must be finite and not negative"
+EPSILON = "Scan: epsilon must not be negative or NaN"
 NO_TYPE = "Cannot initialize a spline with type None"
 TOO_FEW = "Cannot initialize a spline, too few points"
 
@@ -55,7 +58,6 @@ def test_str_is_a_line_for_each_point() -> None:
         (lambda s: s.add(math.nan, 1.0), ValueError, "Scan: wavelength must not be NaN"),
         (lambda s: Scan(epsilon=-1.0), ValueError, EPSILON),
         (lambda s: setattr(s, "epsilon", math.nan), ValueError, EPSILON),
-        (lambda s: setattr(s, "epsilon", math.inf), ValueError, EPSILON),
     ],
 )  # fmt: skip
 def test_errors_have_the_documented_type_and_text(
@@ -72,6 +74,8 @@ def test_errors_have_the_documented_type_and_text(
     "action",
     [
         lambda s: s("550"),
+        lambda s: s([550, "560"]),
+        lambda s: Scan(s, s),
         lambda s: Scan("12", "34"),
         lambda s: Scan(b"12", b"34"),
         lambda s: Scan(np.zeros((2, 2)), np.zeros((2, 2))),
@@ -84,6 +88,119 @@ def test_errors_have_the_documented_type_and_text(
 def test_wrong_arguments_are_type_errors(scan: Scan, action: Callable[[Scan], object]) -> None:
     with pytest.raises(TypeError):
         action(scan)
+
+
+@pytest.mark.parametrize(
+    "action",
+    [
+        lambda s: Scan([1], [2], LINEAR),
+        lambda s: Scan([1], [LINEAR]),
+        lambda s: Scan(LINEAR),
+        lambda s: setattr(s, "epsilon", LINEAR),
+        lambda s: s(LINEAR),
+        lambda s: s + LINEAR,
+        lambda s: utils.transform(s, lambda wavelength, value: LINEAR),
+        lambda s: setattr(CIEXYZ(), "X", LINEAR),
+    ],
+)
+def test_an_interpolation_is_no_number(scan: Scan, action: Callable[[Scan], object]) -> None:
+    with pytest.raises(TypeError, match=r"not Interpolation\.LINEAR; interpolation= is"):
+        action(scan)
+    assert scan.epsilon == 1e-20
+
+
+@pytest.mark.parametrize("value", [-1, 5, 99])
+def test_only_members_are_interpolations(value: int) -> None:
+    with pytest.raises(ValueError, match=f"{value} is no Interpolation"):
+        Interpolation(value)
+    with pytest.raises(ValueError, match="is no Interpolation"):
+        Interpolation.__new__(Interpolation).__setstate__(value)
+
+
+def in_place(scan: Scan, other: object) -> Scan:
+    scan *= other  # type: ignore[arg-type]
+    return scan
+
+
+BESIDE = r"Scan\(scan.wavelengths\(\), numbers\)"
+NO_ARRAY = r"scan.to_numpy\(\)"
+
+
+@pytest.mark.parametrize(
+    ("action", "way"),
+    [
+        (lambda s: s * np.ones(4), BESIDE),
+        (lambda s: np.ones(4) * s, BESIDE),
+        (lambda s: s - pd.Series([1.0]), BESIDE),
+        (lambda s: s ** np.ones(1), BESIDE),
+        (lambda s: s / [1, 2], BESIDE),
+        (lambda s: in_place(s, np.ones(4)), BESIDE),
+        (np.asarray, NO_ARRAY),
+        (np.mean, NO_ARRAY),
+        (lambda s: np.array([s, s]), NO_ARRAY),
+        (np.sin, "__array_ufunc__"),
+    ],
+)
+def test_numpy_is_shown_the_way(scan: Scan, action: Callable[[Any], object], way: str) -> None:
+    with pytest.raises(TypeError, match=way):
+        action(scan)
+    assert scan.values() == [1, 2, 4, 3]
+
+
+def test_numpy_s_numbers_and_arrays_of_scans_are_welcome(scan: Scan) -> None:
+    for two in (np.float64(2), np.float32(2), np.int64(2), np.array(2.0)):
+        assert (two * scan).values() == (scan * two).values() == [2, 4, 8, 6]
+    assert np.array([scan, scan], dtype=object)[1] is scan
+    assert pd.Series([scan])[0] is scan
+
+
+def test_masked_values_are_not_taken_for_measured_ones(scan: Scan) -> None:
+    masked = np.ma.masked_array([450.0, 550.0], [False, True])
+    for action in (
+        lambda: Scan([1, 2], masked),
+        lambda: Scan(masked, [1, 2]),
+        lambda: scan(masked),
+    ):
+        with pytest.raises(TypeError, match="masked"):
+            action()
+    assert scan(np.ma.masked_array([450.0])).tolist() == [1.5]
+
+
+@pytest.mark.parametrize(
+    "points",
+    [
+        [(400, 1), (410, 2)],
+        {400: 1, 410: 2},
+        zip([400, 410], [1, 2], strict=True),
+        Scan([400, 410], [1, 2]).items(),
+        ([400, 1], (410, 2), [410, 2]),
+    ],
+    ids=lambda points: type(points).__name__,
+)
+def test_points_are_taken_where_they_are_unambiguous(points: Any) -> None:
+    scan = Scan(points, interpolation=LINEAR)
+    assert scan.to_lists() == ([400, 410], [1, 2])
+    assert scan.interpolation == LINEAR
+
+
+@pytest.mark.parametrize(
+    "points",
+    [
+        [400, 410],
+        [[400, 410], [1, 2]],
+        ([400, 410, 420], [1, 2, 3]),
+        [(400, "1")],
+        np.ones((5, 2)),
+        "lens.csv",
+        iter([]),
+        Scan(),
+    ],
+    ids=str,
+)
+def test_what_may_be_something_else_is_shown_the_call(points: Any) -> None:
+    with pytest.raises(TypeError, match=r": a Scan is made of wavelengths and values, Scan\(\["):
+        Scan(points)
+    assert list(Scan([])) == []
 
 
 def test_access_to_points(scan: Scan) -> None:
@@ -125,6 +242,8 @@ def test_arrays_keep_their_shape(scan: Scan) -> None:
     assert type(scan(np.float64(450))) is float
     assert type(scan(np.float32(450))) is float
     assert scan(np.array(450)) == 1.5
+    for listed in ([450, 550], (450, 550), range(450, 551, 100)):
+        assert scan(listed).tolist() == [1.5, 3.0]
 
 
 def test_objects_that_only_know_how_to_become_arrays_are_converted(scan: Scan) -> None:

@@ -1,9 +1,11 @@
 """The utils submodule: logarithms, transform and statistics."""
 
 import math
+from typing import Any
 
 import pytest
 
+import vekanalysis as vek
 from vekanalysis import Interpolation, Scan, utils
 
 
@@ -82,3 +84,29 @@ def test_stitching_returns_a_record_of_copies() -> None:
         utils.stitch_scans(lower, upper, 560, 540, 0.01)
     with pytest.raises(ValueError, match=r"^Division by zero"):
         utils.stitch_scans(lower, upper * 0, 540, 560, 0.01)
+
+
+def test_means_and_sums_stand_on_the_common_range(scan: Scan) -> None:
+    coarse = Scan([1, 3], [3, 98], interpolation=Interpolation.LINEAR)
+    mean, deviation, count = vek.mean([scan, coarse])
+    assert (mean.to_lists(), count) == (([1, 2, 3], [2, 30.25, 99]), 2)
+    assert deviation.values() == pytest.approx([2**0.5, 40.5 / 2**0.5, 2**0.5], rel=1e-15)
+    assert vek.sum({"a": scan, "b": coarse}) == scan + coarse
+    assert vek.sum(part for part in (scan, coarse)) == scan + coarse
+
+
+@pytest.mark.parametrize(
+    ("scans", "error", "text"),
+    [
+        ([], ValueError, "no scans"),
+        ([Scan(), Scan([1], [2])], ValueError, "a scan without points"),
+        ([Scan([1], [2]), Scan([3], [4])], ValueError, "no wavelength in common"),
+        (Scan([1], [2]), TypeError, r"mean takes several scans: mean\(\[a, b\]\)"),
+        ([1.0], TypeError, "mean takes scans; item 0 is a float"),
+    ],
+)
+def test_means_of_nothing_in_common_are_refused(
+    scans: Any, error: type[Exception], text: str
+) -> None:
+    with pytest.raises(error, match=text):
+        vek.mean(scans)

@@ -1,13 +1,13 @@
 from collections.abc import Buffer, Sequence
 from os import PathLike
-from typing import SupportsIndex, SupportsInt
+from typing import SupportsFloat, SupportsIndex, SupportsInt
 
-from . import Scan
+from . import Interpolation, Scan, _Record
 
 type _Bytes = Buffer | Sequence[SupportsInt | SupportsIndex]
 type _Path = str | PathLike[str]
 
-class Meta:
+class Meta(_Record):
     @property
     def file_version(self) -> int: ...
     @property
@@ -15,15 +15,17 @@ class Meta:
     @property
     def x_type(self) -> str: ...
 
-class DataSet:
+class DataSet(_Record):
     @property
     def no_of_points(self) -> int: ...
     @property
     def name(self) -> str: ...
     @property
     def data(self) -> Scan: ...
+    @property
+    def left_out(self) -> int: ...
 
-class MeasurementTypeUnits:
+class MeasurementTypeUnits(_Record):
     @property
     def measurement_type(self) -> str: ...
     @property
@@ -33,7 +35,7 @@ class MeasurementTypeUnits:
     @property
     def units_code(self) -> int: ...
 
-class DataInfo:
+class DataInfo(_Record):
     @property
     def date_and_time(self) -> str: ...
     @property
@@ -67,7 +69,7 @@ class DataInfo:
     @property
     def reference_parameter(self) -> str: ...
 
-class Graph:
+class Graph(_Record):
     @property
     def gv_version(self) -> int: ...
     @property
@@ -75,7 +77,7 @@ class Graph:
     @property
     def y_axis_title(self) -> str: ...
 
-class VekFile:
+class VekFile(_Record):
     @property
     def meta(self) -> Meta: ...
     @property
@@ -85,16 +87,6 @@ class VekFile:
     @property
     def data_info(self) -> DataInfo: ...
 
-def _meta(file_version: int, has_timestamps: bool, x_type: str, /) -> Meta: ...
-def _data_set(no_of_points: int, name: str, data: Scan, /) -> DataSet: ...
-def _measurement_type_units(
-    measurement_type: str, units: str, measurement_type_code: int, units_code: int, /
-) -> MeasurementTypeUnits: ...
-def _data_info(*fields: str | bool | MeasurementTypeUnits) -> DataInfo: ...
-def _graph(gv_version: int, x_axis_title: str, y_axis_title: str, /) -> Graph: ...
-def _vek_file(
-    meta: Meta, graph: Graph, data_sets: list[DataSet], data_info: DataInfo, /
-) -> VekFile: ...
 def vekfile_to_json_binary_data(
     buffer: _Bytes, indent: SupportsInt | SupportsIndex, ensure_ascii: bool
 ) -> str: ...
@@ -106,3 +98,59 @@ def load_vekfile(file_path: _Path) -> VekFile: ...
 def load_vek_scan_binary_data(buffer: _Bytes) -> dict[str, Scan]: ...
 def load_vek_scan_data(file_path: _Path) -> dict[str, Scan]: ...
 def load_csv(file_path: _Path) -> Scan: ...
+
+class _TextColumns:
+    @property
+    def rows(self) -> int: ...
+    @property
+    def problem(self) -> tuple[int | None, int | None, bool]: ...
+    def facts(
+        self, column: SupportsInt | SupportsIndex
+    ) -> tuple[int, int | None, float, float, int | None, bool]: ...
+    def order(self, column: SupportsInt | SupportsIndex) -> tuple[bool, int | None, int | None]: ...
+    def column(self, column: SupportsInt | SupportsIndex) -> list[float]: ...
+    def convert(
+        self,
+        column: SupportsInt | SupportsIndex,
+        multiplier: SupportsFloat | SupportsIndex,
+        divisor: SupportsFloat | SupportsIndex,
+    ) -> None: ...
+    def points(
+        self, x: SupportsInt | SupportsIndex, y: SupportsInt | SupportsIndex
+    ) -> tuple[list[float], list[float]]: ...
+    def first_without(
+        self, x: SupportsInt | SupportsIndex, y: SupportsInt | SupportsIndex
+    ) -> int | None: ...
+    def scan(
+        self,
+        x: SupportsInt | SupportsIndex,
+        y: SupportsInt | SupportsIndex,
+        epsilon: SupportsFloat | SupportsIndex,
+        interpolation: Interpolation,
+    ) -> tuple[Scan, int]: ...
+
+class _TextLines:
+    def __init__(self, content: bytes, left_out: Sequence[SupportsInt | SupportsIndex]) -> None: ...
+    @property
+    def size(self) -> int: ...
+    @property
+    def shapes(self) -> list[tuple[bytes, int, int, int]]: ...
+    def line(self, index: SupportsInt | SupportsIndex) -> bytes: ...
+    def lines_of(
+        self, shapes: Sequence[SupportsInt | SupportsIndex], with_left_out: bool
+    ) -> list[tuple[int, bytes]]: ...
+    def line_of_row(
+        self,
+        shapes: Sequence[SupportsInt | SupportsIndex],
+        row: SupportsInt | SupportsIndex,
+    ) -> int: ...
+    def columns(
+        self,
+        shapes: Sequence[SupportsInt | SupportsIndex],
+        delimiter: str,
+        decimal: str,
+        group: str,
+        columns: Sequence[SupportsInt | SupportsIndex],
+    ) -> _TextColumns: ...
+
+def _read_pairs(content: bytes) -> _TextColumns | None: ...

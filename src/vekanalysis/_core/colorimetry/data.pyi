@@ -1,3 +1,5 @@
+# Written by the build from src/colorimetry/data/table_list.hpp.
+
 from .. import Scan
 
 def AM0_ASTM_E490() -> Scan: ...

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <pybind11/pybind11.h>
+
+#include "core/scan.hpp"
+
+// How a Python number becomes a double: as the binding layer does it, but for Interpolation, whose
+// members are integers to Python. Included by registration.hpp, so that every binding has it.
+namespace vekanalysis::python {
+
+/// Throws TypeError if `source` is a member of Interpolation.
+void refuse_interpolation(pybind11::handle source);
+
+}  // namespace vekanalysis::python
+
+namespace pybind11::detail {
+
+template <>
+class type_caster<double> {
+public:
+    PYBIND11_TYPE_CASTER(double, const_name("float"));
+
+    bool load(handle source, bool convert) {
+        if (!source) return false;
+        if (PyFloat_Check(source.ptr()) == 0 && PyLong_Check(source.ptr()) == 0) {
+            if (!convert) return false;
+            vekanalysis::python::refuse_interpolation(source);
+        }
+        value = PyFloat_AsDouble(source.ptr());
+        if (value == -1.0 && PyErr_Occurred() != nullptr) {
+            PyErr_Clear();
+            return false;
+        }
+        return true;
+    }
+
+    static handle cast(double number, return_value_policy /*policy*/, handle /*parent*/) {
+        return PyFloat_FromDouble(number);
+    }
+};
+
+}  // namespace pybind11::detail

@@ -1,0 +1,1 @@
+from . import slit_function as slit_function

@@ -1,0 +1,1 @@
+from .._core.monochromator.slit_function import *
