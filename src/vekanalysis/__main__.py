@@ -4,9 +4,10 @@ import os
 import sys
 from collections.abc import Sequence
 
-from ._cli.output import one_line
-from ._cli.parser import parse_arguments
-from ._figures.errors import CommandError
+from .commands._errors import CommandError
+from .commands._parser import parse_arguments
+from .errors import Refusal, for_command_line
+from .reports import one_line
 
 # What shells report for a program ended by SIGINT or SIGPIPE.
 _INTERRUPTED = 130
@@ -23,13 +24,15 @@ def main(arguments: Sequence[str] | None = None, program: str = "vekanalysis") -
         return _fail("standard output is closed")
     try:
         try:
-            run = parse_arguments(arguments, program)
+            run = parse_arguments(sys.argv[1:] if arguments is None else arguments, program)
             return run() or 0
         finally:
             # Here, not at the interpreter's end, where a failure could not be told any more.
             sys.stdout.flush()
-    except CommandError as error:
-        return _fail(str(error))
+    except (CommandError, Refusal) as error:
+        return _fail(for_command_line(error))
+    except MemoryError:
+        return _fail("not enough memory")
     except BrokenPipeError:
         _abandon_stdout()
         return _CLOSED_PIPE

@@ -7,6 +7,7 @@ import os
 import signal
 import subprocess
 import sys
+import threading
 import time
 from functools import partial
 from pathlib import Path
@@ -14,8 +15,9 @@ from pathlib import Path
 import pytest
 from cli import GREY, ROOT, Runner, flat, write_csv, write_vek
 
-from vekanalysis._cli.workers import CannotStart, Lost, map_in_order
 from vekanalysis.batch import COLUMNS, report_rows
+from vekanalysis.commands import _processes
+from vekanalysis.commands._processes import CannotStart, Lost, map_in_order
 
 VEK = str(ROOT / "examples/two-lenses.vek")
 posix = pytest.mark.skipif(os.name != "posix", reason="signals of POSIX systems")
@@ -24,7 +26,14 @@ posix = pytest.mark.skipif(os.name != "posix", reason="signals of POSIX systems"
 def test_a_table_has_the_figures_of_the_report(run: Runner, tmp_path: Path) -> None:
     half = write_csv(tmp_path / "half.csv", flat(0.5, 320))
     header, *rows = csv.reader(run("report", "--jobs", 2, GREY, VEK, half).out.splitlines())
-    assert tuple(header) == COLUMNS
+    keys = [title.removesuffix(" [reconstructed table]") for title in header]
+    assert tuple(keys) == COLUMNS
+    marked = {
+        key.partition(".")[0] for key, title in zip(keys, header, strict=True) if key != title
+    }
+    signals = {key for key in marked if "_signal" in key}
+    chromaticities = {f"ANSI_Z80_3_{colour}_chromaticity" for colour in ("yellow", "green")}
+    assert (len(signals), marked - signals) == (3, chromaticities)
     assert [row[:2] for row in rows] == [
         [GREY, ""],
         [VEK, "Grey glass 4 mm"],
@@ -48,13 +57,14 @@ def test_bad_files_have_their_reason_in_their_row(run: Runner, tmp_path: Path) -
         (lenses / folder).mkdir(parents=True)
     for name in ("z.csv", "b/x.CSV", "b/.hidden.csv", ".hidden/a.csv"):
         write_csv(lenses / name, flat(0.5))
-    for name in ("a.csv", "b/notes.txt", "b/c/d.vek"):
+    for name in ("a.csv", "b/notes", "b/c/d.vek"):
         (lenses / name).write_text("400 1\n410 x\n")
     write_vek(lenses / "b/y.vek", [("A", flat(51.0)), ("B", flat(51.0))])
     table = lenses / "table.csv"
     for _ in range(2):  # The second time the table is there, and is no input.
         result = run("report", "--csv", table, lenses, lenses / "none")
-        reason = "line 2: '410 x' is not a row of 2 numbers as line 1 is"
+        reason = "line 2: '410 x' is not a row of 2 numbers as line 1 is; "
+        reason += "add --skip 2-2 to leave it out"
         assert (result.status, result.out) == (1, "")
         assert "6 files, 2 spectra; 4 failed: line 2: '410 x'" in result.err
         assert f"{reason} (2 files, first {lenses}/a.csv); " in result.err
@@ -70,28 +80,28 @@ def test_bad_files_have_their_reason_in_their_row(run: Runner, tmp_path: Path) -
     assert (percent["data_set"], percent["ISO8980_3_tau_v"]) == ("B", pytest.approx(0.51))
 
 
-def _double(number: int, deadly: frozenset[int]) -> int:
-    if number in deadly:
+def _double(number: int, deadly: frozenset[int], once: Path) -> int:
+    if number in deadly or (number == 50 and not once.exists()):
+        once.touch()
         os.kill(os.getpid(), signal.SIGKILL)
     return 2 * number
 
 
 @posix
-def test_a_process_that_dies_costs_one_item() -> None:
+def test_a_process_that_dies_costs_what_kills_it_again(tmp_path: Path) -> None:
     deadly = frozenset((0, 7, 8, 99))
-    results = [*map_in_order(partial(_double, deadly=deadly), range(100), 3)]
-    killed = Lost("the process that read it was ended by SIGKILL")
-    assert results == [killed if number in deadly else 2 * number for number in range(100)]
+    double = partial(_double, deadly=deadly, once=tmp_path / "once")
+    results = [*map_in_order(double, range(100), 3)]
+    assert {i for i, result in enumerate(results) if isinstance(result, Lost)} == deadly
+    assert [result for result in results if not isinstance(result, Lost)] == [
+        2 * number for number in range(100) if number not in deadly
+    ]
 
 
-class _FailsToArrive:
-    def __reduce__(self) -> tuple[object, tuple[int]]:
-        return os._exit, (3,)
-
-
-def test_processes_that_cannot_start_end_the_batch() -> None:
+def test_processes_that_cannot_start_end_the_batch(monkeypatch: pytest.MonkeyPatch) -> None:
+    monkeypatch.setattr(_processes, "_begin", partial(os._exit, 3))
     with pytest.raises(CannotStart):
-        next(map_in_order(_FailsToArrive(), [1, 2, 3], 2))  # type: ignore[arg-type]
+        next(map_in_order(abs, [1, 2, 3], 2))
 
 
 @posix
@@ -101,13 +111,14 @@ def test_an_interrupted_batch_leaves_whole_rows_and_no_processes(tmp_path: Path)
     with subprocess.Popen(
         [*command, *[GREY] * 5000], start_new_session=True, stderr=subprocess.PIPE
     ) as batch:
-        while not table.exists() or table.stat().st_size < 10_000:
+        while sum(part.stat().st_size for part in tmp_path.glob(".table.csv.*.part")) < 10_000:
             time.sleep(0.01)
         os.killpg(batch.pid, signal.SIGINT)
         assert batch.stderr is not None
         # Its end comes when the last process that has it is gone.
         told = batch.stderr.read().decode()
     assert batch.returncode == 130
+    assert [*tmp_path.iterdir()] == [table]
     text = table.read_text()
     rows = [*csv.DictReader(text.splitlines())]
     assert text.endswith("\n")
@@ -117,14 +128,31 @@ def test_an_interrupted_batch_leaves_whole_rows_and_no_processes(tmp_path: Path)
     }
 
 
-def test_a_dask_cluster_gives_the_same_rows() -> None:
+def test_a_cluster_that_loses_a_worker_gives_the_same_table(run: Runner, tmp_path: Path) -> None:
     distributed = pytest.importorskip("distributed")
     files = [GREY, VEK, "none.csv"]
-    with (
-        distributed.LocalCluster(
-            n_workers=2, threads_per_worker=1, dashboard_address=":0"
-        ) as cluster,
-        distributed.Client(cluster) as client,
-    ):
-        futures = client.map(partial(report_rows, percent=True), files)
-        assert client.gather(futures) == [report_rows(file, percent=True) for file in files]
+    with distributed.LocalCluster(
+        n_workers=2, threads_per_worker=1, host="127.0.0.1", dashboard_address=None
+    ) as cluster:
+        with distributed.Client(cluster) as client:
+            futures = client.map(partial(report_rows, percent=True), files)
+            assert client.gather(futures) == [report_rows(file, percent=True) for file in files]
+        doomed = cluster.workers[0]
+
+        def kill() -> None:
+            while sum(part.stat().st_size for part in tmp_path.glob(".b.csv.*.part")) < 50_000:
+                time.sleep(0.001)
+            os.kill(doomed.pid, signal.SIGKILL)
+
+        killer = threading.Thread(target=kill, daemon=True)
+        killer.start()
+        tables = [tmp_path / "a.csv", tmp_path / "b.csv"]
+        address = cluster.scheduler_address
+        for table, how in zip(tables, (["--jobs", 1], ["--cluster", address]), strict=True):
+            assert run("report", "--csv", table, *how, *files * 200).status == 1
+        assert not killer.is_alive()
+    one, other = (table.read_bytes() for table in tables)
+    assert one == other
+    assert one.count(b"\n") == 801
+    refusal = run.refuse("report", "--csv", tables[0], GREY, "--cluster", "127.0.0.1:1")
+    assert refusal.startswith("--cluster 127.0.0.1:1: no scheduler answers: ")

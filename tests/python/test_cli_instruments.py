@@ -64,7 +64,9 @@ def test_a_joined_spectrum_is_the_librarys(run: Runner, tmp_path: Path) -> None:
     assert f"{expected.k:.6g}" in result.err
     assert f"joined at       {expected.stitch_point:.2f} nm" in result.err
     in_one = write_vek(
-        tmp_path / "both.vek", [(n.stem, [*vek.io.load_csv(n).items()]) for n in names]
+        tmp_path / "both.vek",
+        [(n.stem, [*vek.io.load_csv(n).items()]) for n in names],
+        type_and_units=("Counts / counts", "7 1"),
     )
     whole = run("stitch", in_one)  # The common points: 900 to 1000.
     assert "compared        11 points of 1, 900-1000 nm" in whole.err
@@ -127,12 +129,12 @@ peaks few.csv -> few.csv: no values between the points (Cannot initialize a spli
 peaks g.csv --min-height x -> argument --min-height: must be a number, not x; {HELP}
 stitch g.csv -> two spectra can be stitched, not 1; --data-set chooses from a measurement file
 stitch g.csv far.csv -> g.csv (280-780 nm) has no point within the range of far.csv (790-800 nm)
-stitch g.csv g.csv --from 381 -> --from 381: g.csv has no point there that is within the range of \
+stitch g.csv g.csv --from 381 -> from 381 nm: g.csv has no point there that is within the range of \
 g.csv; the nearest is 380
-stitch g.csv g.csv --from 400 --to 390 -> --from 400 is above --to 390
+stitch g.csv g.csv --from 400 --to 390 -> from 400 nm is above to 390 nm
 stitch g.csv zero.csv -> zero.csv: it is 0 throughout 280-780 nm
 stitch g.csv wave.csv --target 9 -> the spectra match but do not cross within 400-405 nm, so there \
-is no place to join them without a step; try another stretch (--from, --to)
+is no place to join them without a step; try another stretch
 calibrate g.csv --start g.csv --free a -> g.csv: line 1: no JSON: Extra data
 calibrate g.csv --start p.json --free a,b -> --free: 'b' is none of d, omega_t, omega_m, cos_K, \
 theta_z, alpha, a, phi
@@ -146,7 +148,8 @@ calibrate head.csv --start p.json --free a -> head.csv: line 1: 'step;wavelength
 numbers; expected two numbers a line, with decimal points, without a header
 calibrate far.csv --start p.json --free a,alpha,cos_K,phi -> far.csv: 3 points are too few for 4 \
 free parameters
-calibrate two.vek --start p.json --free a -> two.vek: expected one wavelength a micro-step, not 2
+calibrate two.vek --start p.json --free a -> two.vek: a measurement file; \
+expected two numbers a line, with decimal points, without a header
 """
 
 

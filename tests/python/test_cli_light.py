@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+import csv
 import re
 from itertools import pairwise
 from pathlib import Path
@@ -50,46 +51,58 @@ def test_the_scale_of_the_white_counts_only_where_it_should(run: Runner, tmp_pat
 
 
 UNITS = {
-    "W m-2 nm-1": 1.0,
-    "W/m2/nm": 1.0,
-    "W/(m^2 nm)": 1.0,
-    "mW/m\N{SUPERSCRIPT TWO}/nm": 1e-3,
-    "\N{MICRO SIGN}W cm^-2 nm^-1": 1e-2,
-    "counts": None,
-    "W m-2": None,
-    "W m-2 sr-1 nm-1": None,
+    "Irradiance / W m-2 nm-1": 1.0,
+    "Irradiance / W/(m^2 nm)": 1.0,
+    "Irradiance / mW/m\N{SUPERSCRIPT TWO}/nm": 1e-3,
+    "Irradiance / \N{MICRO SIGN}W cm^-2 nm^-1": 1e-2,
+    "Irradiance / counts": None,
+    "Irradiance / W m-2": None,
+    "Irradiance / a.u.": None,
+    "Radiance / W m-2 sr-1 nm-1": None,
 }
 
 
 @pytest.mark.parametrize("unit", UNITS)
-def test_illuminance_follows_the_unit_of_the_file(run: Runner, tmp_path: Path, unit: str) -> None:
-    units = (f"Irradiance / {unit}", "1 1")
-    path = write_vek(tmp_path / "lamp.vek", [("Lamp", flat(2.0))], type_and_units=units)
-    in_watts = vek.radiometry.illuminance(vek.io.load_vek_scan_data(path)["Lamp"])
-    result = run("light", "--json", path)
-    value, scale = result.value("illuminance"), UNITS[unit]
-    if scale is None:
-        assert value["value"] is None
-        assert f"needs W m-2 nm-1; the unit is '{unit}'" in value["problem"]
-        assert result.value("CIE_1931_chromaticity.x")["value"] is not None
-    else:
-        assert value["value"] == pytest.approx(scale * in_watts, rel=1e-12)
-    in_milliwatts = run("light", "--json", "--mw", path).value("illuminance")["value"]
-    assert in_milliwatts == pytest.approx(1e-3 * in_watts, rel=1e-12)
+def test_illuminance_follows_what_the_file_states(run: Runner, tmp_path: Path, unit: str) -> None:
+    path = write_vek(tmp_path / "a.vek", [("A", flat(2.0))], type_and_units=(unit, "1 1"))
+    in_watts = vek.radiometry.illuminance(vek.io.load_vek_scan_data(path)["A"])
+    result, scale = run("light", "--json", path), UNITS[unit]
+    value = result.value("illuminance")
+    assert (value["value"] is None, bool(value["problem"])) == (scale is None,) * 2
+    assert value["value"] == (scale and pytest.approx(scale * in_watts, rel=1e-12))
+    assert result.value("CIE_1931_chromaticity.x")["value"] is not None
+    if scale not in (1e-3, None):
+        refusal = run.refuse("light", "--mw", path)
+        assert refusal.startswith(f"{path}: data set 'A': stated is ")
+        assert "mW m-2 nm-1" in refusal
 
 
-def test_what_is_assumed_of_units_is_stated(run: Runner, tmp_path: Path) -> None:
+def test_without_a_unit_there_are_no_lux_unless_it_is_said(run: Runner, tmp_path: Path) -> None:
     path = write_csv(tmp_path / "lamp.csv", flat(1.0))
     sun = "AM15G_ASTM_G17303"
-    lux = [vek.radiometry.illuminance(scan) for scan in (reference(sun), vek.io.load_csv(path))]
-    for options, scale, note in [([], 1.0, "taken as W m-2"), (["--mw"], 1e-3, "taken as mW m-2")]:
+    lux = [vek.radiometry.illuminance(scan) for scan in (vek.io.load_csv(path), reference(sun))]
+    for options, scale in ([], None), (["--mw"], 1e-3), (["--unit", "W/m2/nm"], 1.0):
         result = run("light", "--json", path, "--reference", sun, *options)
-        values = [result.value("illuminance", column)["value"] for column in (1, 0)]
-        assert values == [lux[0], lux[1] * scale]
-        assert [note in "".join(item["notes"]) for item in result.document["spectra"]] == [
-            True,
-            False,
-        ]
+        values = [result.value("illuminance", column)["value"] for column in range(2)]
+        assert values == [scale and pytest.approx(scale * lux[0]), lux[1]]
+        notes = "".join(result.document["spectra"][0]["notes"])
+        assert ("as asked" in notes) == (scale is not None)
+    assert "not stated" in run("light", "--json", path).value("illuminance")["problem"]
+
+
+def test_a_table_of_lights_has_the_figures_of_the_report(run: Runner, tmp_path: Path) -> None:
+    titled = "nm;E [mW/(m^2*nm)]\n" + "".join(f"{wl};{wl / 400}\n" for wl, _ in flat(0))
+    (tmp_path / "lamp.txt").write_text(titled)
+    table = run("light", "--csv", "-", "--f1-prime", "--white", "a", tmp_path)
+    (row,) = csv.DictReader(table.out.splitlines())
+    report = run("light", "--json", "--f1-prime", "--white", "a", tmp_path / "lamp.txt")
+    for quantity in report.document["quantities"]:
+        value = quantity["values"][0]["value"]
+        assert row[quantity["key"]] == ("" if value is None else repr(value))
+    scan = vek.Scan([wl for wl, _ in flat(0)], [wl / 400 for wl, _ in flat(0)])
+    lux = vek.radiometry.illuminance(scan) / 1000
+    assert float(row["illuminance"]) == pytest.approx(lux, rel=1e-12)
+    assert "irradiance in mW m-2 nm-1, divided by 1000" in row["notes"]
 
 
 def test_the_wien_temperature_is_a_black_bodys(run: Runner, tmp_path: Path) -> None:

@@ -2,7 +2,10 @@
 
 from __future__ import annotations
 
+import csv
+import hashlib
 import os
+import re
 import subprocess
 import sys
 from pathlib import Path
@@ -12,6 +15,7 @@ from cli import BRONZE, GREY, Points, Runner, flat, write_csv, write_vek
 
 import vekanalysis as vek
 
+TAKEN = "kind and unit are not stated; the values are taken for fractions"
 MODULE = [sys.executable, "-m", "vekanalysis"]
 DATA = vek.colorimetry.data
 
@@ -43,9 +47,14 @@ def test_the_document_has_the_keys_that_are_promised(run: Runner) -> None:
     document = run("report", "--json", GREY).document
     assert set(document) == {"title", "version", "spectra", "quantities", "notes"}
     (spectrum,) = document["spectra"]
-    absent = dict.fromkeys(("data_set", "reference", "unit"))
-    facts = {"points": 49, "range_nm": [320.0, 800.0], "step_nm": [10.0, 10.0], "notes": []}
-    assert spectrum == {"label": "grey-glass-4mm", "file": GREY} | absent | facts
+    sha256 = hashlib.sha256(Path(GREY).read_bytes()).hexdigest()
+    assert spectrum == {
+        **{"label": "grey-glass-4mm", "file": GREY, "sha256": sha256, "metadata": {}},
+        **dict.fromkeys(("data_set", "column", "reference")),
+        **{"kind": "transmittance", "unit": "1", "points": 49},
+        **{"range_nm": [320.0, 800.0], "step_nm": [10.0, 10.0]},
+        "notes": [TAKEN],
+    }
     keys = {"key", "symbol", "name", "unit", "band_nm", "standard", "section", "weights", "notes"}
     assert set(document["quantities"][0]) == keys | {"values"}
     (uva,) = document["quantities"][0]["values"]
@@ -127,7 +136,8 @@ def test_what_cannot_be_computed_has_a_reason(
         (b"400 1\n390 1\n410 1\n", "line 3: wavelength 410 after 390, where they descend"),
         (b"0.4 1\n0.7 1\n", "wavelengths from 0.4 to 0.7 look like um, not nm"),
         (b"400 0.5\n410 -9999\n420 2\n", "-9999 at 410 nm is no transmittance between 0 and 1"),
-        (b"nm;T/%\n400;0,5\n780;1\n", "its unit is '%'; add --percent"),
+        (b"nm;E [W m-2 nm-1]\n400;0,5\n780;1\n", "irradiance, not a transmittance"),
+        (b"nm;R [%]\n400;50\n780;51\n", "reflectance, not a transmittance"),
     ],
 )
 def test_bad_text_is_refused_by_its_line(
@@ -148,23 +158,57 @@ def test_all_forms_of_pairs_are_read(run: Runner, tmp_path: Path, text: str) -> 
     assert run("report", "--json", path).document["spectra"][0]["points"] == 2
 
 
-def test_tables_are_read_with_what_is_skipped(run: Runner, tmp_path: Path) -> None:
-    path = tmp_path / "lenses.csv"
+def test_what_files_state_is_followed_and_told(run: Runner, tmp_path: Path) -> None:
     cells = [(wl, 50 + i, "-" if i == 3 else 25) for i, (wl, _) in enumerate(flat(0))]
     rows = "".join(f"{wl:g};{grey};{bronze}\n" for wl, grey, bronze in cells)
     text = f"Run 7\nWavelength;grey;bronze\nnm;%;%\n{rows}".replace(".", ",")
-    path.write_bytes(text.encode("utf-16"))
-    spectra = run("report", "--json", "--percent", path).document["spectra"]
-    assert [(item["label"], item["points"]) for item in spectra] == [("grey", 101), ("bronze", 100)]
-    notes = " ".join(run("report", "--percent", path).out.split())
-    assert "'bronze': cells without a number left out: 1, the first in line 7" in notes
-    assert "skipped, since there are no numbers: line 1 " in notes
-    assert run.refuse("report", path).startswith(f"{path}: grey: its unit is '%'; add --percent")
+    (tmp_path / "a.csv").write_bytes(text.encode("utf-16"))
+    write_csv(tmp_path / "b.csv", flat(0.25))
+    (tmp_path / "c.csv").write_text("nm;OD\n" + "".join(f"{wl};1\n" for wl, _ in flat(0)))
+    unit = ("Transmittance / %", "3 1")
+    write_vek(tmp_path / "d.vek", [("A", flat(25.0))], type_and_units=unit)
+    rows = csv.DictReader(run("report", "--csv", "-", tmp_path).out.splitlines())
+    found = [(row["data_set"], row["points"], row["notes"], row["ISO8980_3_tau_v"]) for row in rows]
+    assert [(name, points) for name, points, *_ in found] == [
+        *[("grey", "101"), ("bronze", "100"), ("", "101"), ("", "101"), ("A", "101")]
+    ]
+    values = [float(value) for *_, value in found[1:]]
+    assert values == pytest.approx([0.25, 0.25, 0.1, 0.25])
+    per_cent, density = "in %, kind not stated, divided by 100", "absorbance in OD"
+    notes = [per_cent, TAKEN, density, "transmittance in %, divided by 100"]
+    for note, (_, _, told, _) in zip(notes, found[1:], strict=True):
+        assert note in told
+    assert "'bronze': cells without a number left out: 1, the first in line 7" in found[1][2]
+
+
+OPTIONS = {
+    "400;0,5;9\n780;0,5;9\n": "--columns 0,1",
+    "# run 3\n400 5\n780 5\n400 9\n780 9\n": "--skip 4-5 --unit %",
+    "0.4 0.5\n0.78 0.5\n": "--wavelength-unit um",
+    "400,0,5\n780,0,5\n": "--delimiter comma --decimal . --columns 0,2 --percent",
+    "W\xe4rme;T\n400;0.5\n780;0.5\n": "--encoding latin-1 --kind transmittance",
+    "400 0.5\n400 9\n780 0.5\n": "--duplicates first",
+    "780 0.5\n400 0.5\n500 0.5\n": "--sort",
+}
+
+
+@pytest.mark.parametrize("text", OPTIONS)
+def test_options_reach_what_reading_can(run: Runner, tmp_path: Path, text: str) -> None:
+    path = tmp_path / "a.txt"
+    path.write_bytes(text.encode("latin-1"))
+    assert run("report", path).status == 2 or re.search("dupl|enc", OPTIONS[text])
+    result = run("report", "--json", path, *OPTIONS[text].split())
+    (spectrum,) = result.document["spectra"]
+    assert spectrum["range_nm"] == [400.0, 780.0]
+    tau = result.value("ANSI_Z80_3_tau_spectral_min")["value"]
+    assert tau in (None, 0.5, 0.05)
 
 
 NO_TAU = "at 780 nm is no transmittance between 0 and 1"
 FEW = "Cannot initialize a spline, too few points"
-TABLE = "--csv and --jobs are for files,"
+TABLE = "--csv, --jobs, --cluster and --pattern are for files,"
+ENDINGS = ", ".join(vek.reading.EXTENSIONS)
+GONE = "No such file or directory"
 NOT_LOST = "is not overwritten; name another file"
 REPORT_HELP = "'vekanalysis report --help' explains"
 JSON_HELP = "'vekanalysis json --help' explains"
@@ -174,17 +218,26 @@ report -> no spectrum: name a FILE or a --reference
 report none.csv -> none.csv: cannot be read: No such file or directory
 report a¶b.csv -> a?b.csv: cannot be read: No such file or directory
 report folder -> folder: is a directory; --csv OUT makes a table of its files
-light folder -> folder: cannot be read: Is a directory
-report pct.csv -> pct.csv: 51 {NO_TAU}; the values look like per cent: if they are, add --percent
-report pct.vek -> pct.vek: A: its unit is '%'; add --percent to divide by 100
-report inf.vek -> inf.vek: A: inf {NO_TAU}
-report --percent --reference cie_illuminant_a -> built-in cie_illuminant_a: 241.675 {NO_TAU}
+light folder -> folder: is a directory; --csv OUT makes a table of its files
+peaks folder -> folder: cannot be read: Is a directory
+report pct.csv -> pct.csv: 51 {NO_TAU}; add --unit '%' if the values are per cent
+report frac.csv --percent -> frac.csv: column 1 'T [1]': stated is 1, asked for is %; leave \
+--unit out, or choose other columns
+report frac.csv --kind counts -> frac.csv: column 1 'T [1]': stated is transmittance, asked for is \
+counts; leave --kind out, or choose other columns
+report g.csv --percent --unit 1 -> --percent and --unit both say the unit: give one of them
+report g.csv --skip x -> argument --skip: must be lines such as 5 or 1-3,7, not x; {REPORT_HELP}
+report inf.csv -> inf.csv: 1e+300 {NO_TAU}
+report --percent --reference cie_illuminant_a -> built-in cie_illuminant_a: not known to be a \
+transmittance; its unit is a.u.
 report --reference cie -> no built-in spectrum 'cie'; 'vekanalysis references' lists them
 report g.csv --data-set A -> --data-set chooses from measurement files, and none is named
 report two.vek --data-set A --data-set D -> two.vek: no data set 'D'; the data sets are: 'A', 'B'
 csv two.vek --data-set D -> two.vek: no data set 'D'; the data sets are: 'A', 'B'
 report --csv o.csv -> no files: name a FILE or a directory
-report --csv o.csv folder -> folder: no .csv or .vek files in this directory or below
+report --csv o.csv folder -> folder: no {ENDINGS} files in this directory or below
+report --csv o.csv --pattern *.x folder -> folder: no *.x files in this directory or below
+report --csv o.csv none.csv no.csv -> none.csv: cannot be read: {GONE}; no table is written
 report --csv g.csv g.csv -> g.csv: is to be read, so it cannot be written
 report --csv g.csv uv.csv -> g.csv: is no table of an earlier report, and {NOT_LOST}
 report --csv no/o.csv g.csv -> no/o.csv: cannot be written: No such file or directory
@@ -196,12 +249,12 @@ report blank.vek -> blank.vek: data set 'A': it has no points
 report time.vek -> time.vek: data set 'A': its x axis is 'Time / s', not a wavelength in nm
 light g.csv --white d50 -> d50: cannot be read: No such file or directory
 light g.csv --white two.vek -> two.vek: a white is one spectrum; this file has 2
-light g.csv --white uv.csv -> uv.csv: not usable as a white: no light within 380-780 nm
-light g.csv --white few.csv -> few.csv: not usable as a white: {FEW}
+light g.csv --white uv.csv -> uv.csv: not usable as a white: No data within 380-780 nm
+light g.csv --white few.csv -> few.csv: not usable as a white: Not computable: {FEW}
 light g.csv --plot no/g.png -> no/g.png: cannot be written: No such file or directory
-info g.csv -> g.csv: not a measurement file (.vek)
+csv g.csv -> g.csv: not a measurement file (.vek)
 json two.vek --indent 5000 -> argument --indent: must be -1 to 1024, not 5000; {JSON_HELP}
-csv apart.vek --wide -> apart.vek: the data sets have no common range; use --long
+csv apart.vek --wide -> apart.vek: the data sets have no common range; the long form has all
 csv few.vek --wide -> few.vek: no values between the points ({FEW})
 """
 
@@ -218,32 +271,19 @@ def test_bad_usage_and_bad_input_are_told_in_one_line(
     lens = flat(0.5)
     write_csv(Path("g.csv"), lens)
     write_csv(Path("pct.csv"), flat(51.0, 780, 800))
+    Path("frac.csv").write_text("nm;T [1]\n400;0.5\n780;0.5\n")
     write_csv(Path("uv.csv"), flat(1.0, 300, 370))
     write_csv(Path("few.csv"), flat(1.0, 400, 700, 300))
     write_vek(Path("two.vek"), [("A", lens), ("B", lens)])
     write_vek(Path("void.vek"), [])
     write_vek(Path("blank.vek"), [("A", [])])
     write_vek(Path("time.vek"), [("A", lens)], x_type=1)
-    write_vek(Path("pct.vek"), [("A", lens)], type_and_units=("Transmittance / %", "3 1"))
-    write_vek(Path("inf.vek"), [("A", [*lens, (780.0, float("inf"))])])
+    write_csv(Path("inf.csv"), [*lens[:-1], (780.0, 1e300)])
     write_vek(Path("apart.vek"), [("A", lens), ("B", flat(0.5, 790, 800))])
     write_vek(Path("few.vek"), [("A", lens), ("B", flat(1.0, 300, 400, 50))])
     arguments = [text.replace("¶", "\n") for text in command.split()]
     assert run.refuse(*arguments) == reason
-
-
-def test_per_cent_are_divided_on_request(run: Runner, tmp_path: Path) -> None:
-    hundredfold = [(wl, 100 * value) for wl, value in vek.io.load_csv(GREY).items()]
-    text = write_csv(tmp_path / "a.csv", [*hundredfold, hundredfold[-1]])
-    unit = ("Transmittance / %", "3 1")
-    dark = write_vek(tmp_path / "a.vek", [("A", flat(1.0))], type_and_units=unit)
-    red = ("--reference", "ANSI_Z80_3_2015_red_signal_transmittance")
-    result = run("report", "--json", "--percent", text, dark, *red)
-    spectra = [vek.io.load_csv(GREY), DATA.ANSI_Z80_3_2015_red_signal_transmittance()]
-    grey, built_in = map(vek.colorimetry.ISO8980_3_tau_v, spectra)
-    values = [result.value("ISO8980_3_tau_v", column)["value"] for column in range(3)]
-    assert values == pytest.approx([grey, 0.01, built_in], rel=1e-12)
-    assert "1 repeated wavelength: " in run("report", "--percent", text).out
+    assert not Path("o.csv").exists()
 
 
 @pytest.mark.parametrize("command", [["report"], ["light", "--white", GREY]])
@@ -277,10 +317,10 @@ def test_an_output_that_takes_nothing_is_reported(output: str) -> None:
 
 
 def test_an_interruption_is_quiet(run: Runner, monkeypatch: pytest.MonkeyPatch) -> None:
-    def interrupt(path: str) -> None:
+    def interrupt(path: str, **options: object) -> None:
         raise KeyboardInterrupt
 
-    monkeypatch.setattr("vekanalysis._figures.spectra.read_file", interrupt)
+    monkeypatch.setattr("vekanalysis.commands._spectra.read", interrupt)
     assert run("report", GREY) == (130, "", "")
 
 

@@ -50,6 +50,8 @@ def test_help_fits_a_screen_and_its_examples_work(
         (["report", "--reference", "cie_i"], ["a", "c", "d65"]),
         (["references", "cie_i"], ["a", "c", "d65"]),
         (["report", "--jobs", ""], []),
+        (["light", "--kind", "r"], ["radiance", "reflectance", "responsivity"]),
+        (["info", "--decimal", ""], [",", "."]),
         (["completion", "z"], ["zsh"]),
     ],
 )
@@ -63,7 +65,7 @@ def test_bash_completes_what_is_typed(run: Runner, typed: list[str], offered: li
 
 def test_zsh_gets_each_option_with_its_meaning(run: Runner) -> None:
     script = run("completion", "zsh").out
-    assert "'--percent[values in files are per cent, not fractions]'" in script
+    assert "'--white[of L*a*b*\\: a, c, d65, e or a file (default\\: d65)]:WHITE:_files'" in script
     zsh = shutil.which("zsh")
     if zsh is not None:
         subprocess.run([zsh, "-n"], input=script, text=True, check=True)

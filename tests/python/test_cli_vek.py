@@ -92,7 +92,7 @@ def test_the_wide_form_has_the_common_grid(run: Runner, lenses: Path) -> None:
     header, *rows = csv.reader(result.out.splitlines())
     assert header == ["Wavelength / nm", *LABELS]
     assert [float(row[0]) for row in rows] == [wl for wl, _ in flat(0, 390, 780, 10)]
-    assert "5 points outside of the common range 390-780 are left out" in result.err
+    assert "5 points outside of 390-780, common to all, are left out" in result.err
 
 
 def test_the_wide_form_interpolates_as_the_library_does(run: Runner, tmp_path: Path) -> None:

@@ -6,9 +6,14 @@ import shlex
 import textwrap
 from argparse import Namespace
 
-from .._figures.catalogue import REFERENCES
-from .output import emit
-from .parser import make_parser
+from ._arguments import Arguments
+
+HELP = "completion with the Tab key"
+ARGUMENTS = "{bash,zsh}"
+DESCRIPTION = "A script that lets the Tab key complete commands, options and names."
+EXAMPLES = """\
+  eval "$(%(prog)s bash)"    in bash, or in ~/.bashrc
+  eval "$(%(prog)s zsh)"     in zsh, or in ~/.zshrc after compinit"""
 
 _BASH = """\
 # Completion of {program} in bash: eval "$({program} completion bash)"
@@ -48,7 +53,14 @@ compdef {function} {names}
 _FILES = ("FILE", "OUT", "OUT.png", "STEPS.csv", "WHITE")
 
 
+def add_arguments(arguments: Arguments) -> None:
+    arguments.add_argument("shell", choices=("bash", "zsh"), help="the shell that is to read it")
+
+
 def run(arguments: Namespace) -> None:
+    from ._parser import make_parser
+    from ._terminal import emit
+
     program: str = arguments.program
     make = {"bash": _bash, "zsh": _zsh}[arguments.shell]
     emit(make(program, "_" + re.sub(r"\W", "_", program), make_parser(program)))
@@ -69,9 +81,14 @@ def _options(parser: argparse.ArgumentParser) -> list[str]:
 
 def _words(action: argparse.Action) -> list[str]:
     """What may stand for the argument; nothing where that is a file or free."""
+    from ..quantities import REFERENCES
+    from ..units import KINDS
+
     if action.choices is not None:
         return [str(choice) for choice in action.choices]
-    return [*REFERENCES] if action.dest in ("reference", "name") else []
+    if action.dest in ("reference", "name"):
+        return [reference.name for reference in REFERENCES]
+    return [*KINDS[:-2]] if action.dest == "kind" else []
 
 
 def _bash(program: str, function: str, parser: argparse.ArgumentParser) -> str:
@@ -129,7 +146,8 @@ def _zsh_spec(action: argparse.Action) -> str:
     if not action.option_strings:
         return f"*{value}"
     repeated = "*" if isinstance(action.default, list) else ""
-    text = (action.help or "").replace("%(default)s", str(action.default))
+    hidden = action.help in (None, argparse.SUPPRESS)
+    text = "" if hidden else str(action.help).replace("%(default)s", str(action.default))
     explained = re.sub(r"([\[\]:])", r"\\\1", text)
     option = action.option_strings[-1]
     return f"{repeated}{option}[{explained}]{'' if action.nargs == 0 else value}"

@@ -7,8 +7,13 @@ from ._core import Scan, colorimetry, io, utils
 from ._optional import require
 
 if TYPE_CHECKING:
-    from matplotlib.axes import Axes
-    from matplotlib.lines import Line2D
+    import matplotlib.axes
+    import matplotlib.lines
+
+# Aliases, whose right side nobody evaluates before it is asked for: signatures can be shown
+# without Matplotlib.
+type Axes = matplotlib.axes.Axes
+type Line2D = matplotlib.lines.Line2D
 
 _UV_BANDS = {"UV-B": (280.0, 315.0, "#d9c7ee"), "UV-A": (315.0, 380.0, "#ebe2f7")}
 # Scans with no more points have a marker at each of them.

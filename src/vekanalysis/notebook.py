@@ -12,10 +12,13 @@ from typing import TYPE_CHECKING, Any
 from . import _core
 from ._core import Scan, chromaticity, colorimetry, fitting, io, utils
 from ._records import fields
-from ._tables import Table
+from .reading import Table
 
 if TYPE_CHECKING:
-    from IPython.core.interactiveshell import InteractiveShell
+    import IPython.core.interactiveshell
+
+# An alias, whose right side nobody evaluates before it is asked for.
+type InteractiveShell = IPython.core.interactiveshell.InteractiveShell
 
 _WIDTH, _HEIGHT = 240, 48
 # Of longer lists and texts, the rest is counted.

@@ -1,0 +1,78 @@
+"""The spectra that a command line names."""
+
+import os
+from argparse import Namespace
+from collections.abc import Iterator, Sequence
+from contextlib import contextmanager
+
+from .. import reports
+from ..reading import (
+    check_names,
+    is_measurement_file,
+    parse_measurement,
+    read,
+    select_data_sets,
+)
+from ..spectrum import Spectrum
+from ._arguments import reading_options
+from ._errors import CommandError
+
+
+@contextmanager
+def told(path: str) -> Iterator[None]:
+    """Say of a file that cannot be opened which it is."""
+    try:
+        yield
+    except OSError as error:
+        raise CommandError(f"{path}: cannot be read: {error.strerror or error}") from None
+
+
+def read_file(path: str) -> bytes:
+    with told(path), open(path, "rb") as file:
+        return file.read()
+
+
+def refuse_directories(files: Sequence[str]) -> None:
+    for name in files:
+        if os.path.isdir(name):
+            raise CommandError(f"{name}: is a directory; --csv OUT makes a table of its files")
+
+
+def read_spectra(arguments: Namespace, references: Sequence[str] = ()) -> list[Spectrum]:
+    """All spectra asked for, those of the files first.
+
+    Of measurement files all data sets count, or those whose names are asked for; each of these
+    must be in one of the files at least.
+    """
+    options = reading_options(arguments)
+    names: list[str] = arguments.data_set
+    spectra: list[Spectrum] = []
+    offered: list[str] = []
+    left = dict.fromkeys(names)
+    for path in arguments.files:
+        here: list[str] = []
+        if names and is_measurement_file(content := read_file(path)):
+            file = parse_measurement(content, path)
+            offered += file.data_sets
+            here = [name for name in names if select_data_sets(file, [name])]
+            if not here:
+                continue
+        left = {name: None for name in left if name not in here}
+        with told(path):
+            spectra += read(path, data_sets=here, **options)
+    if names and not offered:
+        raise CommandError("--data-set chooses from measurement files, and none is named")
+    check_names(", ".join(arguments.files), list(left), {}, offered)
+    spectra += [reports.built_in(name) for name in references]
+    if not spectra:
+        raise CommandError("no spectrum: name a FILE or a --reference")
+    return spectra
+
+
+def read_one(path: str, what: str) -> Spectrum:
+    """The only spectrum of a file."""
+    with told(path):
+        spectra = read(path)
+    if len(spectra) != 1:
+        raise CommandError(f"{path}: {what} is one spectrum; this file has {len(spectra)}")
+    return spectra[0]

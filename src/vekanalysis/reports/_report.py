@@ -1,0 +1,135 @@
+"""Reports of quantities: a row a quantity, a column a spectrum."""
+
+from collections.abc import Callable, Mapping, Sequence
+from typing import Any
+
+from .._core import version
+from ..quantities import Quantity, Value
+from ..spectrum import Spectrum
+from ._base import Drawable
+from ._layout import Json
+from ._rows import Row, add_uncertainties, make_row
+from ._uncertain import Uncertainty
+
+
+class Report(Drawable):
+    """The quantities of some spectra, with what the data do not cover and what is assumed.
+
+    Attributes
+    ----------
+    title : str
+    spectra : tuple of Spectrum
+    quantities : tuple of Quantity
+    values : tuple of mapping of str to Value
+        For each spectrum its values, by the keys of the quantities.
+    notes : tuple of str
+        What concerns all figures.
+    uncertainty : Uncertainty or None
+        Of the figures, where it was asked for.
+    """
+
+    def __init__(
+        self,
+        title: str,
+        spectra: Sequence[Spectrum],
+        quantities: Sequence[Quantity],
+        values: Sequence[Mapping[str, Value]],
+        notes: Sequence[str],
+        draw: Callable[[Sequence[Spectrum]], Any],
+        uncertainty: Uncertainty | None = None,
+    ) -> None:
+        self.title = title
+        self.spectra = tuple(spectra)
+        self.quantities = tuple(quantities)
+        self.values = tuple(values)
+        self.notes = tuple(notes)
+        self.uncertainty = uncertainty
+        self._draw = draw
+
+    def figure(self) -> Any:
+        """The spectra over V(λ) and the UV bands, as a Matplotlib figure."""
+        return self._draw(self.spectra)
+
+    def rows(self) -> list[Row]:
+        """The figures as plain rows, one a spectrum: see `batch.report_rows`."""
+        rows = [
+            make_row(spectrum, self.quantities, values)
+            for spectrum, values in zip(self.spectra, self.values, strict=True)
+        ]
+        if self.uncertainty is not None:
+            for row, results in zip(rows, self.uncertainty.results, strict=True):
+                add_uncertainties(row, self.quantities, results)
+        return rows
+
+    def _lines(self, encoding: str) -> list[str]:
+        from ._text import report_lines
+
+        return report_lines(self, encoding)
+
+    def document(self) -> dict[str, Json]:
+        """The report as plain Python objects, as ``json()`` writes it."""
+        document: dict[str, Json] = {
+            "title": self.title,
+            "version": version(),
+            "spectra": [spectrum_document(spectrum) for spectrum in self.spectra],
+            "quantities": [
+                _quantity_document(
+                    quantity, [values[quantity.key] for values in self.values], self.uncertainty
+                )
+                for quantity in self.quantities
+            ],
+            "notes": [*self.notes],
+        }
+        if self.uncertainty is not None:
+            document["budget"] = self.uncertainty.head()
+        return document
+
+
+def spectrum_document(spectrum: Spectrum) -> dict[str, Json]:
+    source, steps = spectrum.source, spectrum.steps_nm
+    return {
+        "label": spectrum.label,
+        "file": source.file,
+        "data_set": source.data_set,
+        "column": source.column,
+        "reference": source.reference,
+        "sha256": source.sha256,
+        "kind": spectrum.kind,
+        "unit": spectrum.unit,
+        "points": spectrum.points,
+        "range_nm": [*spectrum.range_nm],
+        "step_nm": [*steps] if steps else None,
+        "metadata": {**spectrum.metadata},
+        "notes": [*spectrum.notes],
+    }
+
+
+def _quantity_document(
+    quantity: Quantity, values: Sequence[Value], uncertainty: Uncertainty | None
+) -> dict[str, Json]:
+    said: list[dict[str, Json]] = [{} for _ in values]
+    if uncertainty is not None:
+        said = [uncertainty.document(index, quantity.key) for index in range(len(values))]
+    return {
+        "key": quantity.key,
+        "symbol": quantity.symbol,
+        "name": quantity.name,
+        "unit": quantity.unit,
+        "band_nm": [*quantity.band] if quantity.band else None,
+        "standard": quantity.standard,
+        "section": quantity.section or None,
+        "weights": [*quantity.weights],
+        "notes": [*quantity.notes],
+        "values": [
+            {
+                "value": value.value,
+                "needed_nm": [*value.needed] if value.needed else None,
+                "covered_nm": [*value.covered] if value.covered else None,
+                "complete": value.complete,
+                "clear_lens": value.clear_lens,
+                "problem": value.problem,
+                **more,
+            }
+            for value, more in zip(values, said, strict=True)
+        ],
+    }

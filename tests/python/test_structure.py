@@ -1,0 +1,115 @@
+"""Which area of the library and which room of the package may use which: no arrow points up."""
+
+import ast
+import re
+from collections.abc import Iterator
+from pathlib import Path
+
+import pytest
+
+SOURCES = Path(__file__).resolve().parents[2] / "src"
+PACKAGE = SOURCES / "vekanalysis"
+
+# Lowest first. What stands in one line is apart, but for the arrows below.
+AREAS = [
+    ["numerical"],
+    ["core"],
+    ["utils"],
+    ["colorimetry", "chromaticity", "curves", "physics", "radiometry", "monochromator", "io"],
+    ["lighting"],
+    ["quantities", "fitting"],
+    ["uncertainty"],
+    ["python"],
+]
+ARROWS = {("chromaticity", "colorimetry"), ("radiometry", "colorimetry")}
+
+# The same for the package: the modules and folders of one room a line. A room takes from another
+# what that one's __init__ has, and from the package's own __init__ nothing but modules.
+ROOMS = [
+    ["_core"],
+    ["_optional", "_records"],
+    ["errors"],
+    ["units"],
+    ["spectrum"],
+    ["reading"],
+    ["writing"],
+    ["quantities"],
+    ["uncertainty"],
+    ["plotting"],
+    ["reports", "batch"],
+    ["interop"],
+    ["notebook"],
+    ["_pickling"],
+    ["commands", "__main__"],
+    ["__init__"],
+]
+COMPILED = {path.stem for path in (PACKAGE / "_core").iterdir()} - {"__init__"}
+
+
+def place(name: str, order: list[list[str]]) -> int:
+    for index, names in enumerate(order):
+        if name in names:
+            return index
+    pytest.fail(f"{name} has no place in the lists of this test: give it one")
+
+
+def included_areas(file: Path, target: str) -> tuple[str, str] | None:
+    """The areas of a source and of what it includes; None for a header of others."""
+    relative = (file.parent / target).resolve()
+    if not relative.is_file():
+        relative = SOURCES / target
+    if not relative.is_file():
+        return None
+    return tuple(path.relative_to(SOURCES).parts[0] for path in (file, relative))  # type: ignore[return-value]
+
+
+def test_areas_include_only_what_lies_below_them() -> None:
+    wrong = []
+    for file in SOURCES.rglob("*.[ch]pp"):
+        area = file.relative_to(SOURCES).parts[0]
+        for target in re.findall(r'^ *# *include ["<]([^">]+)', file.read_text(), re.MULTILINE):
+            areas = included_areas(file, target)
+            if areas is None:
+                library = target.split("/")[0]
+                allowed = library not in ("boost", "nlohmann") or file.suffix == ".cpp"
+                allowed &= library not in ("pybind11", "Python.h") or area == "python"
+            else:
+                below = place(areas[1], AREAS) < place(area, AREAS)
+                allowed = below or areas[1] == area or areas in ARROWS
+            if not allowed:
+                wrong.append(f"{file.relative_to(SOURCES)} includes {target}")
+    assert not wrong
+
+
+def imported_modules(file: Path) -> Iterator[tuple[list[str], list[str]]]:
+    """Path within the package of everything that a module imports from it, and the names taken."""
+    here = ["vekanalysis", *file.relative_to(PACKAGE).parts[:-1]]
+    for node in ast.walk(ast.parse(file.read_text())):
+        if isinstance(node, ast.Import):
+            for alias in node.names:
+                path = alias.name.split(".")
+                if path[0] == "vekanalysis":
+                    yield path[1:], []
+        elif isinstance(node, ast.ImportFrom):
+            base = here[: len(here) - node.level + 1] if node.level else []
+            path = [*base, *(node.module.split(".") if node.module else [])]
+            if path[0] == "vekanalysis":
+                yield path[1:], [alias.name for alias in node.names]
+
+
+def test_rooms_import_only_what_lies_below_them() -> None:
+    known = {name for names in ROOMS for name in names}
+    wrong = []
+    for file in PACKAGE.rglob("*.py"):
+        room = file.relative_to(PACKAGE).parts[0].removesuffix(".py")
+        for path, names in imported_modules(file):
+            # From the package itself come its modules, or areas that are compiled.
+            targets = [path] if path else [[n] if n in known else ["_core", n] for n in names]
+            for target in targets:
+                compiled = target[0] == "_core"
+                above = place(target[0], ROOMS) > place(room, ROOMS)
+                elsewhere = target[0][0] != "_" and place(target[0], ROOMS) < place(room, ROOMS)
+                hidden = elsewhere and len(target) > 1
+                if above or hidden or (compiled and len(target) > 1 and target[1] not in COMPILED):
+                    wrong.append(f"{file.relative_to(PACKAGE)} imports {'.'.join(target)}")
+    assert not wrong
