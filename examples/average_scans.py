@@ -1,6 +1,6 @@
 """Mean and spread of repeated measurements, on a common 1 nm grid, through NumPy.
 
-usage: average_scans.py SPECTRUM.csv SPECTRUM.csv...
+usage: average_scans.py FILE FILE...
 """
 
 import sys
@@ -9,7 +9,15 @@ import numpy as np
 
 import vekanalysis as vek
 
-scans = [vek.read_table(path).scan for path in sys.argv[1:]]
+try:
+    spectra = [spectrum for path in sys.argv[1:] for spectrum in vek.read(path)]
+except (OSError, vek.Refusal) as error:
+    sys.exit(f"average_scans.py: {error}")
+units = {(spectrum.kind, spectrum.unit) for spectrum in spectra}
+if len(units) != 1:
+    sys.exit(f"average_scans.py: one kind and unit is needed, not {len(units)}: {units or 'none'}")
+
+scans = [spectrum.scan for spectrum in spectra]
 start = max(scan.min_wavelength() for scan in scans)
 stop = min(scan.max_wavelength() for scan in scans)
 wavelengths = np.arange(np.ceil(start), np.floor(stop) + 1)

@@ -15,7 +15,6 @@ import ast
 import functools
 import importlib
 import inspect
-import pkgutil
 import re
 import sys
 from collections.abc import Iterator
@@ -161,7 +160,7 @@ def members(cls: type, stub: dict[str, list[ast.AST]]) -> Iterator[tuple[str, li
         owner, _, name = dotted.rpartition(".")
         if owner != cls.__name__ or name in PLAIN or re.match(r"_[^_]|__[gs]etstate", name):
             continue
-        thing = getattr(cls, name)
+        thing = getattr(cls, name, None)  # a field of a dataclass is none
         if isinstance(thing, property):
             body = paragraphs("\n\n".join(texts(thing, name)))
             form = forms[0]
@@ -241,26 +240,36 @@ def resolve(
     return content if is_type and not target.startswith(PACKAGE) else None
 
 
+def parts(cls: type) -> Iterator[str]:
+    """The public members that are documented apart: fields of plain records stand in its text."""
+    for name, member in vars(cls).items():
+        if name[0] != "_" and (callable(member) or isinstance(member, property | classmethod)):
+            yield name
+
+
+def is_room(thing: object) -> bool:
+    return isinstance(thing, ModuleType) and thing.__name__.startswith(PACKAGE)
+
+
 def everything() -> Iterator[str]:
-    """Dotted names of all that is public."""
+    """Dotted names of all that is public: what the package names, and the room of batches."""
     package = importlib.import_module(PACKAGE)
-    for module in pkgutil.iter_modules(package.__path__, f"{PACKAGE}."):
-        if "._" not in module.name:
-            importlib.import_module(module.name)
-    todo = [(PACKAGE, package)]
+    named = {name: getattr(package, name) for name in package.__all__}
+    todo = [(PACKAGE, package), (f"{PACKAGE}.batch", importlib.import_module(f"{PACKAGE}.batch"))]
+    todo += [(f"{PACKAGE}.{name}", thing) for name, thing in named.items() if is_room(thing)]
     while todo:
         path, module = todo.pop()
         for name in public(module):
-            yield f"{path}.{name}"
             thing = getattr(module, name)
+            if path == PACKAGE and thing.__module__ == f"{PACKAGE}.errors":
+                continue  # documented in its own room
+            yield f"{path}.{name}"
             if isinstance(thing, type) and not is_enumeration(thing):
-                yield from (f"{path}.{name}.{part}" for part in vars(thing) if part[0] != "_")
+                yield from (f"{path}.{name}.{part}" for part in parts(thing))
         todo += [
             (f"{path}.{name}", member)
             for name, member in vars(module).items()
-            if isinstance(member, ModuleType)
-            and member.__name__.startswith(PACKAGE)
-            and not name.startswith("_")
+            if path != PACKAGE and is_room(member) and not name.startswith("_")
         ]
 
 

@@ -14,22 +14,24 @@ from sphinx.application import Sphinx
 from sphinx.util.docutils import SphinxDirective
 from sphinx.util.typing import ExtensionMetadata
 
-from vekanalysis._figures.catalogue import RECONSTRUCTION, REFERENCES
-from vekanalysis._figures.spectra import built_in, peak
+from vekanalysis.quantities import REFERENCES
+from vekanalysis.reports import built_in
+
+STANDING = {reference.name: (reference.source, reference.status) for reference in REFERENCES}
 
 
 def row(name: str) -> str:
     spectrum = built_in(name)
     low, high = spectrum.range_nm
     steps = " to ".join(f"{step:,g}" for step in dict.fromkeys(spectrum.steps_nm or ()))
-    wavelength, value = peak(spectrum.scan)
+    wavelength, value = max(spectrum.scan.items(), key=lambda point: point[1])
     cells = (
         f"{{py:func}}`~vekanalysis.colorimetry.data.{name}`",
         f"{low:,g} to {high:,g}",
         steps,
         f"{spectrum.points}",
         f"{value:g} at {wavelength:g}",
-        spectrum.unit,
+        spectrum.unit or "",
     )
     return f"| {' | '.join(cells)} |"
 
@@ -41,8 +43,8 @@ class Spectra(SphinxDirective):
         names = " ".join(self.content).split()
         lines = ["| name | range, nm | step, nm | points | peak, at nm | unit |", "|" + "---|" * 6]
         lines += [row(name) for name in names]
-        for (source, status), _ in groupby(REFERENCES[name][1:] for name in names):
-            if status == RECONSTRUCTION:
+        for (source, status), _ in groupby(STANDING[name] for name in names):
+            if status == "reconstruction":
                 status = f"**{status}**, not the printed figures; not for conformity decisions"
             lines += ["", f"Source: {source}; {status}."]
         return self.parse_text_to_nodes("\n".join(lines))
