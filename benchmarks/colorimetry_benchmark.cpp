@@ -3,14 +3,14 @@
 #include <cmath>
 #include <vector>
 
-#include "colorimetry/curves.hpp"
 #include "colorimetry/data/reference_spectra.hpp"
 #include "colorimetry/observers.hpp"
-#include "colorimetry/slit_function.hpp"
 #include "colorimetry/transmittance.hpp"
 #include "colorimetry/tristimulus.hpp"
 #include "core/scan.hpp"
+#include "curves/curves.hpp"
 #include "floor.hpp"
+#include "monochromator/slit_function.hpp"
 
 namespace {
 

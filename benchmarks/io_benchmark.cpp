@@ -125,8 +125,8 @@ std::map<std::string, Scan> load_plainly(const Bytes& image, const Measurement& 
             x[i] = load<double>(source);
             y[i] = load<double>(source + 8);
         }
-        auto points = vekanalysis::internal::PointMap::adopt(std::move(x), std::move(y),
-                                                             vekanalysis::default_epsilon);
+        auto points =
+            vekanalysis::PointMap::adopt(std::move(x), std::move(y), vekanalysis::default_epsilon);
         scans.emplace("Lens " + std::to_string(set),
                       Scan(std::move(points), vekanalysis::spline::Type::AKIMA));
     }

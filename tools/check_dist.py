@@ -113,8 +113,9 @@ def wheel_faults(path: Path) -> list[str]:
     expected = {
         name.removeprefix("src/") for name in tracked() if name.startswith("src/vekanalysis/")
     }
-    for name in ("METADATA", "RECORD", "WHEEL", "entry_points.txt", "licenses/LICENSE"):
+    for name in ("METADATA", "RECORD", "WHEEL", "entry_points.txt"):
         expected.add(f"{info}/{name}")
+    expected |= {f"{info}/licenses/{name}" for name in PROJECT["license-files"]}
     modules = {name for name in names if MODULE.fullmatch(name)}
     faults = differences(names, expected | modules)
     if len(modules) != 1:

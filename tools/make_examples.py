@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
 """Write the files in examples/ that are made up: the measurement file (from the CSV spectra beside
-it), the lamps and the calibration.
+it), the lamps, the calibration and the repeats.
 
 Always writes the same bytes. usage: tools/make_examples.py
 """
@@ -116,6 +116,21 @@ def write_calibration() -> None:
     (EXAMPLES / "calibration/start.json").write_text(text)
 
 
+def write_repeats(noise: random.Random) -> None:
+    """Ten scans of the grey glass in per cent, each placed anew, with noise at each point."""
+    grey = points("grey-glass-4mm.csv")
+    scans = [
+        [100.0 * (tau * placed + noise.gauss(0.0, 0.0005)) for _, tau in grey]
+        for placed in (noise.gauss(1.0, 0.0008) for _ in range(10))
+    ]
+    titles = [f"Scan {count} (%T)" for count in range(1, 11)]
+    with (EXAMPLES / "uncertainty/repeats.csv").open("w", newline="") as file:
+        writer = csv.writer(file, lineterminator="\n")
+        writer.writerow(["Wavelength (nm)", *titles])
+        for (wavelength, _), *values in zip(grey, *scans, strict=True):
+            writer.writerow([f"{wavelength:g}", *(f"{value:.3f}" for value in values)])
+
+
 def main() -> None:
     (EXAMPLES / "two-lenses.vek").write_bytes(two_lenses())
     noise = random.Random(7)
@@ -123,6 +138,7 @@ def main() -> None:
     write_pairs("lamp-infrared.csv", lamp(900, 1600, 0.31, noise))
     write_pairs("line-lamp.csv", line_lamp())
     write_calibration()
+    write_repeats(random.Random(11))
 
 
 if __name__ == "__main__":
