@@ -152,8 +152,8 @@ struct Evaluator::Plan {
             planned.integrals.push_back(index.value_or(0));
         }
         if (planned.form.finish == Form::Finish::SMALLEST) {
-            const double from = planned.form.band.first;
-            const double to = planned.form.band.second;
+            const double from = planned.form.band.from;
+            const double to = planned.form.band.to;
             const auto place = [&](const auto& before) {
                 return static_cast<std::size_t>(
                     std::partition_point(wavelengths.begin(), wavelengths.end(), before) -
