@@ -177,10 +177,10 @@ public:
     /// @param rendering_samples  how many of the rendering indices are wanted
     [[nodiscard]] const Fields& operator()(std::size_t function, std::size_t rendering_samples) {
         Fields& fields = fields_[function];
+        if (function == TEMPERATURE) return temperature();
         if (is_known_[function]) return fields;
         is_known_[function] = true;
         fields.fill(std::numeric_limits<double>::quiet_NaN());
-        if (function == TEMPERATURE) put_temperature(fields);
         if (function == CHROMATICITY) put_chromaticity(fields);
         if (function == RENDERING) put_rendering(fields, rendering_samples);
         if (function == FIDELITY) put_fidelity(fields);
@@ -190,11 +190,17 @@ public:
     }
 
 private:
-    void put_temperature(Fields& fields) const noexcept {
+    const Fields& temperature() noexcept {
+        Fields& fields = fields_[TEMPERATURE];
+        if (is_known_[TEMPERATURE]) return fields;
+        is_known_[TEMPERATURE] = true;
+        fields.fill(std::numeric_limits<double>::quiet_NaN());
         const auto found = internal::nearest_temperature(internal::uv_of(xyz_), step_);
-        if (!internal::is_defined(found)) return;
-        fields[0] = found.cct;
-        fields[1] = found.duv;
+        if (internal::is_defined(found)) {
+            fields[0] = found.cct;
+            fields[1] = found.duv;
+        }
+        return fields;
     }
 
     void put_chromaticity(Fields& fields) const noexcept {
@@ -206,7 +212,7 @@ private:
     }
 
     void put_rendering(Fields& fields, std::size_t samples) {
-        const double cct = (*this)(TEMPERATURE, 0)[0];
+        const double cct = temperature()[0];
         internal::RenderingReference reference;
         if (std::isnan(cct) || !internal::rendering_reference(cct, step_, &reference, samples))
             return;
@@ -218,7 +224,7 @@ private:
     }
 
     void put_fidelity(Fields& fields) {
-        const double cct = (*this)(TEMPERATURE, 0)[0];
+        const double cct = temperature()[0];
         if (std::isnan(cct)) return;
         internal::Colours<99> source;
         internal::evaluation_samples(step_).under(grid_, &source);

@@ -18,7 +18,6 @@ namespace {
 
 using internal::max_visible_points;
 using internal::visible_from;
-using internal::visible_to;
 
 constexpr double needed_from = 400.0;
 constexpr double needed_to = 700.0;
@@ -151,7 +150,7 @@ bool reaches(double from, double to) noexcept {
     return from <= needed_from + end_reach && to >= needed_to - end_reach;
 }
 
-std::array<double, 3> own_weight(std::span<const double> wavelengths, std::size_t i) noexcept {
+std::array<double, 3> own_weight(std::span<const double> wavelengths, std::size_t i) {
     static const ColourMatching& matching = colour_matching(1931, 1);
     const double before = i > 0 ? wavelengths[i - 1] : wavelengths[i];
     const double after = i + 1 < wavelengths.size() ? wavelengths[i + 1] : wavelengths[i];

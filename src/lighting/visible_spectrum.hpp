@@ -60,8 +60,7 @@ enum class Obstacle { NONE, NEGATIVE, DARK, TOO_LARGE };
 /// trapezoidal rule.
 ///
 /// @param wavelengths  ascending
-[[nodiscard]] std::array<double, 3> own_weight(std::span<const double> wavelengths,
-                                               std::size_t i) noexcept;
+[[nodiscard]] std::array<double, 3> own_weight(std::span<const double> wavelengths, std::size_t i);
 
 /// How many nm the data may end before a grid point that still takes the value of the end.
 inline constexpr double end_reach = 0.5;

@@ -16,7 +16,6 @@ namespace vekanalysis::python {
 
 using namespace py::literals;
 using colorimetry::CIELAB;
-using colorimetry::CIEXYZ;
 using colorimetry::SRGB;
 
 namespace {

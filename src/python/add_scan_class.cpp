@@ -67,8 +67,9 @@ void add_interpolation_enum(py::module_& m) {
         "many.");
     interpolation.export_values();
     // The binding layer's own constructors take any number.
-    py::delattr(interpolation, "__init__");
-    py::delattr(interpolation, "__setstate__");
+    const py::handle plain = interpolation.ptr();
+    py::delattr(plain, "__init__");
+    py::delattr(plain, "__setstate__");
     interpolation.def(py::init(&to_interpolation), "value"_a,
                       Docstring("The member of this value, 0 to 4.")
                           .parameter("value", "int")

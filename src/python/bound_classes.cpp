@@ -35,8 +35,9 @@ extern "C" int set_class(PyObject* self, PyObject* value, void* /*closure*/) {
     if (value != nullptr && PyType_Check(value) != 0) {
         auto* const type = reinterpret_cast<PyTypeObject*>(value);
         if (PyType_IsSubtype(type, base) != 0 && !hold_alike(Py_TYPE(self), type)) {
-            PyErr_Format(PyExc_TypeError, "a '%s' cannot become a '%s'", Py_TYPE(self)->tp_name,
-                         type->tp_name);
+            const auto text = std::string("a '") + Py_TYPE(self)->tp_name + "' cannot become a '" +
+                              type->tp_name + "'";
+            PyErr_SetString(PyExc_TypeError, text.c_str());
             return -1;
         }
     }
@@ -44,8 +45,6 @@ extern "C" int set_class(PyObject* self, PyObject* value, void* /*closure*/) {
     PyObject* const plain = PyDict_GetItemString(members.ptr(), "__class__");
     return Py_TYPE(plain)->tp_descr_set(plain, self, value);
 }
-
-PyGetSetDef guarded_class{"__class__", get_class, set_class, "The class of the object.", nullptr};
 
 }  // namespace
 
@@ -67,6 +66,8 @@ void refuse_interpolation(py::handle source) {
 void guard_base_class() {
     auto* const base = reinterpret_cast<PyTypeObject*>(py::detail::get_internals().instance_base);
     base->tp_new = guarded_new;
+    static PyGetSetDef guarded_class{"__class__", get_class, set_class, "The class of the object.",
+                                     nullptr};
     const auto descriptor =
         py::reinterpret_steal<py::object>(PyDescr_NewGetSet(base, &guarded_class));
     const auto members = py::reinterpret_steal<py::object>(PyType_GetDict(base));

@@ -105,7 +105,7 @@ namespace vekanalysis::python {
 namespace {
 
 py::arg_v interpolation_default() {
-    return py::arg_v("interpolation", spline::Type::AKIMA, "Interpolation.AKIMA");
+    return {"interpolation", spline::Type::AKIMA, "Interpolation.AKIMA"};
 }
 
 Docstring with_settings(Docstring doc) {

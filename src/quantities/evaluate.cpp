@@ -1,8 +1,9 @@
 #include "quantities/evaluate.hpp"
 
 #include <algorithm>
+#include <array>
+#include <charconv>
 #include <cmath>
-#include <cstdio>
 #include <map>
 #include <new>
 #include <stdexcept>
@@ -13,9 +14,14 @@ namespace {
 
 /// "315-380".
 std::string interval(const Range& range) {
-    char text[64];
-    std::snprintf(text, sizeof text, "%.10g-%.10g", range.from, range.to);
-    return text;
+    constexpr int digits = 10;
+    std::array<char, 64> text{};
+    char* const end = text.data() + text.size();
+    char* place =
+        std::to_chars(text.data(), end, range.from, std::chars_format::general, digits).ptr;
+    *place++ = '-';
+    place = std::to_chars(place, end, range.to, std::chars_format::general, digits).ptr;
+    return {text.data(), place};
 }
 
 /// The functions' results for one spectrum, each computed on first need.

@@ -52,11 +52,11 @@ void check_grid(std::span<const double> wavelengths, double epsilon) {
 double value_at(const Evaluator::Row& row, std::size_t i) noexcept {
     const std::byte* const place = row.values + static_cast<std::ptrdiff_t>(i) * row.step;
     if (row.is_single) {
-        float value;
+        float value = 0.0F;
         std::memcpy(&value, place, sizeof value);
         return static_cast<double>(value);
     }
-    double value;
+    double value = 0.0;
     std::memcpy(&value, place, sizeof value);
     return value;
 }

@@ -77,45 +77,45 @@ Form as_numbers(Form form) {
 
 }  // namespace
 
-Form mean_uva(const Scan&) {
+Form mean_uva(const Scan& /*white*/) {
     return mean(uva, 0.015384615384615385);  // 1/65
 }
 
-Form mean_uvb(const Scan&) {
+Form mean_uvb(const Scan& /*white*/) {
     return mean({280.0, 315.0}, 0.02857142857142857);  // 1/35
 }
 
-Form solar_uva(const Scan&) {
+Form solar_uva(const Scan& /*white*/) {
     return solar_uv(uva);
 }
 
-Form solar_uva_400(const Scan&) {
+Form solar_uva_400(const Scan& /*white*/) {
     return solar_uv({315.0, 400.0});
 }
 
-Form solar_uvb(const Scan&) {
+Form solar_uvb(const Scan& /*white*/) {
     return solar_uv({280.0, 315.0});
 }
 
-Form luminous_d65(const Scan&) {
+Form luminous_d65(const Scan& /*white*/) {
     return weighted_mean("cie_1931_standard_observer_y", "cie_illuminant_d65", visible);
 }
 
-Form luminous_c(const Scan&) {
+Form luminous_c(const Scan& /*white*/) {
     return weighted_mean("cie_1931_standard_observer_y", "cie_illuminant_c", visible);
 }
 
-Form signal_incandescent(const Scan&) {
+Form signal_incandescent(const Scan& /*white*/) {
     return signal({"ISO8980_3_incandescent_red", "ISO8980_3_incandescent_yellow",
                    "ISO8980_3_incandescent_green", "ISO8980_3_incandescent_blue"});
 }
 
-Form signal_led(const Scan&) {
+Form signal_led(const Scan& /*white*/) {
     return signal(
         {"ISO8980_3_led_red", "ISO8980_3_led_yellow", "ISO8980_3_led_green", "ISO8980_3_led_blue"});
 }
 
-Form traffic_signal(const Scan&) {
+Form traffic_signal(const Scan& /*white*/) {
     const Factor w{
         {data::find_table("cie_1931_standard_observer_y"), data::find_table("cie_illuminant_a")}};
     const Scan weights = w.tables[0]->spectrum() * w.tables[1]->spectrum();
@@ -131,41 +131,41 @@ Form traffic_signal(const Scan&) {
     return form;
 }
 
-Form spectral_min(const Scan&) {
+Form spectral_min(const Scan& /*white*/) {
     return {.finish = Finish::SMALLEST, .band = {475.0, 650.0}};
 }
 
-Form solar_blue(const Scan&) {
+Form solar_blue(const Scan& /*white*/) {
     return weighted_mean("solar_spectral_irradiance", "blue_light_hazard", {380.0, 500.0});
 }
 
-Form chromaticity_1931(const Scan&) {
+Form chromaticity_1931(const Scan& /*white*/) {
     return coordinates(Finish::CHROMATICITY, {});
 }
 
-Form chromaticity_1964(const Scan&) {
+Form chromaticity_1964(const Scan& /*white*/) {
     return coordinates(Finish::CHROMATICITY, {}, "1964");
 }
 
-Form chromaticity_daylight(const Scan&) {
+Form chromaticity_daylight(const Scan& /*white*/) {
     return coordinates(Finish::CHROMATICITY, {table("cie_illuminant_d65")});
 }
 
-Form chromaticity_yellow(const Scan&) {
+Form chromaticity_yellow(const Scan& /*white*/) {
     return coordinates(Finish::CHROMATICITY, {table("ANSI_Z80_3_2015_yellow_signal_transmittance"),
                                               table("cie_illuminant_a")});
 }
 
-Form chromaticity_green(const Scan&) {
+Form chromaticity_green(const Scan& /*white*/) {
     return coordinates(Finish::CHROMATICITY, {table("ANSI_Z80_3_2015_green_signal_transmittance"),
                                               table("cie_illuminant_a")});
 }
 
-Form tristimulus(const Scan&) {
+Form tristimulus(const Scan& /*white*/) {
     return as_numbers(coordinates(Finish::NUMBERS, {}));
 }
 
-Form tristimulus_d65(const Scan&) {
+Form tristimulus_d65(const Scan& /*white*/) {
     return as_numbers(coordinates(Finish::NUMBERS, {table("cie_illuminant_d65")}));
 }
 
@@ -173,7 +173,7 @@ Form cielab(const Scan& white) {
     return with_white(coordinates(Finish::CIELAB, {}), white);
 }
 
-Form cielab_d65(const Scan&) {
+Form cielab_d65(const Scan& /*white*/) {
     return with_white(coordinates(Finish::CIELAB, {table("cie_illuminant_d65")}),
                       data::cie_illuminant_d65());
 }
@@ -182,7 +182,7 @@ Form cielab_scaled(const Scan& white) {
     return with_white(coordinates(Finish::CIELAB_AB, {}), white);
 }
 
-Form illuminance(const Scan&) {
+Form illuminance(const Scan& /*white*/) {
     return {.integrals = {{{table("cie_1931_standard_observer_y")}, visible}},
             .scales = {683.002},
             .divisors = {1.0}};

@@ -138,8 +138,9 @@ WeightedSum Integrator::weighted_sum(const PlannedIntegral& integral) const {
         counts[i] = counts[i + 1] = 1;
     }
     auto chain = chain_to(integral.product);
-    for (auto index = chain.rbegin(); index != chain.rend(); ++index) {
-        const Product& product = products_.all()[*index];
+    std::reverse(chain.begin(), chain.end());
+    for (const std::size_t index : chain) {
+        const Product& product = products_.all()[index];
         const Product& parent = products_.all()[product.parent];
         std::vector<double> of_parent(parent.size(), 0.0);
         std::vector<char> parent_counts(parent.size(), 0);
@@ -228,6 +229,7 @@ void Integrator::sum_evenly(std::size_t index, const Four& largest, Workspace& w
     workspace.unsure[index] = unsure;
 }
 
+// NOLINTNEXTLINE(misc-no-recursion): as deep as a product has factors
 std::span<const Four> Integrator::values_of(std::size_t index, Workspace& workspace) const {
     if (index == 0) return workspace.spectrum;
     auto& values = workspace.values[index];

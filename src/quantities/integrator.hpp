@@ -88,7 +88,7 @@ private:
     [[nodiscard]] std::size_t keep(EvenSum sum);
     void choose_way(Plan& plan);
     void sum_evenly(std::size_t index, const Four& largest, Workspace& workspace) const;
-    [[nodiscard]] std::span<const Four> values_of(std::size_t product, Workspace& workspace) const;
+    [[nodiscard]] std::span<const Four> values_of(std::size_t index, Workspace& workspace) const;
     [[nodiscard]] Four general(const PlannedIntegral& integral, Workspace& workspace) const;
 
     std::size_t size_;

@@ -103,16 +103,16 @@ std::vector<Peak> measure_peaks(const Scan& scan) {
     for (const auto& [wl, height] : find_peaks(scan)) {
         Peak peak{wl, height, std::nullopt};
         const double half = 0.5 * height;
-        const auto below =
+        const auto before =
             static_cast<std::size_t>(std::lower_bound(keys.begin(), keys.end(), wl) - keys.begin());
-        const auto above =
+        const auto after =
             static_cast<std::size_t>(std::upper_bound(keys.begin(), keys.end(), wl) - keys.begin());
-        const std::size_t left = extremes.outside_before(below, half, height);
-        const std::size_t right = extremes.outside_from(above, half, height);
+        const std::size_t left = extremes.outside_before(before, half, height);
+        const std::size_t right = extremes.outside_from(after, half, height);
         if (left != keys.size() && !(values[left] > height) && right != keys.size() &&
             !(values[right] > height)) {
-            const double left_inner = left + 1 < below ? keys[left + 1] : wl;
-            const double right_inner = right > above ? keys[right - 1] : wl;
+            const double left_inner = left + 1 < before ? keys[left + 1] : wl;
+            const double right_inner = right > after ? keys[right - 1] : wl;
             const double left_edge = crossing(value_at, left_inner, keys[left], half);
             peak.width = crossing(value_at, right_inner, keys[right], half) - left_edge;
         }
