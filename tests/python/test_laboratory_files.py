@@ -1,6 +1,8 @@
 """The laboratories' formats: JCAMP-DX, SPC, lensmeter XML and TM-27, read and written."""
 
 import contextlib
+import importlib.util
+import random
 import struct
 import time
 from pathlib import Path
@@ -14,7 +16,14 @@ import vekanalysis as vek
 from vekanalysis import Refusal, Scan, Spectrum
 from vekanalysis.reading import read_content
 
-FILES = Path(__file__).resolve().parents[1] / "data" / "labfiles"
+ROOT = Path(__file__).resolve().parents[2]
+FILES = ROOT / "tests" / "data" / "labfiles"
+
+_spec = importlib.util.spec_from_file_location("fuzz_read", ROOT / "fuzz" / "fuzz_read.py")
+assert _spec is not None
+assert _spec.loader is not None
+fuzz_read = importlib.util.module_from_spec(_spec)
+_spec.loader.exec_module(fuzz_read)
 
 
 def sample(name: str) -> bytes:
@@ -215,6 +224,7 @@ REFUSED_JCAMP = {
     "two units": ("##XUNITS= 1/CM\n##XYDATA= (X++(Y..Y))\n400 1", "and in line 4 'NANOMETERS'"),
     "factor of 0": ("##YFACTOR= 0\n##XYDATA= (X++(Y..Y))\n400 1", "YFACTOR is 0"),
     "factor is none": ("##YFACTOR= nan\n##XYDATA= (X++(Y..Y))\n400 1", "'nan' is not a number"),
+    "label": ("##YFAC\x7fTOR= 2\n##XYDATA= (X++(Y..Y))", "the label 'YFAC\ufffdTOR' is damaged"),
     "open end": ("400 1 2 3 4 5", "it ends without ##END="),
 }
 
@@ -241,10 +251,18 @@ def test_damaged_jcamp_is_refused(case: str) -> None:
         ({"x": "RAMAN SHIFT"}, "a distance from a laser line"),
         ({"x": ""}, "it does not say what x is in; pass wavelength_unit='nm' if that is right"),
         ({"first": "400,0"}, "can be read in two ways"),
+        ({"first": -1.7e308, "last": 1.7e308}, "x is"),
+        ({"first": "400\n##XFACTOR= 1e308"}, "line 11: it starts at inf"),
+        ({"y": "COUNTS\n##YFACTOR= 1e308"}, "point 2: y is inf, not a number"),
+        ({"y": "W/cm2/nm\n##YFACTOR= 1e307"}, "1e+307 at 400 nm is too large a number"),
+        ({"x": "1/CM", "first": 1e-320, "last": 1}, "is beyond all wavelengths"),
+        ({"x": "MICROMETERS", "first": 1e-13, "last": 4e-13}, "is beyond all wavelengths"),
+        ({"x": "MICROMETERS", "first": 0.4, "last": 0.4000000000004}, "nm are one wavelength"),
+        ({"first": 1e-21, "last": 5e-21}, "1e-21 and 2e-21 nm are one wavelength within epsilon"),
     ],
 )
 def test_labels_that_make_no_spectrum(labels: dict[str, object], reason: str) -> None:
-    first = labels.get("first", 400)
+    first = str(labels.get("first", 400)).partition("\n")[0]
     table = "400,0,1,2 3 4 5" if first == "400,0" else f"{first} 1 2 3 4 5"
     assert reason in refusal(jcamp(table, **labels))
 
@@ -382,6 +400,11 @@ SPC = {
     "subfile in the header": (patched(LISTED, at_728=U32(8)), "subfile 1 at byte 8 lies in the"),
     "points of its own": (patched(LISTED, at_528=U32(2**30)), "points of subfile 1 need"),
     "no stored x": (patched(LISTED, flags=b"\x44"), "the flags contradict each other"),
+    "signalling NaN": (patched(FLOAT, at_544=U32(0x7F800001)), "point 1: y is nan, not a number"),
+    "infinite range": (
+        patched(FLOAT, first=struct.pack("<dd", -1.7e308, 1.7e308)),
+        "point 1: x is nan",
+    ),
     "Raman": (patched(FLOAT, at_28=b"\x0d"), "x is 'Raman shift (cm-1)'"),
     "time": (patched(FLOAT, at_28=b"\x04"), "x is 's', not a wavelength"),
 }
@@ -412,6 +435,34 @@ def test_spc_cut_anywhere_is_refused_or_whole(name: str) -> None:
         # Bytes behind the data may be missing, or a whole subfile of an old file.
         assert [s.scan for s in spectra] == whole[: len(spectra)]
         assert len(spectra) == len(whole) or name.startswith("old")
+
+
+def test_controlling_characters_do_not_reach_a_terminal() -> None:
+    assert "\ufffd<a>" in refusal(b"x\x1c<a>")
+    (table,) = read_content(b"Key\x1b[2J: a\x7f\nWavelength (nm);T\x07 (%)\n400;1\n410;2\n", "f")
+    assert table.metadata == {"Key\ufffd[2J": "a\ufffd"}
+    assert table.notes == ("column 1 'T\ufffd (%)': transmittance in %, divided by 100",)
+
+
+@pytest.mark.parametrize("name", ["jdx-absorbance-affn.jdx", "jdx-transmittance-xypoints.jdx"])
+def test_jcamp_without_its_start_is_no_table(name: str) -> None:
+    content = sample(name)
+    assert "there is no ##TITLE=" in refusal(content.replace(b"##TITLE", b"\x01#TITLE"))
+    assert "there is no ##TITLE=" in refusal(content.partition(b"\n")[2])
+
+
+@pytest.mark.parametrize("encoding", ["undefined", "a\0", "no such codec"])
+@pytest.mark.parametrize("name", ["jdx-decimal-comma.jdx", "tm27-irradiance.spdx"])
+def test_encodings_that_decode_nothing(name: str, encoding: str) -> None:
+    assert "which Python does not know" in refusal(sample(name), encoding=encoding)
+
+
+@pytest.mark.parametrize("form", fuzz_read.PATTERNS)
+def test_damage_at_random_is_read_or_refused(form: str) -> None:
+    chance = random.Random(form)
+    outcomes = [fuzz_read.check(next(fuzz_read.inputs(form, chance))) for _ in range(300)]
+    # Most damage is refused, and some cannot be seen.
+    assert 5 < sum(outcomes) < 250
 
 
 def test_reading_is_linear_in_the_size_of_hostile_files() -> None:

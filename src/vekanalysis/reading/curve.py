@@ -3,13 +3,13 @@
 import math
 import re
 from collections.abc import Mapping
-from typing import Any, NamedTuple
+from typing import NamedTuple
 
 import numpy as np
 from numpy.typing import NDArray
 
 from .. import units
-from .._core import Scan
+from .._core import AKIMA, Interpolation, Scan
 from ..errors import Refusal, Remedy
 from ..spectrum import Source, Spectrum
 from .statements import Statement, state, taken
@@ -72,7 +72,8 @@ class Wanted(NamedTuple):
     wavelength_unit: str | None = None
     duplicates: str = "refuse"
     sort: bool = False
-    settings: tuple[Any, ...] = ()
+    epsilon: float = 1e-20
+    interpolation: Interpolation = AKIMA
 
 
 def stated(text: str) -> Statement:
@@ -124,7 +125,8 @@ def spectrum(curve: Curve, source: Source, label: str, wanted: Wanted) -> Spectr
     if unit in _RECIPROCAL:
         _check_density(statement, wanted.asked, unit, where)
         wavelengths, y = wavelengths[::-1], y[::-1]
-    scan = Scan(wavelengths, y, *wanted.settings)
+    _check_distances(wavelengths, wanted.epsilon, where)
+    scan = Scan(wavelengths, y, wanted.epsilon, wanted.interpolation)
     values = settled(scan, statement, wanted.asked, f"'{label}'", where)
     return Spectrum(
         values.scan,
@@ -217,11 +219,28 @@ def _in_nm(x: NDArray[np.float64], unit: str, where: str, notes: list[str]) -> N
     if unit in _FACTORS:
         notes.append(f"wavelengths converted from {unit} to nm")
         # Rounded to 1e-9 nm: 0.5876 um is 587.6 nm, not 587.5999999999999.
-        return np.array([round(wl * _FACTORS[unit], 9) for wl in x.tolist()])
-    notes.append(
-        f"wavelengths converted from {unit}: those in vacuum, 0.15 nm longer than in air at 550 nm"
-    )
-    return _RECIPROCAL[unit] / x
+        wavelengths = np.array([round(wl * _FACTORS[unit], 9) for wl in x.tolist()])
+    else:
+        notes.append(
+            f"wavelengths converted from {unit}: those in vacuum, 0.15 nm longer than in air at "
+            "550 nm"
+        )
+        with np.errstate(over="ignore"):
+            wavelengths = _RECIPROCAL[unit] / x
+    if not (np.isfinite(wavelengths) & (wavelengths > 0.0)).all():
+        raise Refusal(f"{where}: x from {x[0]:g} to {x[-1]:g} {unit} is beyond all wavelengths")
+    return wavelengths
+
+
+def _check_distances(wavelengths: NDArray[np.float64], epsilon: float, where: str) -> None:
+    """Refuse neighbours that a scan takes for one point; the conversion to nm can make such."""
+    apart = wavelengths[:-1] + epsilon < wavelengths[1:]
+    if not apart.all():
+        first = int(apart.argmin())
+        raise Refusal(
+            f"{where}: {wavelengths[first]:.10g} and {wavelengths[first + 1]:.10g} nm are one "
+            f"wavelength within epsilon, {epsilon:g} nm"
+        )
 
 
 def _with_unit(curve: Curve, asked: Options, notes: list[str]) -> Statement:

@@ -32,6 +32,17 @@ _PLAIN = {
     "\N{IDEOGRAPHIC SPACE}": " ",
 }
 
+# What moves the cursor of a terminal or ends a line, but for the tab.
+_CONTROLS = dict.fromkeys(
+    (*range(9), *range(10, 32), *range(127, 160), 0x2028, 0x2029), "\N{REPLACEMENT CHARACTER}"
+)
+_CONTROLS |= {ord("\v"): " ", ord("\f"): " "}
+
+
+def showable(text: str) -> str:
+    """A text from a file, for messages and names: without characters that control terminals."""
+    return text if text.isprintable() else text.translate(_CONTROLS)
+
 
 def read_source(path: str | os.PathLike[str] | IO[str] | IO[bytes]) -> tuple[str, bytes | str]:
     """The name of a file and what is in it."""

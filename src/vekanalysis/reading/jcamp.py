@@ -84,6 +84,8 @@ class _Block:
 def parse(content: bytes, encoding: str | None = None) -> list[Curve]:
     """The curves of a file, those of linked blocks one by one; Refusal if it is damaged."""
     blocks, notes = _blocks(_decoded(content, encoding))
+    if not blocks:
+        raise Refusal("there is no ##TITLE=, with which JCAMP-DX begins: the start is missing")
     curves: list[Curve] = []
     others: list[str] = []
     for block in blocks:
@@ -108,7 +110,7 @@ def _decoded(content: bytes, encoding: str | None) -> str:
             return content.decode(name)
         except UnicodeDecodeError:
             continue
-        except LookupError:
+        except LookupError, ValueError:
             raise Refusal(f"encoding is {encoding!r}, which Python does not know") from None
     raise Refusal(f"the bytes are not {encoding}", Remedy("leave {} out", (("encoding", ...),)))
 
@@ -125,6 +127,8 @@ def _records(text: str) -> Iterator[_Record]:
         if record is not None:
             yield record
         name = " ".join(found[1].split())
+        if not name.isprintable():
+            raise Refusal(f"line {number_}: the label '{shortened(name)}' is damaged")
         label = re.sub(r"[ \-/_]", "", name).upper()
         record = _Record(label, name, [(number_, _uncommented(found[2] or ""))])
     if record is not None:
@@ -206,6 +210,8 @@ class _Head:
         return int(count)
 
 
+# What overflows becomes a point that is no number, which is refused with its place.
+@np.errstate(over="ignore", invalid="ignore")
 def _curve(block: _Block, record: _Record) -> Curve:
     head = _Head(block)
     if head.points is None and not block.is_closed:

@@ -21,6 +21,11 @@ if TYPE_CHECKING:
 type Format = Literal["JCAMP-DX", "SPC", "XML"]
 
 _JCAMP = re.compile(rb"(?:\xef\xbb\xbf)?\s*+(?>\$\$[^\r\n]*+\s*+)*+##\s*TITLE\s*=", re.IGNORECASE)
+# Labels that only JCAMP-DX has, for files whose first lines are missing: as tables their factors
+# would be left out.
+_OF_JCAMP = re.compile(
+    rb"##[ \t]*(?:JCAMP[ _-]?DX|XYDATA|XYPOINTS|[XY]FACTOR|FIRSTX|NPOINTS)[ \t]*=", re.IGNORECASE
+)
 _XML = re.compile(
     r"\s*+(?:<\?xml|<(?:[\w.-]+:)?(?:Ophthalmology|IESTM2714|[RLS]|Measure)[\s>/])", re.IGNORECASE
 )
@@ -33,7 +38,7 @@ _OF_TABLES: dict[str, Any] = {"columns": None, "skip": 0, "delimiter": None, "de
 def laboratory_format(content: bytes) -> Format | None:
     """The format that the bytes of a file are in; None if they are of another kind."""
     start = content[:4096]
-    if _JCAMP.match(start):
+    if _JCAMP.match(start) or _OF_JCAMP.search(content[:65536]):
         return "JCAMP-DX"
     # UTF-16 has a zero byte beside each of the characters that are looked for.
     text = start.removeprefix(b"\xef\xbb\xbf").removeprefix(b"\xff\xfe").removeprefix(b"\xfe\xff")
@@ -84,7 +89,8 @@ def read_laboratory(
         options.get("wavelength_unit"),
         options.get("duplicates", "refuse"),
         options.get("sort", False),
-        (options.get("epsilon", 1e-20), options.get("interpolation", AKIMA)),
+        options.get("epsilon", 1e-20),
+        options.get("interpolation", AKIMA),
     )
     return [
         spectrum(

@@ -13,6 +13,7 @@ from typing import NamedTuple
 
 from .. import io, units
 from ..errors import Refusal, Remedy
+from .encoding import showable
 
 
 def words(text: str) -> frozenset[str]:
@@ -105,7 +106,7 @@ class Lines:
     def texts(self, shapes: Iterable[int], *, with_skipped: bool = False) -> dict[int, str]:
         """The lines of these shapes by index, and those to be skipped if asked for."""
         found = self.core.lines_of([*shapes], with_skipped)
-        return {index: line.decode(errors="replace") for index, line in found}
+        return {index: showable(line.decode(errors="replace")) for index, line in found}
 
     def shown(self, index: int) -> str:
         """A line, short enough for a message."""
@@ -116,7 +117,8 @@ class Lines:
 
 
 def shortened(text: str) -> str:
-    text = text.strip()
+    """A text for a message: without characters that control a terminal, at most 60."""
+    text = showable(text.strip()[:61])
     return text if len(text) <= 60 else text[:59] + "…"
 
 
@@ -421,8 +423,8 @@ def _suffixes(lines: Lines, rows: dict[int, Row], width: int) -> list[str]:
             if suffixes[column] is not None:
                 raise lines.error(
                     index,
-                    f"column {column} has '{suffix}' behind its number, where line "
-                    f"{sources[column] + 1} has '{suffixes[column]}'",
+                    f"column {column} has '{shortened(suffix)}' behind its number, where line "
+                    f"{sources[column] + 1} has '{shortened(suffixes[column] or '')}'",
                 )
             suffixes[column], sources[column] = suffix, index
     return [suffix or "" for suffix in suffixes]

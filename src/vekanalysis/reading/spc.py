@@ -181,6 +181,8 @@ class _Subfile(NamedTuple):
     size: int
 
 
+# What overflows, and NaN of the signalling sort, become points that are refused with their place.
+@np.errstate(over="ignore", invalid="ignore")
 def parse(content: bytes) -> list[Curve]:
     """The subfiles; Refusal if the file is damaged or truncated."""
     header = _old_header(content) if content[1] == _OLD else _new_header(content)
@@ -434,8 +436,7 @@ def _ordinates(
     else:
         values = _array(content, position, f"i{subfile.width}", subfile.points, header)
     scaled = np.empty(subfile.points)
-    with np.errstate(over="ignore", under="ignore"):
-        np.ldexp(values, subfile.exponent - 8 * subfile.width, out=scaled)
+    np.ldexp(values, subfile.exponent - 8 * subfile.width, out=scaled)
     return scaled
 
 

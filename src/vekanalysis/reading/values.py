@@ -1,5 +1,6 @@
 """What the values of a column are taken for, and how they come into the library's units."""
 
+import math
 from typing import NamedTuple
 
 from .. import units
@@ -66,12 +67,20 @@ def settled(
         multiplier, divisor = units.ratio(known, units.known(known.base))
         unit = known.base
         if multiplier != 1.0:
-            scan = scan * multiplier
+            scan = _multiplied(scan, multiplier, where)
             note += f", multiplied by {multiplier:.10g}"
         elif divisor != 1.0:
             scan = scan / divisor
             note += f", divided by {divisor:.10g}"
     return Values(scan, kind, unit, (note,))
+
+
+def _multiplied(scan: Scan, multiplier: float, where: str) -> Scan:
+    product = scan * multiplier
+    for (wavelength, before), after in zip(scan.items(), product.values(), strict=True):
+        if math.isinf(after) and not math.isinf(before):
+            raise Refusal(f"{where}: {before:g} at {wavelength:g} nm is too large a number")
+    return product
 
 
 def _described(kind: Kind, unit: str | None) -> str:

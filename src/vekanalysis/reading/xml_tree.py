@@ -105,7 +105,7 @@ def _decoded(content: bytes, encoding: str | None) -> str:
         raise Refusal(
             f"line {line}: the bytes are not {encoding}", Remedy("pass {}", (("encoding", ...),))
         ) from None
-    except LookupError:
+    except LookupError, ValueError:
         raise Refusal(f"encoding is {encoding!r}, which Python does not know") from None
 
 

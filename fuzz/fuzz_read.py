@@ -1,0 +1,224 @@
+#!/usr/bin/env python3
+"""Damage files of the laboratories' formats at random, and hold `vekanalysis.read` to its promises.
+
+A damaged file is either read, as points that are finite and ascending with one-line texts of
+bounded length, or refused in one line. Any other exception, a warning, more than ten seconds or
+more than two gigabytes for one input are faults; the input is written into the folder for them.
+
+usage: fuzz/fuzz_read.py [--seconds S | --inputs N] [--found FOLDER] [--seed N] [format...]
+       ten seconds for each of: jcamp spc lensmeter tm27 text
+"""
+
+import argparse
+import faulthandler
+import hashlib
+import math
+import random
+import re
+import struct
+import sys
+import time
+import traceback
+import unicodedata
+import warnings
+from collections.abc import Iterator
+from itertools import pairwise
+from pathlib import Path
+
+from vekanalysis import Refusal, Spectrum
+from vekanalysis.reading import read_content
+
+ROOT = Path(__file__).resolve().parent.parent
+SAMPLES = ROOT / "tests" / "data" / "labfiles"
+PATTERNS = {
+    "jcamp": ["*.jdx"],
+    "spc": ["*.spc"],
+    "lensmeter": ["joia-*.xml"],
+    "tm27": ["*.spdx"],
+    "text": ["*.jdx", "*.xml", "../../../examples/*.csv"],
+}
+LONGEST_SEED = 20_000
+LONGEST_REFUSAL = 600
+LONGEST_FACT = 400
+SLOWEST = 10.0
+MOST_MEMORY = 2 << 30
+
+NUMBERS = (
+    *(b"0", b"-0", b"1", b"-1", b"2", b"1e308", b"-1e308", b"1.7976931348623157e308", b"1e309"),
+    *(b"5e-324", b"1e-300", b"-1e-320", b"2147483648", b"9223372036854775807", b"1e18", b"1E+400"),
+    *(b"nan", b"inf", b"-inf", b"0x10", b"1,5", b"1e999999", b"9" * 24, b"9" * 400, b"", b"?"),
+)
+WORDS = (
+    *(b"##", b"$$", b"##END=", b"##TITLE=", b"##XFACTOR=", b"##DELTAX=", b"##LASTX=", b"##XUNITS="),
+    *(b"1/CM", b"MICROMETERS", b"##YUNITS=", b"##XYPOINTS= (XY..XY)", b"##XYDATA= (X++(Y..Y))"),
+    *(b"%", b"@", b"S9", b"Z99999", b"J", b"?", b";", b",", b"\r", b"\n", b"\0", b"\x1a", b"\xff"),
+    *(b"<", b">", b"/>", b"&#0;", b"&amp;", b"&x;", b"<!DOCTYPE a>", b"<![CDATA[", b"<?x ?>"),
+    *(b'"', b"=", b"nm", b"\xef\xbb\xbf", b"\xff\xfe", b"\xc2\x85", b"\xe2\x80\xa8", b"<!--"),
+    *(b'unit="um"', b'unit=" % "', b"irradiance", b"cm-1", b"A" * 1000, b"\xc3\xa9" * 700),
+)
+# Little-endian patterns that headers of binary files trip over: bounds of integers, NaN of both
+# sorts, infinities, the largest and the smallest doubles and floats.
+BINARY = (
+    *(struct.pack("<I", n) for n in (0, 1, 2, 2**31 - 1, 2**31, 2**32 - 1, 512, 2**24)),
+    *(struct.pack("<I", n) for n in (0x7F800001, 0x7FC00000, 0x7F800000, 0xFF800000, 0x7F7FFFFF)),
+    *(struct.pack("<Q", n) for n in (0x7FF0000000000001, 0x7FF8000000000000, 0x7FF0000000000000)),
+    *(struct.pack("<d", x) for x in (1.7e308, -1.7e308, 5e-324, 0.0, -1.0, 1e300)),
+    *(b"\0", b"\x7f", b"\x80", b"\xff", b"\x44", b"\xe4"),
+)
+_NUMBER = re.compile(rb"[0-9]+(?:\.[0-9]+)?(?:[eE][+-]?[0-9]+)?")
+
+
+class Fault(Exception):
+    """A promise of the reader that was broken."""
+
+
+def seeds(form: str) -> list[bytes]:
+    """The files that are damaged, shortened to what is quick to read."""
+    paths = sorted(path for pattern in PATTERNS[form] for path in SAMPLES.glob(pattern))
+    return [path.read_bytes()[:LONGEST_SEED] for path in paths]
+
+
+def damaged(content: bytes, others: list[bytes], chance: random.Random) -> bytes:
+    """The content after one to eight random changes."""
+    changed = bytearray(content)
+    for _ in range(chance.choice((1, 1, 1, 2, 3, 8))):
+        _damage(changed, others, chance)
+    return bytes(changed)
+
+
+def _damage(content: bytearray, others: list[bytes], chance: random.Random) -> None:
+    place = chance.randrange(len(content) + 1)
+    length = min(chance.choice((1, 2, 4, 8, 30, 300)), len(content) - place)
+    match chance.randrange(9):
+        case 0 if length:
+            content[place] ^= 1 << chance.randrange(8)
+        case 1 if length:
+            content[place] = chance.randrange(256)
+        case 2:
+            pattern = chance.choice(BINARY)
+            # Longer fields of headers start at even places, mostly.
+            place = 2 * chance.randrange(min(len(content), 544) // 2 + 1) + (len(pattern) == 1)
+            content[place : place + len(pattern)] = pattern
+        case 3:
+            del content[place : place + length]
+        case 4:
+            content[place:place] = content[place : place + length] * chance.choice((1, 2, 50))
+        case 5:
+            other = chance.choice(others)
+            start = chance.randrange(len(other))
+            content[place : place + length] = other[start : start + length]
+        case 6 | 7:
+            # A number is what most damage of texts that still parse is about.
+            found = list(_NUMBER.finditer(content[:4000] if chance.random() < 0.5 else content))
+            if found:
+                start, end = chance.choice(found).span()
+                content[start:end] = chance.choice(NUMBERS)
+        case _:
+            content[place : place + length * chance.randrange(2)] = chance.choice(WORDS)
+
+
+def check(content: bytes) -> bool:
+    """Whether the content is read rather than refused; Fault if neither is done rightly."""
+    start = time.perf_counter()
+    try:
+        spectra = read_content(content, "f")
+    except Refusal as refused:
+        text = str(refused)
+        if len(text) > LONGEST_REFUSAL or not _is_a_line(text):
+            raise Fault(f"the refusal is no single short line: {text[:200]!r}") from None
+        spectra = []
+    if time.perf_counter() - start > SLOWEST:
+        raise Fault(f"it took {time.perf_counter() - start:.1f} s")
+    for spectrum in spectra:
+        _check_spectrum(spectrum)
+    return bool(spectra)
+
+
+def _check_spectrum(spectrum: Spectrum) -> None:
+    wavelengths, values = spectrum.scan.to_lists()
+    if not all(map(math.isfinite, wavelengths)) or not all(map(math.isfinite, values)):
+        raise Fault("points that are not finite")
+    if not wavelengths[0] > 0.0 or any(a >= b for a, b in pairwise(wavelengths)):
+        raise Fault("wavelengths that do not ascend from above zero")
+    texts = [spectrum.label, *spectrum.notes, *spectrum.metadata, *spectrum.metadata.values()]
+    for text in texts:
+        if len(text) > LONGEST_FACT or not _is_a_line(text):
+            raise Fault(f"a text that is no short line: {text[:200]!r}")
+
+
+def _is_a_line(text: str) -> bool:
+    """Whether nothing in a text ends a line or controls a terminal."""
+    return not any(unicodedata.category(char) in ("Cc", "Zl", "Zp") for char in text.expandtabs(1))
+
+
+def inputs(form: str, chance: random.Random) -> Iterator[bytes]:
+    """Damaged files without end."""
+    files = seeds(form)
+    while True:
+        yield damaged(chance.choice(files), files, chance)
+
+
+def _limit_memory() -> None:
+    try:
+        import resource
+    except ImportError:  # Where there are no such limits the inputs still count.
+        return
+    resource.setrlimit(resource.RLIMIT_AS, (MOST_MEMORY, MOST_MEMORY))
+
+
+def _arguments() -> argparse.Namespace:
+    parser = argparse.ArgumentParser(description="Damage files and read them.")
+    parser.add_argument("formats", nargs="*", metavar="format", help=f"of {', '.join(PATTERNS)}")
+    parser.add_argument("--seconds", type=float, default=10.0, help="for each format")
+    parser.add_argument("--inputs", type=int, help="how many for each format, instead of seconds")
+    parser.add_argument("--seed", type=int, default=time.time_ns())
+    parser.add_argument("--found", type=Path, default=ROOT / "build" / "fuzz" / "found")
+    return parser.parse_args()
+
+
+def fuzz(form: str, arguments: argparse.Namespace) -> int:
+    """Read damaged files of a format; how many kinds of fault there were."""
+    chance = random.Random(f"{form} {arguments.seed}")
+    end = time.monotonic() + arguments.seconds
+    count = read = 0
+    kinds: set[str] = set()
+    for content in inputs(form, chance):
+        if count == arguments.inputs or (arguments.inputs is None and time.monotonic() > end):
+            break
+        count += 1
+        # A hang ends the run, with where it was.
+        faulthandler.dump_traceback_later(6 * SLOWEST, exit=True)
+        try:
+            read += check(content)
+        except Exception as error:
+            kind = _kind(error)
+            if kind not in kinds:
+                kinds.add(kind)
+                arguments.found.mkdir(parents=True, exist_ok=True)
+                path = arguments.found / f"{form}-{hashlib.sha256(content).hexdigest()[:12]}"
+                path.write_bytes(content)
+                print(f"{form}: {kind}: {error} ({path.name})")
+    faulthandler.cancel_dump_traceback_later()
+    outcome = f"{len(kinds)} kinds of fault" if kinds else "no fault"
+    print(f"{form}: {count} inputs, {read} of them read, {outcome} (seed {arguments.seed})")
+    return len(kinds)
+
+
+def _kind(error: Exception) -> str:
+    """What faults have in common that are reported once."""
+    if isinstance(error, Fault):
+        return str(error)[:30]
+    place = traceback.extract_tb(error.__traceback__)[-1]
+    return f"{type(error).__name__} at {Path(place.filename).name}:{place.lineno}"
+
+
+def main() -> int:
+    arguments = _arguments()
+    _limit_memory()
+    faulthandler.enable()
+    warnings.simplefilter("error")
+    return min(1, sum(fuzz(form, arguments) for form in arguments.formats or PATTERNS))
+
+
+if __name__ == "__main__":
+    sys.exit(main())
