@@ -56,7 +56,7 @@ void add_reference_class(py::module_& m) {
             "Document and table that it is from.")
         .def_property_readonly(
             "status", [](const Table& self) { return to_string(self.facts.standing); },
-            "\"printed figures\", \"printed figures, scaled\" or \"reconstruction\".")
+            R"("printed figures", "printed figures, scaled" or "reconstruction".)")
         .def("__repr__", [](const Table& self) {
             return std::string("<Reference ") + self.name + ": " + self.facts.source + ", " +
                    to_string(self.facts.standing) + ">";

@@ -74,8 +74,8 @@ std::optional<std::size_t> first_in_spectrum(std::span<const Product* const> cha
     const std::size_t size = chain.back()->size();
     for (std::size_t i = 0; i < size; ++i) {
         std::size_t index = i;
-        for (auto product = chain.rbegin(); product != chain.rend(); ++product) {
-            const auto& source = (*product)->sources[index];
+        for (std::size_t above = chain.size(); above-- > 0;) {
+            const auto& source = chain[above]->sources[index];
             if (source.interpolated) return std::nullopt;
             index = source.index;
         }

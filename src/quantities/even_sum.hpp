@@ -12,9 +12,9 @@ namespace vekanalysis::quantities::internal {
 ///
 /// @param chain        the products from the first to that which is integrated; none for the
 ///                     spectrum itself
-/// @param wavelengths  of that which is integrated
+/// @param x  the wavelengths of that which is integrated
 [[nodiscard]] std::optional<EvenSum> make_even_sum(std::span<const Product* const> chain,
-                                                   std::span<const double> wavelengths,
+                                                   std::span<const double> x,
                                                    const PlannedIntegral& integral);
 
 }  // namespace vekanalysis::quantities::internal

@@ -376,7 +376,7 @@ VEKANALYSIS_KERNELS(avx2, __attribute__((target("avx2"))))
 
 const Kernels& kernels() noexcept {
 #if defined(__GNUC__) && defined(__x86_64__)
-    static const bool has_avx2 = __builtin_cpu_supports("avx2") != 0;
+    static const bool has_avx2 = static_cast<bool>(__builtin_cpu_supports("avx2"));
     if (has_avx2) return avx2::all;
 #endif
     return baseline::all;

@@ -47,28 +47,28 @@ constexpr std::array rygb{Field{"red", "τ_sig"}, Field{"yellow", "τ_sig"}, Fie
 constexpr std::span<const Field> ryg = std::span(rygb).first(3);
 
 template <col::RYGB (*function)(const Scan&)>
-void compute_rygb(const Scan& spectrum, const Scan&, std::span<double> fields) {
+void compute_rygb(const Scan& spectrum, const Scan& /*white*/, std::span<double> fields) {
     using col::RYGB;
     put(function(spectrum), fields, &RYGB::red, &RYGB::yellow, &RYGB::green, &RYGB::blue);
 }
 
-void compute_ryg(const Scan& spectrum, const Scan&, std::span<double> fields) {
+void compute_ryg(const Scan& spectrum, const Scan& /*white*/, std::span<double> fields) {
     using col::RYG;
     put(col::ANSI_Z80_3_tau_signal(spectrum), fields, &RYG::red, &RYG::yellow, &RYG::green);
 }
 
 template <ChromaticityPoint (*function)(const Scan&)>
-void compute_xy(const Scan& spectrum, const Scan&, std::span<double> fields) {
+void compute_xy(const Scan& spectrum, const Scan& /*white*/, std::span<double> fields) {
     put(function(spectrum), fields, &ChromaticityPoint::x, &ChromaticityPoint::y);
 }
 
-void compute_xyz(const Scan& spectrum, const Scan&, std::span<double> fields) {
+void compute_xyz(const Scan& spectrum, const Scan& /*white*/, std::span<double> fields) {
     put(col::CIE_tristimulus_values(spectrum * col::data::cie_illuminant_d65(),
                                     observers::data::cie_1931_standard()),
         fields);
 }
 
-void compute_lab(const Scan& spectrum, const Scan&, std::span<double> fields) {
+void compute_lab(const Scan& spectrum, const Scan& /*white*/, std::span<double> fields) {
     const Scan& white = col::data::cie_illuminant_d65();
     put(col::CIELAB_tristimulus_values(spectrum * white, white,
                                        observers::data::cie_1931_standard()),

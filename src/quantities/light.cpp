@@ -23,11 +23,11 @@ const Observer& observer_1931() {
 }
 
 template <ChromaticityPoint (*function)(const Scan&)>
-void compute_xy(const Scan& light, const Scan&, std::span<double> fields) {
+void compute_xy(const Scan& light, const Scan& /*white*/, std::span<double> fields) {
     put(function(light), fields, &ChromaticityPoint::x, &ChromaticityPoint::y);
 }
 
-void compute_xyz(const Scan& light, const Scan&, std::span<double> fields) {
+void compute_xyz(const Scan& light, const Scan& /*white*/, std::span<double> fields) {
     put(col::CIE_tristimulus_values(light, observer_1931()), fields);
 }
 
