@@ -11,6 +11,8 @@ from .statements import LOOSE, Reading, Statement, taken
 
 # Above it a transmittance or reflectance without a unit is likely in per cent.
 _HIGHEST_FRACTION = 2.0
+# Up to it a column that nobody but the caller says to be in per cent is likely in fractions.
+_LOWEST_PER_CENT = 1.5
 
 
 class Options(NamedTuple):
@@ -55,8 +57,12 @@ def settled(
     reading = taken(statement)
     kind, unit = _filled(reading, options, where)
     fills = (kind, unit) != (reading.kind, reading.unit)
-    if unit is None and kind in ("transmittance", "reflectance"):
-        _check_fraction(max(scan.values()) if highest is None else highest, kind, where)
+    if kind in ("transmittance", "reflectance"):
+        highest = max(scan.values(), default=0.0) if highest is None else highest
+        if unit is None:
+            _check_fraction(highest, kind, where)
+        elif unit == "%" and unit != reading.unit and options.kind is None:
+            _check_per_cent(highest, kind, where)
     if kind == "unknown" and unit is None:
         return Values(scan, kind, unit, ())
     if reading.problem and not fills:
@@ -138,5 +144,17 @@ def _check_fraction(highest: float, kind: Kind, where: str) -> None:
             Remedy(
                 "pass {} to divide by 100 or {} to take the values as they are",
                 (("unit", "%"), ("unit", "1")),
+            ),
+        )
+
+
+def _check_per_cent(highest: float, kind: Kind, where: str) -> None:
+    if highest <= _LOWEST_PER_CENT:
+        raise Refusal(
+            f"{where}: {kind} reaches no more than {highest:g}, which looks like fractions, and "
+            "only the caller says per cent",
+            Remedy(
+                "leave {} out if they are fractions, or give {} too if they are so dark",
+                (("unit", ...), ("kind", kind)),
             ),
         )
