@@ -5,6 +5,8 @@ from typing import TYPE_CHECKING, Any, cast
 
 from ._core import Scan, colorimetry, io, utils
 from ._optional import require
+from .errors import Refusal
+from .spectrum import Spectrum
 
 if TYPE_CHECKING:
     import matplotlib.axes
@@ -14,6 +16,7 @@ if TYPE_CHECKING:
 # without Matplotlib.
 type Axes = matplotlib.axes.Axes
 type Line2D = matplotlib.lines.Line2D
+type Plottable = Scan | Spectrum | io.DataSet | io.VekFile
 
 _UV_BANDS = {"UV-B": (280.0, 315.0, "#d9c7ee"), "UV-A": (315.0, 380.0, "#ebe2f7")}
 # Scans with no more points have a marker at each of them.
@@ -23,7 +26,7 @@ _DENSE = 1000
 
 
 def plot(
-    scans: Scan | io.DataSet | io.VekFile | Mapping[str, Scan] | Iterable[Scan],
+    scans: Plottable | Mapping[str, Scan | Spectrum] | Iterable[Scan | Spectrum],
     *,
     ax: Axes | None = None,
     label: str | Sequence[str] | None = None,
@@ -42,9 +45,9 @@ def plot(
 
     Parameters
     ----------
-    scans : Scan, DataSet, VekFile, mapping of str to Scan, or iterable of Scan
-        What to draw. The names of a mapping and of data sets are the labels; a `VekFile`
-        states quantity, unit and the kind of its x axis as well.
+    scans : Scan, Spectrum, DataSet, VekFile, or a mapping of str to, or iterable of, the first two
+        What to draw. The names of a mapping, of spectra and of data sets are the labels; spectra
+        and a `VekFile` state quantity and unit, a `VekFile` the kind of its x axis as well.
     ax : matplotlib.axes.Axes, optional
         Where to draw; a new figure of pyplot if not given.
     label : str or sequence of str, optional
@@ -69,7 +72,8 @@ def plot(
     Raises
     ------
     ValueError
-        If there is nothing to draw, a scan is empty, or the labels are not one a scan.
+        If there is nothing to draw, a scan is empty, or the labels are not one a scan; a
+        `Refusal` if spectra of different kinds or units would share the axis.
     ImportError
         If Matplotlib is not installed.
 
@@ -122,8 +126,11 @@ _NOTHING = ("wavelength in nm", "", "")
 def _named(scans: Any) -> tuple[_Named, _Stated]:
     if isinstance(scans, Scan):
         return [(None, scans)], _NOTHING
+    if isinstance(scans, Spectrum):
+        scans = [scans]
     if isinstance(scans, Mapping):
-        return [(str(name), scan) for name, scan in scans.items()], _NOTHING
+        names, members = [str(name) for name in scans], list(scans.values())
+        return _with_labels(names, members)
     if isinstance(scans, io.DataSet):
         return [(scans.name, scans.data)], _NOTHING
     if isinstance(scans, io.VekFile):
@@ -134,7 +141,24 @@ def _named(scans: Any) -> tuple[_Named, _Stated]:
         return named, (x_title, y.measurement_type, y.units)
     if isinstance(scans, str | bytes) or not isinstance(scans, Iterable):
         raise TypeError(f"plot needs scans; got {type(scans).__name__}")
-    return [(None, scan) for scan in scans], _NOTHING
+    members = list(scans)
+    labels = [scan.label or None if isinstance(scan, Spectrum) else None for scan in members]
+    return _with_labels(labels, members)
+
+
+def _with_labels(labels: Sequence[str | None], members: list[Any]) -> tuple[_Named, _Stated]:
+    spectra = [member for member in members if isinstance(member, Spectrum)]
+    stated = {(spectrum.kind, spectrum.unit) for spectrum in spectra}
+    if len(stated) > 1:
+        named = sorted(f"{kind} in {unit}" if unit else str(kind) for kind, unit in stated)
+        first, other = named[:2]
+        raise Refusal(f"plot: {first} and {other} do not share an axis; draw them on two")
+    scans = [member.scan if isinstance(member, Spectrum) else member for member in members]
+    if not stated:
+        return list(zip(labels, scans, strict=True)), _NOTHING
+    kind, unit = stated.pop()
+    quantity = "" if kind in ("unknown", "other") else kind
+    return list(zip(labels, scans, strict=True)), (_NOTHING[0], quantity, unit or "")
 
 
 def _relabelled(scans: list[Scan], label: str | Sequence[str]) -> _Named:

@@ -320,3 +320,23 @@ def test_texts_of_files_are_escaped_in_notebooks(shell: Any, tmp_path: Path) -> 
         assert "<script" not in text
         assert "&lt;script" in text
     assert "and 38 more" in text
+
+
+def test_spectra_keep_label_kind_and_unit() -> None:
+    lens = vek.Spectrum(Scan([400, 410, 420], [25, 50, 60]), "transmittance", "%", "lens 7")
+    series, array = interop.to_series(lens), interop.to_dataarray(lens)
+    assert series.name == array.name == "lens 7"
+    for attrs in (series.attrs, array.attrs):
+        assert (attrs["kind"], attrs["units"]) == ("transmittance", "%")
+    frame = interop.to_frame([lens, lens.replace(label="")])
+    assert list(frame.columns) == ["lens 7", 1]
+    assert frame.attrs["scans"]["lens 7"]["units"] == "%"
+    assert same(interop.from_frame(frame)["lens 7"], lens.scan)
+    with pytest.raises(ValueError, match="two spectra have the label 'lens 7'"):
+        interop.to_frame([lens, lens])
+
+    ax = vek.plot([lens, Scan([400, 410], [1, 2])])
+    assert ax.get_ylabel() == "transmittance in %"
+    assert ax.get_legend_handles_labels()[1] == ["lens 7"]
+    with pytest.raises(vek.Refusal, match=r"transmittance in % and transmittance in 1 do not"):
+        vek.plot({"a": lens, "b": lens.to("1")})

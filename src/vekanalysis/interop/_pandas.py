@@ -7,8 +7,9 @@ from typing import TYPE_CHECKING, Any, Literal
 from .._core import Interpolation, Scan
 from .._optional import require
 from ..reading import WavelengthUnit, check_finite, stated_unit
+from ..spectrum import Spectrum
 from ._incoming import UNITS, WAVELENGTH, Incoming, Missing, numbers
-from ._plain import settings
+from ._plain import Plain, described
 
 if TYPE_CHECKING:
     import numpy.typing
@@ -21,22 +22,23 @@ type DataFrame = pandas.DataFrame
 type Series[T] = pandas.Series[T]
 
 
-def to_series(scan: Scan, name: str | None = None) -> Series[float]:
+def to_series(scan: Scan | Spectrum, name: str | None = None) -> Series[float]:
     """Return a scan as a pandas Series over wavelength.
 
     Parameters
     ----------
-    scan : Scan
+    scan : Scan or Spectrum
         The spectrum.
     name : str, optional
-        Name of the series.
+        Name of the series; the label of a `Spectrum` if not given.
 
     Returns
     -------
     pandas.Series
         float64 values; the index ``wavelength`` has the stored wavelengths in nm. ``attrs``
         holds ``wavelength_units`` ("nm"), ``epsilon`` and ``interpolation``, from which
-        `from_series` makes the same scan again.
+        `from_series` makes the same scan again; of a `Spectrum` also ``kind`` and ``units``,
+        those of the values.
 
     Raises
     ------
@@ -53,9 +55,11 @@ def to_series(scan: Scan, name: str | None = None) -> Series[float]:
     Name: lens, dtype: float64
     """
     pandas = require("pandas", "to_series", "interop")
+    scan, label, attrs = described(scan)
     wavelengths, values = scan.to_numpy()
-    series = pandas.Series(values, pandas.Index(wavelengths, name=WAVELENGTH), name=name)
-    series.attrs = {UNITS: "nm", **settings(scan)}
+    index = pandas.Index(wavelengths, name=WAVELENGTH)
+    series = pandas.Series(values, index, name=label if name is None else name)
+    series.attrs = {UNITS: "nm", **attrs}
     return series
 
 
@@ -127,7 +131,7 @@ def from_series(
 
 
 def to_frame(
-    scans: Scan | Mapping[str, Scan] | Iterable[Scan],
+    scans: Scan | Spectrum | Mapping[str, Scan | Spectrum] | Iterable[Scan | Spectrum],
     *,
     grid: Literal["union", "common"] | ArrayLike = "union",
     outside: float = math.nan,
@@ -136,8 +140,9 @@ def to_frame(
 
     Parameters
     ----------
-    scans : Scan, mapping of str to Scan, or iterable of Scan
-        The spectra; the columns of an iterable are numbered from 0, a scan's own is 0.
+    scans : Scan or Spectrum, or mapping of str to, or iterable of them
+        The spectra. The columns of an iterable are numbered from 0, a scan's own is 0; a
+        `Spectrum` has its label instead if it has one.
     grid : "union", "common" or array of float
         The wavelengths (nm) of the rows.
 
@@ -156,13 +161,14 @@ def to_frame(
     -------
     pandas.DataFrame
         float64 columns over the index ``wavelength`` (nm). ``attrs`` holds
-        ``wavelength_units`` and, as ``scans``, epsilon and interpolation of each column.
+        ``wavelength_units`` and, as ``scans``, epsilon and interpolation of each column, kind
+        and units of spectra.
 
     Raises
     ------
     ValueError
         If there is no scan, no common wavelength, or no value between the points where one is
-        needed.
+        needed, or if two spectra have one label.
     ImportError
         If pandas is not installed.
 
@@ -179,14 +185,7 @@ def to_frame(
     [0.375, 0.5]
     """
     pandas = require("pandas", "to_frame", "interop")
-    if isinstance(scans, Scan):
-        scans = [scans]
-    named = dict(scans) if isinstance(scans, Mapping) else dict(enumerate(scans))
-    for name, scan in named.items():
-        if not isinstance(scan, Scan):
-            raise TypeError(f"to_frame needs scans; '{name}' is a {type(scan).__name__}")
-    if not named:
-        raise ValueError("to_frame needs at least one scan; got none")
+    named, attrs = _named(scans)
     if isinstance(grid, str) and grid == "union":
         wavelengths = _union(named.values())
         columns = {name: _stored(scan, wavelengths, outside) for name, scan in named.items()}
@@ -196,10 +195,7 @@ def to_frame(
             name: _evaluated(name, scan, wavelengths, outside) for name, scan in named.items()
         }
     frame = pandas.DataFrame(columns, index=pandas.Index(wavelengths, name=WAVELENGTH))
-    frame.attrs = {
-        UNITS: "nm",
-        "scans": {name: settings(scan) for name, scan in named.items()},
-    }
+    frame.attrs = {UNITS: "nm", "scans": attrs}
     return frame
 
 
@@ -246,6 +242,26 @@ def from_frame(
         name: from_series(column, wavelength_unit=wavelength_unit, missing="drop")
         for name, column in frame.items()
     }
+
+
+def _named(scans: Any) -> tuple[dict[Any, Scan], dict[Any, dict[str, Plain]]]:
+    """Scans and attributes by the names of their columns."""
+    if isinstance(scans, Scan | Spectrum):
+        scans = [scans]
+    is_named = isinstance(scans, Mapping)
+    named: dict[Any, Scan] = {}
+    attrs: dict[Any, dict[str, Plain]] = {}
+    for name, given in scans.items() if is_named else enumerate(scans):
+        if not isinstance(given, Scan | Spectrum):
+            raise TypeError(f"to_frame needs scans; '{name}' is a {type(given).__name__}")
+        scan, label, stated = described(given)
+        column = name if is_named or label is None else label
+        if column in named:
+            raise ValueError(f"to_frame: two spectra have the label '{column}'; give a mapping")
+        named[column], attrs[column] = scan, stated
+    if not named:
+        raise ValueError("to_frame needs at least one scan; got none")
+    return named, attrs
 
 
 def _union(scans: Iterable[Scan]) -> list[float]:

@@ -5,6 +5,7 @@ from typing import Any
 
 from .._core import Scan
 from .._records import fields
+from ..spectrum import Spectrum
 
 type Plain = bool | int | float | str | list[Plain] | dict[str, Plain] | None
 
@@ -66,3 +67,14 @@ def _plain(thing: Any, keep_nan: bool) -> Plain:
 
 def settings(scan: Scan) -> dict[str, Plain]:
     return {"epsilon": scan.epsilon, "interpolation": scan.interpolation.name}
+
+
+def described(given: Scan | Spectrum) -> tuple[Scan, str | None, dict[str, Plain]]:
+    """Scan, label and attributes: the settings of the scan, kind and unit of a spectrum."""
+    if not isinstance(given, Spectrum):
+        return given, None, settings(given)
+    scan = given.scan
+    stated: dict[str, Plain] = {"kind": given.kind}
+    if given.unit is not None:
+        stated["units"] = given.unit
+    return scan, given.label or None, settings(scan) | stated

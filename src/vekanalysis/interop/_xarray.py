@@ -5,8 +5,9 @@ from typing import TYPE_CHECKING
 from .._core import Interpolation, Scan
 from .._optional import require
 from ..reading import WavelengthUnit, stated_unit
+from ..spectrum import Spectrum
 from ._incoming import WAVELENGTH, Incoming, Missing, numbers
-from ._plain import settings
+from ._plain import described
 
 if TYPE_CHECKING:
     import xarray
@@ -15,22 +16,23 @@ if TYPE_CHECKING:
 type DataArray = xarray.DataArray
 
 
-def to_dataarray(scan: Scan, name: str | None = None) -> DataArray:
+def to_dataarray(scan: Scan | Spectrum, name: str | None = None) -> DataArray:
     """Return a scan as an xarray DataArray over wavelength.
 
     Parameters
     ----------
-    scan : Scan
+    scan : Scan or Spectrum
         The spectrum.
     name : str, optional
-        Name of the array.
+        Name of the array; the label of a `Spectrum` if not given.
 
     Returns
     -------
     xarray.DataArray
         float64 values over the dimension and coordinate ``wavelength``, whose ``attrs`` state
         ``units`` ("nm"). The array's ``attrs`` hold ``epsilon`` and ``interpolation``, from
-        which `from_dataarray` makes the same scan again, also after a way through netCDF.
+        which `from_dataarray` makes the same scan again, also after a way through netCDF; of
+        a `Spectrum` also ``kind`` and ``units``.
 
     Raises
     ------
@@ -45,12 +47,17 @@ def to_dataarray(scan: Scan, name: str | None = None) -> DataArray:
     0.5
     """
     xarray = require("xarray", "to_dataarray", "interop")
+    scan, label, attrs = described(scan)
     wavelengths, values = scan.to_numpy()
     coordinate = xarray.Variable(
         (WAVELENGTH,), wavelengths, {"units": "nm", "long_name": "wavelength"}
     )
     array: DataArray = xarray.DataArray(
-        values, {WAVELENGTH: coordinate}, (WAVELENGTH,), name=name, attrs=settings(scan)
+        values,
+        {WAVELENGTH: coordinate},
+        (WAVELENGTH,),
+        name=label if name is None else name,
+        attrs=attrs,
     )
     return array
 
