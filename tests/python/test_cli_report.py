@@ -14,6 +14,7 @@ import pytest
 from cli import BRONZE, GREY, Points, Runner, flat, write_csv, write_vek
 
 import vekanalysis as vek
+from vekanalysis.reading import EXTENSIONS
 
 TAKEN = "kind and unit are not stated; the values are taken for fractions"
 MODULE = [sys.executable, "-m", "vekanalysis"]
@@ -207,7 +208,7 @@ def test_options_reach_what_reading_can(run: Runner, tmp_path: Path, text: str) 
 NO_TAU = "at 780 nm is no transmittance between 0 and 1"
 FEW = "Cannot initialize a spline, too few points"
 TABLE = "--csv, --jobs, --cluster and --pattern are for files,"
-ENDINGS = ", ".join(vek.reading.EXTENSIONS)
+ENDINGS = ", ".join(EXTENSIONS)
 GONE = "No such file or directory"
 NOT_LOST = "is not overwritten; name another file"
 REPORT_HELP = "'vekanalysis report --help' explains"

@@ -167,6 +167,12 @@ REFUSED: dict[str, tuple[str, dict[str, Any], str, str]] = {
     "furlong": ("400;1", {"unit": "furlong"}, "the unit 'furlong' is not understood", ""),
     "kind unknown": ("400;1", {"kind": "unknown"}, "kind is 'unknown'; it must be one of", ""),
     "like per cent": ("nm;T\n400;85", {}, "looks like per cent; pass unit='%'", "--unit '%'"),
+    "like fractions": (
+        "nm;T\n400;0.85",
+        {"unit": "%"},
+        "reaches no more than 0.85, which looks like fractions",
+        "leave --unit out if they are fractions, or give --kind transmittance too",
+    ),
     "wavelengths": (
         "Wavelength (µm);T\n.4;1",
         {"wavelength_unit": "nm"},
