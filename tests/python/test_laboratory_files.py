@@ -140,7 +140,7 @@ def test_options_choose_fill_gaps_and_contradict_nothing() -> None:
     with pytest.raises(Refusal, match="no data set 'B'; the data sets are: 'Sample A tra"):
         vek.read(path, data_sets=["B"])
     dark = sample("spc-new-le-float-even-nm.spc")
-    (as_asked,) = read_content(dark, "f", unit="%")
+    (as_asked,) = read_content(dark, "f", unit="%", kind="transmittance")
     assert as_asked.scan(400) == pytest.approx(0.008995512)
     (exitance,) = read_content(sample("tm27-irradiance.spdx"), "f", unit="mW m-2 nm-1")
     assert exitance.scan(580) == pytest.approx(0.01578e-3)
