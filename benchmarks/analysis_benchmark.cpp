@@ -75,7 +75,7 @@ BENCHMARK(PeakAndWidth_Floor);
 void PeakAndWidth(benchmark::State& state) {
     const Curve curve = band();
     const Scan scan(curve.x, curve.y);
-    scan.__ensure_spline();
+    scan.ensure_spline();
     double peak = 0.0;
     double width = 0.0;
     for (auto _ : state) {
@@ -138,8 +138,8 @@ void StitchScans(benchmark::State& state) {
     }
     const Scan scan_1(lower.x, lower.y);
     const Scan scan_2(upper.x, upper.y);
-    scan_1.__ensure_spline();
-    scan_2.__ensure_spline();
+    scan_1.ensure_spline();
+    scan_2.ensure_spline();
     for (auto _ : state) {
         const auto joined = utils::stitch_scans(scan_1, scan_2, overlap_from, overlap_to, 0.1);
         if (!joined.success) state.SkipWithError("no match");

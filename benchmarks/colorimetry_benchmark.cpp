@@ -31,7 +31,7 @@ Scan lens_401() {
         values[i] = 0.5 + 0.3 * std::sin(wavelengths[i] / 17.0);
     }
     Scan lens(wavelengths, values);
-    lens.__ensure_spline();
+    lens.ensure_spline();
     return lens;
 }
 

@@ -33,7 +33,7 @@ Curve curve_401(double from = 380.0) {
 
 Scan scan_401(double from = 380.0) {
     Scan scan(grid(from, 1.0, 401), signal(grid(from, 1.0, 401)));
-    scan.__ensure_spline();
+    scan.ensure_spline();
     return scan;
 }
 

@@ -29,7 +29,7 @@ Scan white_led() {
         values[i] = 0.8 * bell(wavelengths[i], 450.0, 10.0) + bell(wavelengths[i], 580.0, 55.0);
     }
     Scan lamp(wavelengths, values);
-    lamp.__ensure_spline();
+    lamp.ensure_spline();
     return lamp;
 }
 

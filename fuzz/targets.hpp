@@ -54,7 +54,7 @@ bool succeeds(const F& work) {
 inline void read_measurement(Input image) {
     using namespace vekanalysis;
     io::VekFile scans;
-    vekfile::__VekFile<vekfile::__DataSet<vekfile::DataNative>> native;
+    vekfile::VekFile<vekfile::DataSet<vekfile::DataNative>> native;
     const bool with_scans = succeeds([&] { scans = io::load_vekfile(image); });
     const bool with_points = succeeds([&] {
         require(!image.empty());

@@ -20,7 +20,7 @@ constexpr double limit_angle = 1.3962634015954636;  // 4 pi/9
 Scan directional_deviation(const Scan& response) {
     Scan deviation(response);
     const double normal = deviation(0.0);
-    deviation.__ensure_spline();
+    deviation.ensure_spline();
     for (const double angle : {-limit_angle, limit_angle}) {
         deviation.insert({angle, deviation(angle)});
     }

@@ -182,7 +182,7 @@ double Scan::operator()(double wl) const {
     const std::size_t i = data_.lower_bound(wl);
     if (data_.matches(i, wl)) return data_.values()[i];
     if (keys.empty() || wl < keys.front() || wl > keys.back()) return 0.0;
-    __ensure_spline();
+    ensure_spline();
     const numerical::Spline& kernel = *spline_.kernel();
     if (kernel.type() == numerical::InterpolationType::POLYNOMIAL) return kernel.eval(wl);
     return numerical::cubic(kernel.piece(kernel.find_interval(wl, i - 1)), wl);
@@ -194,7 +194,7 @@ void Scan::evaluate(std::span<const double> wavelengths, std::span<double> value
 
 double Scan::operator()(double a, double b) const {
     if (a == b || empty()) return 0.0;
-    __ensure_spline();
+    ensure_spline();
     if (std::isnan(a) || std::isnan(b)) return std::numeric_limits<double>::quiet_NaN();
     const double low = std::max(std::min(a, b), min_wavelength());
     const double high = std::min(max_wavelength(), b);
@@ -203,17 +203,17 @@ double Scan::operator()(double a, double b) const {
 
 double Scan::integral() const {
     if (empty() || min_wavelength() == max_wavelength()) return 0.0;
-    __ensure_spline();
+    ensure_spline();
     return spline_.integ(min_wavelength(), max_wavelength());
 }
 
 double Scan::deriv(double wl) const {
-    __ensure_spline();
+    ensure_spline();
     return spline_.deriv(wl);
 }
 
 void Scan::deriv(std::span<const double> wavelengths, std::span<double> values) const {
-    __ensure_spline();
+    ensure_spline();
     const numerical::Spline& kernel = *spline_.kernel();
     for (std::size_t i = 0; i < wavelengths.size(); ++i) values[i] = kernel.deriv(wavelengths[i]);
 }
@@ -288,7 +288,7 @@ void Scan::trim(const Scan& other) {
     trim(other.min_wavelength(), other.max_wavelength());
 }
 
-void Scan::__initialize_spline() const {
+void Scan::initialize_spline() const {
     if (type_ == spline::Type::NONE) {
         throw std::runtime_error("Cannot initialize a spline with type None");
     }
@@ -298,7 +298,7 @@ void Scan::__initialize_spline() const {
 }
 
 void ScanCursor::bind_kernel() {
-    scan_.__ensure_spline();
+    scan_.ensure_spline();
     kernel_ = scan_.spline_.kernel();
     polynomial_ = kernel_->type() == numerical::InterpolationType::POLYNOMIAL;
 }

@@ -206,12 +206,13 @@ public:
     /// @throws std::runtime_error  "Cannot initialize a spline with type None" or
     ///                             "Cannot initialize a spline, too few points"
     void ensure_spline() const {
-        if (!spline_.is_built()) __initialize_spline();
+        if (!spline_.is_built()) initialize_spline();
     }
-    /// The same under its established name.
-    void __ensure_spline() const { ensure_spline(); }
     /// Builds the spline in any case. Throws as `ensure_spline`.
-    void __initialize_spline() const;
+    void initialize_spline() const;
+    /// The same under their established names.
+    void __ensure_spline() const { ensure_spline(); }
+    void __initialize_spline() const { initialize_spline(); }
 
 private:
     friend class ScanCursor;

@@ -14,7 +14,7 @@
 /// used after the call, and on a path in UTF-8. They throw
 ///
 /// - std::runtime_error "Buffer is empty";
-/// - what vekfile::__VekFileReader throws, for a file that is damaged or no measurement file;
+/// - what vekfile::ContentsReader throws, for a file that is damaged or no measurement file;
 /// - the path forms and `load_csv`: std::ios_base::failure, whose text begins "Could not open file
 ///   for reading: " + path.
 ///

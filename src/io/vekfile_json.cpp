@@ -38,7 +38,7 @@ json to_json(const DataInfo& info) {
 }
 
 /// A document of one data set, in its place.
-json to_json(const __DataSet<DataNative>& data_set) {
+json to_json(const DataSet<DataNative>& data_set) {
     json points = json::object();
     points["x"] = data_set.data.x;
     points["y"] = data_set.data.y;
@@ -64,7 +64,7 @@ void release_points(json& document) {
 // The document of a large file would take twice its size in memory, and most of the time would go
 // into getting that. So the members are written as documents of their own, in the order of their
 // keys, and what they have inside their braces is joined.
-std::string vekfile_to_json(const __VekFile<__DataSet<DataNative>>& file, int indent,
+std::string vekfile_to_json(const VekFile<DataSet<DataNative>>& file, int indent,
                             bool ensure_ascii) {
     // The library's writer keeps a line of blanks that it doubles only once per level: a larger
     // step would make it read beyond the end of that line.

@@ -15,7 +15,7 @@ namespace vekanalysis::vekfile {
 /// @param ensure_ascii  characters beyond ASCII become \u sequences
 /// @throws std::invalid_argument  "vekfile_to_json: indent must not exceed 1024"
 /// @throws std::exception         a text is not UTF-8; the texts of a file that was read are
-[[nodiscard]] std::string vekfile_to_json(const __VekFile<__DataSet<DataNative>>& file, int indent,
+[[nodiscard]] std::string vekfile_to_json(const VekFile<DataSet<DataNative>>& file, int indent,
                                           bool ensure_ascii);
 
 }  // namespace vekanalysis::vekfile

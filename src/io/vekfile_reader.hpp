@@ -15,10 +15,11 @@ namespace vekanalysis::vekfile {
 /// no NaN for a wavelength: such points are left out and counted in `left_out`.
 ///
 /// Counts in the file never drive an allocation: what they announce is first found to be there.
+/// `ContentsReader` is the spelling for new code.
 template <class T>
 class __VekFileReader : public CFB::CompoundFileParser {
 public:
-    using Record = __VekFile<__DataSet<T>>;
+    using Record = VekFile<DataSet<T>>;
 
     /// Reads everything; the image is not used afterwards.
     ///
@@ -55,35 +56,36 @@ private:
 extern template class __VekFileReader<Scan>;
 extern template class __VekFileReader<DataNative>;
 
+template <class T>
+using ContentsReader = __VekFileReader<T>;
+
 /// A measurement file with its points in Scans.
 class VekFileReader {
 public:
-    /// Throws as __VekFileReader<Scan>.
+    /// Throws as ContentsReader<Scan>.
     VekFileReader(const void* data, std::size_t len) : reader_(data, len) {}
 
-    [[nodiscard]] __VekFile<__DataSet<Scan>> vekfile() const& { return reader_.record(); }
-    [[nodiscard]] __VekFile<__DataSet<Scan>> vekfile() && { return std::move(reader_).record(); }
+    [[nodiscard]] VekFile<DataSet<Scan>> vekfile() const& { return reader_.record(); }
+    [[nodiscard]] VekFile<DataSet<Scan>> vekfile() && { return std::move(reader_).record(); }
 
     /// In file order; names may repeat.
     [[nodiscard]] std::vector<std::string> get_dataset_names() const;
 
 private:
-    __VekFileReader<Scan> reader_;
+    ContentsReader<Scan> reader_;
 };
 
 /// A measurement file with its points as they stand there, for the JSON export.
 class VekFileReaderJSON {
 public:
-    /// Throws as __VekFileReader<DataNative>.
+    /// Throws as ContentsReader<DataNative>.
     VekFileReaderJSON(const void* data, std::size_t len) : reader_(data, len) {}
 
-    [[nodiscard]] __VekFile<__DataSet<DataNative>> vekfile() const& { return reader_.record(); }
-    [[nodiscard]] __VekFile<__DataSet<DataNative>> vekfile() && {
-        return std::move(reader_).record();
-    }
+    [[nodiscard]] VekFile<DataSet<DataNative>> vekfile() const& { return reader_.record(); }
+    [[nodiscard]] VekFile<DataSet<DataNative>> vekfile() && { return std::move(reader_).record(); }
 
 private:
-    __VekFileReader<DataNative> reader_;
+    ContentsReader<DataNative> reader_;
 };
 
 }  // namespace vekanalysis::vekfile

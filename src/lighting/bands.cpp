@@ -47,7 +47,7 @@ double first_moment(const Scan& scan, double from, double to) {
 
 /// Wavelength between a point above the level and one not above it.
 double flank(const Scan& scan, double above, double below, double level) {
-    scan.__ensure_spline();
+    scan.ensure_spline();
     for (int i = 0; i < 60; ++i) {
         const double middle = 0.5 * (above + below);
         (scan(middle) > level ? above : below) = middle;

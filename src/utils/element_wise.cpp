@@ -88,8 +88,8 @@ Scan::const_iterator min_element(Scan::const_iterator first, Scan::const_iterato
 void normalize_keys(Scan* a, Scan* b) {
     const std::vector<double> keys = key_union(*a, *b);
     // Both first: past this point no interpolant is missing and both scans change or none.
-    a->__ensure_spline();
-    b->__ensure_spline();
+    a->ensure_spline();
+    b->ensure_spline();
     a->add_keys(keys);
     b->add_keys(keys);
 }

@@ -29,7 +29,7 @@ struct Point {
         values.push_back(value);
     }
     Scan scan(std::move(wavelengths), std::move(values));
-    scan.__ensure_spline();
+    scan.ensure_spline();
     return scan;
 }
 
