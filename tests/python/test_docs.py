@@ -13,7 +13,7 @@ import pytest
 
 ROOT = Path(__file__).resolve().parents[2]
 PAGES = [ROOT / "README.md", *sorted((ROOT / "docs").rglob("*.md"))]
-BLOCK = re.compile(r"^(`{3,})(python|console)\n(.*?)^\1$", re.MULTILINE | re.DOTALL)
+BLOCK = re.compile(r"^(`{3,})(python|console|cpp|cmake)\n(.*?)^\1$", re.MULTILINE | re.DOTALL)
 # What a reader of the page has as commands.
 FUNCTIONS = """
 python() { "$PYTHON" "$@"; }
@@ -74,6 +74,13 @@ def test_commands_print_what_the_page_says(page: Path) -> None:
             output = done.stdout + done.stderr
             agree = doctest.OutputChecker().check_output(expected, output, FLAGS)
             assert agree, f"{page}:{line + 1}: $ {command}\n{output}"
+
+
+def test_blocks_of_cpp_are_of_the_example_that_the_tests_build() -> None:
+    example = [path.read_text() for path in (ROOT / "examples/cpp").iterdir()]
+    shown = [code for page in PAGES for name in ("cpp", "cmake") for _, code in blocks(page, name)]
+    assert len(shown) > 3
+    assert [code for code in shown if not any(code in text for text in example)] == []
 
 
 def test_the_error_table_has_every_message_and_no_other() -> None:

@@ -22,9 +22,16 @@ AREAS = [
     ["python"],
 ]
 ARROWS = {("chromaticity", "colorimetry"), ("radiometry", "colorimetry")}
+# Headers that users of the library do not include, and that are not installed.
+PRIVATE_HEADERS = """
+    colorimetry/data/make_table core/text io/file lighting/cam02 lighting/chebyshev
+    lighting/data/tables lighting/lanes numerical/cubic numerical/stable_order quantities/even_sum
+    quantities/finish quantities/form quantities/forms quantities/integrator quantities/kernels
+    quantities/lanes quantities/products quantities/record_parts
+"""
 
-# The same for the package: the modules and folders of one room a line. A room takes from another
-# what that one's __init__ has, and from the package's own __init__ nothing but modules.
+# As the areas, for the package: the modules and folders of one room a line. A room takes from
+# another what that one's __init__ has, and from the package's own __init__ nothing but modules.
 ROOMS = [
     ["_core"],
     ["_optional", "_records"],
@@ -79,6 +86,14 @@ def test_areas_include_only_what_lies_below_them() -> None:
             if not allowed:
                 wrong.append(f"{file.relative_to(SOURCES)} includes {target}")
     assert not wrong
+
+
+def test_every_header_is_public_or_private() -> None:
+    build = (SOURCES / "CMakeLists.txt").read_text()
+    public = re.findall(r"^  (\S+)\.hpp\)?$", build, re.MULTILINE)
+    headers = [path.relative_to(SOURCES) for path in SOURCES.rglob("*.hpp")]
+    ours = [str(path.with_suffix("")) for path in headers if path.parts[0] != "python"]
+    assert sorted(public + PRIVATE_HEADERS.split()) == sorted(ours)
 
 
 def imported_modules(file: Path) -> Iterator[tuple[list[str], list[str]]]:
