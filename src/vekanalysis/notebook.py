@@ -9,8 +9,7 @@ from html import escape
 from itertools import pairwise
 from typing import TYPE_CHECKING, Any
 
-from . import _core
-from ._core import Scan, chromaticity, colorimetry, fitting, io, utils
+from ._core import Observer, Scan, chromaticity, colorimetry, fitting, io, utils
 from ._records import fields
 from .reading import Table
 
@@ -81,8 +80,9 @@ def _html_formatter(ipython: Any) -> Any:
 def _shown_types() -> Iterator[type]:
     """Scan, Table, and every class of the compiled module that has attributes to show."""
     yield Scan
+    yield Observer
     yield Table
-    for module in (_core, chromaticity, colorimetry, fitting, io, utils):
+    for module in (chromaticity, colorimetry, fitting, io, utils):
         for member in vars(module).values():
             if isinstance(member, type) and member is not Scan and fields(member):
                 yield member

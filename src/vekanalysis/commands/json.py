@@ -25,7 +25,7 @@ def add_arguments(arguments: Arguments) -> None:
 
 
 def run(arguments: Namespace) -> None:
-    from .. import io
+    from .._core import io
     from ..reading import is_measurement_file, unreadable
     from ._spectra import read_file
     from ._terminal import emit_json

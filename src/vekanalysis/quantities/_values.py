@@ -3,9 +3,9 @@
 from collections.abc import Iterable
 from typing import NamedTuple
 
-from .. import _core
-from .._core import Scan
+from .._core import Scan, colorimetry
 from .._core.quantities import LENS, Quantity, quantity
+from .._core.quantities import evaluate as evaluate_scan
 from ..errors import Refusal
 from ..spectrum import Spectrum
 from ._measurand import measurand
@@ -83,7 +83,7 @@ def evaluate(
     wanted = _records(quantities)
     white_scan = illuminant(white) if isinstance(white, str) else _scan_of(white)
     if isinstance(spectrum, Scan):
-        rows = _core.quantities.evaluate(spectrum, wanted, white_scan, clear_lens)
+        rows = evaluate_scan(spectrum, wanted, white_scan, clear_lens)
         values = map(Value._make, rows)
         return {record.key: value for record, value in zip(wanted, values, strict=True)}
     by_key = {record.key: Value() for record in wanted}
@@ -121,11 +121,11 @@ def illuminant(name: str) -> Scan:
     """
     match name.upper():
         case "A":
-            return _core.colorimetry.data.cie_illuminant_a()
+            return colorimetry.data.cie_illuminant_a()
         case "C":
-            return _core.colorimetry.data.cie_illuminant_c()
+            return colorimetry.data.cie_illuminant_c()
         case "D65":
-            return _core.colorimetry.data.cie_illuminant_d65()
+            return colorimetry.data.cie_illuminant_d65()
         case "E":
             wavelengths = range(380, 781, 5)
             return Scan([*wavelengths], [1.0] * len(wavelengths))

@@ -5,8 +5,7 @@ import os
 from collections.abc import Collection, Sequence
 from typing import IO, Any
 
-from .. import io
-from .._core import AKIMA, Interpolation, Scan
+from .._core import AKIMA, Interpolation, Scan, io
 from ..errors import Refusal
 from ..spectrum import Source, Spectrum
 from ..units import Kind

@@ -11,7 +11,8 @@ from collections.abc import Collection, Iterable, Sequence
 from functools import lru_cache
 from typing import NamedTuple
 
-from .. import io, units
+from .. import units
+from .._core import io
 from ..errors import Refusal, Remedy
 from .encoding import showable
 

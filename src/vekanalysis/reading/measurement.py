@@ -4,8 +4,7 @@ import warnings
 from collections.abc import Iterable, Mapping, Sequence
 from typing import NamedTuple
 
-from .. import io
-from .._core import Scan
+from .._core import Scan, io
 from ..errors import Refusal, Remedy
 from ..spectrum import Source, Spectrum
 from .statements import state_unit

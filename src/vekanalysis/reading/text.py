@@ -5,8 +5,7 @@ import operator
 from collections.abc import Collection, Iterable, Sequence, Set
 from typing import Literal, NamedTuple, get_args
 
-from .. import io
-from .._core import AKIMA, Interpolation, Scan
+from .._core import AKIMA, Interpolation, Scan, io
 from ..errors import Refusal, Remedy
 from .encoding import to_utf8
 from .layout import (

@@ -4,8 +4,7 @@ import math
 from collections.abc import Iterable, Mapping, Sequence
 from typing import Any
 
-from .. import fitting
-from .._core import Scan, version
+from .._core import Scan, fitting, version
 from ..errors import Refusal
 from ._base import Drawable
 from ._layout import Heading, Json, interval, note_lines, wrap

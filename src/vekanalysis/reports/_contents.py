@@ -4,8 +4,7 @@ import json
 from collections.abc import Sequence
 from typing import NamedTuple
 
-from .. import io
-from .._core import Scan
+from .._core import Scan, io
 from ..reading import MeasurementFile
 from ..spectrum import Spectrum
 from ._base import Printable

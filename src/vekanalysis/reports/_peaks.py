@@ -3,8 +3,7 @@
 from collections.abc import Sequence
 from typing import Any
 
-from .. import utils
-from .._core import version
+from .._core import utils, version
 from ..errors import Refusal
 from ..spectrum import Spectrum
 from ._base import Drawable

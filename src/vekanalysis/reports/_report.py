@@ -9,6 +9,7 @@ from ..spectrum import Spectrum
 from ._base import Drawable
 from ._layout import Json
 from ._rows import Row, add_uncertainties, make_row
+from ._text import report_lines
 from ._uncertain import Uncertainty
 
 
@@ -62,8 +63,6 @@ class Report(Drawable):
         return rows
 
     def _lines(self, encoding: str) -> list[str]:
-        from ._text import report_lines
-
         return report_lines(self, encoding)
 
     def document(self) -> dict[str, Json]:

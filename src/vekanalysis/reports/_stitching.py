@@ -1,7 +1,6 @@
 """How well two spectra match, and the one that they make."""
 
-from .. import utils
-from .._core import Scan
+from .._core import Scan, utils
 from ..errors import Refusal
 from ..spectrum import Spectrum
 from ._base import Printable

@@ -1,10 +1,12 @@
 """A report of quantities as text."""
 
-from collections.abc import Sequence
+from collections.abc import Mapping, Sequence
 from itertools import groupby
+from typing import Protocol
 
 from .._core import version
 from ..quantities import Quantity, Value
+from ..spectrum import Spectrum
 from ._layout import (
     Heading,
     aligned,
@@ -16,8 +18,7 @@ from ._layout import (
     spectra_lines,
     wrap,
 )
-from ._report import Report
-from ._uncertain import WIDTH
+from ._uncertain import WIDTH, Uncertainty
 
 # Symbol, name and the marks of its notes; the last column of these is blank.
 _NAME = 39
@@ -28,6 +29,17 @@ _COLUMN = _BEFORE + 1 + _AFTER + _MARK
 _UNCERTAIN = WIDTH + _MARK
 # From here on a clear lens's figure is off in the fourth decimal.
 _CLEAR = 0.00005
+
+
+class Figures(Protocol):
+    """What is written: the attributes of a ``Report``."""
+
+    title: str
+    spectra: tuple[Spectrum, ...]
+    quantities: tuple[Quantity, ...]
+    values: tuple[Mapping[str, Value], ...]
+    notes: tuple[str, ...]
+    uncertainty: Uncertainty | None
 
 
 class _Footnotes:
@@ -42,7 +54,7 @@ class _Footnotes:
         return f"[{','.join(map(str, numbers))}]" if numbers else ""
 
 
-def report_lines(report: Report, encoding: str) -> list[str]:
+def report_lines(report: Figures, encoding: str) -> list[str]:
     footnotes = _Footnotes()
     lines: list[str] = [Heading(f"{report.title}, vekanalysis {version()}"), ""]
     lines += spectra_lines(report.spectra)
@@ -58,7 +70,7 @@ def report_lines(report: Report, encoding: str) -> list[str]:
     return lines + note_lines([*report.notes, *_clear_lens_notes(report), *more])
 
 
-def _heading(standard: str, report: Report) -> Heading:
+def _heading(standard: str, report: Figures) -> Heading:
     columns, spectra = "", report.spectra
     wide = 0 if report.uncertainty is None else _UNCERTAIN - _COLUMN
     for count, spectrum in enumerate(spectra, start=1):
@@ -70,7 +82,7 @@ def _heading(standard: str, report: Report) -> Heading:
     return Heading(f"{title:<{_NAME + 2}}{'section':<9}{'band nm':<8}{'unit':<5}{columns}".rstrip())
 
 
-def _row(quantity: Quantity, report: Report, footnotes: _Footnotes, encoding: str) -> str:
+def _row(quantity: Quantity, report: Figures, footnotes: _Footnotes, encoding: str) -> str:
     # Plainer characters may be more: they are counted.
     symbol = f"{showable(quantity.symbol, encoding):<6} "
     unit = showable(quantity.unit, encoding)
@@ -113,7 +125,7 @@ def _value_notes(quantity: Quantity, value: Value) -> list[str]:
     return notes
 
 
-def _clear_lens_notes(report: Report) -> list[str]:
+def _clear_lens_notes(report: Figures) -> list[str]:
     """What a clear lens would give where that is not 1, once for spectra that share it."""
     labels: dict[str, list[str]] = {}
     for spectrum, values in zip(report.spectra, report.values, strict=True):
