@@ -1,17 +1,15 @@
 """Uncertainty budgets, from TOML files or built in Python."""
 
-import hashlib
 import os
-import tomllib
 from collections.abc import Mapping, Sequence
 from dataclasses import dataclass
 from datetime import date
 from pathlib import Path
 from typing import Any, Final, Self
 
+from .._toml import Place, TomlFile
 from ..errors import Refusal
-from ._component import KEYS, Component, InvalidComponent, nearest
-from ._positions import line_of
+from ._component import KEYS, Component, InvalidComponent
 from ._tables import read_curve, read_matrix
 
 _TOP: Final = ("label", "date", "coverage", "component")
@@ -96,27 +94,17 @@ class Budget:
             With file, line and key, if it is not TOML or no budget, or if one of the files that it
             names cannot be taken.
         """
-        path = Path(path)
-        content = path.read_bytes()
-        try:
-            text = content.decode("utf-8-sig")
-            document = tomllib.loads(text)
-        except tomllib.TOMLDecodeError as error:
-            raise Refusal(f"{path}: line {error.lineno}: no TOML: {error.msg}") from None
-        except UnicodeDecodeError:
-            raise Refusal(f"{path}: no TOML: it is not in UTF-8") from None
-        budget = _Document(path, text, document).budget()
-        digest = hashlib.sha256(content).hexdigest()
-        return cls(**budget, file=os.fspath(path), sha256=digest)
+        file = TomlFile.read(path)
+        budget = _Document(file).budget()
+        return cls(**budget, file=os.fspath(path), sha256=file.sha256)
 
 
 class _Document:
     """A parsed budget file on its way to components."""
 
-    def __init__(self, path: Path, text: str, document: dict[str, Any]) -> None:
-        self.path = path
-        self.text = text
-        self.document = document
+    def __init__(self, file: TomlFile) -> None:
+        self.file = file
+        self.document = file.document
 
     def budget(self) -> dict[str, Any]:
         """The arguments of a Budget."""
@@ -215,17 +203,17 @@ class _Document:
     def _beside(self, file: object) -> Path:
         if not isinstance(file, str):
             raise Refusal("a file is named by a text")
-        return self.path.parent / file
+        return self.file.path.parent / file
 
     def _check_known(
         self, table: Mapping[str, Any], known: Sequence[str], what: str, index: int | None
     ) -> None:
-        for key in table:
-            if key not in known:
-                reason = f"{what} has an unknown key '{key}'{nearest(key, known)}"
-                raise self._refusal(reason, index, key)
+        self.file.check_known(table, known, what, _place(index, None))
 
     def _refusal(self, reason: str, index: int | None, key: str | None) -> Refusal:
-        line = line_of(self.text, index, key)
-        where = self.path if line is None else f"{self.path}: line {line}"
-        return Refusal(f"{where}: {reason}")
+        return self.file.refusal(reason, _place(index, key))
+
+
+def _place(index: int | None, key: str | None) -> Place:
+    """Of a component, from 0, or of the top of the file."""
+    return Place(None if index is None else "component", index, key)

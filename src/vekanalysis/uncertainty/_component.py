@@ -1,9 +1,8 @@
 """One line of an uncertainty budget."""
 
 import math
-from collections.abc import Collection, Mapping, Sequence
+from collections.abc import Mapping, Sequence
 from dataclasses import dataclass, fields
-from difflib import get_close_matches
 from functools import cached_property
 from typing import Any, Final, Literal, NamedTuple, Self, get_args
 
@@ -11,6 +10,7 @@ import numpy as np
 
 from .. import units
 from .._core import Scan
+from .._toml import nearest
 from ..errors import Refusal
 from ..spectrum import Spectrum
 from ._sizes import Curve, Factor, as_curve, correlation_factor, covariance_factor
@@ -366,14 +366,6 @@ class Component:
 
 _SLITS: Final[tuple[Slit, ...]] = get_args(Slit.__value__)
 KEYS: Final = tuple(field.name for field in fields(Component))
-
-
-def nearest(name: str, known: Collection[str]) -> str:
-    """``; did you mean 'noise'?``, or all that there are."""
-    close = get_close_matches(name, known, 1)
-    if close:
-        return f"; did you mean '{close[0]}'?"
-    return "; there are " + ", ".join(f"'{each}'" for each in known)
 
 
 def _is_number(value: object) -> bool:

@@ -1,0 +1,281 @@
+"""Limits and decision rules: their files, and the statements of conformity that they give."""
+
+import math
+from pathlib import Path
+from typing import Any
+
+import numpy as np
+import pytest
+
+import vekanalysis as vek
+from vekanalysis.certificates import Conformity, Decision, Limits, Statement, assess
+from vekanalysis.quantities import Value
+from vekanalysis.uncertainty import Results
+
+EXAMPLE = Path(__file__).parents[2] / "examples/limits-categories.toml"
+TAU_V, SUVA, SB = "ISO8980_3_tau_v", "ISO8980_3_tau_suva", "ISO12311_tau_sb"
+RED = "ISO8980_3_tau_signal_led.red"
+TWO_SIGMA = 0.954499736103642  # k = 2 for the normal distribution
+FULL = Value(needed=(380.0, 780.0), covered=(380.0, 780.0))
+
+
+def written(path: Path, text: str) -> Limits:
+    path.write_text(text)
+    return Limits.read(path)
+
+
+def figures(
+    numbers: dict[str, tuple[float, float]], r: float = 0.0, dof: float = math.inf
+) -> tuple[dict[str, Value], Results]:
+    """Values with standard uncertainties; the second is correlated with the first."""
+    values = {key: FULL._replace(value=value) for key, (value, _) in numbers.items()}
+    u = np.array([each for _, each in numbers.values()])
+    shared = u.copy()
+    shared[1:] *= r
+    own = u * math.sqrt(1.0 - r * r)
+    own[0] = 0.0
+    effects = {"shared": shared[:, np.newaxis], "own": own[:, np.newaxis]}
+    points = np.array([value for value, _ in numbers.values()])
+    return values, Results([*numbers], points, effects, dict.fromkeys(effects, dof), TWO_SIGMA)
+
+
+def decided(
+    path: Path, bounds: str, value: float, u: float, decision: str = 'rule = "non-binary"'
+) -> Statement:
+    text = f'[decision]\n{decision}\n[[requirement]]\nname = "a"\nquantity = "{TAU_V}"\n{bounds}\n'
+    limits = written(path / "limits.toml", text)
+    (statement,) = assess(limits, *figures({TAU_V: (value, u)})).statements
+    return statement
+
+
+# A lower limit of 0.08 with u = 0.0015 and a guard band of U = 2 u; probabilities are those of the
+# normal distribution (JCGM 106:2012, 7.2).
+@pytest.mark.parametrize(
+    ("value", "probability", "verdicts"),
+    [
+        (0.0850, 0.99957, ("pass", "pass", "pass", "pass")),
+        (0.0815, 0.84134, ("pass", "fail", "conditional pass", "pass")),
+        (0.0795, 0.36944, ("fail", "fail", "conditional fail", "pass")),
+        (0.0750, 0.00043, ("fail", "fail", "fail", "fail")),
+    ],
+)
+def test_each_rule_decides_in_its_way(
+    tmp_path: Path, value: float, probability: float, verdicts: tuple[str, ...]
+) -> None:
+    for rule, verdict in zip(
+        ("simple", "guard-band", "non-binary", "uncritical"), verdicts, strict=True
+    ):
+        statement = decided(tmp_path, "above = 0.08", value, 0.0015, f'rule = "{rule}"')
+        assert statement.verdict == verdict
+        assert statement.probability == pytest.approx(probability, abs=5e-6)
+        (check,) = statement.checks
+        width = {"simple": 0.0, "uncritical": -0.003}.get(rule, 0.003)
+        assert check.guard == pytest.approx(width, abs=1e-12)
+
+
+@pytest.mark.parametrize(
+    ("bounds", "value", "verdict"),
+    [
+        ("above = 0.25", 0.25, "fail"),
+        ("at_least = 0.25", 0.25, "pass"),
+        ("below = 0.25", 0.25, "fail"),
+        ("at_most = 0.25", 0.25, "pass"),
+        ("above = 0.25\nat_most = 0.5", 0.5, "pass"),
+        ("above = 0.25\nbelow = 0.5", 0.5, "fail"),
+    ],
+)
+def test_a_bound_belongs_to_what_its_word_says(
+    tmp_path: Path, bounds: str, value: float, verdict: str
+) -> None:
+    assert decided(tmp_path, bounds, value, 0.001, 'rule = "simple"').verdict == verdict
+
+
+def test_two_bounds_share_the_probability_and_need_room_for_the_guard_bands(tmp_path: Path) -> None:
+    # The viscosity of JCGM 106:2012, 7.4, in units of 100.
+    bounds = "at_least = 0.125\nat_most = 0.163"
+    statement = decided(tmp_path, bounds, 0.136, 0.018, 'rule = "simple"')
+    assert statement.probability == pytest.approx(0.6626, abs=5e-5)
+    statement = decided(tmp_path, bounds, 0.144, 0.0095)
+    assert statement.verdict == "not decided"
+    assert "no result can pass" in str(statement.reason)
+    assert decided(tmp_path, bounds, 0.144, 0.0094).verdict == "pass"
+
+
+def test_the_factor_makes_the_guard_band(tmp_path: Path) -> None:
+    rule = 'rule = "guard-band"\nfactor = 0.82'
+    assert decided(tmp_path, "at_most = 0.5", 0.49835, 0.001, rule).verdict == "pass"
+    assert decided(tmp_path, "at_most = 0.5", 0.49837, 0.001, rule).verdict == "fail"
+
+
+@pytest.mark.parametrize(
+    ("r", "u", "probability"), [(0.26, 0.001932, 0.99517), (0.0, 0.002195, 0.98862)]
+)
+def test_a_relative_bound_keeps_the_correlation(
+    tmp_path: Path, r: float, u: float, probability: float
+) -> None:
+    bound = f'at_most = {{ times = 1, quantity = "{TAU_V}" }}'
+    text = f'[decision]\nrule = "simple"\n[[requirement]]\nname = "a"\nquantity = "{SUVA}"\n{bound}'
+    limits = written(tmp_path / "limits.toml", text)
+    given = figures({SUVA: (0.09, 0.0019), TAU_V: (0.095, 0.0011)}, r)
+    (statement,) = assess(limits, *given).statements
+    (check,) = statement.checks
+    assert (check.limit, check.relative) == (0.095, f"1 {TAU_V}")
+    assert check.u == pytest.approx(u, abs=1e-6)
+    assert statement.probability == pytest.approx(probability, abs=1e-5)
+
+
+@pytest.mark.parametrize(
+    ("word", "value", "verdict", "limits"),
+    [
+        ("at_most", 0.03, "pass", [0.05]),  # below one of the two is below the larger
+        ("at_most", 0.06, "fail", [0.05]),
+        ("at_least", 0.03, "fail", [0.01, 0.05]),
+        ("at_least", 0.06, "pass", [0.01, 0.05]),
+    ],
+)
+def test_the_larger_of_two_bounds_counts(
+    tmp_path: Path, word: str, value: float, verdict: str, limits: list[float]
+) -> None:
+    bound = f'{word} = {{ largest = [0.01, {{ times = 0.5, quantity = "{TAU_V}" }}] }}'
+    text = f'[decision]\nrule = "simple"\n[[requirement]]\nname = "a"\nquantity = "{SUVA}"\n{bound}'
+    file = written(tmp_path / "limits.toml", text)
+    given = figures({SUVA: (value, 0.001), TAU_V: (0.1, 0.001)})
+    (statement,) = assess(file, *given).statements
+    assert statement.verdict == verdict
+    assert [check.limit for check in statement.checks] == limits
+
+
+# Of one degree of freedom t is Cauchy's distribution, whose distribution function is elementary.
+@pytest.mark.parametrize(("value", "probability"), [(0.11, 0.75), (0.09, 0.25), (0.10, 0.5)])
+def test_few_repeats_make_a_statement_less_sure(
+    tmp_path: Path, value: float, probability: float
+) -> None:
+    text = f'[decision]\nrule = "simple"\n[[requirement]]\nname = "a"\nquantity = "{TAU_V}"\n'
+    limits = written(tmp_path / "limits.toml", text + "above = 0.1")
+    (statement,) = assess(limits, *figures({TAU_V: (value, 0.01)}, dof=1.0)).statements
+    assert statement.probability == pytest.approx(probability, abs=1e-9)
+
+
+def classified(value: float, u: float, rule: str = "non-binary") -> Conformity:
+    limits = Limits.read(EXAMPLE)
+    assert limits.decision == Decision("non-binary", 1.0, 0.95)
+    ruled = Limits(decision=Decision(rule), categories=limits.categories)
+    return assess(ruled, *figures({TAU_V: (value, u)}))
+
+
+@pytest.mark.parametrize(
+    ("value", "u", "rule", "name", "could_be", "shares"),
+    [
+        (0.4350, 0.0040, "non-binary", "1", ("2",), {"2": 0.1056, "1": 0.8944, "3": 0.0}),
+        (0.4350, 0.0040, "simple", "1", (), {"2": 0.1056, "1": 0.8944, "3": 0.0}),
+        (0.4400, 0.0040, "non-binary", "1", (), {"2": 0.0062, "1": 0.9938, "3": 0.0}),
+        (0.1790, 0.0020, "guard-band", "3", ("2",), {"2": 0.3085, "1": 0.0, "3": 0.6915}),
+        (0.4300, 0.0001, "non-binary", "2", ("1",), {"2": 0.5, "1": 0.5}),
+        (0.0250, 0.0010, "non-binary", None, (), {"4": 0.0}),
+        (0.0290, 0.0010, "non-binary", None, ("4",), {"4": 0.1587}),
+    ],
+)
+def test_categories_near_a_bound_say_what_they_could_be(
+    value: float,
+    u: float,
+    rule: str,
+    name: str | None,
+    could_be: tuple[str, ...],
+    shares: dict[str, float],
+) -> None:
+    category = classified(value, u, rule).category
+    assert category is not None
+    assert (category.name, category.could_be) == (name, could_be)
+    found = {each.name: each.probability for each in category.statements}
+    assert {key: found[key] for key in shares} == pytest.approx(shares, abs=5e-5)
+
+
+def test_a_requirement_of_a_category_says_if_that_is_in_doubt(tmp_path: Path) -> None:
+    text = EXAMPLE.read_text() + "".join(
+        f'[[requirement]]\nname = "{name}"\nquantity = "{TAU_V}"\nabove = 0.2\ncategories = [{c}]\n'
+        for name, c in (("one", "1"), ("both", "1, 2"), ("none", "3"))
+    )
+    limits = written(tmp_path / "limits.toml", text)
+    statements = assess(limits, *figures({TAU_V: (0.435, 0.004)})).statements
+    assert [(each.name, each.categories) for each in statements] == [("one", ("1",)), ("both", ())]
+
+
+@pytest.mark.parametrize(
+    ("change", "reason"),
+    [
+        ({"decision": None}, "no decision rule"),
+        ({"results": None}, "no uncertainty is stated"),
+        ({"covered": (400.0, 780.0)}, "do not cover the band"),
+        ({"key": RED}, "reconstructed table"),
+        ({"u": 0.0}, "gives it no uncertainty"),
+        ({"value": None}, "no data there"),
+    ],
+)
+def test_what_cannot_be_decided_is_not(tmp_path: Path, change: dict[str, Any], reason: str) -> None:
+    key = change.get("key", TAU_V)
+    rule = "" if "decision" in change else '[decision]\nrule = "simple"\n'
+    text = f'{rule}[[requirement]]\nname = "a"\nquantity = "{key}"\nabove = 0.1\n'
+    values, results = figures({key: (0.5, change.get("u", 0.01))})
+    value = values[key]._replace(covered=change.get("covered", FULL.covered))
+    if "value" in change:
+        value = Value(problem="no data there")
+    limits = written(tmp_path / "limits.toml", text)
+    (statement,) = assess(limits, {key: value}, change.get("results", results)).statements
+    assert (statement.verdict, statement.probability) == ("not decided", None)
+    assert reason in str(statement.reason)
+    if key == RED:
+        trusted = ("ISO8980_3_led_red",)
+        (statement,) = assess(limits, {key: value}, results, trusted=trusted).statements
+        assert statement.verdict == "pass"
+
+
+def test_purposes_choose_requirements() -> None:
+    limits = Limits.read(EXAMPLE)
+    given = figures({TAU_V: (0.5, 0.001)})
+    assert not assess(limits, *given).statements
+    (statement,) = assess(limits, *given, purposes=["night driving"]).statements
+    assert (statement.verdict, statement.when) == ("fail", "night driving")
+    with pytest.raises(vek.Refusal, match=r"purpose 'drivin'; did you mean 'driving'"):
+        assess(limits, *given, purposes=["drivin"])
+
+
+HEAD = '[decision]\nrule = "simple"\n[[requirement]]\nname = "a"\n'
+LIMIT = f'quantity = "{TAU_V}"\nabove = 0.1\n'
+
+
+@pytest.mark.parametrize(
+    ("text", "line", "words"),
+    [
+        (HEAD + LIMIT + "abve = 1", 7, "requirement 'a' has an unknown key 'abve'; did you mean"),
+        (HEAD + 'quantity = "ISO8980_tau_v"', 5, f"did you mean '{TAU_V}'"),
+        (HEAD + "above = 0.1", 3, "requirement 'a': quantity is missing"),
+        (HEAD + f'quantity = "{TAU_V}"', 3, "requirement 'a': no bound"),
+        (HEAD + LIMIT + "at_least = 0.2", 7, "both above and at_least"),
+        (HEAD + LIMIT + "at_most = 0.05", 7, "lower bound is not below the upper one"),
+        (HEAD + LIMIT + "at_most = 8", 7, "at_most is 8; transmittances are fractions"),
+        (HEAD + LIMIT + 'at_most = "8"', 7, "at_most must be a number, not '8'"),
+        (HEAD + LIMIT + "at_most = { times = 2 }", 7, "at_most must be a number, { times"),
+        (HEAD + LIMIT + "at_most = { largest = [1] }", 7, "of two or more"),
+        (HEAD + LIMIT + "at_most = inf", 7, "not finite"),
+        (HEAD + LIMIT + "when = 3", 7, "when must be a text"),
+        (HEAD + LIMIT + 'categories = ["2"]', 7, "no category '2'"),
+        ('[decision]\nrule = "simpel"\n', 2, "rule is 'simpel'; did you mean 'simple'"),
+        ("[decision]\nfactor = 1\n", 1, "rule is missing"),
+        ('[decision]\nrule = "simple"\nfactor = 1\n', 3, "has no guard band"),
+        ('[decision]\nrule = "guard-band"\nfactor = 0\n', 3, "factor must be above 0"),
+        ('[decision]\nrule = "guard-band"\ncoverage = 95\n', 3, "coverage must lie"),
+        ("requirement = 3\n", 1, "written under [[requirement]]"),
+        ("lable = 3\n", 1, "unknown key 'lable'; did you mean 'label'"),
+        ("\n[requirements]\n", 2, "did you mean 'requirement'"),
+        ("\n[[requirement]\n", 2, "no TOML"),
+        (f'[[category]]\nname = "1"\n{LIMIT}' * 2, 6, "two categories are named '1'"),
+    ],
+)
+def test_a_mistake_is_told_with_its_line(tmp_path: Path, text: str, line: int, words: str) -> None:
+    file = tmp_path / "limits.toml"
+    with pytest.raises(vek.Refusal) as refusal:
+        written(file, text)
+    told = str(refusal.value)
+    assert told.startswith(f"{file}: line {line}: ")
+    assert words in told
+    assert "\n" not in told
