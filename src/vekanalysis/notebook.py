@@ -78,7 +78,7 @@ def _html_formatter(ipython: Any) -> Any:
 
 
 def _shown_types() -> Iterator[type]:
-    """Scan, Table, and every class of the compiled module that has attributes to show."""
+    """Scan, Observer, Table, and every class of the submodules that has attributes to show."""
     yield Scan
     yield Observer
     yield Table
