@@ -50,7 +50,7 @@ private:
 
     std::span<const double> factors_;
     const ColourMatching& matching_;
-    std::array<Colours<n>, 3> under_components_;
+    std::array<Colours<n>, 3> under_components_{};
 };
 
 using RenderingSamples = ColourSamples<15>;

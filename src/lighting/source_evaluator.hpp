@@ -56,7 +56,7 @@ private:
     std::vector<double> zeros_;
     std::size_t first_;
     std::size_t last_;
-    std::array<std::int32_t, max_visible_points> source_;
+    std::array<std::int32_t, max_visible_points> source_{};
     std::array<std::vector<double>, 3> own_weights_;  // empty where no structure can be missed
 };
 

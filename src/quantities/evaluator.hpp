@@ -42,7 +42,7 @@ public:
     ///                                than epsilon", or as Scan for epsilon
     Evaluator(std::span<const double> wavelengths, std::span<const Quantity> quantities,
               double epsilon, spline::Type type, const Scan& white);
-    Evaluator(Evaluator&&) noexcept;
+    Evaluator(Evaluator&& other) noexcept;
     Evaluator(const Evaluator&) = delete;
     Evaluator& operator=(Evaluator&&) = delete;
     Evaluator& operator=(const Evaluator&) = delete;

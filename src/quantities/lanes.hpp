@@ -12,8 +12,8 @@ namespace vekanalysis::quantities::internal {
 
 #define VEKANALYSIS_INLINE inline __attribute__((always_inline))
 
-typedef double Lanes __attribute__((vector_size(32), may_alias));
-typedef std::int64_t Mask __attribute__((vector_size(32), may_alias));
+using Lanes [[gnu::vector_size(32), gnu::may_alias]] = double;
+using Mask [[gnu::vector_size(32), gnu::may_alias]] = std::int64_t;
 
 VEKANALYSIS_INLINE Lanes splat(double x) {
     return Lanes{x, x, x, x};

@@ -117,8 +117,8 @@ class ErrorModel::Draws {
 public:
     Draws(const ErrorModel& model, std::uint64_t seed, std::uint32_t block);
     ~Draws();
-    Draws(Draws&&) noexcept;
-    Draws& operator=(Draws&&) noexcept;
+    Draws(Draws&& other) noexcept;
+    Draws& operator=(Draws&& other) noexcept;
     Draws(const Draws&) = delete;
     Draws& operator=(const Draws&) = delete;
 
