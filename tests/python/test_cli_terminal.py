@@ -15,7 +15,18 @@ from cli import GREY, ROOT, Runner
 
 pty = pytest.importorskip("pty", reason="terminals of POSIX systems")
 
-COMMANDS = ("report", "light", "peaks", "stitch", "calibrate", "references", "info", "json", "csv")
+COMMANDS = (
+    "report",
+    "certificate",
+    "light",
+    "peaks",
+    "stitch",
+    "calibrate",
+    "references",
+    "info",
+    "json",
+    "csv",
+)
 COMMANDS += ("completion",)
 BASH = shutil.which("bash")
 

@@ -1,16 +1,24 @@
-"""Certificates: what a laboratory's limits and decision rule make of figures with uncertainty."""
+"""Certificates: pages on lenses, with the limits and by the decision rule of a laboratory."""
 
+from ._certificate import Certificate, page
 from ._conformity import Conformity, Membership, Statement, assess
 from ._limits import Bound, Category, Decision, Limits, Requirement
+from ._settings import FIELDS, Field, Logo, Settings
 
 __all__ = [
+    "FIELDS",
     "Bound",
     "Category",
+    "Certificate",
     "Conformity",
     "Decision",
+    "Field",
     "Limits",
+    "Logo",
     "Membership",
     "Requirement",
+    "Settings",
     "Statement",
     "assess",
+    "page",
 ]

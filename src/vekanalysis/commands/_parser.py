@@ -12,6 +12,7 @@ from ._terminal import in_colour
 
 COMMANDS = (
     "report",
+    "certificate",
     "light",
     "peaks",
     "stitch",
@@ -24,13 +25,11 @@ COMMANDS = (
 )
 
 _DESCRIPTION = """\
-Reports on lenses, filters and light sources from measured spectra: CSV files
-(wavelengths in nm and values, a column each), measurement files (.vek) or
-built-in ones."""
+Reports on lenses, filters and light sources from measured spectra: text files,
+measurement files (.vek), or built-in ones."""
 _EPILOG = """\
 examples:
   %(prog)s report examples/two-lenses.vek
-  %(prog)s light --reference AM15G_ASTM_G17303
   %(prog)s report --help
 
 Exit status: 0 good, 1 not all succeeded, 2 bad usage or input."""

@@ -15,6 +15,8 @@ from ._arguments import (
     table_budget,
     table_is_asked,
 )
+from ._errors import CommandError
+from ._pages import add_page, check_targets, limits_of, write_page
 
 HELP = "what standards say of a lens"
 ARGUMENTS = "[options] FILE..."
@@ -22,8 +24,7 @@ DESCRIPTION = """\
 Transmittances after ISO 8980-3, ANSI Z80.3, AS/NZS 1067 and ISO 12311, signal
 lights, chromaticities, XYZ and L*a*b*, a column a spectrum."""
 EXAMPLES = """\
-  %(prog)s examples/grey-glass-4mm.csv examples/bronze-glass-4mm.csv
-  %(prog)s --jobs 4 --csv table.csv examples/two-lenses.vek"""
+  %(prog)s examples/grey-glass-4mm.csv examples/bronze-glass-4mm.csv"""
 
 
 def add_arguments(arguments: Arguments) -> None:
@@ -32,6 +33,7 @@ def add_arguments(arguments: Arguments) -> None:
     add_forms(arguments)
     add_table(arguments)
     add_uncertainty(arguments)
+    add_page(arguments, "also write a page for a browser; --overwrite replaces one")
     add_layout(arguments)
 
 
@@ -40,12 +42,24 @@ def run(arguments: Namespace) -> int | None:
     from ._terminal import draw, emit_report
 
     if table_is_asked(arguments):
+        if arguments.html:
+            raise CommandError("--html is for reports; a table is made with --csv alone")
         from ._table import write_table
 
         return write_table(arguments, reports.Table("lens", budget=table_budget(arguments)))
     refuse_directories(arguments.files)
-    report = reports.lens(read_spectra(arguments, arguments.reference), **budget_options(arguments))
+    options = budget_options(arguments)
+    if arguments.html:
+        inputs = [*arguments.files, *limits_of(arguments)]
+        check_targets([arguments.html], inputs, arguments.overwrite)
+    spectra = read_spectra(arguments, arguments.reference)
+    report = reports.lens(spectra, **options)
     if arguments.plot:
         draw(report, arguments.plot)
+    if arguments.html:
+        from ..certificates import Certificate, page
+
+        certificates = [Certificate(each, budget=options.get("budget")) for each in spectra]
+        write_page(arguments.html, page(certificates))
     emit_report(report, arguments.json)
     return None

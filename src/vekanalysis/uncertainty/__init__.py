@@ -3,6 +3,7 @@
 from ._budget import Budget
 from ._comparison import Compared, Comparison, compare
 from ._component import Component
+from ._points import of_points
 from ._propagation import propagate
 from ._results import Results, Uncertain, coverage_factor
 from ._rounding import Rounded, rounded
@@ -22,6 +23,7 @@ __all__ = [
     "Uncertain",
     "compare",
     "coverage_factor",
+    "of_points",
     "propagate",
     "rounded",
     "simulate",

@@ -114,6 +114,18 @@ class Results(Mapping[str, Uncertain]):
     def __repr__(self) -> str:
         return f"<Results: {len(self)} quantities, {len(self._names)} components>"
 
+    def covering(self, coverage: float) -> Results:
+        """The same with intervals of another probability."""
+        return Results(
+            self._keys,
+            self._values,
+            self._effects,
+            self._dof,
+            coverage,
+            self.problems,
+            self._possible,
+        )
+
     def covariance(self, *keys: str) -> Floats:
         """Covariance between quantities.
 

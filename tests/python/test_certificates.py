@@ -1,0 +1,285 @@
+"""Certificates: settings, the page, the commands that write it."""
+
+import base64
+import hashlib
+import re
+import tomllib
+from html.parser import HTMLParser
+from pathlib import Path
+from typing import Any
+
+import pytest
+from cli import GREY, ROOT, Runner, flat, write_csv, write_vek
+
+import vekanalysis as vek
+from vekanalysis.certificates import Certificate, Limits, Settings
+from vekanalysis.quantities import LENS
+from vekanalysis.uncertainty import Budget, Component, of_points
+
+EXAMPLES = ROOT / "examples"
+TAU_V = "ISO8980_3_tau_v"
+PNG = b"\x89PNG\r\n\x1a\n" + bytes(20)
+
+
+class Page(HTMLParser):
+    """What a browser would make of a page: tags that do not match are told."""
+
+    def __init__(self, text: str) -> None:
+        super().__init__()
+        self.open: list[str] = []
+        self.tags: list[tuple[str, dict[str, str | None]]] = []
+        self.words: list[str] = []
+        self.feed(text)
+        self.close()
+        assert self.open == []
+
+    def handle_starttag(self, tag: str, attrs: list[tuple[str, str | None]]) -> None:
+        self.tags.append((tag, dict(attrs)))
+        if tag not in ("meta", "img", "br"):
+            self.open.append(tag)
+
+    def handle_endtag(self, tag: str) -> None:
+        assert self.open.pop() == tag
+        self.words.append(" " * (tag in ("dt", "dd", "td", "th")))
+
+    def handle_startendtag(self, tag: str, attrs: list[tuple[str, str | None]]) -> None:
+        self.tags.append((tag, dict(attrs)))
+
+    def handle_data(self, data: str) -> None:
+        if "style" not in self.open:
+            self.words.append(data)
+
+    @property
+    def text(self) -> str:
+        return " ".join("".join(self.words).split())
+
+
+def example(**changes: Any) -> Certificate:
+    (spectrum,) = vek.read(GREY)
+    given: dict[str, Any] = {
+        "settings": Settings.read(EXAMPLES / "lab.toml"),
+        "budget": Budget.read(EXAMPLES / "budget.toml"),
+        "limits": Limits.read(EXAMPLES / "limits-categories.toml"),
+        "purposes": ["driving"],
+        "fields": {"number": "7", "issued": "2026-03-01"},
+    }
+    return Certificate(spectrum, **given | changes)
+
+
+def settings(path: Path, text: str) -> Settings:
+    (path / "lab.toml").write_text('[laboratory]\nname = "Lab"\n' + text)
+    return Settings.read(path / "lab.toml")
+
+
+def test_the_page_has_the_figures_and_where_they_come_from() -> None:
+    text = example().html()
+    page = Page(text)
+    assert "Example Optics Laboratory" in page.text
+    assert "Certificate number 7" in page.text
+    assert "54.96 ± 0.24 %" in page.text
+    assert "driving by day for driving pass" in page.text
+    assert f'<data value="{example().report.values[0][TAU_V].value!r}">' in text
+    for name in ("grey-glass-4mm.csv", "lab.toml", "budget.toml", "limits-categories.toml"):
+        assert hashlib.sha256((EXAMPLES / name).read_bytes()).hexdigest() in page.text
+
+
+def test_the_page_needs_nothing_from_elsewhere_and_runs_nothing() -> None:
+    text = example().html()
+    page = Page(text)
+    assert text.startswith("<!DOCTYPE html>")
+    assert not {"script", "link", "iframe", "object", "form"} & {tag for tag, _ in page.tags}
+    names = {name for _, attributes in page.tags for name in attributes}
+    assert not {"style", "href", "src", "onload"} & names
+    (policy,) = re.findall(r'Security-Policy" content="([^"]*)"', text)
+    (style,) = re.findall(r"<style>(.*?)</style>", text, re.DOTALL)
+    digest = base64.b64encode(hashlib.sha256(style.encode()).digest()).decode()
+    allowed = policy.replace("&#39;", "'").split("; ")
+    assert allowed[:2] == ["default-src 'none'", f"style-src 'sha256-{digest}'"]
+    assert "@import" not in style
+    assert "url(" not in style
+
+
+def test_what_others_wrote_is_shown_and_never_run() -> None:
+    (spectrum,) = vek.read(GREY)
+    evil = "<script>alert(1)</script>\x1b[31m"
+    page = Page(Certificate(spectrum.replace(label=evil), fields={"object": evil}).html())
+    assert page.text.count("<script>alert(1)</script>?[31m") == 3
+    assert "script" not in {tag for tag, _ in page.tags}
+
+
+def test_german_has_all_words_and_a_decimal_comma(tmp_path: Path) -> None:
+    folder = ROOT / "src/vekanalysis/certificates/languages"
+    words = {each: tomllib.loads((folder / f"{each}.toml").read_text()) for each in ("en", "de")}
+    assert words["en"]["words"].keys() == words["de"]["words"].keys()
+    for key, english in words["en"]["words"].items():
+        german = words["de"]["words"][key]
+        assert sorted(re.findall("{.*?}", english)) == sorted(re.findall("{.*?}", german)), key
+    assert {quantity.name for quantity in LENS} == words["de"]["names"].keys()
+    assert {note for quantity in LENS for note in quantity.notes} <= words["de"]["sentences"].keys()
+    text = Page(example(settings=settings(tmp_path, '[page]\nlanguage = "de"')).html()).text
+    assert "0,5496 ± 0,0024" in text
+    assert "bestanden" in text
+    assert "Keine Daten innerhalb von 290–315 nm." in text  # noqa: RUF001
+
+
+def test_reasons_are_in_the_language(tmp_path: Path) -> None:
+    german = settings(tmp_path, '[page]\nlanguage = "de"')
+    text = Page(example(settings=german, budget=None).html()).text
+    assert "nicht entschieden" in text
+    assert "eine Unsicherheit ist nicht angegeben" in text
+
+
+def test_quantities_come_in_the_order_of_the_settings(tmp_path: Path) -> None:
+    keys = ["ISO12311_tau_sb", "CIE_tristimulus_values.Y", TAU_V]
+    text = f"[page]\ndecimals = 3\nquantities = {keys}".replace("'", '"')
+    page = Page(example(settings=settings(tmp_path, text), budget=None, limits=None).html())
+    figures = [attributes["value"] for tag, attributes in page.tags if tag == "data"]
+    values = example().report.values[0]
+    assert figures == [repr(values[key].value) for key in keys]
+    assert "0.574" in page.text
+    assert "No uncertainty is stated." in page.text
+
+
+def test_figures_at_their_ends(tmp_path: Path) -> None:
+    dark = write_csv(tmp_path / "dark.csv", [*flat(0.00001), (790.0, -0.001)])
+    (spectrum,) = vek.read(dark)
+    page = Page(example().html())
+    assert "below 0" not in page.text
+    page = Page(Certificate(spectrum, budget=Budget.read(EXAMPLES / "budget.toml")).html())
+    assert "0.0000 0.0000 to 0.0010" in page.text
+    assert "1 of the values are below 0, the lowest −0.001." in page.text  # noqa: RUF001
+
+
+def test_fields_come_from_the_header_unless_they_are_stated(tmp_path: Path) -> None:
+    own = settings(
+        tmp_path,
+        '[fields]\nobject = { header = "Sample", ask = true }\n'
+        'operator = { header = "nobody", value = "N. N." }\nmethod = "ours"',
+    )
+    (spectrum,) = vek.read(GREY)
+    with pytest.raises(vek.Refusal, match="the field 'object' is to be stated"):
+        Certificate(spectrum, settings=own)
+    stated = spectrum.replace(metadata={"sample": "Lens 7"})
+    fields = Certificate(stated, settings=own, fields={"issued": "today"}).fields
+    expected = {"object": "Lens 7", "operator": "N. N.", "issued": "today", "method": "ours"}
+    assert fields == expected
+    given = {"object": "Lens 8", "method": ""}
+    assert Certificate(stated, settings=own, fields=given).fields["object"] == "Lens 8"
+    with pytest.raises(vek.Refusal, match="no field 'objekt'; did you mean 'object'"):
+        Certificate(stated, settings=own, fields={"objekt": "x"})
+
+
+@pytest.mark.parametrize(
+    ("text", "line", "words"),
+    [
+        ("adress = 3", 3, "unknown key 'adress'; did you mean 'address'"),
+        ("address = 3", 3, "address must be a text or a list"),
+        ('logo = "none.png"', 3, "none.png: cannot be read"),
+        ('logo = "text.png"', 3, "is no PNG, JPEG or GIF"),
+        ('logo = "large.png"', 3, "is above 1 MB"),
+        ('[page]\nlanguage = "fr"', 4, "language is 'fr'; there are 'en', 'de'"),
+        ('[page]\nfigures = "percent"', 4, "did you mean 'per cent'"),
+        ("[page]\ndecimals = -1", 4, "decimals must be a number from 0 to 12"),
+        ('[page]\nquantities = ["ISO8980_3_tau_vv"]', 4, f"did you mean '{TAU_V}'"),
+        (f'[page]\nquantities = ["{TAU_V}", "{TAU_V}"]', 4, "twice"),
+        ('[page]\ntemplates = "none"', 4, "is no folder"),
+        ("[fields]\nobject = { heder = 1 }", 4, "unknown key 'heder'; did you mean 'header'"),
+        ("[fields]\nobject = { ask = 1 }", 4, "ask must be true or false"),
+        ("[field]", 3, "unknown table 'field'; did you mean 'fields'"),
+    ],
+)
+def test_a_mistake_is_told_with_its_line(tmp_path: Path, text: str, line: int, words: str) -> None:
+    (tmp_path / "text.png").write_text("no picture")
+    (tmp_path / "large.png").write_bytes(PNG + bytes(1 << 20))
+    with pytest.raises(vek.Refusal) as refusal:
+        settings(tmp_path, text)
+    told = str(refusal.value)
+    assert told.startswith(f"{tmp_path / 'lab.toml'}: line {line}: ")
+    assert words in told
+
+
+def test_logo_and_templates_of_the_laboratory_are_taken(tmp_path: Path) -> None:
+    (tmp_path / "logo.png").write_bytes(PNG)
+    (tmp_path / "own").mkdir()
+    template = tmp_path / "own/page.html"
+    template.write_text("{{ laboratory.name }} {{ sheets[0].label }} {{ laboratory.logo }}")
+    own = settings(tmp_path, 'logo = "logo.png"\n[page]\ntemplates = "own"')
+    data = base64.b64encode(PNG).decode()
+    assert example(settings=own).html() == f"Lab grey-glass-4mm data:image/png;base64,{data}"
+    for text, words in (
+        ("\n{% if %}", "line 2: no template"),
+        ("\n\n{{ nobody }}", "line 3: no template: 'nobody' is undefined"),
+        ("{{ ''.__class__.__mro__ }}", "line 1: no template: access to attribute '__class__'"),
+    ):
+        (tmp_path / "own/page.html").write_text(text)
+        with pytest.raises(vek.Refusal) as refusal:
+            example(settings=own).html()
+        assert str(refusal.value).startswith(str(template))
+        assert words in str(refusal.value)
+
+
+def test_points_have_the_uncertainty_of_their_components() -> None:
+    spectrum = vek.Spectrum(vek.Scan(range(380, 781, 10), [i / 50 for i in range(41)]))
+    budget = Budget(
+        components=[
+            Component(name="g", kind="gain", standard=0.03),
+            Component(name="o", kind="offset", standard=0.004),
+            Component(name="n", kind="noise", standard=0.005, correlation={"length": 20}),
+            Component(name="i", kind="noise", standard=0.002, correlation="independent"),
+            # The slope is 0.002 per nm.
+            Component(name="w", kind="wavelength", standard=0.5),
+        ]
+    )
+    u = of_points(spectrum, budget)
+    inner = [((0.03 * i / 50) ** 2 + 46e-6) ** 0.5 for i in range(1, 40)]
+    assert u[1:-1] == pytest.approx(inner, rel=1e-6)
+
+
+def test_the_command_writes_a_page(run: Runner, tmp_path: Path) -> None:
+    out = tmp_path / "cert.html"
+    arguments = ["certificate", GREY, "--settings", EXAMPLES / "lab.toml", "--out", out]
+    assert run(*arguments, "--set", "object=A = B") == (0, "", "")
+    assert "Object A = B" in Page(out.read_text()).text
+    assert "--overwrite replaces it" in run.refuse(*arguments)
+    assert run(*arguments, "--overwrite").status == 0
+    assert "Object" not in Page(out.read_text()).text
+    report = tmp_path / "report.html"
+    assert run("report", EXAMPLES / "two-lenses.vek", "--html", report).status == 0
+    page = Page(report.read_text())
+    assert page.text.count("Results") == 2
+    assert "Laboratory" not in page.text
+
+
+def test_many_spectra_make_many_pages(run: Runner, tmp_path: Path) -> None:
+    write_vek(tmp_path / "a.vek", [("Lens/1", flat(0.5)), ("Lens 2", flat(0.6))])
+    write_csv(tmp_path / "b.csv", flat(3.0))
+    out = tmp_path / "pages"
+    result = run("certificate", tmp_path / "a.vek", tmp_path / "b.csv", "--out", f"{out}/")
+    assert result.status == 1
+    assert "b.csv" in result.err
+    assert sorted(path.name for path in out.iterdir()) == ["Lens_1.html", "Lens_2.html"]
+
+
+@pytest.mark.parametrize(
+    ("arguments", "words"),
+    [
+        (["--out", "in.csv", "--overwrite"], "is to be read"),
+        (["--out", "c.html", "--set", "object"], "must be a field and its text"),
+        (["--out", "c.html", "--purpose", "driving"], "--purpose is for --limits"),
+        (["--out", "none/c.html"], "cannot be written"),
+        (["--out", "c.html", "--limits", "none.toml"], "none.toml: cannot be read"),
+        (["--out", "c.html", "in.csv"], "for a page each, --out names a directory: c.html/"),
+    ],
+)
+def test_what_cannot_be_done_is_refused(
+    run: Runner,
+    tmp_path: Path,
+    monkeypatch: pytest.MonkeyPatch,
+    arguments: list[str],
+    words: str,
+) -> None:
+    monkeypatch.chdir(tmp_path)
+    content = write_csv(tmp_path / "in.csv", flat(0.5)).read_bytes()
+    assert words in run.refuse("certificate", *arguments, "in.csv")
+    assert (tmp_path / "in.csv").read_bytes() == content
+    assert not (tmp_path / "c.html").exists()
