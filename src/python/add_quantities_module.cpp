@@ -1,19 +1,11 @@
-#include "python/registration.hpp"
+#include "python/quantity_class.hpp"
 
-#include <pybind11/stl.h>
-
+#include <algorithm>
 #include <functional>
 #include <string>
 #include <vector>
 
-#include "quantities/evaluate.hpp"
-
 namespace vekanalysis::python {
-
-template <>
-inline constexpr bool is_bound_class<colorimetry::data::Table> = true;
-template <>
-inline constexpr bool is_bound_class<quantities::Quantity> = true;
 
 using namespace py::literals;
 
@@ -104,17 +96,18 @@ void add_quantity_class(py::module_& m) {
              [](const Quantity& self) { return "<Quantity " + self.key + ": " + self.name + ">"; });
 }
 
+}  // namespace
+
 py::tuple to_python(const Value& value) {
     return py::make_tuple(value.value,
                           value.problem.empty() ? py::none() : py::object(py::str(value.problem)),
                           to_python(value.needed), to_python(value.covered), value.clear_lens);
 }
 
-}  // namespace
-
 void add_quantities_module(py::module_& m) {
     add_reference_class(m);
     add_quantity_class(m);
+    add_evaluator_class(m);
     m.attr("REFERENCES") = to_tuple(colorimetry::data::tables(), [](const Table& table) {
         return py::cast(table, py::return_value_policy::reference);
     });
@@ -151,6 +144,15 @@ Raises
 ValueError
     If there is none; the text has the nearest key.
 )doc");
+    m.def(
+        "lie_within",
+        [](const Scan& scan, double lowest, double highest) {
+            return std::ranges::all_of(scan.data().values(), [&](double value) {
+                return lowest <= value && value <= highest;
+            });
+        },
+        "scan"_a, "lowest"_a, "highest"_a,
+        "Whether all values of a scan lie between two numbers; NaN does not.");
     m.def(
         "evaluate",
         [](const Scan& spectrum,

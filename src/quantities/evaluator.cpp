@@ -61,27 +61,28 @@ double value_at(const Evaluator::Row& row, std::size_t i) noexcept {
     return value;
 }
 
-/// The spectra side by side; a place without a spectrum gets zeros.
-void load(std::span<const Evaluator::Row> rows, std::span<Four> spectrum) noexcept {
-    constexpr auto step = static_cast<std::ptrdiff_t>(sizeof(double));
-    const bool plain = rows.size() == lane_count &&
-                       std::all_of(rows.begin(), rows.end(), [](const Evaluator::Row& row) {
-                           return !row.is_single && row.step == step;
-                       });
-    if (plain) {
-        for (std::size_t i = 0; i < spectrum.size(); ++i) {
-            for (std::size_t lane = 0; lane < lane_count; ++lane) {
-                std::memcpy(&spectrum[i].lanes[lane], rows[lane].values + i * sizeof(double),
-                            sizeof(double));
-            }
-        }
+/// The spectra side by side; a place without a spectrum gets the last, so that no other is looked
+/// at.
+void load(std::span<const Evaluator::Row> rows, Integrator::Workspace& workspace) noexcept {
+    std::array<Evaluator::Row, lane_count> lanes;
+    for (std::size_t i = 0; i < lane_count; ++i) lanes[i] = rows[std::min(i, rows.size() - 1)];
+    const bool is_single = lanes[0].is_single;
+    const auto step = static_cast<std::ptrdiff_t>(is_single ? sizeof(float) : sizeof(double));
+    const std::span<Four> spectrum = workspace.spectrum;
+    if (std::ranges::all_of(lanes, [&](const Evaluator::Row& row) {
+            return row.is_single == is_single && row.step == step;
+        })) {
+        internal::kernels().load(
+            {lanes[0].values, lanes[1].values, lanes[2].values, lanes[3].values}, is_single,
+            spectrum, workspace.largest);
         return;
     }
     for (std::size_t lane = 0; lane < lane_count; ++lane) {
         for (std::size_t i = 0; i < spectrum.size(); ++i) {
-            spectrum[i].lanes[lane] = lane < rows.size() ? value_at(rows[lane], i) : 0.0;
+            spectrum[i].lanes[lane] = value_at(lanes[lane], i);
         }
     }
+    internal::kernels().find_largest(spectrum, workspace.largest);
 }
 
 void store(const Evaluator::Results& results, std::size_t i, double value) noexcept {
@@ -243,6 +244,14 @@ std::span<const Quantity> Evaluator::quantities() const noexcept {
     return plan_->quantities;
 }
 
+double Evaluator::epsilon() const noexcept {
+    return plan_->epsilon;
+}
+
+spline::Type Evaluator::interpolation() const noexcept {
+    return plan_->type;
+}
+
 std::span<const Value> Evaluator::coverage() const noexcept {
     return plan_->coverage;
 }
@@ -281,7 +290,7 @@ void Evaluator::evaluate(std::span<const Row> rows, std::span<const Results> res
     std::vector<std::array<double, internal::most_fields>> fields(plan.functions.size());
     for (std::size_t begin = 0; begin < rows.size(); begin += lane_count) {
         const std::size_t count = std::min(lane_count, rows.size() - begin);
-        load(rows.subspan(begin, count), workspace.spectrum);
+        load(rows.subspan(begin, count), workspace);
         plan.integrator.integrate(workspace);
         for (std::size_t lane = 0; lane < count; ++lane) {
             for (std::size_t i = 0; i < fields.size(); ++i) {
@@ -345,7 +354,8 @@ void Evaluator::Plan::gradients_of(const PlannedFunction& planned, std::span<con
     }
     double integrals[internal::most_fields] = {};
     if (!values.empty()) {
-        for (std::size_t i = 0; i < n; ++i) workspace.spectrum[i].lanes.fill(values[i]);
+        const Row row{reinterpret_cast<const std::byte*>(values.data()), sizeof(double), false};
+        load({&row, 1}, workspace);
         integrator.integrate(workspace);
         for (std::size_t i = 0; i < planned.integrals.size(); ++i) {
             integrals[i] = workspace.integrals[planned.integrals[i]].lanes[0];

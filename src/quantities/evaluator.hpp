@@ -50,6 +50,8 @@ public:
 
     [[nodiscard]] std::span<const double> wavelengths() const noexcept;
     [[nodiscard]] std::span<const Quantity> quantities() const noexcept;
+    [[nodiscard]] double epsilon() const noexcept;
+    [[nodiscard]] spline::Type interpolation() const noexcept;
 
     /// For each quantity what the grid covers of it, and what a clear lens gives; `problem` where
     /// it is refused for every spectrum.

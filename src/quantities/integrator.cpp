@@ -38,18 +38,6 @@ void replace_lanes(Four& four, const Four& exact, LaneMask mask) noexcept {
     }
 }
 
-/// The largest magnitude of each spectrum, NaN left out.
-Four largest_of(std::span<const Four> spectrum) noexcept {
-    Four largest{};
-    for (const Four& four : spectrum) {
-        for (std::size_t i = 0; i < lane_count; ++i) {
-            const double value = std::abs(four.lanes[i]);
-            largest.lanes[i] = value > largest.lanes[i] ? value : largest.lanes[i];
-        }
-    }
-    return largest;
-}
-
 Pieces pieces_in(std::span<Four> memory) noexcept {
     const std::size_t count = memory.size() / 3;
     return {memory.first(count), memory.subspan(count, count), memory.last(count)};
@@ -195,7 +183,8 @@ Integrator::Workspace Integrator::make_workspace() const {
 }
 
 /// The sum of one, and in which lanes it does not hold.
-void Integrator::sum_evenly(std::size_t index, const Four& largest, Workspace& workspace) const {
+void Integrator::sum_evenly(std::size_t index, Workspace& workspace) const {
+    const Four& largest = workspace.largest;
     const EvenSum& sum = even_sums_[index];
     const Kernels& kernel = kernels();
     const std::span<const Four> spectrum = workspace.spectrum;
@@ -208,8 +197,8 @@ void Integrator::sum_evenly(std::size_t index, const Four& largest, Workspace& w
         // Rules that agree on numbers need not do so on what follows from infinities.
         if (std::isinf(largest.lanes[i])) unsure |= 1U << i;
     }
-    LaneMask suspects = 0;
-    Four result = kernel.sum(values, factors, tolerance, suspects);
+    Four& result = workspace.sums[index];
+    const LaneMask suspects = kernel.sum(values, factors, tolerance, result);
     if (suspects != 0) unsure |= kernel.kinks(values, factors, tolerance);
     for (double& lane : result.lanes) lane *= sum.step;
     for (const auto& [place, weight] : sum.corrections) {
@@ -218,14 +207,12 @@ void Integrator::sum_evenly(std::size_t index, const Four& largest, Workspace& w
         }
     }
     for (const KnotOfSpectrum& knot : sum.slopes) {
-        LaneMask straight = 0;
-        const Four slope = kernel.slope(knot, spectrum, straight);
-        unsure |= straight;
+        Four slope;
+        unsure |= kernel.slope(knot, spectrum, slope);
         for (std::size_t i = 0; i < lane_count; ++i) {
             result.lanes[i] += knot.weight * slope.lanes[i];
         }
     }
-    workspace.sums[index] = result;
     workspace.unsure[index] = unsure;
 }
 
@@ -250,15 +237,15 @@ std::span<const Four> Integrator::values_of(std::size_t index, Workspace& worksp
     return values;
 }
 
-Four Integrator::general(const PlannedIntegral& integral, Workspace& workspace) const {
-    return kernels().integral(product_of(integral), values_of(integral.product, workspace),
-                              integral);
+void Integrator::general(const PlannedIntegral& integral, Workspace& workspace,
+                         Four& result) const {
+    kernels().integral(product_of(integral), values_of(integral.product, workspace), integral,
+                       result);
 }
 
 void Integrator::integrate(Workspace& workspace) const {
     std::fill(workspace.has_values.begin(), workspace.has_values.end(), char{0});
-    const Four largest = even_sums_.empty() ? Four{} : largest_of(workspace.spectrum);
-    for (std::size_t i = 0; i < even_sums_.size(); ++i) sum_evenly(i, largest, workspace);
+    for (std::size_t i = 0; i < even_sums_.size(); ++i) sum_evenly(i, workspace);
     for (std::size_t i = 0; i < planned_.size(); ++i) {
         const auto& [integral, way, index] = planned_[i];
         Four& result = workspace.integrals[i];
@@ -269,17 +256,19 @@ void Integrator::integrate(Workspace& workspace) const {
             case Way::SUM: {
                 const auto& [begin, weights] = sums_[index];
                 const std::span<const Four> spectrum = workspace.spectrum;
-                result = kernels().dot(spectrum.subspan(begin, weights.size()), weights.data());
+                kernels().dot(spectrum.subspan(begin, weights.size()), weights.data(), result);
                 break;
             }
             case Way::EVEN:
                 result = workspace.sums[index];
                 if (const LaneMask unsure = workspace.unsure[index]; unsure != 0) {
-                    replace_lanes(result, general(integral, workspace), unsure);
+                    Four exact;
+                    general(integral, workspace, exact);
+                    replace_lanes(result, exact, unsure);
                 }
                 break;
             case Way::GENERAL:
-                result = general(integral, workspace);
+                general(integral, workspace, result);
                 break;
         }
     }
@@ -316,7 +305,8 @@ void Integrator::differentiate(std::size_t integral, std::span<const double> val
             workspace.spectrum[i + k].lanes[2 * k + 1] -= change;
         }
         std::fill(workspace.has_values.begin(), workspace.has_values.end(), char{0});
-        const Four result = general(planned, workspace);
+        Four result;
+        general(planned, workspace, result);
         for (std::size_t k = 0; k < count; ++k) {
             gradient[i + k] = (result.lanes[2 * k] - result.lanes[2 * k + 1]) / (2.0 * change);
             workspace.spectrum[i + k].lanes.fill(values[i + k]);

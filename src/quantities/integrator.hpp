@@ -51,6 +51,7 @@ public:
     /// Memory for one group of spectra at a time.
     struct Workspace {
         std::vector<Four> spectrum;             // (N)
+        Four largest;                           // magnitude of each spectrum
         std::vector<std::vector<Four>> values;  // of each product
         std::vector<std::vector<Four>> pieces;  // b, c, d one after another
         std::vector<char> has_values;
@@ -60,7 +61,7 @@ public:
     };
     [[nodiscard]] Workspace make_workspace() const;
 
-    /// Fills `integrals` from `spectrum`.
+    /// Fills `integrals` from `spectrum` and `largest`.
     void integrate(Workspace& workspace) const;
 
     /// Derivative of an integral with respect to each value of a spectrum.
@@ -87,9 +88,9 @@ private:
     [[nodiscard]] WeightedSum weighted_sum(const PlannedIntegral& integral) const;
     [[nodiscard]] std::size_t keep(EvenSum sum);
     void choose_way(Plan& plan);
-    void sum_evenly(std::size_t index, const Four& largest, Workspace& workspace) const;
+    void sum_evenly(std::size_t index, Workspace& workspace) const;
     [[nodiscard]] std::span<const Four> values_of(std::size_t index, Workspace& workspace) const;
-    [[nodiscard]] Four general(const PlannedIntegral& integral, Workspace& workspace) const;
+    void general(const PlannedIntegral& integral, Workspace& workspace, Four& result) const;
 
     std::size_t size_;
     Products products_;

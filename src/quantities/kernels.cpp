@@ -1,5 +1,7 @@
 #include "quantities/kernels.hpp"
 
+#include <cstring>
+
 #include "quantities/lanes.hpp"
 
 namespace vekanalysis::quantities::internal {
@@ -9,12 +11,64 @@ namespace {
 // Everything below is inlined by force into the kernels at the end, so that it is compiled for the
 // same machine as they are: a vector must not pass from a function for one to one for another.
 
+VEKANALYSIS_INLINE Lanes larger_of(Lanes largest, Lanes x) {
+    const Lanes magnitude = abs_of(x);
+    return select(magnitude <= largest, largest,
+                  select(magnitude == magnitude, magnitude, largest));
+}
+
+VEKANALYSIS_INLINE void find_largest_body(std::span<const Four> spectrum, Four& result) {
+    Lanes largest = splat(0.0);
+    for (const Four& four : spectrum) largest = larger_of(largest, load(four));
+    store(largest, result);
+}
+
+template <class Number>
+VEKANALYSIS_INLINE double number_at(const std::byte* row, std::size_t i) {
+    Number number;
+    std::memcpy(&number, row + i * sizeof number, sizeof number);
+    return static_cast<double>(number);
+}
+
+template <class Number>
+VEKANALYSIS_INLINE void load_rows(const std::array<const std::byte*, lane_count>& rows,
+                                  std::span<Four> spectrum, Four& result) {
+    Lanes largest = splat(0.0);
+    std::size_t i = 0;
+    for (; i + lane_count <= spectrum.size(); i += lane_count) {
+        const std::size_t place = i * sizeof(Number);
+        Square square{read<Number>(rows[0] + place), read<Number>(rows[1] + place),
+                      read<Number>(rows[2] + place), read<Number>(rows[3] + place)};
+        square = transposed(square);
+        store(square.a, spectrum[i]);
+        store(square.b, spectrum[i + 1]);
+        store(square.c, spectrum[i + 2]);
+        store(square.d, spectrum[i + 3]);
+        largest = larger_of(larger_of(largest, square.a), square.b);
+        largest = larger_of(larger_of(largest, square.c), square.d);
+    }
+    for (; i < spectrum.size(); ++i) {
+        for (std::size_t lane = 0; lane < lane_count; ++lane) {
+            spectrum[i].lanes[lane] = number_at<Number>(rows[lane], i);
+        }
+        largest = larger_of(largest, load(spectrum[i]));
+    }
+    store(largest, result);
+}
+
+VEKANALYSIS_INLINE void load_body(const std::array<const std::byte*, lane_count>& rows,
+                                  bool is_single, std::span<Four> spectrum, Four& largest) {
+    is_single ? load_rows<float>(rows, spectrum, largest)
+              : load_rows<double>(rows, spectrum, largest);
+}
+
 VEKANALYSIS_INLINE Lanes product_at(std::span<const Four> values, const double* factors,
                                     std::size_t i) {
     return load(values[i]) * splat(factors[i]);
 }
 
-VEKANALYSIS_INLINE Four dot_body(std::span<const Four> values, const double* factors) {
+VEKANALYSIS_INLINE void dot_body(std::span<const Four> values, const double* factors,
+                                 Four& result) {
     Lanes even = splat(0.0);
     Lanes odd = splat(0.0);
     std::size_t i = 0;
@@ -23,9 +77,7 @@ VEKANALYSIS_INLINE Four dot_body(std::span<const Four> values, const double* fac
         odd = odd + load(values[i + 1]) * splat(factors[i + 1]);
     }
     if (i < values.size()) even = even + load(values[i]) * splat(factors[i]);
-    Four result;
     store(even + odd, result);
-    return result;
 }
 
 /// Second difference of three neighbours, within the tolerance of 0.
@@ -35,8 +87,8 @@ VEKANALYSIS_INLINE Mask is_straight(Lanes left, Lanes middle, Lanes right, Lanes
 
 /// Points in fours, of which the inner two are looked at: of any two points that are two apart one
 /// is among them, so no kink, which needs both its neighbours straight, escapes.
-VEKANALYSIS_INLINE Four sum_body(std::span<const Four> values, const double* factors,
-                                 const Four& tolerance, LaneMask& suspects) {
+VEKANALYSIS_INLINE LaneMask sum_body(std::span<const Four> values, const double* factors,
+                                     const Four& tolerance, Four& result) {
     const Lanes limit = load(tolerance);
     Lanes even = splat(0.0);
     Lanes odd = splat(0.0);
@@ -61,10 +113,8 @@ VEKANALYSIS_INLINE Four sum_body(std::span<const Four> values, const double* fac
                    is_straight(product_at(values, factors, k - 1), product_at(values, factors, k),
                                product_at(values, factors, k + 1), limit);
     }
-    suspects = bits_of(straight);
-    Four result;
     store(even + odd, result);
-    return result;
+    return bits_of(straight);
 }
 
 VEKANALYSIS_INLINE LaneMask kinks_body(std::span<const Four> values, const double* factors,
@@ -134,8 +184,8 @@ struct KnotSlope {
     }
 };
 
-VEKANALYSIS_INLINE Four slope_body(const KnotOfSpectrum& knot, std::span<const Four> spectrum,
-                                   LaneMask& straight) {
+VEKANALYSIS_INLINE LaneMask slope_body(const KnotOfSpectrum& knot, std::span<const Four> spectrum,
+                                       Four& slope) {
     Lanes p[5];
     for (std::size_t i = 0; i < knot.count; ++i) {
         p[i] = load(spectrum[knot.begin + i]);
@@ -149,10 +199,8 @@ VEKANALYSIS_INLINE Four slope_body(const KnotOfSpectrum& knot, std::span<const F
     if (knot.left_missing) m[0] = splat(2.0) * m[1] - m[2];
     if (knot.right_missing) m[3] = splat(2.0) * m[2] - m[1];
     const KnotSlope at_knot(m[0], m[1], m[2], m[3]);
-    straight = bits_of(at_knot.is_straight);
-    Four result;
-    store(at_knot.slope, result);
-    return result;
+    store(at_knot.slope, slope);
+    return bits_of(at_knot.is_straight);
 }
 
 struct Piece {
@@ -286,12 +334,11 @@ private:
     std::vector<Four> curvatures_;
 };
 
-VEKANALYSIS_INLINE Four integral_body(const Product& product, std::span<const Four> values,
-                                      const PlannedIntegral& planned) {
-    Four result;
+VEKANALYSIS_INLINE void integral_body(const Product& product, std::span<const Four> values,
+                                      const PlannedIntegral& planned, Four& result) {
     if (product.type == spline::Type::AKIMA) {
         store(akima_integral(product, values, planned), result);
-        return result;
+        return;
     }
     const PieceAt piece_at(product, values);
     const auto& x = product.wavelengths;
@@ -300,7 +347,6 @@ VEKANALYSIS_INLINE Four integral_body(const Product& product, std::span<const Fo
         sum = sum + piece_at(i).antiderivative(x[i + 1] - x[i]);
     }
     store(sum + piece_at(planned.last).antiderivative(planned.to), result);
-    return result;
 }
 
 VEKANALYSIS_INLINE void pieces_body(const Product& product, std::span<const Four> values,
@@ -336,24 +382,31 @@ VEKANALYSIS_INLINE void multiply_body(const Product& product, std::span<const Fo
 
 #define VEKANALYSIS_KERNELS(name, attribute)                                                       \
     namespace name {                                                                               \
-    attribute Four dot(std::span<const Four> values, const double* factors) {                      \
-        return dot_body(values, factors);                                                          \
+    attribute void load(const std::array<const std::byte*, lane_count>& rows, bool is_single,      \
+                        std::span<Four> spectrum, Four& largest) {                                 \
+        load_body(rows, is_single, spectrum, largest);                                             \
     }                                                                                              \
-    attribute Four sum(std::span<const Four> values, const double* factors, const Four& tolerance, \
-                       LaneMask& suspects) {                                                       \
-        return sum_body(values, factors, tolerance, suspects);                                     \
+    attribute void find_largest(std::span<const Four> spectrum, Four& largest) {                   \
+        find_largest_body(spectrum, largest);                                                      \
+    }                                                                                              \
+    attribute void dot(std::span<const Four> values, const double* factors, Four& result) {        \
+        dot_body(values, factors, result);                                                         \
+    }                                                                                              \
+    attribute LaneMask sum(std::span<const Four> values, const double* factors,                    \
+                           const Four& tolerance, Four& result) {                                  \
+        return sum_body(values, factors, tolerance, result);                                       \
     }                                                                                              \
     attribute LaneMask kinks(std::span<const Four> values, const double* factors,                  \
                              const Four& tolerance) {                                              \
         return kinks_body(values, factors, tolerance);                                             \
     }                                                                                              \
-    attribute Four slope(const KnotOfSpectrum& knot, std::span<const Four> spectrum,               \
-                         LaneMask& straight) {                                                     \
-        return slope_body(knot, spectrum, straight);                                               \
+    attribute LaneMask slope(const KnotOfSpectrum& knot, std::span<const Four> spectrum,           \
+                             Four& result) {                                                       \
+        return slope_body(knot, spectrum, result);                                                 \
     }                                                                                              \
-    attribute Four integral(const Product& product, std::span<const Four> values,                  \
-                            const PlannedIntegral& planned) {                                      \
-        return integral_body(product, values, planned);                                            \
+    attribute void integral(const Product& product, std::span<const Four> values,                  \
+                            const PlannedIntegral& planned, Four& result) {                        \
+        integral_body(product, values, planned, result);                                           \
     }                                                                                              \
     attribute void pieces(const Product& product, std::span<const Four> values,                    \
                           const Pieces& wanted) {                                                  \
@@ -364,7 +417,7 @@ VEKANALYSIS_INLINE void multiply_body(const Product& product, std::span<const Fo
                             std::span<Four> values) {                                              \
         multiply_body(product, parent, coefficients, wanted, values);                              \
     }                                                                                              \
-    constexpr Kernels all{dot, sum, kinks, slope, integral, pieces, multiply};                     \
+    constexpr Kernels all{load, find_largest, dot, sum, kinks, slope, integral, pieces, multiply}; \
     }
 
 VEKANALYSIS_KERNELS(baseline, )

@@ -41,26 +41,39 @@ struct KnotOfSpectrum {
     std::vector<std::array<double, 5>> factors{};  // of each multiplication
 };
 
+/// They write to memory that they are given: compilers do not align every copy of a returned Four.
 struct Kernels {
-    /// Sum of values[i] * factors[i].
-    Four (*dot)(std::span<const Four> values, const double* factors);
+    /// Spectra side by side, and the largest magnitude of each, NaN left out.
+    ///
+    /// @param rows  the values of each, float64 or float32, one behind the other
+    void (*load)(const std::array<const std::byte*, lane_count>& rows, bool is_single,
+                 std::span<Four> spectrum, Four& largest);
 
-    /// The same; the lanes in which a second difference of the products is so small, against the
-    /// tolerance, that there may be a kink between straight runs.
-    Four (*sum)(std::span<const Four> values, const double* factors, const Four& tolerance,
-                LaneMask& suspects);
+    /// The largest magnitude of each spectrum, NaN left out.
+    void (*find_largest)(std::span<const Four> spectrum, Four& largest);
+
+    /// Sum of values[i] * factors[i].
+    void (*dot)(std::span<const Four> values, const double* factors, Four& result);
+
+    /// The same.
+    ///
+    /// @return the lanes in which a second difference of the products is so small, against the
+    ///         tolerance, that there may be a kink between straight runs
+    LaneMask (*sum)(std::span<const Four> values, const double* factors, const Four& tolerance,
+                    Four& result);
 
     /// The lanes in which the products have such a kink: the second differences on either side of
     /// a point are 0 within the tolerance, and its own is not.
     LaneMask (*kinks)(std::span<const Four> values, const double* factors, const Four& tolerance);
 
-    /// The slope at a knot, bit for bit, and the lanes in which it is undefined: straight on either
-    /// side.
-    Four (*slope)(const KnotOfSpectrum& knot, std::span<const Four> spectrum, LaneMask& straight);
+    /// The slope at a knot, bit for bit.
+    ///
+    /// @return the lanes in which it is undefined: straight on either side
+    LaneMask (*slope)(const KnotOfSpectrum& knot, std::span<const Four> spectrum, Four& slope);
 
     /// Integral of the interpolant of a product with these values.
-    Four (*integral)(const Product& product, std::span<const Four> values,
-                     const PlannedIntegral& planned);
+    void (*integral)(const Product& product, std::span<const Four> values,
+                     const PlannedIntegral& planned, Four& result);
 
     /// The wanted pieces of the interpolant of a product with these values.
     void (*pieces)(const Product& product, std::span<const Four> values, const Pieces& pieces);

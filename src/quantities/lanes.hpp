@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <cstring>
 
 #include "quantities/kernels.hpp"
 
@@ -29,6 +30,29 @@ VEKANALYSIS_INLINE Lanes abs_of(Lanes x) {
 }
 VEKANALYSIS_INLINE Lanes select(Mask mask, Lanes yes, Lanes no) {
     return (Lanes)(((Mask)yes & mask) | ((Mask)no & ~mask));
+}
+template <class Number>
+VEKANALYSIS_INLINE Lanes read(const std::byte* place) {
+    typedef Number Numbers __attribute__((vector_size(lane_count * sizeof(Number))));
+    Numbers numbers;
+    __builtin_memcpy(&numbers, place, sizeof numbers);
+    return __builtin_convertvector(numbers, Lanes);
+}
+struct Square {
+    Lanes a;
+    Lanes b;
+    Lanes c;
+    Lanes d;
+};
+VEKANALYSIS_INLINE Square transposed(const Square& rows) {
+    const Lanes ab_even = __builtin_shufflevector(rows.a, rows.b, 0, 4, 2, 6);
+    const Lanes ab_odd = __builtin_shufflevector(rows.a, rows.b, 1, 5, 3, 7);
+    const Lanes cd_even = __builtin_shufflevector(rows.c, rows.d, 0, 4, 2, 6);
+    const Lanes cd_odd = __builtin_shufflevector(rows.c, rows.d, 1, 5, 3, 7);
+    return {__builtin_shufflevector(ab_even, cd_even, 0, 1, 4, 5),
+            __builtin_shufflevector(ab_odd, cd_odd, 0, 1, 4, 5),
+            __builtin_shufflevector(ab_even, cd_even, 2, 3, 6, 7),
+            __builtin_shufflevector(ab_odd, cd_odd, 2, 3, 6, 7)};
 }
 VEKANALYSIS_INLINE LaneMask bits_of(Mask mask) {
     return static_cast<LaneMask>((mask[0] & 1) | (mask[1] & 2) | (mask[2] & 4) | (mask[3] & 8));
@@ -87,6 +111,24 @@ inline Lanes abs_of(const Lanes& x) {
 }
 inline Lanes select(const Mask& mask, const Lanes& yes, const Lanes& no) {
     return each<Lanes>([&](std::size_t i) { return mask.lanes[i] ? yes.lanes[i] : no.lanes[i]; });
+}
+template <class Number>
+inline Lanes read(const std::byte* place) {
+    Number numbers[lane_count];
+    std::memcpy(numbers, place, sizeof numbers);
+    return each<Lanes>([&](std::size_t i) { return static_cast<double>(numbers[i]); });
+}
+struct Square {
+    Lanes a;
+    Lanes b;
+    Lanes c;
+    Lanes d;
+};
+inline Square transposed(const Square& rows) {
+    const auto column = [&](std::size_t i) {
+        return Lanes{{rows.a.lanes[i], rows.b.lanes[i], rows.c.lanes[i], rows.d.lanes[i]}};
+    };
+    return {column(0), column(1), column(2), column(3)};
 }
 inline LaneMask bits_of(const Mask& mask) {
     LaneMask bits = 0;

@@ -18,6 +18,7 @@ The workers read the files themselves: the paths must mean the same to them.
 
 import os
 from collections.abc import Callable, Mapping, Sequence
+from functools import cache
 from typing import Any
 
 from .errors import Refusal
@@ -63,7 +64,7 @@ def report_rows(
         has no more than ``file`` and ``error``.
     """
     options = reading | {"data_sets": data_sets} | ({"unit": "%"} if percent else {})
-    return file_rows(path, Table("lens"), options)
+    return file_rows(path, _LENSES, options)
 
 
 def light_rows(
@@ -91,8 +92,15 @@ def light_rows(
         Each with the keys ``LIGHT_COLUMNS`` and, on request, ``f1_prime``, else as of
         `report_rows`.
     """
-    table = Table("light", white=white, f1_prime=f1_prime)
-    return file_rows(path, table, reading | {"data_sets": data_sets})
+    return file_rows(path, _light_table(white, f1_prime), reading | {"data_sets": data_sets})
+
+
+_LENSES = Table("lens")
+
+
+@cache
+def _light_table(white: str, f1_prime: bool) -> Table:
+    return Table("light", white=white, f1_prime=f1_prime)
 
 
 def file_rows(

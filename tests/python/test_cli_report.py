@@ -41,7 +41,8 @@ def test_each_figure_is_the_librarys(run: Runner) -> None:
         if value is None:
             assert quantity["band_nm"] == [280.0, 315.0]
         else:
-            assert value == (getattr(expected, field) if field else expected), quantity["key"]
+            number = getattr(expected, field) if field else expected
+            assert value == pytest.approx(number, rel=1e-12, abs=1e-12), quantity["key"]
 
 
 def test_the_document_has_the_keys_that_are_promised(run: Runner) -> None:

@@ -1,6 +1,10 @@
 from collections.abc import Sequence
+from typing import Any
 
-from . import Scan
+import numpy as np
+from numpy.typing import ArrayLike, NDArray
+
+from . import Interpolation, Scan
 
 class Reference:
     @property
@@ -42,12 +46,47 @@ class Quantity:
     @property
     def is_stored(self) -> bool: ...
 
+class Evaluator:
+    def __init__(
+        self,
+        wavelengths: Sequence[float] | NDArray[Any],
+        quantities: Sequence[Quantity],
+        white: Scan,
+        epsilon: float,
+        interpolation: Interpolation,
+    ) -> None: ...
+    def __call__(
+        self, values: ArrayLike, out: NDArray[np.float64] | None = None
+    ) -> NDArray[np.float64]: ...
+    def sensitivities(self, values: ArrayLike | None = None) -> NDArray[np.float64]: ...
+    def fits(self, scan: Scan) -> bool: ...
+    def row(self, scan: Scan) -> list[float | None]: ...
+    @property
+    def wavelengths(self) -> NDArray[np.float64]: ...
+    @property
+    def linear(self) -> tuple[bool, ...]: ...
+    @property
+    def coverage(
+        self,
+    ) -> list[
+        tuple[
+            float | None,
+            str | None,
+            tuple[float, float] | None,
+            tuple[float, float] | None,
+            float | None,
+        ]
+    ]: ...
+    @property
+    def changed_table(self) -> str | None: ...
+
 REFERENCES: tuple[Reference, ...]
 LENS: tuple[Quantity, ...]
 PHOTOMETER: tuple[Quantity, ...]
 
 def light(white: str = "D65") -> tuple[Quantity, ...]: ...
 def quantity(key: str) -> Quantity: ...
+def lie_within(scan: Scan, lowest: float, highest: float) -> bool: ...
 def evaluate(
     spectrum: Scan, quantities: Sequence[Quantity], white: Scan, clear_lens: bool
 ) -> list[

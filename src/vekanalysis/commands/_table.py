@@ -41,12 +41,12 @@ def write_table(arguments: Namespace, table: Table) -> int:
             Progress(len(files), hidden=output == "-" and sys.stdout.isatty()) as progress,
             closing(_results(arguments, files, table)) as results,
         ):
-            csv.writer(out, lineterminator="\n").writerow(table.titles)
-            writer = csv.DictWriter(out, table.keys, lineterminator="\n")
+            writer = csv.writer(out, lineterminator="\n")
+            writer.writerow(table.titles)
             for file, rows in zip(files, results, strict=True):
                 # All rows of a file, counted, or none; a pipe may take for ever, so there not.
                 with interrupts_held() if output != "-" else nullcontext():
-                    writer.writerows(rows)
+                    writer.writerows([row[key] for key in table.keys] for row in rows)
                     tally.add(file, rows)
                 progress.show(tally.done, tally.failed)
     except CannotStart as error:

@@ -1,10 +1,13 @@
 """Quantities of spectra, each a record that says what it is and where it comes from.
 
-``LENS``, ``LIGHT`` and ``PHOTOMETER`` are the catalogues, `evaluate` computes what they list, and
+``LENS``, ``LIGHT`` and ``PHOTOMETER`` are the catalogues, `evaluate` computes what they list, an
+`Evaluator` does so for arrays of spectra on one grid, `Figures` for one spectrum after another, and
 `measurand` makes of a spectrum what they need, or refuses.
 """
 
 from .._core.quantities import LENS, PHOTOMETER, REFERENCES, Quantity, Reference, light, quantity
+from ._evaluator import Evaluator
+from ._figures import Figures, evaluator_for
 from ._measurand import measurand
 from ._values import Value, evaluate, illuminant
 
@@ -13,10 +16,13 @@ __all__ = [
     "LIGHT",
     "PHOTOMETER",
     "REFERENCES",
+    "Evaluator",
+    "Figures",
     "Quantity",
     "Reference",
     "Value",
     "evaluate",
+    "evaluator_for",
     "illuminant",
     "light",
     "measurand",

@@ -2,7 +2,7 @@
 
 import math
 
-from .. import units
+from .. import _core, units
 from ..errors import Refusal, Remedy
 from ..spectrum import Spectrum
 
@@ -108,11 +108,13 @@ def _as_transmittance(spectrum: Spectrum) -> Spectrum:
 
 def _checked_fractions(spectrum: Spectrum) -> Spectrum:
     """Refuse what can be no transmittance."""
-    points = spectrum.scan.items()
-    # Written so that NaN is among them.
-    wrong = [point for point in points if not _LOWEST_FRACTION <= point[1] <= _HIGHEST_FRACTION]
-    if not wrong:
+    scan = spectrum.scan
+    if _core.quantities.lie_within(scan, _LOWEST_FRACTION, _HIGHEST_FRACTION):
         return spectrum
+    # Written so that NaN is among them.
+    wrong = [
+        point for point in scan.items() if not _LOWEST_FRACTION <= point[1] <= _HIGHEST_FRACTION
+    ]
     wavelength, value = max(
         wrong, key=lambda point: abs(point[1]) if math.isfinite(point[1]) else math.inf
     )

@@ -80,8 +80,8 @@ def evaluate(
     >>> vek.quantities.evaluate(lens, ["ISO8980_3_tau_v"])["ISO8980_3_tau_v"].value
     0.25
     """
-    wanted = _records(quantities)
-    white_scan = illuminant(white) if isinstance(white, str) else _scan_of(white)
+    wanted = records_of(quantities)
+    white_scan = white_of(white)
     if isinstance(spectrum, Scan):
         rows = evaluate_scan(spectrum, wanted, white_scan, clear_lens)
         values = map(Value._make, rows)
@@ -132,11 +132,15 @@ def illuminant(name: str) -> Scan:
     raise ValueError(f"no illuminant {name!r}; there are 'A', 'C', 'D65' and 'E'")
 
 
-def _records(quantities: Iterable[Quantity | str] | Quantity | str) -> list[Quantity]:
+def records_of(quantities: Iterable[Quantity | str] | Quantity | str) -> list[Quantity]:
+    """The records that are meant; ValueError if a key is not known."""
     if isinstance(quantities, Quantity | str):
         quantities = (quantities,)
     return [quantity(item) if isinstance(item, str) else item for item in quantities]
 
 
-def _scan_of(spectrum: Spectrum | Scan) -> Scan:
-    return spectrum.scan if isinstance(spectrum, Spectrum) else spectrum
+def white_of(white: Spectrum | Scan | str) -> Scan:
+    """The spectrum of a white, or that of the illuminant that it names."""
+    if isinstance(white, str):
+        return illuminant(white)
+    return white.scan if isinstance(white, Spectrum) else white

@@ -3,7 +3,7 @@
 from collections.abc import Sequence
 from typing import TYPE_CHECKING, Any
 
-from ..quantities import LENS, evaluate, measurand
+from ..quantities import LENS, Figures, measurand
 from ..spectrum import Spectrum
 from ._inputs import Spectra, as_spectra
 from ._report import Report
@@ -36,7 +36,7 @@ def lens(
         Spectral transmittances. Per cent and absorbances are converted, with a note; values of
         which nobody states what they are have to lie between 0 and 1.
     clear_lens : bool
-        Whether transmittances come with that of a clear lens, which takes as long again.
+        Whether transmittances come with that of a clear lens.
     budget : Budget, optional
         Of the uncertainty, which the figures then come with.
     draws, seed
@@ -61,7 +61,12 @@ def lens(
     [0.5496, 0.633]
     """
     transmittances = [measurand(spectrum, "transmittance") for spectrum in as_spectra(spectra)]
-    values = [evaluate(spectrum, LENS, clear_lens=clear_lens) for spectrum in transmittances]
+    figures = Figures(LENS)
+    values = [figures.values(spectrum.scan) for spectrum in transmittances]
+    if not clear_lens:
+        values = [
+            {key: value._replace(clear_lens=None) for key, value in each.items()} for each in values
+        ]
     uncertainty = None
     if budget is not None:
         uncertainty = make_uncertainty(transmittances, LENS, budget, draws, seed)

@@ -5,7 +5,7 @@ from typing import TYPE_CHECKING, Any
 
 from .._core import Scan
 from ..errors import Refusal
-from ..quantities import LIGHT, PHOTOMETER, evaluate
+from ..quantities import LIGHT, PHOTOMETER, Figures, evaluate
 from ..quantities import light as light_quantities
 from ..spectrum import Spectrum
 from ._inputs import Spectra, as_spectra
@@ -61,7 +61,8 @@ def light(
     name = _white_name(white)
     quantities = light_quantities(name) + (PHOTOMETER if f1_prime else ())
     sources = as_spectra(spectra)
-    values = [evaluate(spectrum, quantities, white=white) for spectrum in sources]
+    figures = Figures(quantities, white)
+    values = [figures.values(spectrum) for spectrum in sources]
     uncertainty = None
     if budget is not None:
         known = [q for q in quantities if name == "D65" or not q.key.startswith("CIELAB")]

@@ -21,27 +21,35 @@ def make_row(
     spectrum: Spectrum, quantities: Iterable[Quantity], values: Mapping[str, Value]
 ) -> Row:
     """The row of a spectrum with its figures."""
-    source, (lowest, highest) = spectrum.source, spectrum.range_nm
-    figures: Row = {}
-    notes = [*spectrum.notes]
-    for quantity in quantities:
-        value = values[quantity.key]
-        figures[quantity.key] = value.value
+    figures = {quantity.key: values[quantity.key] for quantity in quantities}
+    numbers = {key: value.value for key, value in figures.items()}
+    return facts_of(spectrum, notes_of(figures)) | numbers
+
+
+def notes_of(values: Mapping[str, Value]) -> list[str]:
+    """What is to be said of figures: why there is none, which part of a band has data."""
+    notes = []
+    for key, value in values.items():
         if value.problem:
-            notes.append(f"{quantity.key}: {value.problem}")
+            notes.append(f"{key}: {value.problem}")
         elif value.needed and value.covered and not value.complete:
             covered, needed = interval(value.covered), interval(value.needed)
-            notes.append(f"{quantity.key}: data cover {covered} of {needed} nm")
-    facts: Row = {
+            notes.append(f"{key}: data cover {covered} of {needed} nm")
+    return notes
+
+
+def facts_of(spectrum: Spectrum, notes: Iterable[str]) -> Row:
+    """What the row of a spectrum says before its figures."""
+    source, (lowest, highest) = spectrum.source, spectrum.range_nm
+    return {
         "file": source.file,
         "data_set": source.data_set if source.data_set is not None else source.column,
         "error": None,
-        "notes": "; ".join(notes) or None,
+        "notes": "; ".join((*spectrum.notes, *notes)) or None,
         "points": spectrum.points,
         "from_nm": lowest,
         "to_nm": highest,
     }
-    return facts | figures
 
 
 UNCERTAIN = ("u", "U", "k")

@@ -3,11 +3,12 @@
 from collections.abc import Sequence
 from typing import TYPE_CHECKING, Any, Literal
 
-from ..quantities import LENS, LIGHT, PHOTOMETER, REFERENCES
+from ..quantities import LENS, LIGHT, PHOTOMETER, REFERENCES, Figures, Value, measurand
 from ..spectrum import Spectrum
+from ._inputs import as_spectra
 from ._lens import lens
 from ._light import light
-from ._rows import FACTS, UNCERTAIN, Row
+from ._rows import FACTS, UNCERTAIN, Row, facts_of, notes_of
 
 if TYPE_CHECKING:
     from ..uncertainty import Budget
@@ -54,7 +55,8 @@ class Table:
         self._f1_prime = f1_prime
         quantities = LENS if kind == "lens" else LIGHT + (PHOTOMETER if f1_prime else ())
         doubtful = {item.name for item in REFERENCES if item.status == "reconstruction"}
-        self.keys = (*FACTS, *(quantity.key for quantity in quantities))
+        self._columns = tuple(quantity.key for quantity in quantities)
+        self.keys = (*FACTS, *self._columns)
         self.titles = (
             *FACTS,
             *(
@@ -67,13 +69,34 @@ class Table:
         if budget is not None:
             more = tuple(f"{q.key}_{name}" for q in quantities for name in UNCERTAIN)
             self.keys, self.titles = self.keys + more, self.titles + more
+        self._figures: Figures | None = None
+        # What is said of figures, for the last spectrum.
+        self._notes: tuple[tuple[Value, ...], list[str]] = (), []
+
+    def __getstate__(self) -> dict[str, Any]:
+        # Made again where it arrives.
+        return self.__dict__ | {"_figures": None}
 
     def rows(self, spectra: Sequence[Spectrum]) -> list[Row]:
         """The rows of spectra; Refusal if one is not what the table is of."""
-        if self._kind == "lens":
+        if self._kind == "light":
+            return light(spectra, self._white, f1_prime=self._f1_prime, budget=self._budget).rows()
+        if self._budget is not None:
             return lens(spectra, clear_lens=False, budget=self._budget).rows()
-        return light(spectra, self._white, f1_prime=self._f1_prime, budget=self._budget).rows()
+        return [self._row(spectrum) for spectrum in as_spectra(spectra)]
 
     def failed(self, file: str, reason: str) -> Row:
         """The row of a file without figures."""
         return dict.fromkeys(self.keys) | {"file": file, "error": reason.removeprefix(f"{file}: ")}
+
+    def _row(self, spectrum: Spectrum) -> Row:
+        """The row that `reports.lens` has of a spectrum, without the report."""
+        if self._figures is None:
+            self._figures = Figures(LENS)
+        lens = measurand(spectrum, "transmittance")
+        numbers, said = self._figures(lens.scan)
+        last, notes = self._notes
+        if said is not last:
+            notes = notes_of(dict(zip(self._columns, said, strict=True)))
+            self._notes = said, notes
+        return facts_of(lens, notes) | dict(zip(self._columns, numbers, strict=True))

@@ -1,0 +1,208 @@
+"""Quantities of arrays of spectra, against those of the spectra one by one."""
+
+import math
+import pickle
+from concurrent.futures import ThreadPoolExecutor
+
+import numpy as np
+import pytest
+from numpy.typing import NDArray
+
+import vekanalysis as vek
+from vekanalysis import colorimetry, quantities
+from vekanalysis.quantities import LENS, LIGHT, PHOTOMETER, Evaluator
+
+V = "ISO8980_3_tau_v"
+GRID = np.arange(315.0, 801.0)
+
+type Floats = NDArray[np.float64]
+
+
+def lenses(grid: Floats, count: int, seed: int = 0) -> Floats:
+    """Lenses with an absorption edge, every third with noise and every fifth rounded."""
+    rng = np.random.default_rng(seed)
+    edge, width = rng.uniform(320, 520, (count, 1)), rng.uniform(2, 40, (count, 1))
+    values = rng.uniform(0, 1, (count, 1)) / (1 + np.exp((edge - grid) / width))
+    values[::3] += rng.normal(0, 0.002, values[::3].shape)
+    values[::5] = values[::5].round(3)
+    return values
+
+
+def grids() -> dict[str, tuple[Floats, vek.Interpolation]]:
+    rng = np.random.default_rng(1)
+    steps = (0.5, 0.7, 1.0, 2.0, 4.0, 5.0, 7.0, 10.0)
+    even = {f"{step} nm": np.arange(300.0, 800.0, step) for step in steps}
+    offset = {f"{step} nm, offset": np.arange(301.3, 790.0, step) for step in steps}
+    partial = {f"{step} nm, a part": np.arange(400.0, 700.5, step) for step in steps[2:]}
+    uneven = {
+        f"about {step} nm": np.cumsum(np.r_[290.0, rng.uniform(0.4, 1.6, int(500 / step)) * step])
+        for step in steps[1:]
+    }
+    akima = {name: (grid, vek.AKIMA) for name, grid in (even | offset | partial | uneven).items()}
+    others = {"linear": (GRID, vek.LINEAR), "cubic": (np.arange(310.0, 800.0, 5.0), vek.CUBIC)}
+    return akima | others
+
+
+def one_by_one(
+    grid: Floats, values: Floats, records: list[quantities.Quantity], form: vek.Interpolation
+) -> list[float]:
+    found = quantities.evaluate(vek.Scan(grid, values, 1e-20, form), records, clear_lens=False)
+    return [math.nan if each.value is None else each.value for each in found.values()]
+
+
+@pytest.mark.parametrize(("grid", "form"), grids().values(), ids=grids())
+def test_an_array_gives_what_its_spectra_give(grid: Floats, form: vek.Interpolation) -> None:
+    records = [*LENS, *PHOTOMETER, *(q for q in LIGHT if not q.key.startswith("CIE"))]
+    values = lenses(grid, 32, seed=len(grid))
+    result = Evaluator(grid, records, interpolation=form)(values)
+    expected = [one_by_one(grid, lens, records, form) for lens in values]
+    np.testing.assert_allclose(result, expected, rtol=1e-12, atol=1e-12)
+
+
+def test_the_functions_themselves_agree() -> None:
+    values = lenses(GRID, 4)
+    keys = [V, "ISO8980_3_tau_signal_led.red", "CIE_1931_chromaticity.y"]
+    e = Evaluator(GRID, keys)
+    assert e.keys == tuple(keys)
+    for row, lens in zip(e(values), values, strict=True):
+        scan = vek.Scan(GRID, lens)
+        expected = (
+            colorimetry.ISO8980_3_tau_v(scan),
+            colorimetry.ISO8980_3_tau_signal_led(scan).red,
+            vek.chromaticity.CIE_1931_chromaticity(scan).y,
+        )
+        np.testing.assert_allclose(row, expected, rtol=1e-12)
+
+
+def test_memory_of_any_layout_is_read_and_written() -> None:
+    keys = [record for record in LENS if "suvb" not in record.key and "uvb" not in record.key]
+    e = Evaluator(GRID, keys)
+    cube = lenses(GRID, 24).reshape(2, 3, 4, -1)
+    expected = e(cube)
+    assert expected.shape == (2, 3, 4, len(keys))
+    assert np.isfinite(expected).all()
+    assert np.array_equal(e(cube[1, 2, 3]), expected[1, 2, 3])
+    assert np.array_equal(e(cube[::-1, :, ::2]), expected[::-1, :, ::2])
+    bands_first = np.asfortranarray(np.moveaxis(cube, 3, 0))
+    assert np.array_equal(e(np.moveaxis(bands_first, 0, 3)), expected)
+    assert np.array_equal(e(np.broadcast_to(cube[0, 0, 0], (5, len(GRID))))[4], expected[0, 0, 0])
+    assert np.array_equal(e(memoryview(cube[0, 0].copy())), expected[0, 0])
+    assert np.array_equal(e(cube[0, 0, 0].tolist()), expected[0, 0, 0])
+    single = cube.astype(np.float32)
+    assert np.array_equal(e(single), e(single.astype(float)))
+    wide = np.zeros((len(keys), 2, 3, 4, 2))
+    out = np.moveaxis(wide[..., 1], 0, 3)
+    assert e(cube, out) is out
+    assert np.array_equal(out, expected)
+    assert not wide[..., 0].any()
+    assert e(np.empty((0, len(GRID)))).shape == (0, len(keys))
+
+
+def test_what_a_grid_refuses_has_its_reason() -> None:
+    e = Evaluator(np.arange(380.0, 781.0), ["ISO8980_3_tau_suvb", V, "ANSI_Z80_3_tau_uva"])
+    assert np.isnan(e(np.ones(401))).tolist() == [True, False, True]
+    uvb, luminous, uva = e.coverage
+    assert uvb.problem == "No data within 290-315 nm"
+    assert luminous == quantities.Value(None, None, (380, 780), (380, 780), luminous.clear_lens)
+    assert luminous.clear_lens == pytest.approx(1, rel=1e-4)
+    assert uva.problem is not None
+    few = Evaluator([400, 500, 600], V)
+    expected = quantities.evaluate(vek.Scan([400, 500, 600], [1, 1, 1]), V)[V]
+    assert few.coverage[0] == expected._replace(value=None)
+
+
+def test_sensitivities_are_those_of_the_quantities() -> None:
+    e = Evaluator(GRID, [V, "CIE_1931_chromaticity.x", "ANSI_Z80_3_tau_spectral_min"])
+    assert e.linear == (True, False, False)
+    (lens,) = lenses(GRID, 1, seed=3)
+    change = e.sensitivities(lens)
+    step = 1e-6
+    for i in range(100, 400, 37):
+        pulse = step * (np.arange(len(GRID)) == i)
+        expected = (e(lens + pulse) - e(lens - pulse)) / (2 * step)
+        np.testing.assert_allclose(change[:, i], expected, rtol=1e-5, atol=1e-8)
+    assert np.array_equal(Evaluator(GRID, V).sensitivities()[0], change[0])
+    with pytest.raises(ValueError, match=r"'CIE_1931_chromaticity.x' is not linear"):
+        e.sensitivities()
+
+
+def test_threads_and_processes_may_share_one() -> None:
+    e = Evaluator(GRID, [*LENS, *LIGHT], interpolation=vek.LINEAR, white="A")
+    values = lenses(GRID, 40)
+    expected = e(values)
+    with ThreadPoolExecutor(4) as pool:
+        for result in pool.map(e, [values] * 8):
+            assert np.array_equal(result, expected, equal_nan=True)
+    again = pickle.loads(pickle.dumps(e))
+    assert (again.keys, again.linear, again.coverage) == (e.keys, e.linear, e.coverage)
+    assert np.array_equal(again(values), expected, equal_nan=True)
+
+
+def test_a_changed_table_is_noticed() -> None:
+    e = Evaluator(GRID, V)
+    table = colorimetry.data.cie_illuminant_d65()
+    before = table[560]
+    try:
+        table[560] = 2 * before
+        assert not e.is_current
+        with pytest.raises(RuntimeError, match="cie_illuminant_d65 has been changed"):
+            e(np.ones(len(GRID)))
+    finally:
+        table[560] = before
+    assert e.is_current
+    assert e(np.ones(len(GRID))) == pytest.approx([1.0], rel=1e-4)
+
+
+@pytest.mark.parametrize(
+    ("values", "error", "text"),
+    [
+        (np.ones(7), ValueError, r"shape \(7,\); the last dimension must be .* 486"),
+        (np.ones((486, 2)), ValueError, r"shape \(486, 2\)"),
+        (np.float64(1), ValueError, r"shape \(\)"),
+        (np.ones(486, int), TypeError, "values of int64; an array of float64 or float32"),
+        (np.ones(486, object), TypeError, "values of object"),
+        (np.ones(486, ">f8"), TypeError, "values of >f8"),
+        (np.ones(486, complex), TypeError, "values of complex128"),
+        (np.ma.masked_less(np.arange(486.0), 3), TypeError, "some values are masked"),
+        ("lens.csv", TypeError, "values of str"),
+        (None, TypeError, "values of NoneType"),
+    ],
+)
+def test_other_values_are_refused(values: object, error: type[Exception], text: str) -> None:
+    e = Evaluator(GRID, V)
+    with pytest.raises(error, match=text):
+        e(values)  # type: ignore[arg-type]
+    if values is not None:
+        with pytest.raises(error, match=text):
+            e.sensitivities(values)  # type: ignore[arg-type]
+
+
+def test_an_unfit_out_is_refused() -> None:
+    e = Evaluator(GRID, [V, V])
+    memory = np.ones((4, len(GRID)))
+    for out, error, text in (
+        (np.empty((4, 3)), ValueError, r"out has shape \(4, 3\); \(4, 2\) is needed"),
+        (np.empty((4, 2), np.float32), TypeError, "writable array of float64"),
+        (np.broadcast_to(np.empty(2), (4, 2)), TypeError, "writable array of float64"),
+        (np.lib.stride_tricks.as_strided(np.empty(8), (4, 2), (8, 8)), ValueError, "itself"),
+        (memory[:, :2], ValueError, "out overlaps values"),
+        ([0.0, 0.0], TypeError, "writable array of float64"),
+    ):
+        with pytest.raises(error, match=text):
+            e(memory, out)  # type: ignore[arg-type]
+    assert (memory == 1).all()
+
+
+@pytest.mark.parametrize(
+    ("grid", "keys", "text"),
+    [
+        ([400, 400, 410], V, "wavelengths must be finite and ascend"),
+        ([400, math.nan], V, "wavelengths must be finite and ascend"),
+        ([400, 410], "ISO8980_3_tau_w", f"the nearest is '{V}'"),
+    ],
+)
+def test_unfit_grids_and_keys_are_refused(grid: list[float], keys: str, text: str) -> None:
+    with pytest.raises(ValueError, match=text):
+        Evaluator(grid, keys)
+    with pytest.raises(ValueError, match="epsilon must not be negative"):
+        Evaluator([400, 410], epsilon=-1.0)
