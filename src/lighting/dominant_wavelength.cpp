@@ -5,7 +5,9 @@
 #include <cstddef>
 #include <optional>
 #include <stdexcept>
+#include <vector>
 
+#include "chromaticity/chromaticity.hpp"
 #include "core/text.hpp"
 #include "lighting/chromaticity.hpp"
 #include "lighting/data/tables.hpp"
@@ -17,6 +19,8 @@ using vekanalysis::internal::general;
 namespace {
 
 constexpr std::size_t locus_points = 471;
+// What rounding and noise may add to a colour on the locus.
+constexpr double highest_purity = 1.01;
 using Locus = std::array<ChromaticityPoint, locus_points>;
 
 const Locus& spectrum_locus() {
@@ -30,6 +34,13 @@ const Locus& spectrum_locus() {
         return points;
     }();
     return locus;
+}
+
+/// The locus as a polygon, which the line of purples closes.
+const std::vector<ChromaticityPoint>& boundary() {
+    static const std::vector<ChromaticityPoint> polygon(spectrum_locus().begin(),
+                                                        spectrum_locus().end());
+    return polygon;
 }
 
 /// Where a line meets an edge: at `along` times its direction, `share` of the edge's length.
@@ -74,8 +85,13 @@ DominantWavelength dominant_wavelength(const ChromaticityPoint& xy,
                                        const ChromaticityPoint& white) {
     internal::require_light(xy);
     internal::require_light(white);
+    if (!chromaticity::contains(boundary(), white)) {
+        throw std::invalid_argument(
+            "lighting::dominant_wavelength: the white lies outside the spectrum locus");
+    }
     const ChromaticityPoint direction{xy.x - white.x, xy.y - white.y};
-    constexpr double least_distance = 1e-9;
+    // Colours nearer than the fourth decimal tells have a direction, but no hue.
+    constexpr double least_distance = 5e-5;
     if (std::hypot(direction.x, direction.y) < least_distance) {
         throw std::invalid_argument(
             "lighting::dominant_wavelength: the colour is that of the white");
@@ -89,8 +105,12 @@ DominantWavelength dominant_wavelength(const ChromaticityPoint& xy,
         throw std::invalid_argument(
             "lighting::dominant_wavelength: the line misses the spectrum locus");
     }
-    if (is_purple) return {behind->share, 1.0 / purple->along, true};
-    return {ahead->share, 1.0 / ahead->along, false};
+    const double purity = 1.0 / (is_purple ? purple->along : ahead->along);
+    if (!(purity <= highest_purity)) {
+        throw std::invalid_argument(
+            "lighting::dominant_wavelength: the colour lies outside the spectrum locus");
+    }
+    return {is_purple ? behind->share : ahead->share, purity, is_purple};
 }
 
 }  // namespace vekanalysis::lighting

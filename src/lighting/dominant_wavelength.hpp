@@ -20,11 +20,13 @@ struct DominantWavelength {
 /// where it meets the line of purples instead, the complementary one, opposite.
 ///
 /// The locus is that of the CIE 1931 observer in steps of 1 nm, 360 to 830 nm, straight between.
-/// Purity is the distance of the colour from the white over that of the boundary in x, y; above 1
-/// for colours outside, which no light has. Source: CIE 15:2018.
-/// @throws std::invalid_argument  "lighting: the chromaticity is not that of a light";
-///     "lighting::dominant_wavelength: the colour is that of the white";
-///     "lighting::dominant_wavelength: the line misses the spectrum locus", for a white outside it
+/// Purity is the distance of the colour from the white over that of the boundary in x, y; up to
+/// 1.01 for colours that noise puts outside. Source: CIE 15:2018.
+/// @throws std::invalid_argument  "lighting: the chromaticity is not that of a light", or
+///     "lighting::dominant_wavelength: ..." and "the white lies outside the spectrum locus", from
+///     where a line may meet it twice or not at all; "the colour lies outside the spectrum locus",
+///     which no light does; "the colour is that of the white", within 5e-5, where there is no hue;
+///     "the line misses the spectrum locus", through its ends
 [[nodiscard]] DominantWavelength dominant_wavelength(const ChromaticityPoint& xy,
                                                      const ChromaticityPoint& white);
 

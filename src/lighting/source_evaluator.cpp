@@ -43,7 +43,8 @@ VisibleGrid::VisibleGrid(std::span<const double> wavelengths, int step, spline::
       n_(visible_points(step)),
       wavelengths_(wavelengths.begin(), wavelengths.end()),
       type_(kernel_type(type)),
-      is_possible_(!wavelengths.empty() && reaches(wavelengths.front(), wavelengths.back())),
+      is_possible_(!wavelengths.empty() && reaches(wavelengths.front(), wavelengths.back()) &&
+                   is_close(widest_gap(wavelengths))),
       source_{} {
     std::tie(first_, last_) = visible_range(wavelengths);
     if (!is_possible_) return;

@@ -52,9 +52,15 @@ void check_reach(const Scan& scan) {
     if (scan.empty()) throw std::invalid_argument("lighting: the spectrum has no points");
     const double from = scan.min_wavelength();
     const double to = scan.max_wavelength();
-    if (internal::reaches(from, to)) return;
-    throw std::invalid_argument("lighting: the spectrum covers " + general(from) + " to " +
-                                general(to) + " nm; at least 400 to 700 nm are needed");
+    if (!internal::reaches(from, to)) {
+        throw std::invalid_argument("lighting: the spectrum covers " + general(from) + " to " +
+                                    general(to) + " nm; at least 400 to 700 nm are needed");
+    }
+    const double gap = internal::widest_gap(scan.data().keys());
+    if (!internal::is_close(gap)) {
+        throw std::invalid_argument("lighting: points are " + general(gap) +
+                                    " nm apart; at most 20 nm from 400 to 700 nm are allowed");
+    }
 }
 
 void check_structure(std::span<const double> wavelengths, std::span<const double> values,
@@ -82,6 +88,9 @@ void require(internal::Obstacle obstacle) {
             throw std::invalid_argument("lighting: no light between 380 and 780 nm");
         case internal::Obstacle::TOO_LARGE:
             throw std::invalid_argument("lighting: the values are too large to be summed");
+        case internal::Obstacle::NOISY:
+            throw std::invalid_argument(
+                "lighting: what is below zero is more than a third of what is above");
         default:
             break;
     }
@@ -150,6 +159,20 @@ bool reaches(double from, double to) noexcept {
     return from <= needed_from + end_reach && to >= needed_to - end_reach;
 }
 
+double widest_gap(std::span<const double> wavelengths) noexcept {
+    double widest = 0.0;
+    for (std::size_t i = 1; i < wavelengths.size(); ++i) {
+        if (wavelengths[i] <= needed_from || wavelengths[i - 1] >= needed_to) continue;
+        widest = std::max(widest, wavelengths[i] - wavelengths[i - 1]);
+    }
+    return widest;
+}
+
+bool is_close(double gap) noexcept {
+    // Wavelengths in other units are converted, and then not quite even.
+    return gap <= 20.0 + 1e-6;
+}
+
 std::array<double, 3> own_weight(std::span<const double> wavelengths, std::size_t i) {
     static const ColourMatching& matching = colour_matching(1931, 1);
     const double before = i > 0 ? wavelengths[i - 1] : wavelengths[i];
@@ -176,7 +199,11 @@ Obstacle judge(std::span<const double> values, const colorimetry::CIEXYZ& xyz) n
     if (2.0 * negative > static_cast<double>(values.size())) return Obstacle::NEGATIVE;
     if (!(xyz.Y > 0.0)) return Obstacle::DARK;
     if (!std::isfinite(xyz.X + 15.0 * xyz.Y + 3.0 * xyz.Z)) return Obstacle::TOO_LARGE;
-    return Obstacle::NONE;
+    const double below = sum_in_lanes(
+        values.size(), [values](std::size_t i) { return values[i] < 0.0 ? -values[i] : 0.0; });
+    const double sum = sum_in_lanes(values.size(), [values](std::size_t i) { return values[i]; });
+    // The sum has what is below zero in it once, with its sign.
+    return 2.0 * below > sum ? Obstacle::NOISY : Obstacle::NONE;
 }
 
 VisibleSpectrum::VisibleSpectrum(const Scan& scan, int step)

@@ -54,7 +54,7 @@ struct ColourMatching {
 [[nodiscard]] const ColourMatching& colour_matching(int observer, int step);
 
 /// Why a spectrum has no light quantities.
-enum class Obstacle { NONE, NEGATIVE, DARK, TOO_LARGE };
+enum class Obstacle { NONE, NEGATIVE, DARK, TOO_LARGE, NOISY };
 
 /// What the points of a spectrum between 380 and 780 nm add to its tristimulus values by the
 /// trapezoidal rule.
@@ -75,6 +75,13 @@ inline constexpr double end_reach = 0.5;
 /// Whether data from `from` to `to` (nm) reach far enough.
 [[nodiscard]] bool reaches(double from, double to) noexcept;
 
+/// The widest gap (nm) between neighbouring points from 400 to 700 nm.
+[[nodiscard]] double widest_gap(std::span<const double> wavelengths) noexcept;
+
+/// Whether a gap is at most 20 nm, the widest that ASTM E308 has tables for: wider ones say too
+/// little of a spectrum.
+[[nodiscard]] bool is_close(double gap) noexcept;
+
 /// Whether sums on a grid give another chromaticity than a spectrum's own points do.
 [[nodiscard]] bool is_shifted(const colorimetry::CIEXYZ& on_grid,
                               const colorimetry::CIEXYZ& own) noexcept;
@@ -90,9 +97,10 @@ inline constexpr double end_reach = 0.5;
 class VisibleSpectrum {
 public:
     /// @throws std::invalid_argument  for the step; "lighting: ..." where the spectrum has no
-    ///     points, does not reach far enough, is not finite, is below zero over most of the grid,
-    ///     has no light, or has structure so fine that the sums in this step give another
-    ///     chromaticity than its own points do (0.001 in CIE 1960 uv or more)
+    ///     points, does not reach far enough, has gaps above 20 nm from 400 to 700 nm, is not
+    ///     finite, is below zero over most of the grid, has no light, or has structure so fine that
+    ///     the sums in this step give another chromaticity than its own points do (0.001 in CIE
+    ///     1960 uv or more)
     /// @throws std::runtime_error     the errors of the interpolant
     VisibleSpectrum(const Scan& scan, int step);
 

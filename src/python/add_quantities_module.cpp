@@ -92,6 +92,7 @@ void add_quantity_class(py::module_& m) {
                       "Whether what the data do not cover counts as 0, and not as nothing.")
         .def_readonly("is_stored", &Quantity::is_stored,
                       "Whether the value is a number of the data and has its digits.")
+        .def_readonly("is_detail", &Quantity::is_detail, "Whether it stands in full reports alone.")
         .def("__repr__",
              [](const Quantity& self) { return "<Quantity " + self.key + ": " + self.name + ">"; });
 }

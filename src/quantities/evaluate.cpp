@@ -60,6 +60,14 @@ private:
     std::map<const Function*, Result> computed_;
 };
 
+/// What a function has thrown, without its name in front where that is of `lighting`: a report says
+/// what the reason is of.
+std::string reason(const std::string& thrown) {
+    const std::size_t colon = thrown.find(": ");
+    const bool is_named = thrown.rfind("lighting", 0) == 0 && colon != std::string::npos;
+    return is_named ? thrown.substr(colon + 2) : thrown;
+}
+
 Scan clear_lens_at(const Scan& spectrum) {
     return {spectrum.get_wavelengths(), std::vector<double>(spectrum.size(), 1.0),
             spectrum.get_wavelength_epsilon(), spectrum.get_interpolation_type()};
@@ -83,13 +91,16 @@ Value evaluate_one(const Quantity& quantity, const Scan& spectrum, Results& resu
     try {
         const double number = results.of(quantity);
         if (!std::isfinite(number)) {
-            value.problem = "The result is not a finite number";
+            const auto why = quantity.function->why_missing;
+            value.problem = std::isnan(number) && why != nullptr
+                                ? "Not computable: " + why(spectrum, quantity.field)
+                                : "The result is not a finite number";
             return value;
         }
         if (clear != nullptr && quantity.is_transmittance) value.clear_lens = clear->of(quantity);
         value.value = number;
     } catch (const std::runtime_error& error) {
-        value.problem = std::string("Not computable: ") + error.what();
+        value.problem = "Not computable: " + reason(error.what());
     }
     return value;
 }

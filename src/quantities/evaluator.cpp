@@ -287,7 +287,10 @@ const char* Evaluator::changed_table() const {
 void Evaluator::evaluate(std::span<const Row> rows, std::span<const Results> results) const {
     const Plan& plan = *plan_;
     auto workspace = plan.integrator.make_workspace();
-    std::vector<std::array<double, internal::most_fields>> fields(plan.functions.size());
+    std::vector<std::vector<double>> fields;
+    for (const PlannedFunction& planned : plan.functions) {
+        fields.emplace_back(planned.function->field_count);
+    }
     for (std::size_t begin = 0; begin < rows.size(); begin += lane_count) {
         const std::size_t count = std::min(lane_count, rows.size() - begin);
         load(rows.subspan(begin, count), workspace);

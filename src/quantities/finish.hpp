@@ -8,7 +8,7 @@
 /// The step from integrals to the fields of a function.
 namespace vekanalysis::quantities::internal {
 
-/// No function has more fields or integrals.
+/// No form has more fields or integrals.
 inline constexpr std::size_t most_fields = 4;
 
 /// @param integrals  those of the form

@@ -34,6 +34,8 @@ struct Function {
     /// How it follows from integrals of products, of the tables as they are; null where it does
     /// not.
     Form (*form)(const Scan& white) = nullptr;
+    /// Why one field is NaN where the others have values; null where that does not happen.
+    std::string (*why_missing)(const Scan& spectrum, std::size_t field) = nullptr;
 };
 
 /// One quantity of a report.
@@ -54,6 +56,7 @@ struct Quantity {
     bool is_transmittance = false;  // whether a clear lens tells something of sampling and coverage
     bool is_integral = true;  // whether what the data do not cover counts as 0, not as nothing
     bool is_stored = false;   // whether it is a number of the data and has its digits
+    bool is_detail = false;   // whether it stands in full reports alone
 
     const Function* function = nullptr;
     std::size_t field = 0;

@@ -1,9 +1,10 @@
 """Spectra drawn with Matplotlib, which is imported by the call."""
 
+import math
 from collections.abc import Iterable, Mapping, Sequence
 from typing import TYPE_CHECKING, Any, cast
 
-from ._core import Scan, colorimetry, io, utils
+from ._core import Scan, colorimetry, io, lighting, utils
 from ._optional import require
 from .errors import Refusal
 from .spectrum import Spectrum
@@ -114,6 +115,125 @@ def plot(
     if ax.get_legend_handles_labels()[0]:
         ax.legend(loc="best", framealpha=0.9)
     return ax
+
+
+def draw_spectral_colours(
+    ax: Axes, scan: Scan, lowest: float = 380.0, highest: float = 780.0
+) -> None:
+    """Fill the area below a spectrum with the colours of its wavelengths, as a screen has them.
+
+    Parameters
+    ----------
+    ax : matplotlib.axes.Axes
+    scan : Scan
+        Drawn between ``lowest`` and ``highest`` nm, where it has data.
+    """
+    low = max(lowest, scan.min_wavelength())
+    high = min(highest, scan.max_wavelength())
+    steps = max(1, round(high - low))
+    edges = [low + (high - low) * i / steps for i in range(steps + 1)]
+    values = [scan(wl) for wl in edges]
+    for i in range(steps):
+        colour = _colour_of(0.5 * (edges[i] + edges[i + 1]))
+        # The edge covers the seam to the neighbour.
+        ax.fill_between(edges[i : i + 2], values[i : i + 2], color=colour, linewidth=0.5)
+
+
+def draw_chromaticities(ax: Axes, points: Mapping[str, tuple[float, float]]) -> None:
+    """Draw chromaticities into the CIE 1976 diagram with spectrum locus and Planckian locus.
+
+    Parameters
+    ----------
+    ax : matplotlib.axes.Axes
+    points : mapping of str to (float, float)
+        u' and v' by label.
+    """
+    locus = [_uv_of_wavelength(wl) for wl in range(400, 701, 5)]
+    ax.plot(*zip(*locus, locus[0], strict=True), color="#808080", linewidth=1.0)
+    for wl in (460, 480, 500, 520, 560, 580, 600, 620):
+        ax.annotate(f"{wl}", _uv_of_wavelength(wl), fontsize="x-small", color="#606060")
+    radiators = [lighting.chromaticity(lighting.planckian(1e6 / m)) for m in range(10, 901, 10)]
+    ax.plot(
+        [p.u_prime for p in radiators],
+        [p.v_prime for p in radiators],
+        color="#202020",
+        linewidth=1.0,
+        label="Planckian locus",
+    )
+    for label, (u, v) in points.items():
+        ax.plot(u, v, marker="o", linestyle="", label=_as_text(label))
+    ax.set_aspect("equal")
+    ax.set_xlabel("u'")
+    ax.set_ylabel("v'")
+    ax.legend(loc="lower right", fontsize="small")
+
+
+def draw_colour_vectors(ax: Axes, fidelities: Mapping[str, lighting.ColourFidelity]) -> None:
+    """Draw the colour vector graphic of ANSI/IES TM-30: chroma and hue shifts around the circle.
+
+    The circle is the reference; each hue bin stands at its middle, as the local shifts of the
+    method do.
+
+    Parameters
+    ----------
+    ax : matplotlib.axes.Axes
+    fidelities : mapping of str to ColourFidelity
+        By label; with one of them arrows show the shift of each bin.
+    """
+    angles = [math.pi * (2 * i + 1) / 16 for i in range(16)]
+    around = [math.pi * i / 180 for i in range(361)]
+    ax.plot(*zip(*map(_on_circle, around), strict=True), color="#202020", linewidth=1.0)
+    for label, fidelity in fidelities.items():
+        ends = []
+        for angle, hue_bin in zip(angles, fidelity.bins, strict=True):
+            x, y = _on_circle(angle)
+            chroma, hue = hue_bin.Rcs / 100.0, hue_bin.Rhs
+            ends.append((x * (1.0 + chroma) - y * hue, y * (1.0 + chroma) + x * hue))
+        ax.plot(*zip(*ends, ends[0], strict=True), label=_as_text(label))
+        if len(fidelities) == 1:
+            for angle, end in zip(angles, ends, strict=True):
+                ax.annotate(
+                    "", end, _on_circle(angle), arrowprops={"arrowstyle": "->", "linewidth": 0.8}
+                )
+        ax.set_title(f"Rf {fidelity.Rf:.0f}, Rg {fidelity.Rg:.0f}" * (len(fidelities) == 1))
+    for i, angle in enumerate(angles, start=1):
+        x, y = _on_circle(angle)
+        ax.annotate(f"{i}", (1.32 * x, 1.32 * y), ha="center", va="center", fontsize="x-small")
+    ax.set_aspect("equal")
+    ax.set_axis_off()
+    ax.set_xlim(-1.5, 1.5)
+    ax.set_ylim(-1.5, 1.5)
+    if len(fidelities) > 1:
+        ax.legend(loc="center", fontsize="small")
+
+
+def _on_circle(angle: float) -> tuple[float, float]:
+    return math.cos(angle), math.sin(angle)
+
+
+def _colour_of(wavelength: float) -> tuple[float, float, float]:
+    """The colour of a wavelength on a screen, darker where the eye hardly sees."""
+    xyz = _matching(wavelength)
+    total = sum(xyz)
+    brightness = (0.3 + 0.7 * min(1.0, total)) / total
+    white = colorimetry.CIEXYZ(1.0, 1.0, 1.0)
+    colour = colorimetry.CIEXYZ_to_sRGB(
+        colorimetry.CIEXYZ(*(brightness * value for value in xyz)), white
+    )
+    return colour.red, colour.green, colour.blue
+
+
+def _matching(wavelength: float) -> tuple[float, float, float]:
+    data = colorimetry.data
+    x = data.cie_1931_standard_observer_x()(wavelength)
+    y = data.cie_1931_standard_observer_y()(wavelength)
+    return x, y, data.cie_1931_standard_observer_z()(wavelength)
+
+
+def _uv_of_wavelength(wavelength: float) -> tuple[float, float]:
+    x, y, z = _matching(wavelength)
+    divisor = x + 15.0 * y + 3.0 * z
+    return 4.0 * x / divisor, 9.0 * y / divisor
 
 
 # What a measurement file states: title of the x axis, quantity, unit.

@@ -3,7 +3,9 @@
 from __future__ import annotations
 
 import csv
+import math
 import re
+from collections.abc import Callable
 from itertools import pairwise
 from pathlib import Path
 
@@ -11,6 +13,7 @@ import pytest
 from cli import Runner, flat, write_csv, write_vek
 
 import vekanalysis as vek
+from vekanalysis import lighting
 
 NAMES = [name for name in dir(vek.colorimetry.data) if not name.startswith("_")]
 LAB = "CIELAB_tristimulus_values"
@@ -20,6 +23,10 @@ def reference(name: str) -> vek.Scan:
     scan = getattr(vek.colorimetry.data, name)()
     assert isinstance(scan, vek.Scan)
     return scan
+
+
+def built_in(name: str) -> vek.Scan:
+    return reference(name) if name in NAMES else vek.reports.built_in(name).scan
 
 
 def test_daylight_is_white_to_itself(run: Runner) -> None:
@@ -105,15 +112,117 @@ def test_a_table_of_lights_has_the_figures_of_the_report(run: Runner, tmp_path: 
     assert "irradiance in mW m-2 nm-1, divided by 1000" in row["notes"]
 
 
-def test_the_wien_temperature_is_a_black_bodys(run: Runner, tmp_path: Path) -> None:
-    body = [(wl, vek.physics.planks_law_sr_nm(5000.0, wl)) for wl, _ in flat(0.0, 300, 900, 1)]
-    result = run("light", "--json", write_csv(tmp_path / "body.csv", body))
-    # Wien's constant, 2.8977721e-3 m K, over 5000 K is 579.55 nm.
-    assert result.value("peak_wavelength")["value"] == 580.0
-    temperature = result.value("wiens_displacement_law_T")["value"]
-    assert temperature == pytest.approx(2.8977721e6 / 580, rel=1e-12)
-    rising = run("light", "--json", "--reference", "cie_illuminant_a")
-    assert "end of the data" in rising.value("wiens_displacement_law_T")["problem"]
+# Correlated colour temperature, x, y, Ra, and how far off these may be: CIE 15:2018, Table 10.1.
+CERTIFIED = {"FL2": (4230, 0.3721, 0.3751, 64), "FL4": (2940, 0.4402, 0.4031, 51)}
+PRINTED = (10, 5e-5, 5e-5, 0.5)
+
+
+@pytest.mark.parametrize("name", CERTIFIED)
+def test_a_report_leads_with_what_a_certificate_has(run: Runner, name: str) -> None:
+    report = run("light", "--json", "--reference", name)
+    keys = ("correlated_colour_temperature.cct", "chromaticity.x", "chromaticity.y")
+    figures = [report.value(key)["value"] for key in (*keys, "colour_rendering.Ra")]
+    for figure, published, tolerance in zip(figures, CERTIFIED[name], PRINTED, strict=True):
+        assert figure == pytest.approx(published, abs=tolerance)
+    found = lighting.colour_fidelity(lighting.reference(name))
+    assert report.value("colour_fidelity.Rf")["value"] == found.Rf
+    assert report.value("colour_fidelity.bins.16.Rhs")["value"] == found.bins[15].Rhs
+    text, full = (run("light", "--reference", name, *more).out for more in ([], ["--full"]))
+    symbols = re.findall(r"^  ([^\s\d]\S*) ", text, re.MULTILINE)
+    lead = "E_v E_e T_cp D_uv x y u' v' Ra R9 Rf Rg EDI S/P PPFD λ_peak λ_d"
+    assert symbols == lead.split()
+    more = re.findall(r"^  ([^\s\d]\S*) ", full, re.MULTILINE)
+    assert {"R15", "Rcs1", "Rhs16", "E_R", "Y"} < set(more)
+    assert set(symbols) < set(more)
+    assert max(map(len, text.splitlines())) <= 80
+    assert "Wien" not in full
+
+
+LINEAR_GRID = [380.0 + 2 * i for i in range(201)]
+NEEDS_A_UNIT = ("illuminance", "band_total", "alpha_opic.melanopic.edi", "photon_flux")
+RELATIVE = ("correlated_colour_temperature.cct", "chromaticity.x", "colour_rendering.Ra")
+RELATIVE += ("colour_fidelity.Rf", "scotopic_photopic_ratio", "alpha_opic.melanopic.der")
+
+
+@pytest.mark.parametrize(
+    ("unit", "reason"),
+    [
+        ("", "not known to be an irradiance; its unit is not stated"),
+        (" [counts]", "counts, not an irradiance; its unit is counts"),
+    ],
+)
+def test_a_relative_spectrum_has_what_needs_no_scale(
+    run: Runner, tmp_path: Path, unit: str, reason: str
+) -> None:
+    lamp = tmp_path / "lamp.csv"
+    lamp.write_text(f"nm;value{unit}\n" + "".join(f"{wl:g};{wl}\n" for wl in LINEAR_GRID))
+    report = run("light", "--json", lamp)
+    for key in NEEDS_A_UNIT:
+        assert report.value(key)["problem"] == f"Not computable: {reason}"
+    assert all(report.value(key)["value"] is not None for key in RELATIVE)
+    warned = any("responsivity" in note for note in report.document["spectra"][0]["notes"])
+    assert warned == bool(unit)
+
+
+@pytest.mark.parametrize(
+    ("key", "value_at", "reason"),
+    [
+        ("colour_rendering.Ra", lambda wl: 0.0, "no light between 380 and 780 nm"),
+        ("chromaticity.x", lambda wl: -1.0, "below zero over most of 380 to 780 nm"),
+        ("photon_flux", lambda wl: -1.0, "the total is below zero"),
+        ("colour_fidelity.Rg", lambda wl: float(520 < wl < 540), "Duv is 0."),
+        ("correlated_colour_temperature.duv", lambda wl: float(520 < wl < 540), "beyond 0.05"),
+        ("dominant_wavelength.wavelength", lambda wl: float(not 480 < wl < 600), "purple"),
+        ("dominant_wavelength.complementary", lambda wl: float(wl > 560), "a dominant wavelength"),
+        ("hazard_weighted.retinal_thermal", lambda wl: 1.0, "380 to 780 nm, not 380 to 1400 nm"),
+        ("peak_wavelength", lambda wl: wl, "780 nm, is at the end of the data"),
+        ("bandwidth.width", lambda wl: float(wl in (450, 600)), "more than one peak rises"),
+    ],
+)
+def test_a_quantity_that_cannot_be_had_says_why(
+    run: Runner, tmp_path: Path, key: str, value_at: Callable[[float], float], reason: str
+) -> None:
+    path = write_csv(tmp_path / "lamp.csv", [(wl, value_at(wl)) for wl in LINEAR_GRID])
+    value = run("light", "--json", "--unit", "W m-2 nm-1", path).value(key)
+    assert value["value"] is None
+    assert reason in value["problem"]
+    assert "lighting" not in value["problem"]
+
+
+def test_a_radiance_has_a_luminance(run: Runner, tmp_path: Path) -> None:
+    path = write_csv(tmp_path / "screen.csv", flat(0.002))
+    options = ("--kind", "radiance", "--unit", "W m-2 sr-1 nm-1", path)
+    report = run("light", "--json", *options)
+    lux = run("light", "--json", "--unit", "W m-2 nm-1", path).value("illuminance")["value"]
+    assert report.value("luminance")["value"] == lux
+    assert report.value("illuminance")["value"] is None
+    weighted = report.value("hazard_weighted.radiance.blue_light")["value"]
+    assert weighted == lighting.hazard_weighted(vek.io.load_csv(path)).blue_light
+    text = run("light", *options).out
+    assert "  L_v " in text
+    assert "  E_v " not in text
+
+
+def test_a_source_far_from_its_reference_is_told(run: Runner, tmp_path: Path) -> None:
+    pinkish = [(wl, wl if abs(wl - 550) > 25 else 0.5 * wl) for wl in LINEAR_GRID]
+    out = run("light", write_csv(tmp_path / "lamp.csv", pinkish)).out
+    assert "beyond the 0.0054 for which CIE 13.3 is meant" in " ".join(out.split())
+
+
+def test_a_picture_has_spectrum_chromaticity_and_colour_vectors() -> None:
+    pytest.importorskip("matplotlib")
+    lamp = vek.reports.built_in("FL2")
+    _, diagram, vectors = vek.reports.light(lamp).figure().axes
+    (point,) = [line for line in diagram.lines if line.get_label() == "FL2"]
+    chromaticity = lighting.chromaticity(lamp.scan)
+    assert point.get_xydata().tolist() == [[chromaticity.u_prime, chromaticity.v_prime]]
+    ring = vectors.lines[1].get_xydata()
+    # Of bin 1, whose middle is at 11.25 degrees, the way outwards is the shift of its chroma.
+    shift = lighting.colour_fidelity(lamp.scan).bins[0].Rcs / 100
+    angle = math.radians(11.25)
+    assert ring[0] @ (math.cos(angle), math.sin(angle)) == pytest.approx(1 + shift)
+    dark = vek.Scan(LINEAR_GRID, [0.0] * len(LINEAR_GRID))
+    assert len(vek.reports.light(dark).figure().axes) == 1
 
 
 def test_the_mismatch_of_a_photometer_comes_on_request(run: Runner, tmp_path: Path) -> None:
@@ -127,11 +236,12 @@ def test_the_mismatch_of_a_photometer_comes_on_request(run: Runner, tmp_path: Pa
 
 def test_all_built_in_spectra_are_listed(run: Runner) -> None:
     listed = run("references", "--json").document["references"]
-    assert sorted(item["name"] for item in listed) == sorted(NAMES)
+    of_lighting = [item.name for item in lighting.references()]
+    assert sorted(item["name"] for item in listed) == sorted(NAMES + of_lighting)
     reconstructions = {item["name"] for item in listed if item["status"] == "reconstruction"}
     assert reconstructions == {name for name in NAMES if re.search("signal|incand|led_", name)}
     for item in listed:
-        scan = reference(item["name"])
+        scan = built_in(item["name"])
         assert item["range_nm"] == [scan.min_wavelength(), scan.max_wavelength()]
         assert item["points"] == len(scan.wavelengths())
         assert scan[item["peak"]["wavelength_nm"]] == item["peak"]["value"] == max(scan.values())
@@ -139,15 +249,20 @@ def test_all_built_in_spectra_are_listed(run: Runner) -> None:
         assert item["step_nm"] == (steps.pop() if len(steps) == 1 else None)
     text = run("references").out
     assert max(map(len, text.splitlines())) <= 90
-    assert all(f"  {name} " in text for name in NAMES)
+    assert all(f"  {name} " in text for name in NAMES + of_lighting)
+    assert "daylight(T): phase of daylight of T = 4000 to 25000 K" in text
+    daylight = run("light", "--json", "--reference", "daylight(7500)")
+    temperature = daylight.value("correlated_colour_temperature.cct")["value"]
+    assert temperature == pytest.approx(7500, abs=5)
+    assert "from 4000 to 25000 K" in run.refuse("references", "daylight(3000)")
 
 
-@pytest.mark.parametrize("name", NAMES)
+@pytest.mark.parametrize("name", [*NAMES, "FL3.15", "planckian(2856)"])
 def test_a_built_in_spectrum_comes_as_csv_that_reads_back(
     run: Runner, tmp_path: Path, name: str
 ) -> None:
     path = tmp_path / "reference.csv"
     path.write_text(run("references", name).out)
-    assert [*vek.io.load_csv(path).items()] == [*reference(name).items()]
+    assert [*vek.io.load_csv(path).items()] == [*built_in(name).items()]
     document = run("references", name, "--json").document
-    assert (document["wavelengths_nm"], document["values"]) == reference(name).to_lists()
+    assert (document["wavelengths_nm"], document["values"]) == built_in(name).to_lists()

@@ -196,6 +196,16 @@ REFUSALS: list[tuple[Callable[[Scan], object], Scan, str]] = [
     (correlated_colour_temperature, of(lambda _: 0.0), "no light between 380 and 780 nm"),
     (correlated_colour_temperature, of(lambda wl: NAN if wl == 543 else 1.0), "at 543 nm is not"),
     (correlated_colour_temperature, of(lambda wl: 9.0 if wl == 555 else -0.01), "below zero over"),
+    (
+        correlated_colour_temperature,
+        of(lambda wl: 0.1 + math.sin(37 * wl)),
+        "below zero is more than a third",
+    ),
+    (
+        correlated_colour_temperature,
+        of(lambda _: 1.0, [380.0, *range(400, 701, 30), 780.0]),
+        "points are 30 nm apart; at most 20 nm",
+    ),
     (correlated_colour_temperature, of(lambda _: 1e308), "too large to be summed"),
     (
         lighting.alpha_opic,
@@ -217,7 +227,28 @@ REFUSALS: list[tuple[Callable[[Scan], object], Scan, str]] = [
     (lighting.bandwidth, lighting.planckian(3000), "does not fall to the level"),
     (lambda scan: lighting.hazard_weighted(scan, "2020"), source("E"), "edition must be"),
     (lambda _: lighting.dominant_wavelength((0.3, 0.3), (0.3, 0.3)), Scan(), "that of the white"),
-    (lambda _: lighting.dominant_wavelength((0.9, 0.3), (0.8, 0.3)), Scan(), "misses the spectrum"),
+    (lambda _: lighting.dominant_wavelength((0.3, 0.3), (0.30004, 0.3)), Scan(), "of the white"),
+    # From outside a line to the left enters the locus, one to the right meets nothing.
+    (
+        lambda _: lighting.dominant_wavelength((0.7, 0.3), (0.8, 0.3)),
+        Scan(),
+        "the white lies outside",
+    ),
+    (
+        lambda _: lighting.dominant_wavelength((0.9, 0.3), (0.8, 0.3)),
+        Scan(),
+        "the white lies outside",
+    ),
+    (
+        lambda _: lighting.dominant_wavelength((0.05, 0.05), (1 / 3, 1 / 3)),
+        Scan(),
+        "colour lies outs",
+    ),
+    (
+        lambda _: lighting.dominant_wavelength((0.9, 0.05), (1 / 3, 1 / 3)),
+        Scan(),
+        "colour lies outs",
+    ),
     (lambda _: lighting.chromaticity((0.3, NAN)), Scan(), "not that of a light"),
     (lambda _: lighting.daylight(3999), Scan(), "between 4000 and 25000 K"),
     (lambda _: lighting.planckian(NAN), Scan(), "between 1000 and 1000000 K"),

@@ -81,13 +81,13 @@ def _options(parser: argparse.ArgumentParser) -> list[str]:
 
 def _words(action: argparse.Action) -> list[str]:
     """What may stand for the argument; nothing where that is a file or free."""
-    from ..quantities import REFERENCES
+    from ..reports import built_in_names
     from ..units import KINDS
 
     if action.choices is not None:
         return [str(choice) for choice in action.choices]
     if action.dest in ("reference", "name"):
-        return [reference.name for reference in REFERENCES]
+        return [*built_in_names()]
     return [*KINDS[:-2]] if action.dest == "kind" else []
 
 

@@ -19,9 +19,9 @@ from ._arguments import (
 HELP = "what a light source is like"
 ARGUMENTS = "[options] FILE..."
 DESCRIPTION = """\
-Illuminance (of spectral irradiances), chromaticities, XYZ, L*a*b* and peak."""
+What a certificate of a lamp has; with --full, --json or --csv all quantities."""
 EXAMPLES = """\
-  %(prog)s --white e --json --reference AM15G_ASTM_G17303"""
+  %(prog)s --white e --full --reference AM15G_ASTM_G17303"""
 
 _ILLUMINANTS = ("a", "c", "d65", "e")
 
@@ -36,6 +36,7 @@ def add_arguments(arguments: Arguments) -> None:
         default="d65",
         help="of L*a*b*: a, c, d65, e or a file (default: %(default)s)",
     )
+    add("--full", action="store_true", help="also R1 to R15, hue bins, hazards, L*a*b* ...")
     add("--f1-prime", action="store_true", help="also f1', of a photometer's responsivity")
     add_forms(arguments)
     add_table(arguments)
@@ -62,7 +63,13 @@ def run(arguments: Namespace) -> int | None:
         return write_table(arguments, table)
     refuse_directories(arguments.files)
     spectra = read_spectra(arguments, arguments.reference)
-    report = reports.light(spectra, white, f1_prime=arguments.f1_prime, **budget_options(arguments))
+    report = reports.light(
+        spectra,
+        white,
+        f1_prime=arguments.f1_prime,
+        full=arguments.full,
+        **budget_options(arguments),
+    )
     if arguments.plot:
         draw(report, arguments.plot)
     emit_report(report, arguments.json)

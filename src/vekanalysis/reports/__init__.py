@@ -24,6 +24,7 @@ if TYPE_CHECKING:
     from ._points import PointTable as PointTable
     from ._references import ReferenceList as ReferenceList
     from ._references import built_in
+    from ._references import built_in_names as built_in_names
     from ._references import reference_document as reference_document
     from ._report import Report
     from ._rows import Row
@@ -57,7 +58,7 @@ _MODULES = {
     "_light": "light",
     "_peaks": "PeakReport peaks",
     "_points": "PointTable",
-    "_references": "ReferenceList built_in reference_document",
+    "_references": "ReferenceList built_in built_in_names reference_document",
     "_report": "Report",
     "_rows": "Row",
     "_stitching": "Stitching stitching",

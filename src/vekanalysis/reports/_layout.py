@@ -11,7 +11,7 @@ type Json = bool | int | float | str | list[Json] | dict[str, Json] | None
 # A report of one spectrum is as wide as a screen.
 _WIDTH = 80
 # What stands for a character that an encoding does not have; a question mark for all others.
-_PLAIN = {"τ": "tau", "λ": "lambda", "·": "*", "°": " deg", "µ": "u", "μ": "u", "…": "."}
+_PLAIN = {"τ": "tau", "λ": "lambda", "·": "*", "°": " deg", "µ": "u", "μ": "u", "…": ".", "Δ": "d"}
 
 
 class Heading(str):

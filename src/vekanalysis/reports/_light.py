@@ -1,11 +1,12 @@
 """The report of light sources."""
 
-from collections.abc import Sequence
+from collections.abc import Iterator, Mapping, Sequence
 from typing import TYPE_CHECKING, Any
 
+from .. import units
 from .._core import Scan
 from ..errors import Refusal
-from ..quantities import LIGHT, PHOTOMETER, Figures, evaluate
+from ..quantities import LIGHT, PHOTOMETER, Figures, Quantity, Value, evaluate
 from ..quantities import light as light_quantities
 from ..spectrum import Spectrum
 from ._inputs import Spectra, as_spectra
@@ -18,11 +19,24 @@ else:
     Budget = Any  # that room is imported when it is used
 
 
+_STEPS = (
+    "Sums from 380 to 780 nm are in steps of 5 nm, or of 1 nm where the data have clearly more "
+    "points; fidelity, alpha-opic quantities and S/P are in steps of 1 nm."
+)
+_COUNTS = (
+    "values are counts: colours are right only if these are corrected for the spectral "
+    "responsivity of the instrument"
+)
+# CIE 13.3-1995: how far in CIE 1960 uv a source may be from its reference.
+_RENDERING_LIMIT = 0.0054
+
+
 def light(
     spectra: Spectra,
     white: Spectrum | Scan | str = "D65",
     *,
     f1_prime: bool = False,
+    full: bool = False,
     budget: Budget | None = None,
     draws: Draws = None,
     seed: int | None = None,
@@ -37,6 +51,10 @@ def light(
         The white of L*a*b*: a spectrum, or "A", "C", "D65" (CIE illuminants) or "E" (equal energy).
     f1_prime : bool
         Whether the spectra are also taken for relative responsivities of photometers.
+    full : bool
+        Whether the text has every quantity (all rendering indices, hue bins, alpha-opic quantities,
+        hazards, L*a*b*) and not only what a certificate leads with. Rows and the document have
+        them all in any case; without it only what the text has comes with its uncertainty.
     budget, draws, seed
         As of `lens`. With another white than D65 L*a*b* has no uncertainty.
 
@@ -60,14 +78,59 @@ def light(
     """
     name = _white_name(white)
     quantities = light_quantities(name) + (PHOTOMETER if f1_prime else ())
-    sources = as_spectra(spectra)
+    sources = [_with_warnings(spectrum) for spectrum in as_spectra(spectra)]
     figures = Figures(quantities, white)
     values = [figures.values(spectrum) for spectrum in sources]
+    hidden = _hidden(quantities, values, full=full)
     uncertainty = None
     if budget is not None:
-        known = [q for q in quantities if name == "D65" or not q.key.startswith("CIELAB")]
+        shown = [q for q in quantities if q.key not in hidden]
+        known = [q for q in shown if name == "D65" or not q.key.startswith("CIELAB")]
         uncertainty = make_uncertainty(sources, known, budget, draws, seed)
-    return Report("Light source report", sources, quantities, values, (), _figure, uncertainty)
+    notes = (_STEPS, *_limits(sources, values))
+
+    def draw(spectra: Sequence[Spectrum]) -> Any:
+        from ._pictures import light_figure
+
+        return light_figure(spectra, values)
+
+    title = "Light source report"
+    return Report(title, sources, quantities, values, notes, draw, uncertainty, hidden)
+
+
+def _with_warnings(spectrum: Spectrum) -> Spectrum:
+    """The spectrum, with a note where its values are not those of a light yet."""
+    unit = None if spectrum.unit is None else units.parse(spectrum.unit)
+    if spectrum.kind != "counts" and (unit is None or unit.kind != "counts"):
+        return spectrum
+    return spectrum.replace(notes=(*spectrum.notes, _COUNTS))
+
+
+def _hidden(
+    quantities: Sequence[Quantity], values: Sequence[Mapping[str, Value]], *, full: bool
+) -> set[str]:
+    """Keys that the text leaves out: details, and the irradiances or radiances of no spectrum."""
+    hidden = {q.key for q in quantities if q.is_detail and not full}
+    kinds = [
+        kind
+        for kind, key in (("irradiance", "illuminance"), ("radiance", "luminance"))
+        if any(found[key].value is not None for found in values)
+    ]
+    # Where there is neither, the reason is given of the one that most sources are measured in.
+    shown = kinds or ["irradiance"]
+    return hidden | {
+        q.key for q in quantities if q.kind in ("irradiance", "radiance") and q.kind not in shown
+    }
+
+
+def _limits(spectra: Sequence[Spectrum], values: Sequence[Mapping[str, Value]]) -> Iterator[str]:
+    for spectrum, found in zip(spectra, values, strict=True):
+        distance = found["colour_rendering.distance"].value
+        if distance is not None and distance > _RENDERING_LIMIT:
+            yield (
+                f"{spectrum.label}: {distance:.4f} from its reference in CIE 1960 uv, beyond the "
+                f"{_RENDERING_LIMIT} for which CIE 13.3 is meant: take its indices with care."
+            )
 
 
 def _white_name(white: Spectrum | Scan | str) -> str:
@@ -81,9 +144,3 @@ def _white_name(white: Spectrum | Scan | str) -> str:
     if problem:
         raise Refusal(f"{spectrum.where}: not usable as a white: {problem}")
     return spectrum.label
-
-
-def _figure(spectra: Sequence[Spectrum]) -> Any:
-    from ._pictures import light_figure
-
-    return light_figure(spectra)

@@ -1,11 +1,12 @@
 """Pictures of reports, drawn with Matplotlib, which nothing else needs."""
 
-from collections.abc import Sequence
+from collections.abc import Mapping, Sequence
 from typing import Any
 
-from .._core import fitting, utils
+from .._core import fitting, lighting, utils
 from .._optional import require
-from ..plotting import plot
+from ..plotting import draw_chromaticities, draw_colour_vectors, draw_spectral_colours, plot
+from ..quantities import Value
 from ..spectrum import Spectrum
 
 
@@ -17,13 +18,43 @@ def lens_figure(spectra: Sequence[Spectrum]) -> Any:
     return _with_grid(figure)
 
 
-def light_figure(spectra: Sequence[Spectrum]) -> Any:
-    """Spectra of light sources over V(λ), which is drawn as high as the highest of them."""
-    figure, axes = _start(spectra, lowest=380.0, highest=780.0)
-    height = max(max(spectrum.scan.values()) for spectrum in spectra)
+def light_figure(spectra: Sequence[Spectrum], values: Sequence[Mapping[str, Value]]) -> Any:
+    """Spectra of light sources; chromaticity diagram and colour vectors below, where there are any.
+
+    One spectrum is filled with the colours of its wavelengths; several are drawn over V(λ), as high
+    as the highest of them.
+    """
+    points = {}
+    for number, (spectrum, found) in enumerate(zip(spectra, values, strict=True), start=1):
+        u, v = (found[f"chromaticity.{axis}"].value for axis in ("u_prime", "v_prime"))
+        if u is not None and v is not None:
+            points[_numbered(spectrum, number, len(spectra))] = u, v
+    fidelities = {
+        _numbered(spectrum, number, len(spectra)): lighting.colour_fidelity(spectrum.scan)
+        for number, (spectrum, found) in enumerate(zip(spectra, values, strict=True), start=1)
+        if found["colour_fidelity.Rf"].value is not None
+    }
+    figure = _figure(height=9.0 if points else 5.0)
+    grid = figure.add_gridspec(2 if points else 1, 2)
+    axes = figure.add_subplot(grid[0, :])
+    _limit(axes, spectra, lowest=380.0, highest=780.0)
+    highest = max(max(spectrum.scan.values()) for spectrum in spectra)
+    alone = len(spectra) == 1 and spectra[0].scan.is_interpolated()
+    if alone:
+        draw_spectral_colours(axes, spectra[0].scan)
+    height = None if alone else highest
     _draw(axes, spectra, "spectral distribution", _common_unit(spectra), height)
     axes.set_ylim(bottom=min(0.0, *(min(spectrum.scan.values()) for spectrum in spectra)))
-    return _with_grid(figure)
+    _with_grid(figure)
+    if points:
+        draw_chromaticities(figure.add_subplot(grid[1, 0]), points)
+    if fidelities:
+        draw_colour_vectors(figure.add_subplot(grid[1, 1]), fidelities)
+    return figure
+
+
+def _numbered(spectrum: Spectrum, number: int, count: int) -> str:
+    return spectrum.label if count == 1 else f"{number} {spectrum.label}"
 
 
 def peak_figure(spectra: Sequence[Spectrum], peaks: Sequence[Sequence[utils.Peak]]) -> Any:
@@ -56,21 +87,25 @@ def residual_figure(
     return _with_grid(figure)
 
 
-def _figure() -> Any:
+def _figure(height: float = 5.0) -> Any:
     figures = require("matplotlib.figure", "a picture", "plot")
     require("matplotlib.backends.backend_agg", "a picture", "plot")
-    return figures.Figure(figsize=(9.0, 5.0), layout="constrained")
+    return figures.Figure(figsize=(9.0, height), layout="constrained")
 
 
 def _start(spectra: Sequence[Spectrum], lowest: float, highest: float) -> tuple[Any, Any]:
     figure = _figure()
     axes = figure.add_subplot()
+    _limit(axes, spectra, lowest, highest)
+    return figure, axes
+
+
+def _limit(axes: Any, spectra: Sequence[Spectrum], lowest: float, highest: float) -> None:
     # Reference spectra reach far into the infrared, where nothing of interest is left to see.
     axes.set_xlim(
         max(200.0, min(lowest, *(spectrum.range_nm[0] for spectrum in spectra))),
         min(1200.0, max(highest, *(spectrum.range_nm[1] for spectrum in spectra))),
     )
-    return figure, axes
 
 
 def _common_unit(spectra: Sequence[Spectrum]) -> str:
@@ -79,9 +114,13 @@ def _common_unit(spectra: Sequence[Spectrum]) -> str:
 
 
 def _draw(
-    axes: Any, spectra: Sequence[Spectrum], quantity: str, unit: str = "", height: float = 1.0
+    axes: Any,
+    spectra: Sequence[Spectrum],
+    quantity: str,
+    unit: str = "",
+    height: float | None = 1.0,
 ) -> None:
-    """The spectra over the UV bands and V(λ), which is drawn ``height`` high."""
+    """The spectra over the UV bands and V(λ), which is drawn ``height`` high, if at all."""
     plot(
         [spectrum.scan for spectrum in spectra],
         ax=axes,

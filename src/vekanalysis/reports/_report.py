@@ -1,6 +1,6 @@
 """Reports of quantities: a row a quantity, a column a spectrum."""
 
-from collections.abc import Callable, Mapping, Sequence
+from collections.abc import Callable, Iterable, Mapping, Sequence
 from typing import Any
 
 from .._core import version
@@ -27,6 +27,8 @@ class Report(Drawable):
         What concerns all figures.
     uncertainty : Uncertainty or None
         Of the figures, where it was asked for.
+    hidden : frozenset of str
+        Keys of quantities that the text leaves out; rows and the document have them all.
     """
 
     def __init__(
@@ -38,6 +40,7 @@ class Report(Drawable):
         notes: Sequence[str],
         draw: Callable[[Sequence[Spectrum]], Any],
         uncertainty: Uncertainty | None = None,
+        hidden: Iterable[str] = (),
     ) -> None:
         self.title = title
         self.spectra = tuple(spectra)
@@ -45,10 +48,11 @@ class Report(Drawable):
         self.values = tuple(values)
         self.notes = tuple(notes)
         self.uncertainty = uncertainty
+        self.hidden = frozenset(hidden)
         self._draw = draw
 
     def figure(self) -> Any:
-        """The spectra over V(λ) and the UV bands, as a Matplotlib figure."""
+        """The picture of the spectra that goes with the report, as a Matplotlib figure."""
         return self._draw(self.spectra)
 
     def rows(self) -> list[Row]:

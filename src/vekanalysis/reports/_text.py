@@ -2,7 +2,7 @@
 
 from collections.abc import Mapping, Sequence
 from itertools import groupby
-from typing import Protocol
+from typing import NamedTuple, Protocol
 
 from .._core import version
 from ..quantities import Quantity, Value
@@ -40,6 +40,19 @@ class Figures(Protocol):
     values: tuple[Mapping[str, Value], ...]
     notes: tuple[str, ...]
     uncertainty: Uncertainty | None
+    hidden: frozenset[str]
+
+
+class _Widths(NamedTuple):
+    """Of the columns between the names and the figures; a section of no width is left out."""
+
+    section: int = 9
+    band: int = 8
+    unit: int = 5
+
+
+# Long units take the place of the sections.
+_LONG_UNITS = _Widths(0, 9, 13)
 
 
 class _Footnotes:
@@ -58,10 +71,14 @@ def report_lines(report: Figures, encoding: str) -> list[str]:
     footnotes = _Footnotes()
     lines: list[str] = [Heading(f"{report.title}, vekanalysis {version()}"), ""]
     lines += spectra_lines(report.spectra)
-    for standard, group in groupby(report.quantities, key=lambda quantity: quantity.standard):
-        lines += ["", _heading(standard, report)]
+    shown = [quantity for quantity in report.quantities if quantity.key not in report.hidden]
+    widths = _Widths()
+    if any(len(quantity.unit) >= widths.unit for quantity in shown):
+        widths = _LONG_UNITS
+    for standard, group in groupby(shown, key=lambda quantity: quantity.standard):
+        lines += ["", _heading(standard, report, widths)]
         for quantity in group:
-            lines.append(_row(quantity, report, footnotes, encoding))
+            lines.append(_row(quantity, report, widths, footnotes, encoding))
     lines += ["", Heading("Notes")]
     for note, count in footnotes.texts.items():
         lines += wrap(note, f"{f'[{count}]':>6} ")
@@ -70,7 +87,7 @@ def report_lines(report: Figures, encoding: str) -> list[str]:
     return lines + note_lines([*report.notes, *_clear_lens_notes(report), *more])
 
 
-def _heading(standard: str, report: Figures) -> Heading:
+def _heading(standard: str, report: Figures, widths: _Widths) -> Heading:
     columns, spectra = "", report.spectra
     wide = 0 if report.uncertainty is None else _UNCERTAIN - _COLUMN
     for count, spectrum in enumerate(spectra, start=1):
@@ -79,10 +96,14 @@ def _heading(standard: str, report: Figures) -> Heading:
             label, room = f"{count} {label}", _COLUMN - 2
         columns += f"  {shortened(label, room):<{_COLUMN - 2 + wide}}"
     title = standard or "Spectrum"
-    return Heading(f"{title:<{_NAME + 2}}{'section':<9}{'band nm':<8}{'unit':<5}{columns}".rstrip())
+    cells = zip(("section", "band nm", "unit"), widths, strict=True)
+    facts = "".join(f"{cell:<{width}}" for cell, width in cells if width)
+    return Heading(f"{title:<{_NAME + 2}}{facts}{columns}".rstrip())
 
 
-def _row(quantity: Quantity, report: Figures, footnotes: _Footnotes, encoding: str) -> str:
+def _row(
+    quantity: Quantity, report: Figures, widths: _Widths, footnotes: _Footnotes, encoding: str
+) -> str:
     # Plainer characters may be more: they are counted.
     symbol = f"{showable(quantity.symbol, encoding):<6} "
     unit = showable(quantity.unit, encoding)
@@ -100,7 +121,9 @@ def _row(quantity: Quantity, report: Figures, footnotes: _Footnotes, encoding: s
         else:
             width = 0 if report.uncertainty is None else _UNCERTAIN
             cells += f"{_cell(quantity, value, footnotes):<{width}}"
-    return f"  {name:<{_NAME}}{quantity.section:<9}{band:<8}{unit:<5}{cells}".rstrip()
+    facts = zip((quantity.section, band, unit), widths, strict=True)
+    between = "".join(f"{fact:<{width}}" for fact, width in facts if width)
+    return f"  {name:<{_NAME}}{between}{cells}".rstrip()
 
 
 def _cell(quantity: Quantity, value: Value, footnotes: _Footnotes) -> str:
@@ -121,7 +144,7 @@ def _value_notes(quantity: Quantity, value: Value) -> list[str]:
             f"Data cover {interval(value.covered)} of {interval(value.needed)} nm; the rest {rest}."
         )
     if value.problem:
-        notes.append(f"{value.problem}.")
+        notes.append(f"{value.problem.removesuffix('.')}.")
     return notes
 
 

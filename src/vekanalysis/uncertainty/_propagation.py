@@ -13,7 +13,7 @@ from ._results import Results
 from ._sizes import Floats
 
 # Quantities that are the wavelength of a point: their differences are 0, or a step.
-_STEPS: Final = ("peak_wavelength", "wiens_displacement_law_T")
+_STEPS: Final = ("peak_wavelength",)
 
 
 def propagate(

@@ -125,7 +125,7 @@ std::vector<double> one_by_one(std::span<const Quantity> quantities, const Scan&
     return results;
 }
 
-/// Both catalogues; Wien's temperature too, which is had from its function alone.
+/// All catalogues, with what is had from functions alone.
 std::vector<Quantity> everything() {
     std::vector<Quantity> all(lens().begin(), lens().end());
     for (const Quantity& quantity : light("A")) all.push_back(quantity);

@@ -86,8 +86,13 @@ TEST(Evaluate, GivesAReasonWhereThereIsNoValue) {
         {"ISO8980_3_tau_v", flat(400, 415, 1),
          "Not computable: Cannot initialize a spline, too few points"},
         {"peak_wavelength", Scan(), "Not computable: there are no points"},
-        {"wiens_displacement_law_T", flat(400, 780, 1),
-         "Not computable: the highest point is at the end of the data, so it need not be a peak"},
+        {"peak_wavelength", flat(400, 780, 1),
+         "Not computable: the highest point, at 400 nm, is at the end of the data, so it need not "
+         "be a peak"},
+        {"colour_rendering.Ra", flat(380, 780, 0),
+         "Not computable: no light between 380 and 780 nm"},
+        {"hazard_weighted.uv_a", flat(300, 399, 1),
+         "Not computable: the spectrum covers 300 to 395 nm, not 315 to 400 nm"},
     };
     for (const auto& [key, spectrum, problem] : cases) {
         const Value value = value_of(find(key), spectrum);
