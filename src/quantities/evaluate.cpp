@@ -8,7 +8,11 @@
 #include <new>
 #include <stdexcept>
 
+#include "core/text.hpp"
+
 namespace vekanalysis::quantities {
+
+using vekanalysis::internal::general;
 
 namespace {
 
@@ -95,6 +99,11 @@ Value evaluate_one(const Quantity& quantity, const Scan& spectrum, Results& resu
             value.problem = std::isnan(number) && why != nullptr
                                 ? "Not computable: " + why(spectrum, quantity.field)
                                 : "The result is not a finite number";
+            return value;
+        }
+        if (!quantity.is_possible(number)) {
+            value.problem = "Not computable: the result is below zero, " + general(number) + " " +
+                            quantity.unit;
             return value;
         }
         if (clear != nullptr && quantity.is_transmittance) value.clear_lens = clear->of(quantity);

@@ -303,7 +303,8 @@ void Evaluator::evaluate(std::span<const Row> rows, std::span<const Results> res
                 const double value = plan.refused[i] != 0
                                          ? none
                                          : fields[plan.function_of[i]][plan.quantities[i].field];
-                store(results[begin + lane], i, value);
+                store(results[begin + lane], i,
+                      plan.quantities[i].is_possible(value) ? value : none);
             }
         }
     }

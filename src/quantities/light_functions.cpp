@@ -33,26 +33,21 @@ int step_of(const Scan& light) noexcept {
     return lighting::natural_step(light.data().keys());
 }
 
-double not_negative(double total) {
-    if (!(total < 0.0)) return total;
-    throw std::domain_error("the total is below zero");
-}
-
 double total_of(const Scan& light) {
-    return not_negative(lighting::band_total(light, visible.from, visible.to));
+    return lighting::band_total(light, visible.from, visible.to);
 }
 
 double photons_of(const Scan& light) {
-    return not_negative(lighting::photon_flux(light, 400.0, 700.0));
+    return lighting::photon_flux(light, 400.0, 700.0);
 }
 
-void compute_temperature(const Scan& light, const Scan&, Fields fields) {
+void compute_temperature(const Scan& light, const Scan& /*white*/, Fields fields) {
     using Temperature = lighting::CorrelatedColourTemperature;
     put(lighting::correlated_colour_temperature(light, step_of(light)), fields, &Temperature::cct,
         &Temperature::duv);
 }
 
-void compute_chromaticity(const Scan& light, const Scan&, Fields fields) {
+void compute_chromaticity(const Scan& light, const Scan& /*white*/, Fields fields) {
     using Point = lighting::SourceChromaticity;
     put(lighting::chromaticity(light, step_of(light)), fields, &Point::x, &Point::y, &Point::u,
         &Point::v, &Point::u_prime, &Point::v_prime);
@@ -64,7 +59,7 @@ lighting::DominantWavelength dominant_of(const Scan& light) {
     return lighting::dominant_wavelength({point.x, point.y}, equal_energy);
 }
 
-void compute_dominant(const Scan& light, const Scan&, Fields fields) {
+void compute_dominant(const Scan& light, const Scan& /*white*/, Fields fields) {
     const auto dominant = dominant_of(light);
     fields[0] = dominant.is_complementary ? none : dominant.wavelength;
     fields[1] = dominant.is_complementary ? dominant.wavelength : none;
@@ -79,14 +74,14 @@ std::string why_not_dominant(const Scan& light, std::size_t field) {
     return "the colour has a dominant wavelength, " + wavelength;
 }
 
-void compute_rendering(const Scan& light, const Scan&, Fields fields) {
+void compute_rendering(const Scan& light, const Scan& /*white*/, Fields fields) {
     const auto rendering = lighting::colour_rendering(light, step_of(light));
     fields[0] = rendering.Ra;
     std::copy(rendering.R.begin(), rendering.R.end(), fields.begin() + 1);
     fields[16] = rendering.distance;
 }
 
-void compute_fidelity(const Scan& light, const Scan&, Fields fields) {
+void compute_fidelity(const Scan& light, const Scan& /*white*/, Fields fields) {
     const auto fidelity = lighting::colour_fidelity(light, 1);
     fields[0] = fidelity.Rf;
     fields[1] = fidelity.Rg;
@@ -96,7 +91,7 @@ void compute_fidelity(const Scan& light, const Scan&, Fields fields) {
     }
 }
 
-void compute_alpha_opic(const Scan& light, const Scan&, Fields fields) {
+void compute_alpha_opic(const Scan& light, const Scan& /*white*/, Fields fields) {
     const auto found = lighting::alpha_opic(light);
     std::size_t i = 0;
     for (const auto& channel :
@@ -124,7 +119,7 @@ double peak_of(const Scan& light) {
     return wl;
 }
 
-void compute_bandwidth(const Scan& light, const Scan&, Fields fields) {
+void compute_bandwidth(const Scan& light, const Scan& /*white*/, Fields fields) {
     using lighting::Bandwidth;
     put(lighting::bandwidth(light), fields, &Bandwidth::width, &Bandwidth::centre);
 }
@@ -135,7 +130,7 @@ double centroid_of(const Scan& light) {
     return lighting::centroid_wavelength(light);
 }
 
-void compute_hazards(const Scan& light, const Scan&, Fields fields) {
+void compute_hazards(const Scan& light, const Scan& /*white*/, Fields fields) {
     const auto found = lighting::hazard_weighted(light);
     std::size_t i = 0;
     for (const auto& value :

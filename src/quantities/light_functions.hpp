@@ -8,7 +8,7 @@
 namespace vekanalysis::quantities::internal {
 
 extern const Function luminance;                      // of a spectral radiance, cd/m2
-extern const Function total;                          // 380 to 780 nm; never below 0
+extern const Function total;                          // 380 to 780 nm
 extern const Function correlated_colour_temperature;  // cct, duv
 extern const Function chromaticity;                   // x, y, u, v, u', v'
 extern const Function dominant_wavelength;            // dominant, complementary, purity; white E
@@ -16,7 +16,7 @@ extern const Function colour_rendering;               // Ra, R1 to R15, distance
 extern const Function colour_fidelity;                // Rf, Rg, then Rf, Rcs, Rhs of each hue bin
 extern const Function alpha_opic;                     // four of each of the five
 extern const Function scotopic_photopic_ratio;
-extern const Function photon_flux;          // 400 to 700 nm; never below 0
+extern const Function photon_flux;          // 400 to 700 nm
 extern const Function peak_wavelength;      // a stored point, not the first or the last
 extern const Function centroid_wavelength;  // of a source with one peak
 extern const Function bandwidth;            // width at half height, centre of that

@@ -63,6 +63,9 @@ struct Quantity {
 
     /// The part of the band where the weights are; none without a band.
     [[nodiscard]] std::optional<Range> needed() const;
+
+    /// Whether a result can be one of the quantity: of light there is no less than none.
+    [[nodiscard]] bool is_possible(double result) const noexcept;
 };
 
 /// The quantities of a lens or filter, of its spectral transmittance (fraction).

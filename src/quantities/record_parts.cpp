@@ -47,6 +47,10 @@ std::optional<Range> Quantity::needed() const {
     return range;
 }
 
+bool Quantity::is_possible(double result) const noexcept {
+    return !(result < 0.0) || (kind != "irradiance" && kind != "radiance");
+}
+
 namespace internal {
 
 void append(std::vector<Quantity>& all, const Function& function, const Quantity& pattern,

@@ -27,7 +27,7 @@ PRIVATE_HEADERS = """
     colorimetry/data/make_table core/text io/file lighting/cam02 lighting/chebyshev
     lighting/data/tables lighting/lanes numerical/cubic numerical/stable_order quantities/even_sum
     quantities/finish quantities/form quantities/forms quantities/integrator quantities/kernels
-    quantities/lanes quantities/products quantities/record_parts
+    quantities/lanes quantities/light_functions quantities/products quantities/record_parts
 """
 
 # As the areas, for the package: the modules and folders of one room a line. A room takes from
