@@ -260,6 +260,19 @@ def test_many_spectra_make_many_pages(run: Runner, tmp_path: Path) -> None:
     assert sorted(path.name for path in out.iterdir()) == ["Lens_1.html", "Lens_2.html"]
 
 
+def test_paper_has_the_same_page(run: Runner, tmp_path: Path) -> None:
+    out, paper = tmp_path / "cert.html", tmp_path / "cert.pdf"
+    arguments = ["certificate", GREY, "--out", out, "--pdf", paper]
+    try:
+        import weasyprint  # noqa: F401
+    except (ImportError, OSError):
+        assert "--pdf: a PDF needs weasyprint" in run.refuse(*arguments)
+        assert not out.exists()
+    else:
+        assert run(*arguments).status == 0
+        assert paper.read_bytes().startswith(b"%PDF-")
+
+
 @pytest.mark.parametrize(
     ("arguments", "words"),
     [

@@ -15,19 +15,8 @@ from cli import GREY, ROOT, Runner
 
 pty = pytest.importorskip("pty", reason="terminals of POSIX systems")
 
-COMMANDS = (
-    "report",
-    "certificate",
-    "light",
-    "peaks",
-    "stitch",
-    "calibrate",
-    "references",
-    "info",
-    "json",
-    "csv",
-)
-COMMANDS += ("completion",)
+COMMANDS = ("report", "light", "peaks", "stitch", "calibrate", "references", "info", "json", "csv")
+COMMANDS += ("certificate", "verify", "completion")
 BASH = shutil.which("bash")
 
 

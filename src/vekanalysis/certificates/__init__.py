@@ -3,6 +3,8 @@
 from ._certificate import Certificate, page
 from ._conformity import Conformity, Membership, Statement, assess
 from ._limits import Bound, Category, Decision, Limits, Requirement
+from ._pdf import pdf
+from ._record import Verification, record, verify
 from ._settings import FIELDS, Field, Logo, Settings
 
 __all__ = [
@@ -19,6 +21,10 @@ __all__ = [
     "Requirement",
     "Settings",
     "Statement",
+    "Verification",
     "assess",
     "page",
+    "pdf",
+    "record",
+    "verify",
 ]

@@ -116,17 +116,18 @@ class Certificate:
         ]
         if self.budget is not None:
             found.append(("budget", self.budget.file, self.budget.sha256))
+            found += [("budget", name, digest) for name, digest in self.budget.files.items()]
         if self.limits is not None:
             found.append(("limits", self.limits.file, self.limits.sha256))
         settings = self.settings or _PLAIN
         found.append(("settings", settings.file, settings.sha256))
         if settings.logo is not None:
             digest = hashlib.sha256(settings.logo.content).hexdigest()
-            found.append(("logo", settings.logo_file, digest))
+            found.append(("logo", settings.logo_name, digest))
         for name, file in template_files(settings.templates).items():
             digest = hashlib.sha256(file.read_bytes()).hexdigest()
             own = settings.templates is not None and file.parent == settings.templates
-            found.append(("template", str(file) if own else name, digest))
+            found.append(("template", f"{settings.templates_name}/{name}" if own else name, digest))
         tables = sorted({name for each in self.quantities for name in each.weights})
         found += [("table", name, _table_digest(name)) for name in tables]
         return [

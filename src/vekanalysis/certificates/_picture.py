@@ -1,6 +1,7 @@
 """A spectrum as a vector picture, in SVG without any style of its own."""
 
 import math
+import re
 from collections.abc import Callable, Sequence
 from html import escape
 from typing import Final, NamedTuple
@@ -12,6 +13,22 @@ from ._words import Words
 _WIDTH, _HEIGHT = 720.0, 330.0
 _LEFT, _RIGHT, _TOP, _BOTTOM = 58.0, 12.0, 14.0, 46.0
 _UV: Final = (("UV-B", 280.0, 315.0), ("UV-A", 315.0, 380.0))
+
+
+# What browsers take from the style of the page, other programs take from here.
+_LOOKS: Final = {
+    "grid": 'stroke="#c9c9c9" stroke-width="0.7" fill="none"',
+    "luminosity": 'stroke="#4b9b4b" stroke-width="1.2" stroke-dasharray="5 4" fill="none"',
+    "repeat": 'stroke="#0b5cad" stroke-width="0.6" stroke-opacity="0.5" fill="none"',
+    "curve": 'stroke="#0b5cad" stroke-width="1.8" fill="none"',
+    "uncertainty": 'fill="#0b5cad" fill-opacity="0.3"',
+    "uv-b": 'fill="#8757c9" fill-opacity="0.16"',
+    "uv-a": 'fill="#8757c9" fill-opacity="0.09"',
+    "band": 'text-anchor="middle" fill="#5d5d5d"',
+    "left": 'text-anchor="end" fill="#5d5d5d"',
+    "below": 'text-anchor="middle" fill="#5d5d5d"',
+}
+_CLASS: Final = re.compile(r'class="([a-z-]+)"')
 
 
 class _Axes(NamedTuple):
@@ -56,7 +73,8 @@ def picture(
     """
     axes = _axes(spectrum, half_widths)
     parts = [
-        f'<svg viewBox="0 0 {_WIDTH:g} {_HEIGHT:g}" role="img" '
+        f'<svg viewBox="0 0 {_WIDTH:g} {_HEIGHT:g}" role="img" font-size="12" '
+        'font-family="sans-serif" '
         f'aria-label="{escape(words("spectral_transmittance"))}">',
         *_bands(axes),
         *_grid(axes, words, percent),
@@ -69,7 +87,11 @@ def picture(
         parts.append(_area([*zip(points, half_widths, strict=True)], axes))
     parts += [_line([*each.scan.items()], axes, "repeat") for each in repeats]
     parts.append(_line(points, axes, "curve"))
-    return "\n".join([*parts, "</svg>"])
+    return _CLASS.sub(_with_look, "\n".join([*parts, "</svg>"]))
+
+
+def _with_look(found: re.Match[str]) -> str:
+    return f"{found[0]} {_LOOKS[found[1]]}"
 
 
 def _axes(spectrum: Spectrum, half_widths: Sequence[float] | None) -> _Axes:

@@ -72,6 +72,8 @@ class Settings:
         Of transmittances as fractions, where no uncertainty says how many there are.
     quantities : tuple of str
         Keys of quantities of lenses, in the order of the page.
+    logo_name, templates_name : str or None
+        How the settings name the logo and the folder of templates.
     templates : Path or None
         A folder whose templates take the place of those of the package.
     fields : mapping of str to Field
@@ -82,7 +84,7 @@ class Settings:
     name: str | None = None
     address: tuple[str, ...] = ()
     logo: Logo | None = None
-    logo_file: str | None = None
+    logo_name: str | None = None
     title: str | None = None
     language: str = "en"
     decimal: str = "."
@@ -90,6 +92,7 @@ class Settings:
     decimals: int = 4
     quantities: tuple[str, ...] = _KEYS
     templates: Path | None = None
+    templates_name: str | None = None
     fields: Mapping[str, Field] = field(default_factory=lambda: MappingProxyType({}))
     file: str | None = None
     sha256: str | None = None
@@ -150,7 +153,7 @@ class _Reader:
         if "logo" in table:
             path = self.file.path.parent / self._text(table, "laboratory", "logo")
             values["logo"] = self._logo(path)
-            values["logo_file"] = os.fspath(path)
+            values["logo_name"] = table["logo"]
         return values
 
     def _logo(self, path: Path) -> Logo:
@@ -197,6 +200,7 @@ class _Reader:
             if not folder.is_dir():
                 raise self._wrong(f"templates: {folder}: is no folder", "page", "templates")
             values["templates"] = folder
+            values["templates_name"] = table["templates"]
         return values
 
     def _quantities(self, keys: Any) -> tuple[str, ...]:

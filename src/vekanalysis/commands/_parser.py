@@ -13,6 +13,7 @@ from ._terminal import in_colour
 COMMANDS = (
     "report",
     "certificate",
+    "verify",
     "light",
     "peaks",
     "stitch",

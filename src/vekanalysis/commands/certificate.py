@@ -2,9 +2,10 @@
 
 import os
 from argparse import SUPPRESS, Namespace
-from typing import Any
+from typing import Any, NamedTuple
 
-from ._arguments import Arguments, add_data_set, add_layout, add_units
+from ..spectrum import Spectrum
+from ._arguments import Arguments, add_data_set, add_layout, add_units, reading_options
 from ._errors import CommandError
 
 HELP = "a page on a lens, with a verdict by your own limits"
@@ -28,45 +29,103 @@ def add_arguments(arguments: Arguments) -> None:
     option("--purpose", metavar="NAME", action="append", default=[], help="of requirements")
     option("--set", metavar="NAME=TEXT", action="append", default=[], help="a field: object=...")
     option("--out", metavar="OUT", required=True, help="the page, or a directory for pages")
+    option("--pdf", metavar="OUT", help="the same as PDF; needs WeasyPrint")
+    option("--record", metavar="OUT", help="what it was computed from (JSON), for verify")
     option("--overwrite", action="store_true", help="replace what is there")
     option("--pattern", help=SUPPRESS)
     add_layout(arguments)
 
 
 def run(arguments: Namespace) -> int:
+    out: str = arguments.out
+    common = _common(arguments)
+    if out.endswith("/") or os.path.isdir(out):
+        return _many(arguments, common)
+    from ._pages import check_targets, limits_of
+
+    targets = _Targets(out, arguments.pdf, arguments.record)
+    inputs = [*arguments.files, *limits_of(arguments)]
+    check_targets(targets.given(), inputs, arguments.overwrite)
+    spectra = _read(arguments, arguments.files)
+    if len(spectra) != 1:
+        raise CommandError(
+            f"{len(spectra)} spectra: for a page each, --out names a directory: {out}/"
+        )
+    _write(arguments, spectra[0], targets, common)
+    return 0
+
+
+def _many(arguments: Namespace, common: dict[str, Any]) -> int:
+    """A page a spectrum; what cannot be had is told, and the rest is made."""
     from ..errors import Refusal, for_command_line
-    from ._pages import check_targets, file_name, limits_of, write_page
+    from ._files import input_files
+    from ._pages import check_targets, file_name, limits_of
     from ._terminal import note
 
-    common = _common(arguments)
-    out: str = arguments.out
-    if not (out.endswith("/") or os.path.isdir(out)):
-        check_targets([out], [*arguments.files, *limits_of(arguments)], arguments.overwrite)
-        spectra = _read(arguments, arguments.files)
-        if len(spectra) != 1:
-            raise CommandError(
-                f"{len(spectra)} spectra: for a page each, --out names a directory: {out}/"
-            )
-        write_page(out, _page(spectra[0], common))
-        return 0
-    from ._files import input_files
-
+    folders = _Targets(arguments.out, arguments.pdf, arguments.record)
+    for folder in folders.given():
+        try:
+            os.makedirs(folder, exist_ok=True)
+        except OSError as error:
+            raise CommandError(f"{folder}: cannot be made: {error.strerror or error}") from None
     failed, seen = 0, set()
-    os.makedirs(out, exist_ok=True)
-    for path in input_files(arguments.files, out, arguments.pattern):
+    for path in input_files(arguments.files, arguments.out, arguments.pattern):
         try:
             for spectrum in _read(arguments, [path]):
                 name = file_name(spectrum.label)
-                target = os.path.join(out, f"{name}.html")
-                if target in seen:
+                if name in seen:
                     raise CommandError(f"{path}: another spectrum is named '{name}', too")
-                check_targets([target], [], arguments.overwrite)
-                seen.add(target)
-                write_page(target, _page(spectrum, common))
+                seen.add(name)
+                targets = folders.within(name)
+                check_targets(targets.given(), [path, *limits_of(arguments)], arguments.overwrite)
+                _write(arguments, spectrum, targets, common)
         except (CommandError, Refusal) as error:
             note(for_command_line(error))
             failed += 1
     return int(failed > 0)
+
+
+class _Targets(NamedTuple):
+    """The files of a certificate, or the directories that they go to."""
+
+    page: str
+    pdf: str | None
+    record: str | None
+
+    def given(self) -> list[str]:
+        return [path for path in self if path is not None]
+
+    def within(self, name: str) -> _Targets:
+        """The files of that name in these directories."""
+        endings = (".html", ".pdf", ".json")
+        pairs = zip(self, endings, strict=True)
+        page, pdf, record = (path and os.path.join(path, name + ending) for path, ending in pairs)
+        return _Targets(str(page), pdf, record)
+
+
+def _write(
+    arguments: Namespace, spectrum: Spectrum, targets: _Targets, common: dict[str, Any]
+) -> None:
+    """Make all files of a certificate, then write them."""
+    from ..certificates import Certificate, pdf, record
+    from ._pages import write_page
+
+    certificate = Certificate(spectrum, **common)
+    html = certificate.html()
+    pages = {targets.page: html.encode("utf-8", "replace")}
+    if targets.pdf is not None:
+        try:
+            pages[targets.pdf] = pdf(html)
+        except ImportError as error:
+            raise CommandError(f"--pdf: {error}") from None
+    if targets.record is not None:
+        options = reading_options(arguments)
+        if arguments.data_set:
+            options["data_sets"] = arguments.data_set
+        said = record(certificate, targets.record, pages, options)
+        pages[targets.record] = said.encode()
+    for path, content in pages.items():
+        write_page(path, content)
 
 
 def _common(arguments: Namespace) -> dict[str, Any]:
@@ -90,13 +149,7 @@ def _common(arguments: Namespace) -> dict[str, Any]:
     return common
 
 
-def _read(arguments: Namespace, files: list[str]) -> list[Any]:
+def _read(arguments: Namespace, files: list[str]) -> list[Spectrum]:
     from ._spectra import read_spectra
 
     return read_spectra(Namespace(**vars(arguments) | {"files": files}))
-
-
-def _page(spectrum: Any, common: dict[str, Any]) -> str:
-    from ..certificates import Certificate
-
-    return Certificate(spectrum, **common).html()

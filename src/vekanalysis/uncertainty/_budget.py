@@ -1,10 +1,12 @@
 """Uncertainty budgets, from TOML files or built in Python."""
 
+import hashlib
 import os
 from collections.abc import Mapping, Sequence
 from dataclasses import dataclass
 from datetime import date
 from pathlib import Path
+from types import MappingProxyType
 from typing import Any, Final, Self
 
 from .._toml import Place, TomlFile
@@ -34,6 +36,8 @@ class Budget:
         When it was drawn up.
     file, sha256 : str, optional
         Where it was read, and the SHA-256 digest of that file's bytes.
+    files : mapping of str to str, optional
+        SHA-256 digests of the files that it names, by these names.
 
     Raises
     ------
@@ -54,6 +58,7 @@ class Budget:
     date: date | str | None = None
     file: str | None = None
     sha256: str | None = None
+    files: Mapping[str, str] = MappingProxyType({})
 
     def __post_init__(self) -> None:
         if not isinstance(self.label, str):
@@ -95,8 +100,14 @@ class Budget:
             names cannot be taken.
         """
         file = TomlFile.read(path)
-        budget = _Document(file).budget()
-        return cls(**budget, file=os.fspath(path), sha256=file.sha256)
+        document = _Document(file)
+        values = document.budget()
+        try:
+            files = {name: _digest(document.beside(name)) for name in [*document.named]}
+        except OSError as error:
+            raise Refusal(f"{error.filename}: cannot be read: {error.strerror}") from None
+        where = os.fspath(path)
+        return cls(**values, file=where, sha256=file.sha256, files=MappingProxyType(files))
 
 
 class _Document:
@@ -105,6 +116,8 @@ class _Document:
     def __init__(self, file: TomlFile) -> None:
         self.file = file
         self.document = file.document
+        # The files that it names, each once.
+        self.named: dict[str, None] = {}
 
     def budget(self) -> dict[str, Any]:
         """The arguments of a Budget."""
@@ -168,11 +181,11 @@ class _Document:
             if key in ("standard", "expanded", "half_width"):
                 return self._size(value)
             if key == "covariance" and isinstance(value, str):
-                return read_matrix(self._beside(value))
+                return read_matrix(self.beside(value))
             if key == "correlation" and isinstance(value, dict):
                 matrix = value.get("matrix")
                 if isinstance(matrix, str):
-                    return value | {"matrix": read_matrix(self._beside(matrix))}
+                    return value | {"matrix": read_matrix(self.beside(matrix))}
             if key == "repeats":
                 return self._repeats(index, value)
         except Refusal as error:
@@ -181,11 +194,11 @@ class _Document:
 
     def _size(self, value: Any) -> Any:
         if isinstance(value, str):
-            return read_curve(self._beside(value), None)
+            return read_curve(self.beside(value), None)
         if isinstance(value, dict):
             if not {"file"} <= value.keys() <= {"file", "column"}:
                 raise Refusal("a table needs file, and may have column")
-            return read_curve(self._beside(value["file"]), value.get("column"))
+            return read_curve(self.beside(value["file"]), value.get("column"))
         return value
 
     def _repeats(self, index: int, value: Any) -> list[Any]:
@@ -196,13 +209,14 @@ class _Document:
             raise Refusal("must be a file or a list of files")
         unit = self.document["component"][index].get("unit")
         try:
-            return [each for file in files for each in read(self._beside(file), unit=unit)]
+            return [each for file in files for each in read(self.beside(file), unit=unit)]
         except OSError as error:
             raise Refusal(f"{error.filename}: cannot be read: {error.strerror}") from None
 
-    def _beside(self, file: object) -> Path:
+    def beside(self, file: object) -> Path:
         if not isinstance(file, str):
             raise Refusal("a file is named by a text")
+        self.named[file] = None
         return self.file.path.parent / file
 
     def _check_known(
@@ -212,6 +226,10 @@ class _Document:
 
     def _refusal(self, reason: str, index: int | None, key: str | None) -> Refusal:
         return self.file.refusal(reason, _place(index, key))
+
+
+def _digest(path: Path) -> str:
+    return hashlib.sha256(path.read_bytes()).hexdigest()
 
 
 def _place(index: int | None, key: str | None) -> Place:

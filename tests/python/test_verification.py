@@ -1,0 +1,163 @@
+"""Records of certificates, and their verification: whatever is changed is found."""
+
+import json
+import re
+import shutil
+from pathlib import Path
+from typing import NamedTuple
+
+import pytest
+from cli import ROOT, Runner, flat, write_vek
+
+import vekanalysis as vek
+from vekanalysis.certificates import verify
+
+NOISE = """
+[[component]]
+name = "repeats"
+kind = "noise"
+repeats = "repeats.csv"
+averaged = 10
+correlation = "observed"
+"""
+PNG = b"\x89PNG\r\n\x1a\n" + bytes(20)
+
+
+class Made(NamedTuple):
+    folder: Path
+    record: Path
+
+
+@pytest.fixture(scope="module")
+def original(tmp_path_factory: pytest.TempPathFactory) -> Path:
+    """A certificate in which every file that there can be is."""
+    from vekanalysis.__main__ import main
+
+    folder = tmp_path_factory.mktemp("original")
+    shutil.copytree(ROOT / "examples", folder, dirs_exist_ok=True)
+    shutil.copy(folder / "uncertainty/repeats.csv", folder)
+    (folder / "logo.png").write_bytes(PNG)
+    (folder / "own").mkdir()
+    style = ROOT / "src/vekanalysis/certificates/templates/page.css"
+    (folder / "own/page.css").write_text(style.read_text() + "h1 { color: #010203; }\n")
+    lab = (folder / "lab.toml").read_text().replace("# logo", "logo").replace("# templ", "templ")
+    (folder / "lab.toml").write_text(lab.replace('"templates"', '"own"'))
+    with (folder / "budget.toml").open("a") as budget:
+        budget.write(NOISE)
+    arguments = ["certificate", folder / "grey-glass-4mm.csv", "--purpose", "driving"]
+    arguments += ["--settings", folder / "lab.toml", "--uncertainty", folder / "budget.toml"]
+    arguments += ["--limits", folder / "limits-categories.toml", "--set", "number=2026-17"]
+    arguments += ["--out", folder / "cert.html", "--record", folder / "cert.json"]
+    assert main([str(argument) for argument in arguments]) == 0
+    return folder
+
+
+@pytest.fixture
+def made(original: Path, tmp_path: Path) -> Made:
+    """The certificate in a folder that is another one than where it was made."""
+    shutil.copytree(original, tmp_path / "moved")
+    return Made(tmp_path / "moved", tmp_path / "moved/cert.json")
+
+
+def test_what_was_not_changed_is_verified(made: Made, run: Runner) -> None:
+    found = verify(made.record)
+    assert found.differences == ()
+    assert found.figures > 500
+    status, out, err = run("verify", made.record)
+    assert (status, err) == (0, "")
+    assert f"all {found.figures} numbers, the files and the page agree" in out
+
+
+# Changes of the last digit of a number, or of a byte, by file; and what is told.
+@pytest.mark.parametrize(
+    ("name", "old", "new", "told"),
+    [
+        ("grey-glass-4mm.csv", "550,0.", "550,1.", r"no transmittance|values\[0\].value"),
+        ("grey-glass-4mm.csv", "330,0.022350", "330,0.022351", r"tau_uva\].values\[0\].value: the"),
+        ("lab.toml", 'instrument = "Bench 1"', 'instrument = "Bench 2"', r"digests\[.*lab.toml\]"),
+        ("budget.toml", "standard = 0.002", "standard = 0.003", r"tau_v\].values\[0\].U: the"),
+        ("repeats.csv", "330", "331", r"cannot be computed again|repeats.csv"),
+        ("limits-categories.toml", "above = 0.43", "above = 0.42", r"conformity.category.*limit"),
+        ("logo.png", b"\x00" * 4, b"\x00" * 3 + b"\x01", r"digests\[logo.png\]"),
+        ("own/page.css", "#010203", "#010204", r"digests\[own/page.css\]|line \d+: h1"),
+        ("cert.html", "54.96 ±", "54.97 ±", r"cert.html: line \d+: .*54.97.*again: .*54.96"),
+        ("cert.html", "\n", "\n\n", r"cert.html: \d+ lines"),
+    ],
+)
+def test_a_change_of_a_file_is_named(
+    made: Made, run: Runner, name: str, old: str | bytes, new: str | bytes, told: str
+) -> None:
+    before, after = (text if isinstance(text, bytes) else text.encode() for text in (old, new))
+    content = (made.folder / name).read_bytes()
+    assert before in content
+    (made.folder / name).write_bytes(content.replace(before, after, 1))
+    status, out, _ = run("verify", made.record)
+    assert status == 1
+    assert re.search(told, out)
+
+
+@pytest.mark.parametrize("name", ["grey-glass-4mm.csv", "budget.toml", "cert.html", "logo.png"])
+def test_a_file_that_is_gone_is_named(made: Made, run: Runner, name: str) -> None:
+    (made.folder / name).unlink()
+    status, out, _ = run("verify", made.record)
+    assert status == 1
+    assert name in out
+
+
+def is_found(record: Path) -> bool:
+    try:
+        return bool(verify(record).differences)
+    except vek.Refusal:
+        return True
+
+
+@pytest.mark.parametrize("name", ["cert.json", "cert.html"])
+def test_every_digit_counts(made: Made, name: str) -> None:
+    path = made.folder / name
+    text = path.read_text()
+    digits = [found.start() for found in re.finditer("[0-9]", text)]
+    for place in digits[:: len(digits) // 40]:
+        changed = str((int(text[place]) + 1) % 10)
+        path.write_text(text[:place] + changed + text[place + 1 :])
+        assert is_found(made.record), text[place - 40 : place + 10]
+    # A digit more that changes no bit of the number is a change, too.
+    path.write_text(re.sub(r"(0\.5495\d*)", r"\g<1>0", text, count=1))
+    assert verify(made.record).differences
+
+
+def test_a_change_of_the_library_is_found(made: Made, monkeypatch: pytest.MonkeyPatch) -> None:
+    from vekanalysis.certificates import _certificate, _record
+
+    monkeypatch.setattr(_certificate, "_table_digest", lambda name: "0" * 64)
+    differences = verify(made.record).differences
+    assert any("digests[cie_illuminant_d65].sha256" in each for each in differences)
+    monkeypatch.setattr(_record, "version", lambda: "0.0")
+    assert any("and this is 0.0" in each for each in verify(made.record).differences)
+
+
+def test_options_of_reading_and_data_sets_are_kept(run: Runner, tmp_path: Path) -> None:
+    write_vek(tmp_path / "a.vek", [("one", flat(0.5)), ("two", flat(0.6))])
+    table = "".join(f"{wl};{i};{i + 1}\n" for i, wl in enumerate(range(380, 785, 5), start=1))
+    (tmp_path / "b.txt").write_text("a line\n" + table)
+    (tmp_path / "out").mkdir()
+    out = ["--out", tmp_path / "out", "--record", tmp_path / "out"]
+    status, _, err = run("certificate", tmp_path / "a.vek", *out, "--data-set", "two")
+    assert (status, err) == (0, "")
+    status, _, err = run("certificate", tmp_path / "b.txt", *out, "--percent", "--skip", "1-1")
+    assert (status, err) == (0, "")
+    records = sorted((tmp_path / "out").glob("*.json"))
+    assert len(records) == 3
+    assert run("verify", *records).status == 0
+
+
+@pytest.mark.parametrize("text", ["", "{", "[]", '{"format": "other"}', "[" * 100_000])
+def test_what_is_no_record_is_refused(run: Runner, tmp_path: Path, text: str) -> None:
+    (tmp_path / "r.json").write_text(text)
+    assert "no record of a certificate" in run.refuse("verify", tmp_path / "r.json")
+
+
+def test_a_record_that_lacks_a_part_is_refused(made: Made, run: Runner) -> None:
+    content = json.loads(made.record.read_text())
+    del content["files"]["input"]
+    made.record.write_text(json.dumps(content))
+    assert "no complete record" in run.refuse("verify", made.record)
