@@ -80,8 +80,8 @@ def test_names_are_completed_and_private_ones_are_private() -> None:
 @pytest.mark.parametrize("library", ["pandas", "xarray", "matplotlib"])
 def test_a_missing_library_is_named(library: str, monkeypatch: pytest.MonkeyPatch) -> None:
     use, extra = {
-        "pandas": (interop.to_series, "interop"),
-        "xarray": (interop.to_dataarray, "interop"),
+        "pandas": (interop.to_series, "pandas"),
+        "xarray": (interop.to_dataarray, "xarray"),
         "matplotlib": (vek.plot, "plot"),
     }[library]
     monkeypatch.setitem(sys.modules, library, None)

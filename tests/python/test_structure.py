@@ -2,12 +2,16 @@
 
 import ast
 import re
+import subprocess
+import sys
+import tomllib
 from collections.abc import Iterator
 from pathlib import Path
 
 import pytest
 
-SOURCES = Path(__file__).resolve().parents[2] / "src"
+ROOT = Path(__file__).resolve().parents[2]
+SOURCES = ROOT / "src"
 PACKAGE = SOURCES / "vekanalysis"
 
 # Lowest first. What stands in one line is apart, but for the arrows below.
@@ -130,3 +134,21 @@ def test_rooms_import_only_what_lies_below_them() -> None:
                 if above or hidden or (compiled and len(target) > 1 and target[1] not in COMPILED):
                     wrong.append(f"{file.relative_to(PACKAGE)} imports {'.'.join(target)}")
     assert not wrong
+
+
+@pytest.mark.skipif(sys.platform != "linux", reason="runs a script for Debian")
+def test_setup_knows_the_groups_of_the_package_and_both_ways_to_fetch_them() -> None:
+    project = tomllib.loads((ROOT / "pyproject.toml").read_text())
+    extras = project["project"]["optional-dependencies"]
+    fetched = extras.keys() | project["dependency-groups"].keys() - {"test"}
+    pattern = r"^ +([a-z |]+)\) ;;$"
+    (accepted,) = re.findall(pattern, (ROOT / "tools/setup").read_text(), re.MULTILINE)
+    assert sorted(accepted.split(" | ")) == sorted(fetched)
+    command = [ROOT / "tools/debian_python", "--list"]
+    plain = subprocess.run(command, capture_output=True, text=True, check=True).stdout
+    for group in sorted(fetched):
+        listed = subprocess.run([*command, group], capture_output=True, text=True, check=True)
+        assert listed.stdout.startswith(plain), group
+        assert len(listed.stdout) > len(plain), group
+    parts = {name for part in ("dask", "pandas", "plot", "xarray") for name in extras[part]}
+    assert parts <= {*extras["interop"]}

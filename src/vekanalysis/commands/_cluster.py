@@ -54,8 +54,8 @@ def _distributed() -> Any:
         import distributed
     except ImportError:
         raise CommandError(
-            "--cluster needs Dask's distributed: pip install 'vekanalysis[interop]'; "
-            "in a checkout, tools/setup interop"
+            "--cluster needs Dask's distributed: pip install 'vekanalysis[dask]'; "
+            "in a checkout, tools/setup dask"
         ) from None
     return distributed
 

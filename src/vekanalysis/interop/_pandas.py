@@ -54,7 +54,7 @@ def to_series(scan: Scan | Spectrum, name: str | None = None) -> Series[float]:
     410.0    0.50
     Name: lens, dtype: float64
     """
-    pandas = require("pandas", "to_series", "interop")
+    pandas = require("pandas", "to_series", "pandas")
     scan, label, attrs = described(scan)
     wavelengths, values = scan.to_numpy()
     index = pandas.Index(wavelengths, name=WAVELENGTH)
@@ -107,7 +107,7 @@ def from_series(
     >>> vek.interop.from_series(pd.Series([0.25, 0.5], index=[400, 410]))
     Scan(400→410[2])
     """
-    pandas = require("pandas", "from_series", "interop")
+    pandas = require("pandas", "from_series", "pandas")
     if not isinstance(series, pandas.Series):
         raise TypeError(f"from_series needs a pandas Series; got {type(series).__name__}")
     where = "series" if series.name is None else f"series '{series.name}'"
@@ -184,7 +184,7 @@ def to_frame(
     >>> vek.interop.to_frame(scans, grid=[405, 410])["a"].to_list()
     [0.375, 0.5]
     """
-    pandas = require("pandas", "to_frame", "interop")
+    pandas = require("pandas", "to_frame", "pandas")
     named, attrs = _named(scans)
     if isinstance(grid, str) and grid == "union":
         wavelengths = _union(named.values())
@@ -232,7 +232,7 @@ def from_frame(
     >>> vek.interop.from_frame(vek.interop.to_frame(scans)) == scans
     True
     """
-    pandas = require("pandas", "from_frame", "interop")
+    pandas = require("pandas", "from_frame", "pandas")
     if not isinstance(frame, pandas.DataFrame):
         raise TypeError(f"from_frame needs a pandas DataFrame; got {type(frame).__name__}")
     if not frame.columns.is_unique:
@@ -270,7 +270,7 @@ def _union(scans: Iterable[Scan]) -> list[float]:
 
 def _grid(grid: ArrayLike, scans: list[Scan]) -> list[float]:
     if not isinstance(grid, str):
-        numpy = require("numpy", "to_frame", "interop")
+        numpy = require("numpy", "to_frame", "pandas")
         if numpy.ma.is_masked(grid):
             raise ValueError("grid: some of its wavelengths are masked; pass grid.compressed()")
         wavelengths = numbers(numpy.asarray(grid), "the wavelengths", "grid")

@@ -46,7 +46,7 @@ def to_dataarray(scan: Scan | Spectrum, name: str | None = None) -> DataArray:
     >>> lens.sel(wavelength=410).item()
     0.5
     """
-    xarray = require("xarray", "to_dataarray", "interop")
+    xarray = require("xarray", "to_dataarray", "xarray")
     scan, label, attrs = described(scan)
     wavelengths, values = scan.to_numpy()
     coordinate = xarray.Variable(
@@ -109,7 +109,7 @@ def from_dataarray(
     >>> vek.interop.from_dataarray(lens, wavelength_unit="um")
     Scan(400→410[2])
     """
-    xarray = require("xarray", "from_dataarray", "interop")
+    xarray = require("xarray", "from_dataarray", "xarray")
     if not isinstance(array, xarray.DataArray):
         raise TypeError(f"from_dataarray needs an xarray DataArray; got {type(array).__name__}")
     where = "array" if array.name is None else f"array '{array.name}'"
