@@ -48,10 +48,17 @@ def check_numbers() -> None:
     check(flat.to_numpy().shape == (2, 3), f"array of 3 points has shape {flat.to_numpy().shape}")
 
 
+def check_samples() -> None:
+    for name in vek.samples.names():
+        sample = vek.samples.get(name)
+        read = len(vek.samples.read(name))
+        check(read == sample.spectra, f"sample {name} holds {read} spectra, not {sample.spectra}")
+
+
 def check_commands() -> None:
     program = shutil.which("vekanalysis", path=sysconfig.get_path("scripts"))
     check(program is not None, "no program vekanalysis beside the interpreter")
-    arguments = ("report", str(ROOT / "examples" / "two-lenses.vek"))
+    arguments = ("report", str(vek.samples.path("two-lenses")))
     report = output_of(str(program), *arguments)
     check("ISO 8980-3" in report, f"no ISO 8980-3 in the report: {report}")
     same = output_of(sys.executable, "-m", "vekanalysis", *arguments)
@@ -61,6 +68,7 @@ def check_commands() -> None:
 def main() -> None:
     check_package()
     check_numbers()
+    check_samples()
     check_commands()
     print(f"smoke test: vekanalysis {vek.version()} works in {sys.prefix}")
 

@@ -17,6 +17,7 @@ What speaks to other libraries is imported when it is first used, and so are tho
 - ``interop``, scans and records as pandas, xarray and plain Python objects, and back
 - ``plot``, scans drawn with Matplotlib
 - ``read``, the spectra of a file of any format, and ``Spectrum``, what it returns
+- ``samples``, spectra to try things with
 - ``write``, spectra as CSV, JCAMP-DX or TM-27
 - ``errors`` and ``units``, how input is refused, and which units are understood
 - ``uncertainty``, budgets, and figures with their uncertainty
@@ -53,7 +54,7 @@ from ._core import (
 # typing itself would double the time that importing the package takes.
 TYPE_CHECKING = False
 if TYPE_CHECKING:
-    from . import errors, interop, quantities, reports, uncertainty, units
+    from . import errors, interop, quantities, reports, samples, uncertainty, units
     from .errors import Refusal
     from .notebook import load_ipython_extension, unload_ipython_extension
     from .plotting import plot
@@ -92,6 +93,7 @@ __all__ = [
     "read",
     "read_table",
     "reports",
+    "samples",
     "uncertainty",
     "units",
     "unload_ipython_extension",
@@ -118,6 +120,7 @@ _LAZY = {
     "read": "reading",
     "read_table": "reading",
     "reports": "reports",
+    "samples": "samples",
     "uncertainty": "uncertainty",
     "units": "units",
     "unload_ipython_extension": "notebook",

@@ -43,6 +43,7 @@ def vek_file() -> Any:
         "interop._xarray",
         "reading.files",
         "reading.tables",
+        "samples._samples",
         "spectrum",
         "plotting",
         "notebook",

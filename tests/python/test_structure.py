@@ -45,6 +45,7 @@ ROOMS = [
     ["spectrum"],
     ["reading"],
     ["writing"],
+    ["samples"],
     ["quantities"],
     ["uncertainty"],
     ["plotting"],
