@@ -265,7 +265,7 @@ def test_paper_has_the_same_page(run: Runner, tmp_path: Path) -> None:
     arguments = ["certificate", GREY, "--out", out, "--pdf", paper]
     try:
         import weasyprint  # noqa: F401
-    except (ImportError, OSError):
+    except ImportError, OSError:
         assert "--pdf: a PDF needs weasyprint" in run.refuse(*arguments)
         assert not out.exists()
     else:

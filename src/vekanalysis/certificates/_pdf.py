@@ -1,7 +1,5 @@
 """Pages on paper."""
 
-from typing import Any
-
 from .._optional import require
 
 
@@ -27,10 +25,6 @@ def pdf(html: str) -> bytes:
     except OSError as error:  # it loads Pango
         raise ImportError(f"a PDF needs weasyprint, which cannot be loaded: {error}") from None
 
-    def only_data(url: str, *arguments: Any, **options: Any) -> Any:
-        if not url.startswith("data:"):
-            raise ValueError(f"{url} is not part of the page")
-        return weasyprint.default_url_fetcher(url, *arguments, **options)
-
-    content: bytes = weasyprint.HTML(string=html, url_fetcher=only_data).write_pdf()
+    fetcher = weasyprint.urls.URLFetcher(allowed_protocols=("data",))
+    content: bytes = weasyprint.HTML(string=html, url_fetcher=fetcher).write_pdf()
     return content
