@@ -14,6 +14,7 @@
 #include "io/vekfile.hpp"
 #include "utils/averaging.hpp"
 #include "utils/measure_peaks.hpp"
+#include "utils/peak_shapes.hpp"
 #include "utils/statistics.hpp"
 #include "utils/stitching.hpp"
 
@@ -53,6 +54,8 @@ template <>
 inline constexpr bool is_bound_class<WavelengthResiduals> = true;
 template <>
 inline constexpr bool is_bound_class<utils::Peak> = true;
+template <>
+inline constexpr bool is_bound_class<utils::PeakShape> = true;
 template <>
 inline constexpr bool is_bound_class<utils::ScanMean> = true;
 template <>

@@ -5,6 +5,7 @@
 #include "python/records.hpp"
 #include "utils/averaging.hpp"
 #include "utils/measure_peaks.hpp"
+#include "utils/peak_shapes.hpp"
 #include "utils/statistics.hpp"
 #include "utils/stitching.hpp"
 
@@ -66,6 +67,28 @@ void add_peak_class(py::module_& m) {
         .shown_by_attributes("Peak");
 }
 
+void add_peak_shape_class(py::module_& m) {
+    using Shape = utils::PeakShape;
+    RecordClass(m, "PeakShape", "A peak of a scan with its shape, from ``peaks``.",
+                Field{"wavelength", &Shape::wavelength, "Where the interpolant is highest."},
+                Field{"height", &Shape::height, "Value there, counted from 0."},
+                Field{"prominence", &Shape::prominence,
+                      "How far it rises above the higher one of the lowest values on either side, "
+                      "up to the next higher peak or the end."},
+                Field{"left", &Shape::left,
+                      "Where the curve is half as far above the baseline as the peak, below the "
+                      "peak's wavelength; None where it is not defined."},
+                Field{"right", &Shape::right, "The same above the peak's wavelength."},
+                Field{"width", &Shape::width,
+                      "``right`` - ``left``: the full width at half maximum over the baseline."},
+                Field{"area", &Shape::area, "Integral of the curve over the baseline."},
+                Field{"baseline", &Shape::baseline, "Value of the baseline below the peak."})
+        .made_of_fields()
+        .read_only()
+        .unpacks()
+        .shown_by_attributes("PeakShape");
+}
+
 void add_mean_class(py::module_& m) {
     using Mean = utils::ScanMean;
     RecordClass(m, "ScanMean", "Mean of several scans with their spread, from ``mean``.",
@@ -86,6 +109,7 @@ void add_utils_records(py::module_& m) {
     add_statistics_class(m);
     add_stitch_results_class(m);
     add_peak_class(m);
+    add_peak_shape_class(m);
     add_mean_class(m);
 }
 

@@ -2,9 +2,14 @@
 
 #include <pybind11/stl.h>
 
+#include <optional>
+#include <string>
+#include <vector>
+
 #include "core/scan.hpp"
 #include "python/docstring.hpp"
 #include "utils/measure_peaks.hpp"
+#include "utils/peak_shapes.hpp"
 #include "utils/peaks.hpp"
 #include "utils/stitching.hpp"
 
@@ -104,6 +109,65 @@ No baseline is subtracted.)doc")
               .raises("RuntimeError", "If the scan has too few points for its interpolation."));
 }
 
+std::vector<utils::PeakShape> peaks(const Scan& scan, std::optional<double> height,
+                                    std::optional<double> prominence,
+                                    std::optional<double> distance, std::optional<double> width,
+                                    const std::string& baseline) {
+    utils::PeakOptions options;
+    options.height = height.value_or(options.height);
+    options.prominence = prominence.value_or(options.prominence);
+    options.distance = distance.value_or(options.distance);
+    options.width = width.value_or(options.width);
+    if (baseline == "valleys") {
+        options.baseline = utils::Baseline::VALLEYS;
+    } else if (baseline == "prominence") {
+        options.baseline = utils::Baseline::PROMINENCE;
+    } else if (baseline == "zero") {
+        options.baseline = utils::Baseline::ZERO;
+    } else {
+        throw py::value_error("baseline must be 'valleys', 'prominence' or 'zero'");
+    }
+    return utils::peaks(scan, options);
+}
+
+void add_peak_shapes(py::module_& m) {
+    m.def("peaks", &peaks, "scan"_a, py::kw_only(), "height"_a = py::none(),
+          "prominence"_a = py::none(), "distance"_a = py::none(), "width"_a = py::none(),
+          "baseline"_a = "valleys",
+          Docstring(R"doc(The peaks of a scan: position, height, prominence, width and area.
+
+A stored point above both its neighbours is a peak, as is the middle of a plateau; the first
+and the last point are none. Position and height are those of the highest place of the
+interpolant beside it. Noise has peaks, too: ``prominence`` keeps it out.
+
+``height``, ``distance``, ``prominence`` and ``width`` are applied in this order. With
+linear interpolation the peaks are those of ``scipy.signal.find_peaks``, and with the
+baseline "prominence" the widths those of ``peak_widths``.)doc")
+              .parameter("scan", "Scan", "Without NaN and infinities.")
+              .parameter("height", "float, optional", "Least height, in the unit of the values.")
+              .parameter("prominence", "float, optional",
+                         "Least prominence, in the unit of the values.")
+              .parameter("distance", "float, optional",
+                         "Least distance, in the unit of the wavelengths: of two peaks that are "
+                         "closer the lower one goes.")
+              .parameter("width", "float, optional",
+                         "Least full width at half maximum, in the unit of the wavelengths.")
+              .parameter("baseline", "{\"valleys\", \"prominence\", \"zero\"}",
+                         "What width and area are counted from: the straight line between the "
+                         "lowest points on either side, up to the neighbours among the peaks that "
+                         "``height``, ``distance`` and ``prominence`` leave; the level of the "
+                         "height less the prominence; or 0.")
+              .returns("list[PeakShape]",
+                       "In order of wavelength. With \"zero\" ``left``, ``right`` and ``width`` "
+                       "are None where the scan rises above the peak before it has fallen to half "
+                       "of it, or ends. The area goes from where the curve meets the baseline, at "
+                       "most from the lowest point, on the one side to that on the other.")
+              .raises("ValueError",
+                      "If a value is not finite, an option is NaN or negative (but for "
+                      "``height``), or ``baseline`` is another word.")
+              .raises("RuntimeError", no_interpolation));
+}
+
 void add_stitching(py::module_& m) {
     m.def(
         "stitch_scans", &utils::stitch_scans, "scan_1"_a, "scan_2"_a, "min_wl"_a, "max_wl"_a,
@@ -136,6 +200,7 @@ k ``scan_2`` from there on.)doc")
 void add_utils_searches(py::module_& m) {
     add_find_key(m);
     add_peaks(m);
+    add_peak_shapes(m);
     add_stitching(m);
 }
 

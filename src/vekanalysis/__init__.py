@@ -19,6 +19,7 @@ What speaks to other libraries is imported when it is first used, and so are tho
 - ``read``, the spectra of a file of any format, and ``Spectrum``, what it returns
 - ``samples``, spectra to try things with
 - ``write``, spectra as CSV, JCAMP-DX or TM-27
+- ``peaks``, the peaks of a spectrum with their shapes
 - ``errors`` and ``units``, how input is refused, and which units are understood
 - ``uncertainty``, budgets, and figures with their uncertainty
 - ``read_table``, a tolerant reader of text files, and the ``Table`` that it returns
@@ -55,6 +56,7 @@ from ._core import (
 TYPE_CHECKING = False
 if TYPE_CHECKING:
     from . import errors, interop, quantities, reports, samples, uncertainty, units
+    from ._peaks import peaks
     from .errors import Refusal
     from .notebook import load_ipython_extension, unload_ipython_extension
     from .plotting import plot
@@ -86,6 +88,7 @@ __all__ = [
     "load_ipython_extension",
     "mean",
     "monochromator",
+    "peaks",
     "physics",
     "plot",
     "quantities",
@@ -115,6 +118,7 @@ _LAZY = {
     "errors": "errors",
     "interop": "interop",
     "load_ipython_extension": "notebook",
+    "peaks": "_peaks",
     "plot": "plotting",
     "quantities": "quantities",
     "read": "reading",

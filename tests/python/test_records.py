@@ -86,6 +86,7 @@ NUMBERS = [
 ]
 OTHERS = [
     fitting.WavelengthResiduals([0.5, -1.0], 0.75, 1.0),
+    utils.PeakShape(550.0, 2.0, 1.5, 540.0, None, None, 3.0, 0.5),
     utils.ScanMean(Scan([1], [2]), Scan([1], [0]), 3),
     STITCHED,
 ]

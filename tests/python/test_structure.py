@@ -46,6 +46,7 @@ ROOMS = [
     ["reading"],
     ["writing"],
     ["samples"],
+    ["_peaks"],
     ["quantities"],
     ["uncertainty"],
     ["plotting"],

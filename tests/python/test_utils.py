@@ -110,3 +110,24 @@ def test_means_of_nothing_in_common_are_refused(
 ) -> None:
     with pytest.raises(error, match=text):
         vek.mean(scans)
+
+
+def test_peaks_take_scans_and_spectra_and_word_refusals() -> None:
+    scan = Scan([1, 2, 3, 4, 5], [0, 3, 1, 2, 0], interpolation=Interpolation.LINEAR)
+    first, second = vek.peaks(scan)
+    assert (first.wavelength, first.height, first.prominence, first.baseline) == (2, 3, 3, 0.5)
+    assert (second.left, second.right, second.width) == (3.5, 4.5, 1.0)
+    spectrum = vek.Spectrum(scan, "counts", "counts", "lamp")
+    assert vek.peaks(spectrum, baseline="zero", height=2.5) == utils.peaks(
+        scan, height=2.5, baseline="zero"
+    )
+    for options, text in [
+        ({"baseline": "none"}, "lamp: baseline must be 'valleys', 'prominence' or 'zero'"),
+        ({"distance": -1}, "lamp: distance, prominence and width must not be negative"),
+    ]:
+        with pytest.raises(vek.Refusal, match=text):
+            vek.peaks(spectrum, **options)  # type: ignore[arg-type]
+    with pytest.raises(vek.Refusal, match=r"^no values between the points \(Cannot initialize"):
+        vek.peaks(Scan([1, 2], [3, 4]))
+    with pytest.raises(TypeError, match="peaks needs a Scan or a Spectrum; got list"):
+        vek.peaks([1, 2])  # type: ignore[arg-type]

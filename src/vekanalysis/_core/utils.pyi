@@ -1,5 +1,5 @@
 from collections.abc import Callable, Iterable, Iterator, Mapping
-from typing import Any, SupportsIndex, SupportsInt, overload
+from typing import Any, Literal, SupportsIndex, SupportsInt, overload
 
 from . import Scan, _Float, _Numbers, _Record
 
@@ -48,6 +48,36 @@ class Peak(_Record):
     def width(self) -> float | None: ...
     def __iter__(self) -> Iterator[float | None]: ...
 
+class PeakShape(_Record):
+    def __init__(
+        self,
+        wavelength: _Float,
+        height: _Float,
+        prominence: _Float,
+        left: _Float | None,
+        right: _Float | None,
+        width: _Float | None,
+        area: _Float,
+        baseline: _Float,
+    ) -> None: ...
+    @property
+    def wavelength(self) -> float: ...
+    @property
+    def height(self) -> float: ...
+    @property
+    def prominence(self) -> float: ...
+    @property
+    def left(self) -> float | None: ...
+    @property
+    def right(self) -> float | None: ...
+    @property
+    def width(self) -> float | None: ...
+    @property
+    def area(self) -> float: ...
+    @property
+    def baseline(self) -> float: ...
+    def __iter__(self) -> Iterator[float | None]: ...
+
 class ScanMean(_Record):
     def __init__(
         self, scan: Scan, standard_deviation: Scan, count: SupportsInt | SupportsIndex
@@ -65,6 +95,15 @@ def find_key(scan: Scan, lo: _Float, hi: _Float, value: _Float) -> float: ...
 def find_peak(scan: Scan) -> float: ...
 def find_peaks(scan: Scan) -> Scan: ...
 def measure_peaks(scan: Scan) -> list[Peak]: ...
+def peaks(
+    scan: Scan,
+    *,
+    height: _Float | None = None,
+    prominence: _Float | None = None,
+    distance: _Float | None = None,
+    width: _Float | None = None,
+    baseline: Literal["valleys", "prominence", "zero"] = "valleys",
+) -> list[PeakShape]: ...
 def peak_width(scan: Scan, height: _Float) -> float: ...
 def stitch_scans(
     scan_1: Scan, scan_2: Scan, min_wl: _Float, max_wl: _Float, target_error: _Float

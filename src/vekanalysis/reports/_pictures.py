@@ -57,7 +57,7 @@ def _numbered(spectrum: Spectrum, number: int, count: int) -> str:
     return spectrum.label if count == 1 else f"{number} {spectrum.label}"
 
 
-def peak_figure(spectra: Sequence[Spectrum], peaks: Sequence[Sequence[utils.Peak]]) -> Any:
+def peak_figure(spectra: Sequence[Spectrum], peaks: Sequence[Sequence[utils.PeakShape]]) -> Any:
     """Spectra of any unit, with their peaks marked."""
     ranges = [spectrum.range_nm for spectrum in spectra]
     lowest, highest = min(r[0] for r in ranges), max(r[1] for r in ranges)
