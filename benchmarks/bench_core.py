@@ -26,6 +26,7 @@ try:
     import pandas
     from scipy.interpolate import Akima1DInterpolator
     from scipy.optimize import brentq, least_squares, minimize_scalar
+    from scipy.signal import find_peaks, peak_widths
 except ImportError:
     sys.exit("SciPy and pandas are needed as peers: run tools/setup bench")
 
@@ -244,6 +245,44 @@ def peak_and_width() -> tuple[Work, Work]:
     return work, peer
 
 
+def all_peaks(wavelengths: Floats, values: Floats, prominence: float) -> tuple[Work, Work]:
+    """Peaks, prominences, widths and places on the curve, of which the peer tries nine a peak."""
+    ours = vek.Scan(wavelengths, values)
+
+    def work() -> object:
+        ours.interpolation = vek.AKIMA  # Drops the curve, which the peer makes anew, too.
+        return vek.peaks(ours, prominence=prominence)
+
+    def peer() -> object:
+        tops, facts = find_peaks(values, prominence=prominence)
+        widths = peak_widths(values, tops, 0.5)
+        curve = Akima1DInterpolator(wavelengths, values)
+        near = wavelengths[tops, None] + np.linspace(-1, 1, 9) * (wavelengths[1] - wavelengths[0])
+        return facts, widths, curve(near).max(axis=1)
+
+    lines = vek.Scan(wavelengths, values, interpolation=vek.LINEAR)
+    tops, facts = find_peaks(values, prominence=prominence)
+    widths = peak_widths(values, tops, 0.5)[0] * (wavelengths[1] - wavelengths[0])
+    found = vek.peaks(lines, prominence=prominence, baseline="prominence")
+    assert [peak.wavelength for peak in found] == wavelengths[tops].tolist()
+    assert [peak.prominence for peak in found] == facts["prominences"].tolist()
+    assert np.allclose([peak.width or 0.0 for peak in found], widths, rtol=1e-9)
+    return work, peer
+
+
+def line_lamp(noise: float) -> tuple[Work, Work]:
+    """400 lines, 15 nm wide, of 100 points each."""
+    wavelengths = 25 + 0.5 * np.arange(40001)
+    lines = np.exp(-4 * np.log(2) * ((wavelengths - 50 * np.round(wavelengths / 50)) / 15) ** 2)
+    random = np.random.default_rng(3)
+    return all_peaks(wavelengths, lines + noise * random.standard_normal(40001), 0.5)
+
+
+def peaks_of_noise() -> tuple[Work, Work]:
+    values = np.random.default_rng(3).standard_normal(100_001)
+    return all_peaks(200 + 0.01 * np.arange(100_001), values, 0.0)
+
+
 def wavelength_fit() -> tuple[Work, Work]:
     """Four free parameters of the grating equation over 200 points."""
     names = ["d", "omega_t", "omega_m", "cos_K", "theta_z", "alpha", "a", "phi"]
@@ -299,6 +338,9 @@ WORK: dict[str, tuple[Callable[[], tuple[Work, Work]], str, float]] = {
     "ISO8980_3_tau_v": (luminous_transmittance, "SciPy", 0.05),
     "XYZ and L*a*b*": (xyz_and_lab, "SciPy", 0.06),
     "peak and full width": (peak_and_width, "SciPy", 0.05),
+    "400 lines": (lambda: line_lamp(0.0), "SciPy", 0.2),
+    "400 noisy lines": (lambda: line_lamp(0.01), "SciPy", 0.2),
+    "33,000 peaks of noise": (peaks_of_noise, "SciPy", 0.2),
     "wavelength fit, 4 free": (wavelength_fit, "SciPy", 0.3),
     "100,000 ascending points": (ascending_points, "NumPy", 0.5),
     "100,000 random points": (random_points, "NumPy", 1.2),

@@ -152,7 +152,7 @@ baseline "prominence" the widths those of ``peak_widths``.)doc")
                          "closer the lower one goes.")
               .parameter("width", "float, optional",
                          "Least full width at half maximum, in the unit of the wavelengths.")
-              .parameter("baseline", "{\"valleys\", \"prominence\", \"zero\"}",
+              .parameter("baseline", R"({"valleys", "prominence", "zero"})",
                          "What width and area are counted from: the straight line between the "
                          "lowest points on either side, up to the neighbours among the peaks that "
                          "``height``, ``distance`` and ``prominence`` leave; the level of the "

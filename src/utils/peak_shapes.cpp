@@ -103,9 +103,9 @@ private:
             std::size_t count = 0;
             for (std::size_t i = start; i < end; ++i) {
                 candidates[count] = i;
-                const bool rises = values_[i - 1] < values_[i];
-                const bool falls = values_[i] >= values_[i + 1];
-                count += static_cast<std::size_t>(rises & falls);
+                const auto rises = static_cast<std::size_t>(values_[i - 1] < values_[i]);
+                const auto falls = static_cast<std::size_t>(values_[i] >= values_[i + 1]);
+                count += rises & falls;
             }
             for (std::size_t k = 0; k < count; ++k) add_top(candidates[k]);
         }
@@ -172,9 +172,8 @@ private:
             stack.emplace_back(top.height, value);
             return value;
         };
-        for (std::size_t k = 0; k < m; ++k) {
-            tops_[k].prominence = base(tops_[k], values_[valleys_[k].first]);
-        }
+        std::size_t before = 0;
+        for (Top& top : tops_) top.prominence = base(top, values_[valleys_[before++].first]);
         stack.clear();
         for (std::size_t k = m; k-- > 0;) {
             Top& top = tops_[k];

@@ -32,6 +32,7 @@ PRIVATE_HEADERS = """
     lighting/data/tables lighting/lanes numerical/cubic numerical/stable_order quantities/even_sum
     quantities/finish quantities/form quantities/forms quantities/integrator quantities/kernels
     quantities/lanes quantities/light_functions quantities/products quantities/record_parts
+    utils/extremes
 """
 
 # As the areas, for the package: the modules and folders of one room a line. A room takes from
