@@ -185,17 +185,19 @@ private:
     void drop_close_ones() {
         if (options_.distance == 0.0) return;
         std::vector<std::size_t> order(tops_.size());
-        std::iota(order.begin(), order.end(), std::size_t{0});
+        // The highest first, of equal ones the last.
+        std::iota(order.rbegin(), order.rend(), std::size_t{0});
         std::stable_sort(order.begin(), order.end(), [this](std::size_t a, std::size_t b) {
-            return tops_[a].height < tops_[b].height;
+            return tops_[a].height > tops_[b].height;
         });
-        for (auto it = order.rbegin(); it != order.rend(); ++it) {
-            if (!tops_[*it].is_kept) continue;
-            const double wl = tops_[*it].wavelength;
-            for (std::size_t k = *it; k-- > 0 && wl - tops_[k].wavelength < options_.distance;) {
+        for (const std::size_t highest : order) {
+            if (!tops_[highest].is_kept) continue;
+            const double wl = tops_[highest].wavelength;
+            for (std::size_t k = highest;
+                 k-- > 0 && wl - tops_[k].wavelength < options_.distance;) {
                 tops_[k].is_kept = false;
             }
-            for (std::size_t k = *it + 1;
+            for (std::size_t k = highest + 1;
                  k < tops_.size() && tops_[k].wavelength - wl < options_.distance; ++k) {
                 tops_[k].is_kept = false;
             }
