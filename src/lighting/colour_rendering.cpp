@@ -78,14 +78,17 @@ public:
         }
     }
 
-    [[nodiscard]] internal::RenderingReference operator()(double T) const noexcept {
+    /// @param samples  how many of the samples are wanted
+    [[nodiscard]] internal::RenderingReference operator()(double T,
+                                                          std::size_t samples) const noexcept {
+        const std::size_t count = 2 + 3 * samples;
         const double place = (1e6 / T - lowest) / (2.0 * half_width);
         const std::size_t i = std::min(static_cast<std::size_t>(place), intervals - 1);
         const double t = 2.0 * (place - static_cast<double>(i)) - 1.0;
         internal::RenderingReference result{powers_[i][terms - 1]};
         for (std::size_t j = terms - 1; j-- > 0;) {
             const auto& powers = powers_[i][j];
-            for (std::size_t k = 0; k < numbers; ++k) {
+            for (std::size_t k = 0; k < count; ++k) {
                 result.values[k] = result.values[k] * t + powers[k];
             }
         }
@@ -121,7 +124,7 @@ namespace internal {
 
 bool rendering_reference(double cct, int step, RenderingReference* reference, std::size_t count) {
     if (is_planckian(cct)) {
-        *reference = planckian_references(step)(cct);
+        *reference = planckian_references(step)(cct, count);
         return true;
     }
     double T = 0.0;

@@ -41,17 +41,19 @@ OnPrintedGrid carried_to_5_nm(std::span<const double> light,
                               std::span<const double> function) noexcept {
     static const auto weights = sprague_weights();
     // Two places before the first printed value and three behind the last, which stand for these.
-    std::array<double, printed_points + 5> sums{};
-    OnPrintedGrid at_fifths;
+    constexpr std::size_t reach = 5;
+    std::array<double, printed_points + reach> sums{};
+    // Zeros on either side, so that every place has six neighbours.
+    std::array<double, printed_points + 2 * reach> at_fifths{};
     for (std::size_t k = 0; k < 4; ++k) {
         for (std::size_t i = 0; i + 1 < printed_points; ++i) {
-            at_fifths[i] = light[5 * i + k + 1] * function[5 * i + k + 1];
+            at_fifths[i + reach] = light[5 * i + k + 1] * function[5 * i + k + 1];
         }
-        for (std::size_t q = 0; q < 6; ++q) {
-            const double weight = weights[k][q];
-            for (std::size_t i = 0; i + 1 < printed_points; ++i) {
-                sums[i + q] += weight * at_fifths[i];
-            }
+        const auto& w = weights[k];
+        for (std::size_t i = 0; i < sums.size(); ++i) {
+            const double* const f = at_fifths.data() + i;
+            sums[i] += ((w[5] * f[0] + w[4] * f[1]) + (w[3] * f[2] + w[2] * f[3])) +
+                       (w[1] * f[4] + w[0] * f[5]);
         }
     }
     OnPrintedGrid result;
@@ -61,6 +63,27 @@ OnPrintedGrid carried_to_5_nm(std::span<const double> light,
     result.front() += sums[0] + sums[1];
     for (std::size_t i = printed_points + 2; i < sums.size(); ++i) result.back() += sums[i];
     return result;
+}
+
+/// Sums of the stimuli times the factors of the first samples.
+template <std::size_t n, std::size_t count>
+void add_samples(std::span<const double> factors, const std::array<OnPrintedGrid, 3>& stimuli,
+                 Colours<n>* colours) noexcept {
+    std::array<double, count> X{};
+    std::array<double, count> Y{};
+    std::array<double, count> Z{};
+    for (std::size_t i = 0; i < printed_points; ++i) {
+        const double* const row = factors.data() + i * n;
+        const double x = stimuli[0][i];
+        const double y = stimuli[1][i];
+        const double z = stimuli[2][i];
+        for (std::size_t j = 0; j < count; ++j) X[j] += x * row[j];
+        for (std::size_t j = 0; j < count; ++j) Y[j] += y * row[j];
+        for (std::size_t j = 0; j < count; ++j) Z[j] += z * row[j];
+    }
+    std::copy_n(X.begin(), count, colours->X.begin());
+    std::copy_n(Y.begin(), count, colours->Y.begin());
+    std::copy_n(Z.begin(), count, colours->Z.begin());
 }
 
 }  // namespace
@@ -87,20 +110,12 @@ void ColourSamples<n>::sums(std::span<const double> light, Colours<n>* colours,
         }
     }
     colours->light = matching_(light);
-    double* const X = colours->X.data();
-    double* const Y = colours->Y.data();
-    double* const Z = colours->Z.data();
-    std::fill_n(X, count, 0.0);
-    std::fill_n(Y, count, 0.0);
-    std::fill_n(Z, count, 0.0);
-    for (std::size_t i = 0; i < printed_points; ++i) {
-        const double* const row = factors_.data() + i * n;
-        const double x = stimuli[0][i];
-        const double y = stimuli[1][i];
-        const double z = stimuli[2][i];
-        for (std::size_t j = 0; j < count; ++j) X[j] += x * row[j];
-        for (std::size_t j = 0; j < count; ++j) Y[j] += y * row[j];
-        for (std::size_t j = 0; j < count; ++j) Z[j] += z * row[j];
+    // Of so few the sums stay in registers.
+    constexpr std::size_t of_general_index = 8;
+    if (count == of_general_index) {
+        add_samples<n, of_general_index>(factors_, stimuli, colours);
+    } else {
+        add_samples<n, n>(factors_, stimuli, colours);
     }
 }
 

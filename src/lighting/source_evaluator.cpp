@@ -148,8 +148,15 @@ std::vector<Key> all_keys() {
     add(CHROMATICITY, "chromaticity", {"x", "y", "u", "v", "u_prime", "v_prime"});
     std::vector<std::string> indices{"Ra"};
     for (int i = 1; i <= 15; ++i) indices.push_back(std::string("R").append(std::to_string(i)));
+    indices.emplace_back("distance");
     add(RENDERING, "colour_rendering", indices);
-    add(FIDELITY, "colour_fidelity", {"Rf", "Rg"});
+    std::vector<std::string> figures{"Rf", "Rg"};
+    for (int i = 1; i <= 16; ++i) {
+        for (const char* figure : {".Rf", ".Rcs", ".Rhs"}) {
+            figures.push_back(std::string("bins.").append(std::to_string(i)).append(figure));
+        }
+    }
+    add(FIDELITY, "colour_fidelity", figures);
     std::vector<std::string> channels;
     for (const char* channel : {"s_cone", "m_cone", "l_cone", "rhodopic", "melanopic"}) {
         for (const char* field : {"irradiance", "elr", "edi", "der"}) {
@@ -166,7 +173,7 @@ const std::vector<Key>& key_list() {
     return keys;
 }
 
-constexpr std::size_t max_fields = 20;
+constexpr std::size_t max_fields = 50;
 using Fields = std::array<double, max_fields>;
 
 /// What the functions give for values on a grid; each is called when first asked for.
@@ -222,6 +229,7 @@ private:
         const auto R = internal::rendering_indices(source, reference, samples);
         fields[0] = internal::general_index(R);
         std::copy(R.begin(), R.end(), fields.begin() + 1);
+        fields[16] = internal::distance(internal::uv_of(xyz_), reference.white());
     }
 
     void put_fidelity(Fields& fields) {
@@ -233,6 +241,10 @@ private:
         if (!internal::fidelity_of(source, cct, step_, &found)) return;
         fields[0] = found.Rf;
         fields[1] = found.Rg;
+        std::size_t i = 2;
+        for (const HueBin& bin : found.bins) {
+            for (const double value : {bin.Rf, bin.Rcs, bin.Rhs}) fields[i++] = value;
+        }
     }
 
     void put_alpha_opic(Fields& fields) const {
@@ -283,7 +295,8 @@ SourceEvaluator::SourceEvaluator(std::span<const double> wavelengths,
         in_1_nm_.clear();
     }
     for (const Item& item : in_natural_step_) {
-        if (item.function == RENDERING && item.field > 8) rendering_samples_ = 15;
+        if (item.function == RENDERING && item.field > 8 && item.field <= 15)
+            rendering_samples_ = 15;
     }
 }
 

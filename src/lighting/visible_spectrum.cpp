@@ -123,12 +123,22 @@ std::size_t visible_points(int step) {
 }
 
 colorimetry::CIEXYZ ColourMatching::operator()(std::span<const double> values) const noexcept {
-    std::array<double, 3> sums{};
-    for (std::size_t k = 0; k < 3; ++k) {
-        const double* const f = functions[k].data();
-        sums[k] = sum_in_lanes(points, [f, values](std::size_t i) { return f[i] * values[i]; });
+    constexpr std::size_t lanes = 4;
+    std::array<std::array<double, lanes>, 3> parts{};
+    std::size_t i = 0;
+    for (; i + lanes <= points; i += lanes) {
+        for (std::size_t k = 0; k < 3; ++k) {
+            const double* const f = functions[k].data() + i;
+            for (std::size_t j = 0; j < lanes; ++j) parts[k][j] += f[j] * values[i + j];
+        }
     }
-    return {sums[0], sums[1], sums[2]};
+    for (; i < points; ++i) {
+        for (std::size_t k = 0; k < 3; ++k) parts[k][0] += functions[k][i] * values[i];
+    }
+    const auto sum = [](const std::array<double, lanes>& part) {
+        return (part[0] + part[1]) + (part[2] + part[3]);
+    };
+    return {sum(parts[0]), sum(parts[1]), sum(parts[2])};
 }
 
 const ColourMatching& colour_matching(int observer, int step) {
@@ -194,14 +204,20 @@ bool is_shifted(const colorimetry::CIEXYZ& on_grid, const colorimetry::CIEXYZ& o
 }
 
 Obstacle judge(std::span<const double> values, const colorimetry::CIEXYZ& xyz) noexcept {
-    const double negative = sum_in_lanes(
-        values.size(), [values](std::size_t i) { return values[i] < 0.0 ? 1.0 : 0.0; });
-    if (2.0 * negative > static_cast<double>(values.size())) return Obstacle::NEGATIVE;
+    // Few spectra have a value below zero, and only those are counted.
+    const bool has_negative = lowest_in_lanes(values) < 0.0;
+    const auto sum_of = [values](const auto& term) {
+        return sum_in_lanes(values.size(), [&](std::size_t i) { return term(values[i]); });
+    };
+    if (has_negative) {
+        const double count = sum_of([](double value) { return value < 0.0 ? 1.0 : 0.0; });
+        if (2.0 * count > static_cast<double>(values.size())) return Obstacle::NEGATIVE;
+    }
     if (!(xyz.Y > 0.0)) return Obstacle::DARK;
     if (!std::isfinite(xyz.X + 15.0 * xyz.Y + 3.0 * xyz.Z)) return Obstacle::TOO_LARGE;
-    const double below = sum_in_lanes(
-        values.size(), [values](std::size_t i) { return values[i] < 0.0 ? -values[i] : 0.0; });
-    const double sum = sum_in_lanes(values.size(), [values](std::size_t i) { return values[i]; });
+    if (!has_negative) return Obstacle::NONE;
+    const double below = sum_of([](double value) { return value < 0.0 ? -value : 0.0; });
+    const double sum = sum_of([](double value) { return value; });
     // The sum has what is below zero in it once, with its sign.
     return 2.0 * below > sum ? Obstacle::NOISY : Obstacle::NONE;
 }

@@ -7,8 +7,11 @@
 #include <functional>
 #include <limits>
 #include <new>
+#include <optional>
 #include <stdexcept>
+#include <string>
 
+#include "lighting/source_evaluator.hpp"
 #include "quantities/finish.hpp"
 #include "quantities/integrator.hpp"
 
@@ -32,6 +35,23 @@ struct PlannedFunction {
     bool by_function = false;
     bool refused = false;
 };
+
+/// In place of an index.
+constexpr std::size_t nowhere = std::numeric_limits<std::size_t>::max();
+
+/// By how much values change for a derivative.
+double change_for(std::span<const double> values) noexcept {
+    double largest = 0.0;
+    for (const double value : values) largest = std::max(largest, std::abs(value));
+    return largest > 0.0 ? 1e-6 * largest : 1e-6;
+}
+
+/// A quantity that `lighting::SourceEvaluator` has.
+bool is_of_source(const Quantity& quantity) {
+    const auto& keys = lighting::SourceEvaluator::keys();
+    return quantity.function->form == nullptr &&
+           std::find(keys.begin(), keys.end(), quantity.key) != keys.end();
+}
 
 /// A reference table as it was.
 struct Snapshot {
@@ -112,7 +132,10 @@ struct Evaluator::Plan {
     std::vector<Value> coverage{};
     std::vector<PlannedFunction> functions{};
     std::vector<std::size_t> function_of{};  // of each quantity
+    std::vector<std::size_t> source_of{};    // of each quantity, its place among those of `source`
     std::vector<char> refused{};             // of each quantity
+    std::optional<lighting::SourceEvaluator> source{};
+    std::size_t source_count = 0;
     std::vector<Snapshot> tables{};
     Integrator integrator;
 
@@ -176,10 +199,17 @@ struct Evaluator::Plan {
 
     void plan() {
         find_coverage();
+        std::vector<std::string> keys;
         for (std::size_t i = 0; i < quantities.size(); ++i) {
-            function_of.push_back(refused[i] != 0 ? 0 : place_of(*quantities[i].function));
+            const bool by_source = refused[i] == 0 && is_of_source(quantities[i]);
+            source_of.push_back(by_source ? keys.size() : nowhere);
+            if (by_source) keys.push_back(quantities[i].key);
+            const bool is_planned = refused[i] == 0 && !by_source;
+            function_of.push_back(is_planned ? place_of(*quantities[i].function) : nowhere);
         }
         integrator.finish();
+        source_count = keys.size();
+        if (!keys.empty()) source.emplace(wavelengths, keys, type, epsilon);
     }
 
     void compute(const PlannedFunction& planned, const Scan& scan, std::span<double> fields) const {
@@ -193,12 +223,13 @@ struct Evaluator::Plan {
     }
 
     /// The fields of a function for one lane of the workspace.
+    ///
+    /// @param scan  the spectrum of that lane, for what is had from functions alone
     void fields_of(const PlannedFunction& planned, const Integrator::Workspace& workspace,
-                   std::size_t lane, std::span<double> fields) const {
+                   std::size_t lane, const std::optional<Scan>& scan,
+                   std::span<double> fields) const {
         if (planned.by_function) {
-            std::vector<double> values;
-            for (const Four& four : workspace.spectrum) values.push_back(four.lanes[lane]);
-            compute(planned, scan_of(values), fields);
+            compute(planned, *scan, fields);
             return;
         }
         if (planned.form.finish == Form::Finish::SMALLEST) {
@@ -215,6 +246,7 @@ struct Evaluator::Plan {
 
     void gradients_of(const PlannedFunction& planned, std::span<const double> values,
                       Integrator::Workspace& workspace, std::span<double> gradients) const;
+    void source_gradients(std::span<const double> values, std::span<double> gradients) const;
 };
 
 Evaluator::Evaluator(std::span<const double> wavelengths, std::span<const Quantity> quantities,
@@ -257,7 +289,7 @@ std::span<const Value> Evaluator::coverage() const noexcept {
 }
 
 bool Evaluator::is_linear(std::size_t quantity) const noexcept {
-    if (plan_->refused[quantity] != 0) return false;
+    if (plan_->function_of[quantity] == nowhere) return false;
     const PlannedFunction& planned = plan_->functions[plan_->function_of[quantity]];
     return !planned.by_function && planned.form.finish == Form::Finish::NUMBERS &&
            plan_->integrator.is_linear(planned.integrals[plan_->quantities[quantity].field]);
@@ -291,18 +323,32 @@ void Evaluator::evaluate(std::span<const Row> rows, std::span<const Results> res
     for (const PlannedFunction& planned : plan.functions) {
         fields.emplace_back(planned.function->field_count);
     }
+    std::vector<double> spectrum(plan.wavelengths.size());
+    std::vector<double> of_source(plan.source_count);
+    lighting::SourceEvaluator::Scratch scratch;
+    std::optional<Scan> scan;
     for (std::size_t begin = 0; begin < rows.size(); begin += lane_count) {
         const std::size_t count = std::min(lane_count, rows.size() - begin);
         load(rows.subspan(begin, count), workspace);
         plan.integrator.integrate(workspace);
         for (std::size_t lane = 0; lane < count; ++lane) {
+            if (plan.source || needs_functions()) {
+                for (std::size_t i = 0; i < spectrum.size(); ++i) {
+                    spectrum[i] = workspace.spectrum[i].lanes[lane];
+                }
+            }
+            if (plan.source) (*plan.source)(spectrum, of_source, &scratch);
+            if (needs_functions()) scan = plan.scan_of(spectrum);
             for (std::size_t i = 0; i < fields.size(); ++i) {
-                plan.fields_of(plan.functions[i], workspace, lane, fields[i]);
+                plan.fields_of(plan.functions[i], workspace, lane, scan, fields[i]);
             }
             for (std::size_t i = 0; i < plan.quantities.size(); ++i) {
-                const double value = plan.refused[i] != 0
-                                         ? none
-                                         : fields[plan.function_of[i]][plan.quantities[i].field];
+                double value = none;
+                if (plan.source_of[i] != nowhere) {
+                    value = of_source[plan.source_of[i]];
+                } else if (plan.function_of[i] != nowhere) {
+                    value = fields[plan.function_of[i]][plan.quantities[i].field];
+                }
                 store(results[begin + lane], i,
                       plan.quantities[i].is_possible(value) ? value : none);
             }
@@ -324,6 +370,27 @@ void Evaluator::evaluate(std::span<const double> values, std::span<double> resul
     evaluate(rows, places);
 }
 
+/// Gradients of the quantities that `source` has, one after another.
+void Evaluator::Plan::source_gradients(std::span<const double> values,
+                                       std::span<double> gradients) const {
+    const std::size_t n = wavelengths.size();
+    std::vector<double> changed(values.begin(), values.end());
+    std::vector<double> up(source_count);
+    std::vector<double> down(source_count);
+    lighting::SourceEvaluator::Scratch scratch;
+    const double change = change_for(values);
+    for (std::size_t i = 0; i < n; ++i) {
+        changed[i] = values[i] + change;
+        (*source)(changed, up, &scratch);
+        changed[i] = values[i] - change;
+        (*source)(changed, down, &scratch);
+        changed[i] = values[i];
+        for (std::size_t k = 0; k < source_count; ++k) {
+            gradients[k * n + i] = (up[k] - down[k]) / (2.0 * change);
+        }
+    }
+}
+
 /// Gradients of the fields of a function, one after another.
 void Evaluator::Plan::gradients_of(const PlannedFunction& planned, std::span<const double> values,
                                    Integrator::Workspace& workspace,
@@ -335,9 +402,7 @@ void Evaluator::Plan::gradients_of(const PlannedFunction& planned, std::span<con
         std::vector<double> changed(values.begin(), values.end());
         std::vector<double> up(count);
         std::vector<double> down(count);
-        double largest = 0.0;
-        for (const double value : values) largest = std::max(largest, std::abs(value));
-        const double change = largest > 0.0 ? 1e-6 * largest : 1e-6;
+        const double change = change_for(values);
         for (std::size_t i = 0; i < n; ++i) {
             changed[i] = values[i] + change;
             compute(planned, scan_of(changed), up);
@@ -393,14 +458,22 @@ void Evaluator::sensitivities(std::span<const double> values,
     }
     auto workspace = plan.integrator.make_workspace();
     std::fill(sensitivities.begin(), sensitivities.end(), none);
+    const auto copy = [&](std::span<const double> gradients, std::size_t place, std::size_t i) {
+        std::copy_n(gradients.begin() + static_cast<std::ptrdiff_t>(place * n), n,
+                    sensitivities.begin() + static_cast<std::ptrdiff_t>(i * n));
+    };
+    if (plan.source) {
+        std::vector<double> gradients(plan.source_count * n);
+        plan.source_gradients(values, gradients);
+        for (std::size_t i = 0; i < plan.quantities.size(); ++i) {
+            if (plan.source_of[i] != nowhere) copy(gradients, plan.source_of[i], i);
+        }
+    }
     for (std::size_t f = 0; f < plan.functions.size(); ++f) {
         std::vector<double> gradients(plan.functions[f].function->field_count * n);
         plan.gradients_of(plan.functions[f], values, workspace, gradients);
         for (std::size_t i = 0; i < plan.quantities.size(); ++i) {
-            if (plan.refused[i] != 0 || plan.function_of[i] != f) continue;
-            const auto begin =
-                gradients.begin() + static_cast<std::ptrdiff_t>(plan.quantities[i].field * n);
-            std::copy_n(begin, n, sensitivities.begin() + static_cast<std::ptrdiff_t>(i * n));
+            if (plan.function_of[i] == f) copy(gradients, plan.quantities[i].field, i);
         }
     }
 }

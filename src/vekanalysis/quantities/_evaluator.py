@@ -32,7 +32,7 @@ class Evaluator:
     why.
 
     Nothing changes by use, and a call releases the interpreter lock and runs in one thread (but for
-    quantities that are had from their function alone, such as the Wien temperature), so that
+    quantities that are had from their function alone, such as a hazard), so that
     threads may share one. It can be pickled, and is prepared anew where it arrives.
 
     Parameters
