@@ -20,6 +20,7 @@ project_copyright = author
 
 extensions = [
     "myst_parser",
+    "sphinx.ext.viewcode",
     "sphinx_copybutton",
     "api",
     "mathml",
@@ -35,9 +36,12 @@ myst_heading_anchors = 3
 
 html_math_renderer = "mathml"
 html_theme = "furo"
+html_favicon = "_static/favicon.svg"
 html_title = f"vekanalysis {version}"
 html_static_path = ["_static"]
 html_css_files = ["site.css"]
+# The package's modules are what its rooms re-export.
+viewcode_follow_imported_members = True
 html_show_sphinx = False
 html_copy_source = False
 pygments_style = "default"

@@ -8,10 +8,12 @@
     ```
 
 The code starts with nothing but an empty figure and runs in the root of the checkout, so paths as
-in `examples/two-lenses.vek` work. ``:code:`` shows it below the picture, ``:caption:`` puts a line
+in `examples/two-lenses.vek` work. The figure is saved twice: as it is, and in colours for pages that
+are dark, where black and white change places and dark colours are lightened. ``:code:`` shows it below the picture, ``:caption:`` puts a line
 below the picture, ``:wide:`` keeps the picture legible on a phone by letting the reader scroll it.
 """
 
+import colorsys
 import contextlib
 import os
 import re
@@ -20,6 +22,12 @@ from pathlib import Path
 import matplotlib
 from docutils import nodes
 from docutils.parsers.rst import directives
+from matplotlib.collections import Collection
+from matplotlib.colors import to_rgba
+from matplotlib.figure import Figure
+from matplotlib.lines import Line2D
+from matplotlib.patches import Patch
+from matplotlib.text import Text
 from sphinx.application import Sphinx
 from sphinx.util.docutils import SphinxDirective
 from sphinx.util.typing import ExtensionMetadata
@@ -40,6 +48,36 @@ STYLE = {
 }
 
 
+def on_dark(colour: object) -> tuple[float, float, float, float]:
+    """The colour that does on a dark page what this one does on white."""
+    *rgb, alpha = to_rgba(colour)
+    hue, lightness, saturation = colorsys.rgb_to_hls(*rgb)
+    if max(rgb) - min(rgb) < 0.2 * max(rgb):  # a grey, or hardly more than one
+        lightness = 1 - 0.92 * lightness
+    else:
+        lightness = max(lightness, 0.55)
+    return (*colorsys.hls_to_rgb(hue, lightness, saturation), alpha)
+
+
+def darken(figure: Figure) -> None:
+    """Give all parts of a drawn figure colours for dark pages; images and maps keep theirs."""
+    for part in figure.findobj(Line2D):
+        for name in ("color", "markerfacecolor", "markeredgecolor"):
+            colour = getattr(part, f"get_{name}")()
+            if str(colour) != "none":
+                getattr(part, f"set_{name}")(on_dark(colour))
+    for part in figure.findobj(Text):
+        part.set_color(on_dark(part.get_color()))
+    for part in figure.findobj(Patch):
+        part.set(facecolor=on_dark(part.get_facecolor()), edgecolor=on_dark(part.get_edgecolor()))
+    for part in figure.findobj(Collection):
+        if part.get_array() is None:
+            part.set_facecolor([on_dark(colour) for colour in part.get_facecolor()])
+            part.set_edgecolor([on_dark(colour) for colour in part.get_edgecolor()])
+    for axes in figure.axes:
+        axes.patch.set_alpha(0)
+
+
 class Picture(SphinxDirective):
     has_content = True
     required_arguments = 1
@@ -52,9 +90,10 @@ class Picture(SphinxDirective):
 
     def run(self) -> list[nodes.Node]:
         code = "\n".join(self.content)
-        uri = self._draw(code)
         classes = ["picture", "wide"] if "wide" in self.options else ["picture"]
-        figure = nodes.figure("", nodes.image("", uri=uri, alt=self.arguments[0]), classes=classes)
+        figure = nodes.figure("", classes=classes)
+        for uri, shown in zip(self._draw(code), ("only-light", "only-dark"), strict=True):
+            figure += nodes.image("", uri=uri, alt=self.arguments[0], classes=[shown])
         if caption := self.options.get("caption"):
             text, _ = self.parse_inline(caption)
             figure += nodes.caption(caption, "", *text)
@@ -62,23 +101,26 @@ class Picture(SphinxDirective):
             return [figure, nodes.literal_block(code, code, language="python")]
         return [figure]
 
-    def _draw(self, code: str) -> str:
-        """Run the code, save its figure, and return the figure's path as Sphinx wants it."""
+    def _draw(self, code: str) -> list[str]:
+        """Run the code, save its figure for light and dark pages, and return where Sphinx has it."""
         import matplotlib.pyplot as plt
 
         number = self.env.new_serialno("picture")
         name = re.sub(r"\W+", "-", self.env.docname)
-        path = Path(self.env.doctreedir) / "pictures" / f"{name}-{number}.svg"
-        path.parent.mkdir(parents=True, exist_ok=True)
+        folder = Path(self.env.doctreedir) / "pictures"
+        folder.mkdir(parents=True, exist_ok=True)
+        light, dark = folder / f"{name}-{number}.svg", folder / f"{name}-{number}-dark.svg"
         with matplotlib.rc_context(STYLE), contextlib.chdir(ROOT):
             try:
                 exec(compile(code, f"{self.env.docname}, picture {number}", "exec"), {})
-                plt.savefig(path, metadata={"Date": None})
+                plt.savefig(light, metadata={"Date": None})
+                darken(plt.gcf())
+                plt.savefig(dark, facecolor="none", metadata={"Date": None})
             except Exception as error:
                 raise self.error(f"the picture's code failed: {error!r}") from error
             finally:
                 plt.close("all")
-        return "/" + os.path.relpath(path, self.env.srcdir)
+        return ["/" + os.path.relpath(path, self.env.srcdir) for path in (light, dark)]
 
 
 def setup(app: Sphinx) -> ExtensionMetadata:
