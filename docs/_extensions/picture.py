@@ -8,9 +8,10 @@
     ```
 
 The code starts with nothing but an empty figure and runs in the root of the checkout, so paths as
-in `examples/two-lenses.vek` work. The figure is saved twice: as it is, and in colours for pages that
-are dark, where black and white change places and dark colours are lightened. ``:code:`` shows it below the picture, ``:caption:`` puts a line
-below the picture, ``:wide:`` keeps the picture legible on a phone by letting the reader scroll it.
+in `examples/two-lenses.vek` work. The figure is saved twice: as it is, and in colours for pages
+that are dark, where black and white change places and dark colours are lightened. ``:code:`` shows
+the code below the picture, ``:caption:`` puts a line below the picture, ``:wide:`` keeps the
+picture legible on a phone by letting the reader scroll it.
 """
 
 import colorsys
@@ -102,7 +103,7 @@ class Picture(SphinxDirective):
         return [figure]
 
     def _draw(self, code: str) -> list[str]:
-        """Run the code, save its figure for light and dark pages, and return where Sphinx has it."""
+        """Run the code, save its figure for light and dark pages, and return both paths."""
         import matplotlib.pyplot as plt
 
         number = self.env.new_serialno("picture")
