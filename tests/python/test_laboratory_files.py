@@ -1,8 +1,6 @@
 """The laboratories' formats: JCAMP-DX, SPC, lensmeter XML and TM-27, read and written."""
 
 import contextlib
-import importlib.util
-import random
 import struct
 import time
 from pathlib import Path
@@ -16,14 +14,7 @@ import vekanalysis as vek
 from vekanalysis import Refusal, Scan, Spectrum
 from vekanalysis.reading import read_content
 
-ROOT = Path(__file__).resolve().parents[2]
-FILES = ROOT / "tests" / "data" / "labfiles"
-
-_spec = importlib.util.spec_from_file_location("fuzz_read", ROOT / "fuzz" / "fuzz_read.py")
-assert _spec is not None
-assert _spec.loader is not None
-fuzz_read = importlib.util.module_from_spec(_spec)
-_spec.loader.exec_module(fuzz_read)
+FILES = Path(__file__).resolve().parents[1] / "data" / "labfiles"
 
 
 def sample(name: str) -> bytes:
@@ -455,14 +446,6 @@ def test_jcamp_without_its_start_is_no_table(name: str) -> None:
 @pytest.mark.parametrize("name", ["jdx-decimal-comma.jdx", "tm27-irradiance.spdx"])
 def test_encodings_that_decode_nothing(name: str, encoding: str) -> None:
     assert "which Python does not know" in refusal(sample(name), encoding=encoding)
-
-
-@pytest.mark.parametrize("form", fuzz_read.PATTERNS)
-def test_damage_at_random_is_read_or_refused(form: str) -> None:
-    chance = random.Random(form)
-    outcomes = [fuzz_read.check(next(fuzz_read.inputs(form, chance))) for _ in range(300)]
-    # Most damage is refused, and some cannot be seen.
-    assert 5 < sum(outcomes) < 250
 
 
 def test_reading_is_linear_in_the_size_of_hostile_files() -> None:
