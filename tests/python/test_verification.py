@@ -141,7 +141,9 @@ def test_options_of_reading_and_data_sets_are_kept(run: Runner, tmp_path: Path) 
     (tmp_path / "b.txt").write_text("a line\n" + table)
     (tmp_path / "out").mkdir()
     out = ["--out", tmp_path / "out", "--record", tmp_path / "out"]
-    status, _, err = run("certificate", tmp_path / "a.vek", *out, "--data-set", "two")
+    status, _, err = run(
+        "certificate", tmp_path / "a.vek", *out, "--data-set", "two", "--grid", "10"
+    )
     assert (status, err) == (0, "")
     status, _, err = run("certificate", tmp_path / "b.txt", *out, "--percent", "--skip", "1-1")
     assert (status, err) == (0, "")

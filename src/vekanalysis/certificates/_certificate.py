@@ -46,6 +46,8 @@ class Certificate:
         Of the requirements.
     fields : mapping of str to str
         Texts for the fields of `FIELDS`, before those of settings and file.
+    grid : float, optional
+        Step in nm to which the spectrum is brought first: see `reports.lens`.
 
     Attributes
     ----------
@@ -71,13 +73,15 @@ class Certificate:
         limits: Limits | None = None,
         purposes: Collection[str] = (),
         fields: Mapping[str, str] = MappingProxyType({}),
+        grid: float | None = None,
     ) -> None:
         self.settings = settings
         self.limits = limits
+        self.grid = grid
         self.purposes = tuple(purposes)
         self.budget = budget if budget is not None and budget.components else None
         self.fields = MappingProxyType(_fields(settings, spectrum, fields))
-        self.report: Report = lens_report(spectrum, budget=self.budget)
+        self.report: Report = lens_report(spectrum, budget=self.budget, grid=grid)
         self.conformity: Conformity | None = None
         if limits is not None:
             self.conformity = self._assess(limits)
@@ -104,6 +108,7 @@ class Certificate:
             "report": self.report.document(),
             "fields": {**self.fields},
             "purposes": [*self.purposes],
+            "grid_nm": self.grid,
             "conformity": None if self.conformity is None else _plain(self.conformity),
             "digests": self.digests(),
         }

@@ -158,6 +158,7 @@ def _again(path: Path, stated: Mapping[str, Any]) -> Certificate:
         **parts,
         purposes=stated["purposes"],
         fields=stated["fields"],
+        grid=stated["grid_nm"],
     )
 
 

@@ -161,6 +161,22 @@ def table_is_asked(arguments: Namespace) -> bool:
     return any(option is not None for option in options)
 
 
+def add_grid(add: Arguments) -> None:
+    """The wavelengths that spectra are brought to."""
+    add.add_argument("--grid", metavar="NM", type=_grid, help=SUPPRESS)
+
+
+def _grid(text: str) -> float:
+    if text == "tables":
+        from ..quantities import TABLES
+
+        return TABLES
+    number = finite(text)
+    if not number > 0.0:
+        raise argparse.ArgumentTypeError(f"must be a step in nm or 'tables', not {text}")
+    return number
+
+
 def add_uncertainty(add: Arguments) -> None:
     """The uncertainty of the figures."""
     option = add.add_argument

@@ -5,7 +5,7 @@ from argparse import SUPPRESS, Namespace
 from typing import Any, NamedTuple
 
 from ..spectrum import Spectrum
-from ._arguments import Arguments, add_data_set, add_layout, add_units, reading_options
+from ._arguments import Arguments, add_data_set, add_grid, add_layout, add_units, reading_options
 from ._errors import CommandError
 
 HELP = "a page on a lens, with a verdict by your own limits"
@@ -15,7 +15,7 @@ A page on each lens: figures with their uncertainty, what the limits and the
 decision rule of your own file say. Of several spectra OUT is a directory."""
 EXAMPLES = """\
   %(prog)s --settings examples/lab.toml --set object='Lens 7' \\
-      --overwrite --out cert.html examples/grey-glass-4mm.csv"""
+      --grid 5 --overwrite --out cert.html examples/grey-glass-4mm.csv"""
 
 
 def add_arguments(arguments: Arguments) -> None:
@@ -33,6 +33,7 @@ def add_arguments(arguments: Arguments) -> None:
     option("--record", metavar="OUT", help="what it was computed from (JSON), for verify")
     option("--overwrite", action="store_true", help="replace what is there")
     option("--pattern", help=SUPPRESS)
+    add_grid(arguments)
     add_layout(arguments)
 
 
@@ -135,7 +136,11 @@ def _common(arguments: Namespace) -> dict[str, Any]:
     from ._pages import fields
     from ._spectra import told
 
-    common: dict[str, Any] = {"purposes": arguments.purpose, "fields": fields(arguments.set)}
+    common: dict[str, Any] = {
+        "purposes": arguments.purpose,
+        "fields": fields(arguments.set),
+        "grid": arguments.grid,
+    }
     for name, kind, path in (
         ("settings", Settings, arguments.settings),
         ("budget", Budget, arguments.uncertainty),

@@ -7,6 +7,7 @@ from ._arguments import (
     Arguments,
     add_files,
     add_forms,
+    add_grid,
     add_layout,
     add_table,
     add_uncertainty,
@@ -22,7 +23,7 @@ HELP = "what standards say of a lens"
 ARGUMENTS = "[options] FILE..."
 DESCRIPTION = """\
 Transmittances after ISO 8980-3, ANSI Z80.3, AS/NZS 1067 and ISO 12311, signal
-lights, chromaticities, XYZ and L*a*b*, a column a spectrum."""
+lights, chromaticities, XYZ and L*a*b*; --grid 5: at the tables' wavelengths."""
 EXAMPLES = """\
   %(prog)s examples/grey-glass-4mm.csv examples/bronze-glass-4mm.csv"""
 
@@ -33,6 +34,7 @@ def add_arguments(arguments: Arguments) -> None:
     add_forms(arguments)
     add_table(arguments)
     add_uncertainty(arguments)
+    add_grid(arguments)
     add_page(arguments, "also write a page for a browser; --overwrite replaces one")
     add_layout(arguments)
 
@@ -46,9 +48,10 @@ def run(arguments: Namespace) -> int | None:
             raise CommandError("--html is for reports; a table is made with --csv alone")
         from ._table import write_table
 
-        return write_table(arguments, reports.Table("lens", budget=table_budget(arguments)))
+        options = {"budget": table_budget(arguments), "grid": arguments.grid}
+        return write_table(arguments, reports.Table("lens", **options))
     refuse_directories(arguments.files)
-    options = budget_options(arguments)
+    options = budget_options(arguments) | {"grid": arguments.grid}
     if arguments.html:
         inputs = [*arguments.files, *limits_of(arguments)]
         check_targets([arguments.html], inputs, arguments.overwrite)
@@ -59,7 +62,9 @@ def run(arguments: Namespace) -> int | None:
     if arguments.html:
         from ..certificates import Certificate, page
 
-        certificates = [Certificate(each, budget=options.get("budget")) for each in spectra]
+        certificates = [
+            Certificate(each, budget=options.get("budget"), grid=arguments.grid) for each in spectra
+        ]
         write_page(arguments.html, page(certificates))
     emit_report(report, arguments.json)
     return None

@@ -2,12 +2,14 @@
 
 ``LENS``, ``LIGHT`` and ``PHOTOMETER`` are the catalogues, `evaluate` computes what they list, an
 `Evaluator` does so for arrays of spectra on one grid, `Figures` for one spectrum after another, and
-`measurand` makes of a spectrum what they need, or refuses.
+`measurand` makes of a spectrum what they need, or refuses; `on_grid` brings it to the wavelengths
+of the tables.
 """
 
 from .._core.quantities import LENS, PHOTOMETER, REFERENCES, Quantity, Reference, light, quantity
 from ._evaluator import Evaluator
 from ._figures import Figures, evaluator_for
+from ._grid import TABLES, on_grid
 from ._measurand import measurand
 from ._values import Value, evaluate, illuminant
 
@@ -16,6 +18,7 @@ __all__ = [
     "LIGHT",
     "PHOTOMETER",
     "REFERENCES",
+    "TABLES",
     "Evaluator",
     "Figures",
     "Quantity",
@@ -26,6 +29,7 @@ __all__ = [
     "illuminant",
     "light",
     "measurand",
+    "on_grid",
     "quantity",
 ]
 

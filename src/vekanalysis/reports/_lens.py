@@ -3,7 +3,7 @@
 from collections.abc import Sequence
 from typing import TYPE_CHECKING, Any
 
-from ..quantities import LENS, Figures, measurand
+from ..quantities import LENS, Figures, measurand, on_grid
 from ..spectrum import Spectrum
 from ._inputs import Spectra, as_spectra
 from ._report import Report
@@ -27,6 +27,7 @@ def lens(
     budget: Budget | None = None,
     draws: Draws = None,
     seed: int | None = None,
+    grid: float | None = None,
 ) -> Report:
     """What the standards say of lenses and filters.
 
@@ -41,6 +42,9 @@ def lens(
         Of the uncertainty, which the figures then come with.
     draws, seed
         As of `uncertainty.simulate`; without draws the uncertainty is of first order.
+    grid : float, optional
+        Step in nm to which the spectra are brought first: see `quantities.on_grid`. With a budget
+        all points must have been measured.
 
     Returns
     -------
@@ -61,6 +65,9 @@ def lens(
     [0.5496, 0.633]
     """
     transmittances = [measurand(spectrum, "transmittance") for spectrum in as_spectra(spectra)]
+    if grid is not None:
+        thinned = budget is not None
+        transmittances = [on_grid(each, grid, thinned=thinned) for each in transmittances]
     figures = Figures(LENS)
     values = [figures.values(spectrum.scan) for spectrum in transmittances]
     if not clear_lens:

@@ -3,7 +3,7 @@
 from collections.abc import Sequence
 from typing import TYPE_CHECKING, Any, Literal
 
-from ..quantities import LENS, LIGHT, PHOTOMETER, REFERENCES, Figures, Value, measurand
+from ..quantities import LENS, LIGHT, PHOTOMETER, REFERENCES, Figures, Value, measurand, on_grid
 from ..spectrum import Spectrum
 from ._inputs import as_spectra
 from ._lens import lens
@@ -32,6 +32,8 @@ class Table:
         Of a table of light sources, as `light` takes them.
     budget
         Adds columns for the uncertainty of each quantity, behind all others.
+    grid
+        Of a table of lenses, as `lens` takes it.
 
     Attributes
     ----------
@@ -48,7 +50,9 @@ class Table:
         white: Spectrum | str = "D65",
         f1_prime: bool = False,
         budget: Budget | None = None,
+        grid: float | None = None,
     ) -> None:
+        self._grid = grid
         self._budget = budget
         self._kind = kind
         self._white = white
@@ -82,7 +86,8 @@ class Table:
         if self._kind == "light":
             return light(spectra, self._white, f1_prime=self._f1_prime, budget=self._budget).rows()
         if self._budget is not None:
-            return lens(spectra, clear_lens=False, budget=self._budget).rows()
+            report = lens(spectra, clear_lens=False, budget=self._budget, grid=self._grid)
+            return report.rows()
         return [self._row(spectrum) for spectrum in as_spectra(spectra)]
 
     def failed(self, file: str, reason: str) -> Row:
@@ -94,6 +99,8 @@ class Table:
         if self._figures is None:
             self._figures = Figures(LENS)
         lens = measurand(spectrum, "transmittance")
+        if self._grid is not None:
+            lens = on_grid(lens, self._grid)
         numbers, said = self._figures(lens.scan)
         last, notes = self._notes
         if said is not last:

@@ -1,0 +1,83 @@
+"""Spectra at the wavelengths of the tables."""
+
+import csv
+import io
+import math
+from pathlib import Path
+
+import pytest
+from cli import GREY, ROOT, Runner, flat, write_csv
+
+import vekanalysis as vek
+from vekanalysis.quantities import on_grid
+
+SUVB = "ISO8980_3_tau_suvb"
+BUDGET = ROOT / "examples/budget.toml"
+
+
+def spectrum(wavelengths: list[float], values: list[float]) -> vek.Spectrum:
+    return vek.Spectrum(vek.Scan(wavelengths, values), "transmittance", "1", "s")
+
+
+def test_points_that_were_measured_stay_to_the_bit() -> None:
+    wavelengths = [300.3 + 0.1 * i for i in range(200)]
+    values = [0.5 + 0.1 * math.sin(i) for i in range(200)]
+    brought = on_grid(spectrum(wavelengths, values), 2.5)
+    assert brought.scan.wavelengths() == [302.5, 305.0, 307.5, 310.0, 312.5, 315.0, 317.5, 320.0]
+    assert brought.scan.values() == [values[i] for i in range(22, 200, 25)]
+    assert brought.notes[-1].endswith("8 points, all of them measured")
+
+
+def test_points_between_are_those_of_the_scan() -> None:
+    # Any of the interpolations has a straight line as it is.
+    line = spectrum([301.0 + 3 * i for i in range(40)], [0.1 + 0.006 * i for i in range(40)])
+    brought = on_grid(line)
+    assert brought.scan.wavelengths() == [305.0 + 5 * i for i in range(23)]
+    expected = [0.1 + 0.002 * (wl - 301.0) for wl in brought.scan.wavelengths()]
+    assert brought.scan.values() == pytest.approx(expected, abs=1e-12)
+    assert brought.notes[-1].endswith("23 points, 15 of them interpolated")
+    per_cent = vek.Spectrum(line.scan * 100.0, "transmittance", "%")
+    assert on_grid(per_cent).scan.values() == pytest.approx(expected, abs=1e-12)
+
+
+@pytest.mark.parametrize(
+    ("points", "step", "words"),
+    [
+        ([(301.0, 0.5), (304.0, 0.5)], 5.0, "no multiple of 5 nm"),
+        ([(301.0, 0.5), (309.0, 0.5)], 5.0, "cannot be interpolated"),
+        ([(300.0, 0.5), (900.0, 0.5)], 1e-6, "is too fine"),
+    ],
+)
+def test_what_cannot_be_brought_there_is_refused(
+    points: list[tuple[float, float]], step: float, words: str
+) -> None:
+    wavelengths, values = zip(*points, strict=True)
+    with pytest.raises(vek.Refusal, match=words):
+        on_grid(spectrum([*wavelengths], [*values]), step)
+
+
+@pytest.mark.parametrize("step", [0.0, -1.0, math.nan, math.inf])
+def test_a_step_is_above_zero(step: float) -> None:
+    with pytest.raises(ValueError, match="step must be above 0"):
+        on_grid(spectrum([300.0, 310.0], [0.5, 0.5]), step)
+
+
+def test_a_clear_lens_gives_1_on_reports_and_tables(run: Runner, tmp_path: Path) -> None:
+    fine = write_csv(tmp_path / "clear.csv", flat(1.0, step=1))
+    assert run("report", fine, "--json").value(SUVB)["value"] == pytest.approx(0.945, abs=5e-4)
+    result = run("report", fine, "--json", "--grid", "tables")
+    assert result.value(SUVB)["value"] == pytest.approx(1.0, abs=1e-12)
+    assert "step 5 nm: 101 points" in result.document["spectra"][0]["notes"][-1]
+    exact = result.value(SUVB)["value"]
+    (row,) = csv.DictReader(io.StringIO(run("report", fine, "--csv", "-", "--grid", "5").out))
+    assert float(row[SUVB]) == exact
+    assert "all of them measured" in row["notes"]
+    uncertain = run("report", fine, "--json", "--grid", "5", "--uncertainty", BUDGET).value(SUVB)
+    assert uncertain["value"] == pytest.approx(exact, abs=1e-12)
+
+
+def test_uncertain_points_must_have_been_measured(run: Runner) -> None:
+    arguments = ["report", GREY, "--grid", "5"]
+    assert run(*arguments).status == 0
+    assert "were not measured" in run.refuse(*arguments, "--uncertainty", BUDGET)
+    assert "must be a step in nm or 'tables'" in run.refuse("report", GREY, "--grid", "0")
