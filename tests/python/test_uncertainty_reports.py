@@ -70,3 +70,10 @@ def test_what_does_not_go_together_is_refused(
     run: Runner, arguments: list[str], words: str
 ) -> None:
     assert words in run.refuse("report", GREY, *arguments)
+
+
+def test_a_spectrum_without_slopes_is_refused(run: Runner, tmp_path: Path) -> None:
+    (tmp_path / "two.csv").write_text("400,0.5\n500,0.6\n")
+    for draws in ((), ("--draws", "2000", "--seed", "1")):
+        told = run.refuse("report", tmp_path / "two.csv", "--uncertainty", BUDGET, *draws)
+        assert "its uncertainty cannot be computed" in told

@@ -140,7 +140,7 @@ def verify(path: str | os.PathLike[str]) -> Verification:
     except OSError as error:
         reason = f"{error.filename}: cannot be read: {error.strerror or error}"
         return Verification(0, (*differences, reason))
-    except (AttributeError, KeyError, TypeError, ValueError) as error:
+    except (AttributeError, LookupError, TypeError, ValueError) as error:
         raise Refusal(f"{path}: no complete record: {type(error).__name__}: {error}") from None
     return Verification(sum(1 for _ in _numbers(found)), tuple(differences))
 

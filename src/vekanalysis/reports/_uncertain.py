@@ -3,6 +3,7 @@
 from collections.abc import Iterable, Iterator, Mapping, Sequence
 from typing import TYPE_CHECKING, Any, Literal, NamedTuple
 
+from ..errors import Refusal
 from ..quantities import Quantity, Value
 from ..spectrum import Spectrum
 from ._layout import Json, aligned
@@ -122,16 +123,21 @@ def make_uncertainty(
     draws: Draws,
     seed: int | None,
 ) -> Uncertainty:
-    """The uncertainties of the quantities of each spectrum."""
+    """The uncertainties of the quantities of each spectrum; Refusal where there are none."""
     from ..uncertainty import propagate, simulate
 
-    if draws is None:
-        results = tuple(propagate(spectrum, budget, quantities) for spectrum in spectra)
-        return Uncertainty(budget, results, None)
-    drawn = tuple(
-        simulate(spectrum, budget, quantities, draws=draws, seed=seed) for spectrum in spectra
-    )
-    return Uncertainty(budget, tuple(each.first_order for each in drawn), drawn)
+    results, drawn = [], []
+    for spectrum in spectra:
+        try:
+            if draws is None:
+                results.append(propagate(spectrum, budget, quantities))
+            else:
+                drawn.append(simulate(spectrum, budget, quantities, draws=draws, seed=seed))
+                results.append(drawn[-1].first_order)
+        except RuntimeError as error:  # an error of the wavelength needs a slope
+            reason = f"{spectrum.where}: its uncertainty cannot be computed: {error}"
+            raise Refusal(reason) from None
+    return Uncertainty(budget, tuple(results), None if draws is None else tuple(drawn))
 
 
 def _with_interval(result: Uncertain, interval: tuple[float, float]) -> str:
