@@ -68,10 +68,12 @@ def main() -> None:
     draws = int(sys.argv[1]) if len(sys.argv) > 1 else 1_000_000
     quantities.evaluate(lens(300, 481))  # the tables are built
     budgets = [nine() for _ in range(3)]
-    first = min(best(lambda b=budget: propagate(lens(280, 501), b), 1) for budget in budgets)
+    grids = [lens(start, 501) for start in (278, 279, 280)]
+    pairs = zip(grids, budgets, strict=True)
+    first = min(best(lambda s=scan, b=budget: propagate(s, b), 1) for scan, budget in pairs)
     tell("nine components, whole catalogue, 501 points, first", first, 0.1, 1.0)
     spectra = iter([lens(280, 501, 0.1 * i) for i in range(7)])
-    again = best(lambda: propagate(next(spectra), budgets[0]))
+    again = best(lambda: propagate(next(spectra), budgets[2]))
     tell("the next spectrum on its grid", again, 0.01, 1.0)
 
     scan = lens(300, 486)

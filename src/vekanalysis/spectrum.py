@@ -6,7 +6,7 @@ from itertools import pairwise
 from types import MappingProxyType
 from typing import Any, NamedTuple
 
-from . import units
+from . import _core, units
 from ._core import Scan
 from .errors import Refusal, Remedy
 from .units import Kind
@@ -162,7 +162,7 @@ class Spectrum:
     @property
     def points(self) -> int:
         """How many points there are."""
-        return len(self._scan.wavelengths())
+        return _core.quantities.count_points(self._scan)
 
     @property
     def range_nm(self) -> tuple[float, float]:

@@ -17,14 +17,15 @@ def input_files(names: Sequence[str], output: str, pattern: str | None = None) -
     if not names:
         raise CommandError("no files: name a FILE or a directory")
     files: list[str] = []
+    target = None if output == "-" else os.path.realpath(output)
     for name in names:
         if os.path.isdir(name):
-            found = [file for file in _walk(name, pattern) if not _same(file, output)]
+            found = [entry.path for entry in _walk(name, pattern) if not _is(entry, target)]
             if not found:
                 wanted = pattern or ", ".join(EXTENSIONS)
                 raise CommandError(f"{name}: no {wanted} files in this directory or below")
             files += found
-        elif _same(name, output):
+        elif os.path.realpath(name) == target:
             raise CommandError(f"{output}: is to be read, so it cannot be written")
         else:
             files.append(name)
@@ -44,7 +45,7 @@ def _unreadable(path: str) -> str | None:
     return None if os.access(path, os.R_OK) else os.strerror(errno.EACCES)
 
 
-def _walk(top: str, pattern: str | None) -> Iterator[str]:
+def _walk(top: str, pattern: str | None) -> Iterator[os.DirEntry[str]]:
     """The files in a directory and below; what is hidden and links to directories are not."""
     try:
         with os.scandir(top) as found:
@@ -52,7 +53,7 @@ def _walk(top: str, pattern: str | None) -> Iterator[str]:
     except OSError as error:
         raise CommandError(f"{error.filename}: cannot be read: {error.strerror}") from None
     shown = [entry for entry in entries if not entry.name.startswith(".")]
-    yield from (entry.path for entry in shown if _is_wanted(entry, pattern))
+    yield from (entry for entry in shown if _is_wanted(entry, pattern))
     for entry in shown:
         if entry.is_dir(follow_symlinks=False):
             yield from _walk(entry.path, pattern)
@@ -65,5 +66,8 @@ def _is_wanted(entry: os.DirEntry[str], pattern: str | None) -> bool:
     return fnmatch(entry.name, pattern) and entry.is_file()
 
 
-def _same(path: str, output: str) -> bool:
-    return output != "-" and os.path.realpath(path) == os.path.realpath(output)
+def _is(entry: os.DirEntry[str], target: str | None) -> bool:
+    """Whether it is the file, without a look at the folders above it where that can be told."""
+    if target is None or not (entry.is_symlink() or entry.name == os.path.basename(target)):
+        return False
+    return os.path.realpath(entry.path) == target

@@ -11,6 +11,7 @@ from concurrent.futures.process import BrokenProcessPool
 from contextlib import closing
 from itertools import batched
 from multiprocessing import resource_tracker
+from typing import Any
 
 from ._errors import CannotStart, Lost
 from ._output import interrupts_held
@@ -74,8 +75,14 @@ class _Pool:
         return self._pool.submit(function, *arguments, **options)
 
     def close(self) -> None:
-        if self._pool is not None:
-            self._pool.kill_workers()
+        if self._pool is None:
+            return
+        results: Any = vars(self._pool).get("_result_queue")
+        self._pool.kill_workers()
+        if results is not None:
+            # A process that is ended amidst a result leaves the thread that reads it waiting for
+            # the rest, and the end of this process with it, for as long as there is a writer.
+            results._writer.close()
 
 
 def _started(jobs: int) -> ProcessPoolExecutor:

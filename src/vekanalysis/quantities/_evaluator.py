@@ -1,7 +1,6 @@
 """Quantities of arrays of spectra."""
 
 from collections.abc import Iterable, Sequence
-from copy import copy
 from typing import TYPE_CHECKING, Any, Final
 
 from .. import _core
@@ -81,8 +80,8 @@ class Evaluator:
     ) -> None:
         records = records_of(LENS if keys is None else keys)
         self._illuminant = white if isinstance(white, str) else None
-        # Copied, so that its owner may change it.
-        self._white = copy(white_of(white))
+        # A copy, without the array of numbers that copy.copy() makes: its owner may change it.
+        self._white = white_of(white) * 1.0
         self._form = interpolation, epsilon
         self._core = _core.quantities.Evaluator(
             wavelengths, records, self._white, epsilon, interpolation

@@ -12,11 +12,10 @@ import numpy as np
 from .. import quantities, units
 from .._core import Scan
 from ..errors import Refusal
-from ..quantities import Quantity
+from ..quantities import Evaluator, Quantity, evaluator_for
 from ..spectrum import Spectrum
 from ._budget import Budget
 from ._effects import Measured, Prepared
-from ._evaluator import Evaluator
 from ._results import Interval
 from ._sizes import Floats
 
@@ -74,7 +73,13 @@ def evaluate(groups: Iterable[Group], spectra: Floats, count: int) -> Floats:
     """The quantities of spectra, each from the evaluator that has it."""
     result = np.empty((len(spectra), count))
     for columns, factor, evaluator in groups:
-        result[:, columns] = evaluator(spectra if factor == 1.0 else spectra * factor)
+        scaled = spectra if factor == 1.0 else spectra * factor
+        part = evaluator(scaled)
+        # An amount of light below zero is none, but what is added to one may well be below zero.
+        lost = np.isnan(part) & np.array(evaluator.linear)
+        if lost.any():
+            part = np.where(lost, scaled @ evaluator.sensitivities(scaled[0]).T, part)
+        result[:, columns] = part
     return result
 
 
@@ -107,7 +112,7 @@ def case_of(spectrum: Spectrum | Scan, budget: Budget, keys: Keys | None) -> Cas
     for kind, measured in kinds.items():
         columns = [i for i, record in enumerate(found) if record.kind == kind]
         if columns:
-            evaluator = _evaluator(measured, tuple(found[i] for i in columns))
+            evaluator = evaluator_for(measured.scan, [found[i] for i in columns])
             groups.append(Group(columns, scale / _scale_of(measured), evaluator))
     return Case(
         principal,
@@ -174,23 +179,3 @@ def _prepared(budget: Budget, spectrum: Measured) -> Prepared:
         while len(grids) > _GRIDS:
             grids.popitem(last=False)
     return prepared
-
-
-_evaluators: OrderedDict[tuple[object, ...], Evaluator] = OrderedDict()
-
-
-def _evaluator(spectrum: Measured, records: tuple[Quantity, ...]) -> Evaluator:
-    """The evaluator of quantities on the grid of a spectrum, kept for the next one."""
-    scan = spectrum.scan
-    keys = tuple((record.kind, record.key) for record in records)
-    name = spectrum.wavelengths.tobytes(), scan.epsilon, scan.interpolation, keys
-    with _lock:
-        evaluator = _evaluators.get(name)
-    if evaluator is None:
-        evaluator = Evaluator(spectrum.wavelengths, records, scan.interpolation, scan.epsilon)
-    with _lock:
-        _evaluators[name] = evaluator
-        _evaluators.move_to_end(name)
-        while len(_evaluators) > _GRIDS:
-            _evaluators.popitem(last=False)
-    return evaluator
