@@ -11,7 +11,8 @@ The code starts with nothing but an empty figure and runs in the root of the che
 in `examples/two-lenses.vek` work. The figure is saved twice: as it is, and in colours for pages
 that are dark, where black and white change places and dark colours are lightened. ``:code:`` shows
 the code below the picture, ``:caption:`` puts a line below the picture, ``:wide:`` keeps the
-picture legible on a phone by letting the reader scroll it.
+picture legible on a phone by letting the reader scroll it, ``:fills:`` keeps the colours of filled
+areas on dark pages, for those that show a colour.
 """
 
 import colorsys
@@ -53,15 +54,16 @@ def on_dark(colour: object) -> tuple[float, float, float, float]:
     """The colour that does on a dark page what this one does on white."""
     *rgb, alpha = to_rgba(colour)
     hue, lightness, saturation = colorsys.rgb_to_hls(*rgb)
-    if max(rgb) - min(rgb) < 0.2 * max(rgb):  # a grey, or hardly more than one
-        lightness = 1 - 0.92 * lightness
-    else:
-        lightness = max(lightness, 0.55)
+    # A grey, hardly more than one, or a pastel behind text.
+    changes_places = max(rgb) - min(rgb) < 0.2 * max(rgb) or lightness > 0.75
+    lightness = 1 - 0.92 * lightness if changes_places else max(lightness, 0.55)
     return (*colorsys.hls_to_rgb(hue, lightness, saturation), alpha)
 
 
-def darken(figure: Figure) -> None:
+def darken(figure: Figure, *, keeps_fills: bool) -> None:
     """Give all parts of a drawn figure colours for dark pages; images and maps keep theirs."""
+    kept = {part for axes in figure.axes for part in (*axes.patches, *axes.collections)}
+    kept = kept if keeps_fills else set()
     for part in figure.findobj(Line2D):
         for name in ("color", "markerfacecolor", "markeredgecolor"):
             colour = getattr(part, f"get_{name}")()
@@ -69,9 +71,9 @@ def darken(figure: Figure) -> None:
                 getattr(part, f"set_{name}")(on_dark(colour))
     for part in figure.findobj(Text):
         part.set_color(on_dark(part.get_color()))
-    for part in figure.findobj(Patch):
+    for part in {*figure.findobj(Patch)} - kept:
         part.set(facecolor=on_dark(part.get_facecolor()), edgecolor=on_dark(part.get_edgecolor()))
-    for part in figure.findobj(Collection):
+    for part in {*figure.findobj(Collection)} - kept:
         if part.get_array() is None:
             part.set_facecolor([on_dark(colour) for colour in part.get_facecolor()])
             part.set_edgecolor([on_dark(colour) for colour in part.get_edgecolor()])
@@ -86,6 +88,7 @@ class Picture(SphinxDirective):
     option_spec = {  # noqa: RUF012  # as docutils declares it
         "caption": directives.unchanged,
         "code": directives.flag,
+        "fills": directives.flag,
         "wide": directives.flag,
     }
 
@@ -115,7 +118,7 @@ class Picture(SphinxDirective):
             try:
                 exec(compile(code, f"{self.env.docname}, picture {number}", "exec"), {})
                 plt.savefig(light, metadata={"Date": None})
-                darken(plt.gcf())
+                darken(plt.gcf(), keeps_fills="fills" in self.options)
                 plt.savefig(dark, facecolor="none", metadata={"Date": None})
             except Exception as error:
                 raise self.error(f"the picture's code failed: {error!r}") from error
