@@ -55,7 +55,7 @@ def on_dark(colour: object) -> tuple[float, float, float, float]:
     *rgb, alpha = to_rgba(colour)
     hue, lightness, saturation = colorsys.rgb_to_hls(*rgb)
     # A grey, hardly more than one, or a pastel behind text.
-    changes_places = max(rgb) - min(rgb) < 0.2 * max(rgb) or lightness > 0.75
+    changes_places = max(rgb) - min(rgb) <= 0.2 * max(rgb) or lightness > 0.75
     lightness = 1 - 0.92 * lightness if changes_places else max(lightness, 0.55)
     return (*colorsys.hls_to_rgb(hue, lightness, saturation), alpha)
 
