@@ -97,6 +97,17 @@ def test_areas_include_only_what_lies_below_them() -> None:
     assert not wrong
 
 
+def test_the_library_includes_no_header_of_a_system() -> None:
+    wrong = []
+    for file in SOURCES.rglob("*.[ch]pp"):
+        for header in re.findall(r"^ *# *include *<([^>]+)>", file.read_text(), re.MULTILINE):
+            is_standard = re.fullmatch(r"[a-z_]+", header) is not None
+            library = header.split("/")[0]
+            if not is_standard and library not in ("boost", "nlohmann", "pybind11", "Python.h"):
+                wrong.append(f"{file.relative_to(SOURCES)} includes {header}")
+    assert not wrong
+
+
 def test_every_header_is_public_or_private() -> None:
     build = (SOURCES / "CMakeLists.txt").read_text()
     public = re.findall(r"^  (\S+)\.hpp\)?$", build, re.MULTILINE)
