@@ -2,7 +2,10 @@
 
 import math
 import pickle
+import subprocess
+import sys
 from concurrent.futures import ThreadPoolExecutor
+from pathlib import Path
 
 import numpy as np
 import pytest
@@ -206,3 +209,42 @@ def test_unfit_grids_and_keys_are_refused(grid: list[float], keys: str, text: st
         Evaluator(grid, keys)
     with pytest.raises(ValueError, match="epsilon must not be negative"):
         Evaluator([400, 410], epsilon=-1.0)
+
+
+def test_labels_stay_and_dask_computes_later() -> None:
+    xarray = pytest.importorskip("xarray")
+    grid = np.arange(380.0, 781.0, 5.0)
+    values = lenses(grid, 12).reshape(3, 4, -1)
+    labels = {"wavelength": grid, "row": [1, 2, 3], "depth": ("row", [0.1, 0.2, 0.3])}
+    cube = xarray.DataArray(
+        np.moveaxis(values, 2, 0), labels, ("wavelength", "row", "column"), name="cube"
+    )
+    found = vek.interop.quantities_of(cube, [V, "ISO8980_3_tau_suvb"])
+    assert found.dims == ("row", "column", "quantity")
+    assert found.sel(row=2).depth == 0.2
+    expected = Evaluator(grid, V)(values)[..., 0]
+    assert np.array_equal(found.sel(quantity=V), expected)
+    assert np.isnan(found.sel(quantity="ISO8980_3_tau_suvb")).all()
+    micrometres = cube.assign_coords(wavelength=grid / 1000)
+    with pytest.raises(ValueError, match="wavelength"):
+        vek.interop.quantities_of(micrometres, V)
+    again = vek.interop.quantities_of(micrometres, V, wavelength_unit="um")
+    np.testing.assert_allclose(again[..., 0], expected, rtol=1e-9)
+    with pytest.raises(TypeError, match="array 'cube': values of int64; float64 or float32"):
+        vek.interop.quantities_of(cube.astype(int), V)
+    with pytest.raises(ValueError, match="it needs a dimension 'wl' with a coordinate"):
+        vek.interop.quantities_of(cube, V, dim="wl")
+    pytest.importorskip("dask")
+    lazy = vek.interop.quantities_of(cube.chunk(wavelength=40, row=1), V)
+    assert lazy.chunks is not None
+    assert np.array_equal(lazy.compute(scheduler="threads")[..., 0], expected)
+
+
+def test_the_example_of_a_cube_runs_on_two_processes() -> None:
+    for library in ("distributed", "xarray"):
+        pytest.importorskip(library)
+    example = Path(__file__).resolve().parents[2] / "examples/cube.py"
+    done = subprocess.run(
+        [sys.executable, example, "60"], capture_output=True, text=True, timeout=120, check=True
+    )
+    assert done.stdout == "{'row': 60, 'column': 200} tau_v 0.099 to 0.895\n"

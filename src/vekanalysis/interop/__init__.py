@@ -9,6 +9,7 @@ one, they are refused unless ``wavelength_unit`` says what is meant.
 
 from ._pandas import from_frame, from_series, to_frame, to_series
 from ._plain import as_dict
+from ._quantities import quantities_of
 from ._xarray import from_dataarray, to_dataarray
 
 __all__ = [
@@ -16,6 +17,7 @@ __all__ = [
     "from_dataarray",
     "from_frame",
     "from_series",
+    "quantities_of",
     "to_dataarray",
     "to_frame",
     "to_series",
