@@ -326,9 +326,7 @@ class _View:
             notes.append(words.translated(value.problem))
         clear = value.clear_lens
         if clear is not None and abs(clear - 1.0) >= _CLEAR:
-            shown, _ = words.figure(record, Value(clear), None)
-            unit = words.unit(record)
-            notes.append(words("clear", value=f"{shown} {unit}".rstrip()))
+            notes.append(words("clear", value=words.value(record, clear)))
         return notes
 
     def _general_notes(self) -> list[str]:

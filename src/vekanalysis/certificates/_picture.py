@@ -11,7 +11,7 @@ from ..spectrum import Spectrum
 from ._words import Words
 
 _WIDTH, _HEIGHT = 720.0, 330.0
-_LEFT, _RIGHT, _TOP, _BOTTOM = 58.0, 12.0, 14.0, 46.0
+_LEFT, _RIGHT, _TOP, _BOTTOM = 58.0, 22.0, 14.0, 46.0
 _UV: Final = (("UV-B", 280.0, 315.0), ("UV-A", 315.0, 380.0))
 
 
@@ -79,7 +79,7 @@ def picture(
         *_bands(axes),
         *_grid(axes, words, percent),
         _line(_luminosity(axes), axes, "luminosity"),
-        f'<text class="band" x="{float(axes.x(555.0)) + 34:.2f}" y="{_TOP + 12:g}">'
+        f'<text class="band" x="{float(axes.x(555.0)) + 56:.2f}" y="{_TOP + 12:g}">'
         f"{words('luminosity')}</text>",
     ]
     points = [*spectrum.scan.items()]

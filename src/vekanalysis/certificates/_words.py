@@ -88,6 +88,11 @@ class Words:
                 return self._shown(quantity, shown.value), said
         return self._shown(quantity, self._plain(quantity, value.value)), ""
 
+    def value(self, quantity: Quantity, value: float) -> str:
+        """A value that has no uncertainty, with its unit."""
+        unit = self.unit(quantity)
+        return self._shown(quantity, self._plain(quantity, value)) + (_BLANK + unit if unit else "")
+
     def limit(self, quantity: Quantity, value: float) -> str:
         """A limit, with its unit."""
         return self._with_unit(quantity, Decimal(f"{value:.6g}"))
@@ -103,8 +108,10 @@ class Words:
     def probability(self, value: float) -> str:
         """Of conformity: never said to be certain."""
         if value > 0.999:
-            return self.number("> 99.9 %")
-        return self.number("< 0.1 %") if value < 0.001 else self.number(f"{100.0 * value:.1f} %")
+            text = "> 99.9 %"
+        else:
+            text = "< 0.1 %" if value < 0.001 else f"{100.0 * value:.1f} %"
+        return self.number(text.replace(" ", _BLANK))
 
     def _plain(self, quantity: Quantity, value: float) -> str:
         number = Decimal(repr(value))
