@@ -140,8 +140,8 @@ TEST_P(EveryCurve, GivesTheTwoLinesOfADoublet) {
 
 INSTANTIATE_TEST_SUITE_P(PeakShapes, EveryCurve,
                          testing::Values(Type::AKIMA, Type::CUBIC, Type::LINEAR),
-                         [](const auto& info) {
-                             return std::string(vekanalysis::spline::typeToString(info.param));
+                         [](const auto& of) {
+                             return std::string(vekanalysis::spline::typeToString(of.param));
                          });
 
 TEST(PeakShapes, OfNoisyLinesAreAsManyAsTheLines) {
