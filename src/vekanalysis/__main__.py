@@ -1,16 +1,19 @@
 """The command line: ``vekanalysis ARGS`` or ``python -m vekanalysis ARGS``."""
 
 import os
+import signal
 import sys
+import threading
 from collections.abc import Sequence
 
-from .commands._errors import CommandError
+from .commands._errors import CommandError, Terminated
 from .commands._parser import parse_arguments
-from .errors import Refusal, for_command_line
-from .reports import one_line
+from .commands._terminal import note
+from .errors import Refusal, for_command_line, lacks_memory
 
-# What shells report for a program ended by SIGINT or SIGPIPE.
+# What shells report for a program ended by SIGINT, SIGTERM or SIGPIPE.
 _INTERRUPTED = 130
+_TERMINATED = 143
 _CLOSED_PIPE = 141
 
 
@@ -24,6 +27,7 @@ def main(arguments: Sequence[str] | None = None, program: str = "vekanalysis") -
         return _fail("standard output is closed")
     try:
         try:
+            _take_termination()
             run = parse_arguments(sys.argv[1:] if arguments is None else arguments, program)
             return run() or 0
         finally:
@@ -31,7 +35,9 @@ def main(arguments: Sequence[str] | None = None, program: str = "vekanalysis") -
             sys.stdout.flush()
     except (CommandError, Refusal) as error:
         return _fail(for_command_line(error))
-    except MemoryError:
+    except (MemoryError, TypeError) as error:
+        if not lacks_memory(error):
+            raise
         return _fail("not enough memory")
     except BrokenPipeError:
         _abandon_stdout()
@@ -39,13 +45,24 @@ def main(arguments: Sequence[str] | None = None, program: str = "vekanalysis") -
     except OSError as error:
         _abandon_stdout()
         return _fail(f"standard output: {error.strerror or error}")
+    except Terminated:
+        return _TERMINATED
     except KeyboardInterrupt:
         return _INTERRUPTED
 
 
+def _take_termination() -> None:
+    """End in order when asked to: leave what is written whole, and no processes."""
+
+    def end(*_: object) -> None:
+        raise Terminated
+
+    if threading.current_thread() is threading.main_thread():
+        signal.signal(signal.SIGTERM, end)
+
+
 def _fail(reason: str) -> int:
-    if sys.stderr is not None:
-        print(f"vekanalysis: {one_line(reason)}", file=sys.stderr)
+    note(reason)
     return 2
 
 

@@ -8,7 +8,11 @@ from difflib import get_close_matches
 from pathlib import Path
 from typing import Any, NamedTuple, Self
 
+from ._files import read_regular
 from .errors import Refusal
+
+# Characters that are parsed, at least, to find the line of a key.
+_PATIENCE = 1_000_000
 
 
 class Place(NamedTuple):
@@ -43,7 +47,7 @@ class TomlFile:
     def read(cls, path: str | os.PathLike[str]) -> Self:
         """Parse a file; OSError if it cannot be read, Refusal if it is no TOML."""
         path = Path(path)
-        content = path.read_bytes()
+        content = read_regular(path)
         try:
             text = content.decode("utf-8-sig")
             document = tomllib.loads(text)
@@ -51,6 +55,8 @@ class TomlFile:
             raise Refusal(f"{path}: line {error.lineno}: no TOML: {error.msg}") from None
         except UnicodeDecodeError:
             raise Refusal(f"{path}: no TOML: it is not in UTF-8") from None
+        except RecursionError:
+            raise Refusal(f"{path}: too deeply nested") from None
         return cls(path, text, document, hashlib.sha256(content).hexdigest())
 
     def refusal(self, reason: str, place: Place) -> Refusal:
@@ -83,15 +89,24 @@ def line_of(text: str, place: Place) -> int | None:
     """Number of the line of a key, from 1; None if it cannot be told.
 
     The parser does not tell: the line is the first that may hold the key, and before which the text
-    is a document that ends where the key may follow, and lacks it.
+    is a document that ends where the key may follow, and lacks it. In a text of very many such
+    lines the search is given up, since each costs the time of all before it.
     """
-    lines = text.splitlines(keepends=True)
+    patience = max(_PATIENCE, 16 * len(text))
+    # Headers still to come, each of which may also be within a string.
+    tables = 0 if place.number is None else place.number + (place.key is not None)
     start = 0
-    for number, line in enumerate(lines, start=1):
-        before = text[:start]
+    for number, line in enumerate(text.splitlines(keepends=True), start=1):
+        before = start
         start += len(line)
-        if _may_begin(line, place) and _is_before(before, place):
-            return number
+        if tables > 0:
+            tables -= line.lstrip().startswith("[[") and str(place.table) in line
+        elif _may_begin(line, place):
+            patience -= before
+            if patience < 0:
+                return None
+            if _is_before(text[:before], place):
+                return number
     return None
 
 

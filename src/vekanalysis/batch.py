@@ -21,7 +21,7 @@ from collections.abc import Callable, Mapping, Sequence
 from functools import cache
 from typing import Any
 
-from .errors import Refusal
+from .errors import Refusal, lacks_memory
 from .reading import read
 from .reports import COLUMNS, LIGHT_COLUMNS, Row, Table
 
@@ -117,6 +117,8 @@ def file_rows(
         reason = words(error)
     except OSError as error:
         reason = f"cannot be read: {error.strerror or error}"
-    except MemoryError:
+    except (MemoryError, TypeError) as error:
+        if not lacks_memory(error):
+            raise
         reason = "not enough memory"
     return [table.failed(file, reason)]

@@ -80,3 +80,8 @@ def _option(name: str, value: Any) -> str:
     text = str(value)
     is_plain = text.replace("-", "").isalnum()
     return f"{option} {text}" if is_plain else f"{option} '{text}'"
+
+
+def lacks_memory(error: BaseException) -> bool:
+    """Whether memory was not enough; results of compiled functions lack it with a TypeError."""
+    return isinstance(error, MemoryError) or isinstance(error.__cause__, MemoryError)

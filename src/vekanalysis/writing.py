@@ -15,6 +15,7 @@ from xml.sax.saxutils import escape
 
 from . import units
 from ._core import version
+from ._files import csv_cell
 from .errors import Refusal, Remedy
 from .reading import state, taken
 from .spectrum import Spectrum
@@ -180,7 +181,7 @@ def _csv(spectra: Sequence[Spectrum]) -> str:
         titles.append(_title(spectrum, titles))
     stream = io.StringIO()
     rows = csv.writer(stream, lineterminator="\n")
-    rows.writerow(["Wavelength [nm]", *titles])
+    rows.writerow(["Wavelength [nm]", *map(csv_cell, titles)])
     for wavelength in sorted(set().union(*scans)):
         values = (scan.get(wavelength) for scan in scans)
         rows.writerow([repr(wavelength), *("" if v is None else repr(v) for v in values)])

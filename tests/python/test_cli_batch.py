@@ -105,7 +105,10 @@ def test_processes_that_cannot_start_end_the_batch(monkeypatch: pytest.MonkeyPat
 
 
 @posix
-def test_an_interrupted_batch_leaves_whole_rows_and_no_processes(tmp_path: Path) -> None:
+@pytest.mark.parametrize("number", [signal.SIGINT, signal.SIGTERM, signal.SIGKILL])
+def test_an_interrupted_batch_leaves_whole_rows_and_no_processes(
+    tmp_path: Path, number: signal.Signals
+) -> None:
     table = tmp_path / "table.csv"
     command = [sys.executable, "-m", "vekanalysis", "report", "--jobs", "2", "--csv", table]
     with subprocess.Popen(
@@ -113,11 +116,17 @@ def test_an_interrupted_batch_leaves_whole_rows_and_no_processes(tmp_path: Path)
     ) as batch:
         while sum(part.stat().st_size for part in tmp_path.glob(".table.csv.*.part")) < 10_000:
             time.sleep(0.01)
-        os.killpg(batch.pid, signal.SIGINT)
+        if number == signal.SIGINT:  # As terminals send it.
+            os.killpg(batch.pid, number)
+        else:
+            batch.send_signal(number)
         assert batch.stderr is not None
         # Its end comes when the last process that has it is gone.
         told = batch.stderr.read().decode()
-    assert batch.returncode == 130
+    if number == signal.SIGKILL:
+        assert (batch.returncode, table.exists()) == (-number, False)
+        return
+    assert batch.returncode == 128 + number
     assert [*tmp_path.iterdir()] == [table]
     text = table.read_text()
     rows = [*csv.DictReader(text.splitlines())]

@@ -7,6 +7,7 @@ from pathlib import Path
 from types import MappingProxyType
 from typing import Any, Final, NamedTuple, Self
 
+from .._files import open_regular
 from .._toml import Place, TomlFile, nearest
 from ..errors import Refusal
 from ..quantities import LENS
@@ -158,7 +159,7 @@ class _Reader:
 
     def _logo(self, path: Path) -> Logo:
         try:
-            with path.open("rb") as file:
+            with open_regular(path) as file:
                 content = file.read(_MOST_LOGO + 1)
         except OSError as error:
             reason = f"logo: {path}: cannot be read: {error.strerror or error}"

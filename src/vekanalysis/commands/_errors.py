@@ -11,6 +11,10 @@ class CannotStart(Exception):
     """Processes cannot be started."""
 
 
+class Terminated(KeyboardInterrupt):
+    """The process was asked to end, which it does as after Ctrl-C."""
+
+
 class Lost(NamedTuple):
     """In place of the result of an item: what became of the process that had it."""
 

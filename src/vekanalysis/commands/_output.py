@@ -16,8 +16,8 @@ _MARK = b"file,data_set,error,notes,"
 class Output:
     """A table's file, or standard output for ``-``; each row is written at once.
 
-    The rows go to a hidden file beside it, which takes its place at the end, and after Ctrl-C:
-    a table that was there stays as it is until then.
+    The rows go to a hidden file beside it, which takes its place at the end, and after Ctrl-C
+    or SIGTERM: a table that was there stays as it is until then.
     """
 
     def __init__(self, path: str) -> None:
@@ -50,7 +50,9 @@ class Output:
             return
         try:
             self._file.close()
-            if self._beside != self._target and kind in (None, KeyboardInterrupt):
+            if self._beside != self._target and (
+                kind is None or issubclass(kind, KeyboardInterrupt)
+            ):
                 os.replace(self._beside, self._target)
         except OSError as error:
             raise self._failed(error) from None
@@ -86,11 +88,11 @@ def _check_that_nothing_is_lost(path: str) -> None:
 
 @contextmanager
 def interrupts_held() -> Iterator[None]:
-    """Let Ctrl-C wait, where the system can; processes started meanwhile never get it."""
+    """Let Ctrl-C and SIGTERM wait, where the system can; so do processes started meanwhile."""
     if not hasattr(signal, "pthread_sigmask"):
         yield
         return
-    mask = signal.pthread_sigmask(signal.SIG_BLOCK, {signal.SIGINT})
+    mask = signal.pthread_sigmask(signal.SIG_BLOCK, {signal.SIGINT, signal.SIGTERM})
     try:
         yield
     finally:

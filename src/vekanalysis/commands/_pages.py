@@ -4,8 +4,8 @@ import os
 import re
 from argparse import Namespace
 from collections.abc import Iterable
-from contextlib import suppress
 
+from .._files import save
 from ._arguments import Arguments
 from ._errors import CommandError
 
@@ -31,17 +31,8 @@ def write_page(path: str, content: bytes | str) -> None:
     """Write a file beside its place first."""
     if isinstance(content, str):
         content = content.encode("utf-8", "replace")
-    target = os.path.realpath(path)
-    folder, name = os.path.split(target)
-    beside = os.path.join(folder, f".{name}.{os.getpid()}.part")
     try:
-        try:
-            with open(beside, "wb") as file:
-                file.write(content)
-            os.replace(beside, target)
-        finally:
-            with suppress(FileNotFoundError):
-                os.remove(beside)
+        save(path, content)
     except OSError as error:
         raise CommandError(f"{path}: cannot be written: {error.strerror or error}") from None
 

@@ -103,6 +103,8 @@ def _started(jobs: int) -> ProcessPoolExecutor:
 def _begin() -> None:
     """What a process does first: it ends with the one that asks, and does not hear Ctrl-C."""
     signal.signal(signal.SIGINT, signal.SIG_IGN)
+    if hasattr(signal, "pthread_sigmask"):
+        signal.pthread_sigmask(signal.SIG_UNBLOCK, {signal.SIGTERM})
     threading.Thread(target=_end_with_parent, daemon=True).start()
 
 

@@ -6,6 +6,7 @@ from collections.abc import Iterator, Sequence
 from contextlib import contextmanager
 
 from .. import reports
+from .._files import read_regular
 from ..reading import (
     check_names,
     is_measurement_file,
@@ -28,8 +29,8 @@ def told(path: str) -> Iterator[None]:
 
 
 def read_file(path: str) -> bytes:
-    with told(path), open(path, "rb") as file:
-        return file.read()
+    with told(path):
+        return read_regular(path)
 
 
 def refuse_directories(files: Sequence[str]) -> None:

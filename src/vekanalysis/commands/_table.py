@@ -8,6 +8,7 @@ from collections.abc import Generator, Sequence
 from contextlib import closing, nullcontext
 from functools import partial
 
+from .._files import csv_cell
 from ..batch import file_rows
 from ..errors import for_command_line
 from ..reports import Row, Table
@@ -46,7 +47,7 @@ def write_table(arguments: Namespace, table: Table) -> int:
             for file, rows in zip(files, results, strict=True):
                 # All rows of a file, counted, or none; a pipe may take for ever, so there not.
                 with interrupts_held() if output != "-" else nullcontext():
-                    writer.writerows([row[key] for key in table.keys] for row in rows)
+                    writer.writerows([csv_cell(row[key]) for key in table.keys] for row in rows)
                     tally.add(file, rows)
                 progress.show(tally.done, tally.failed)
     except CannotStart as error:

@@ -41,7 +41,10 @@ def emit(text: str) -> None:
     """Write ``text`` to standard output, as far as that can show it."""
     from ..reports import showable
 
-    sys.stdout.write(showable(text, _encoding()))
+    text = showable(text, _encoding())
+    if sys.stdout.isatty():
+        text = "".join(c if c.isprintable() or c in "\n\t" else "?" for c in text)
+    sys.stdout.write(text)
 
 
 def draw(report: _Drawing, path: str) -> None:
@@ -59,12 +62,12 @@ def emit_report(report: _Report, as_json: bool = False) -> None:
     if as_json:
         emit_json(lambda ascii_only: report.json(ascii_only=ascii_only))
         return
-    from ..reports import Heading
+    from ..reports import Heading, showable
 
     lines = report.lines(_encoding())
     if in_colour():
         lines = [f"\x1b[1m{line}\x1b[0m" if isinstance(line, Heading) else line for line in lines]
-    emit("\n".join(lines) + "\n")
+    sys.stdout.write(showable("\n".join(lines) + "\n", _encoding()))
 
 
 def emit_json(make: Callable[[bool], str], ascii_only: bool = False) -> None:
@@ -74,15 +77,34 @@ def emit_json(make: Callable[[bool], str], ascii_only: bool = False) -> None:
         text.encode(_encoding())
     except UnicodeEncodeError:
         text = make(True)
+    if sys.stdout.isatty():
+        text = "".join(c if c == "\n" or c.isprintable() else _escaped(c) for c in text)
     sys.stdout.write(text + "\n")
+
+
+def _escaped(character: str) -> str:
+    """What JSON has for a character that may control the terminal."""
+    units = character.encode("utf-16-be", "surrogatepass").hex()
+    return "".join(f"\\u{units[i : i + 4]}" for i in range(0, len(units), 4))
 
 
 def note(text: str) -> None:
     """Write a note to standard error."""
     from ..reports import one_line
 
-    if sys.stderr is not None:
-        print(f"vekanalysis: {one_line(text)}", file=sys.stderr)
+    tell(f"vekanalysis: {one_line(text)}\n")
+
+
+def tell(text: str) -> None:
+    """Write to standard error, if that takes it: whether it does is no part of what happened."""
+    if sys.stderr is None:
+        return
+    try:
+        sys.stderr.write(text)
+        sys.stderr.flush()
+    except OSError:
+        # The interpreter would try once more at its end, and fail for it.
+        sys.stderr = None
 
 
 class Progress:
@@ -114,5 +136,4 @@ class Progress:
     def _write(self, text: str) -> None:
         if not self._hidden:
             # To the start of the line, and after the text clear what is left of an earlier one.
-            sys.stderr.write(f"\r{text}\x1b[K")
-            sys.stderr.flush()
+            tell(f"\r{text}\x1b[K")

@@ -46,7 +46,7 @@ def add_arguments(arguments: Arguments) -> None:
 def run(arguments: Namespace) -> int:
     """Tell how well the spectra match and write the joined one, if they do."""
     from ._spectra import read_spectra
-    from ._terminal import emit
+    from ._terminal import emit, tell
 
     spectra = read_spectra(arguments)
     if len(spectra) != 2:
@@ -56,8 +56,7 @@ def run(arguments: Namespace) -> int:
         )
     first, second = spectra
     report = reports.stitching(first, second, arguments.start, arguments.end, arguments.target)
-    if sys.stderr is not None:
-        sys.stderr.write(report.text(sys.stderr.encoding or "ascii"))
+    tell(report.text(getattr(sys.stderr, "encoding", None) or "ascii"))
     if report.joined is None:
         return _NO_MATCH
     emit(reports.PointTable({"": report.joined}, "pairs").csv())

@@ -4,6 +4,7 @@ import codecs
 import os
 from typing import IO
 
+from .._files import read_regular
 from ..errors import Refusal, Remedy
 
 _MARKS = [
@@ -50,8 +51,7 @@ def read_source(path: str | os.PathLike[str] | IO[str] | IO[bytes]) -> tuple[str
         if not hasattr(path, "read"):
             raise TypeError(f"a path or an open file is needed; got {type(path).__name__}")
         return str(getattr(path, "name", "file")), path.read()
-    with open(path, "rb") as file:
-        return os.fspath(path), file.read()
+    return os.fspath(path), read_regular(path)
 
 
 def to_utf8(source: str, content: bytes | str, encoding: str | None) -> tuple[bytes, str]:

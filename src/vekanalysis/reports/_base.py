@@ -2,8 +2,10 @@
 
 import os
 from abc import ABC, abstractmethod
+from io import BytesIO
 from typing import Any
 
+from .._files import save
 from ._layout import Json, json_text, one_line, showable
 
 
@@ -46,5 +48,12 @@ class Drawable(Printable):
         """A Matplotlib figure of it; ImportError where Matplotlib is not installed."""
 
     def draw(self, path: str | os.PathLike[str]) -> None:
-        """Write the figure to a file, whose name says the format; raises as Matplotlib does."""
-        self.figure().savefig(path, dpi=150)
+        """Write the figure to a file, whose name says the format; raises as Matplotlib does.
+
+        The file appears whole or not at all.
+        """
+        path = os.fspath(path)
+        ending = os.path.splitext(path)[1][1:]
+        picture = BytesIO()
+        self.figure().savefig(picture, dpi=150, format=ending or None)
+        save(path, picture.getvalue())

@@ -7,6 +7,7 @@ from io import StringIO
 from typing import Literal
 
 from .._core import Scan
+from .._files import csv_cell
 from ..errors import Refusal
 from ._layout import interval
 
@@ -48,7 +49,7 @@ class PointTable:
 
     def csv(self) -> str:
         text = StringIO()
-        csv.writer(text, lineterminator="\n").writerows(self._rows)
+        csv.writer(text, lineterminator="\n").writerows(map(csv_cell, row) for row in self._rows)
         return text.getvalue()
 
 

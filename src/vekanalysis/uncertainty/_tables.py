@@ -1,10 +1,12 @@
 """Sizes and matrices in CSV files beside a budget."""
 
 import csv
+from io import TextIOWrapper
 from pathlib import Path
 
 import numpy as np
 
+from .._files import open_regular
 from ..errors import Refusal
 from ._sizes import Curve, Floats, Matrix
 
@@ -18,7 +20,7 @@ class _Table:
     def __init__(self, path: Path) -> None:
         self.path = path
         try:
-            with path.open(encoding="utf-8-sig", newline="") as file:
+            with TextIOWrapper(open_regular(path), "utf-8-sig", newline="") as file:
                 dialect = ";" if ";" in file.readline() else ","
                 file.seek(0)
                 rows = [

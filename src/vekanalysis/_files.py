@@ -1,0 +1,75 @@
+"""Files of others as they are read, and files of ours as they are written."""
+
+import errno
+import os
+import stat
+from contextlib import suppress
+from typing import BinaryIO
+
+
+def open_regular(path: str | os.PathLike[str]) -> BinaryIO:
+    """Open a file to read its bytes.
+
+    OSError of what is none, such as a pipe or a device: there may be nothing in it for ever, or no
+    end to it.
+    """
+    # A pipe that nobody writes to would wait to be opened, else.
+    flags = os.O_RDONLY | getattr(os, "O_NONBLOCK", 0) | getattr(os, "O_BINARY", 0)
+    _check(os.stat(path), path)
+    file = open(path, "rb", opener=lambda name, _: os.open(name, flags))  # noqa: SIM115
+    try:
+        _check(os.fstat(file.fileno()), path)
+    except OSError:
+        file.close()
+        raise
+    return file
+
+
+def _check(found: os.stat_result, path: str | os.PathLike[str]) -> None:
+    if stat.S_ISDIR(found.st_mode):
+        raise IsADirectoryError(errno.EISDIR, os.strerror(errno.EISDIR), os.fspath(path))
+    if not stat.S_ISREG(found.st_mode):
+        raise OSError(errno.EINVAL, "Not a regular file", os.fspath(path))
+
+
+def read_regular(path: str | os.PathLike[str]) -> bytes:
+    """What is in a file; raises as `open_regular`."""
+    with open_regular(path) as file:
+        return file.read()
+
+
+def save(path: str | os.PathLike[str], content: bytes) -> None:
+    """Write a file whole or not at all: beside its place first, and then renamed.
+
+    What is there and is no file, such as a device, is written to as it stands.
+    """
+    target = os.path.realpath(path)
+    if os.path.exists(target) and not os.path.isfile(target):
+        with open(target, "wb") as device:
+            device.write(content)
+        return
+    if os.path.exists(target) and not os.access(target, os.W_OK):
+        raise PermissionError(errno.EACCES, os.strerror(errno.EACCES), os.fspath(path))
+    folder, name = os.path.split(target)
+    beside = os.path.join(folder, f".{name}.{os.getpid()}.part")
+    try:
+        with open(beside, "wb") as file:
+            file.write(content)
+        os.replace(beside, target)
+    finally:
+        with suppress(FileNotFoundError):
+            os.remove(beside)
+
+
+def csv_cell[T](value: T) -> T | str:
+    """A cell of a table as spreadsheets show it, where they would compute what it says.
+
+    Text that begins as formulae do, and is no number, gets the apostrophe that marks text.
+    """
+    if not isinstance(value, str) or not value.startswith(("=", "+", "-", "@", "\t", "\r")):
+        return value
+    try:
+        float(value)
+    except ValueError:
+        return f"'{value}"
+    return value

@@ -1,0 +1,325 @@
+"""Each command under each fault of the world around it: told in a line, and nothing half done."""
+
+from __future__ import annotations
+
+import csv
+import json
+import os
+import signal
+import subprocess
+import sys
+from collections.abc import Iterator
+from pathlib import Path
+
+import pytest
+from cli import GREY, ROOT, Runner, flat, write_vek
+
+import vekanalysis as vek
+
+pytestmark = pytest.mark.skipif(os.name != "posix", reason="faults of POSIX systems")
+
+EXAMPLES = ROOT / "examples"
+VEK = str(EXAMPLES / "two-lenses.vek")
+LAMPS = (str(EXAMPLES / "lamp-visible.csv"), str(EXAMPLES / "lamp-infrared.csv"))
+CALIBRATION = ("calibrate", str(EXAMPLES / "calibration/steps.csv"))
+START = str(EXAMPLES / "calibration/start.json")
+
+# What writes to standard output, by a name.
+WRITING: dict[str, tuple[str, ...]] = {
+    "report": ("report", GREY),
+    "report json": ("report", "--json", GREY),
+    "report csv": ("report", "--csv", "-", GREY),
+    "report csv of processes": ("report", "--csv", "-", "--jobs", "2", GREY, GREY),
+    "light": ("light", GREY),
+    "light csv": ("light", "--csv", "-", GREY),
+    "peaks": ("peaks", GREY),
+    "stitch": ("stitch", "--from", "920", "--to", "980", *LAMPS),
+    "calibrate": (*CALIBRATION, "--start", START, "--free", "theta_z"),
+    "references": ("references",),
+    "info": ("info", GREY),
+    "info json": ("info", "--json", VEK),
+    "json": ("json", VEK),
+    "csv": ("csv", VEK),
+    "completion": ("completion", "bash"),
+    "help": ("--help",),
+    "help of a command": ("report", "--help"),
+    "version": ("--version",),
+}
+FULL = Path("/dev/full")
+
+
+def shell(
+    script: str, *arguments: str, environment: dict[str, str] | None = None
+) -> subprocess.CompletedProcess[bytes]:
+    """Run a command as ``"$@"`` of a script of the shell."""
+    command = ["sh", "-c", script, "sh", sys.executable, "-m", "vekanalysis", *arguments]
+    variables = {k: v for k, v in os.environ.items() if k != "PYTHONUNBUFFERED"}
+    return subprocess.run(
+        command, capture_output=True, timeout=60, env=variables | (environment or {})
+    )
+
+
+@pytest.mark.skipif(not FULL.exists(), reason="needs /dev/full")
+@pytest.mark.parametrize("command", WRITING.values(), ids=WRITING)
+def test_a_full_disk_under_the_output_is_told(command: tuple[str, ...]) -> None:
+    # Without a buffer it is the write that fails, else the end of the program.
+    environment = {"PYTHONUNBUFFERED": "1" if command[-1].startswith("--") else ""}
+    done = shell('exec "$@" >/dev/full', *command, environment=environment)
+    *_, told = done.stderr.decode().splitlines()
+    assert (done.returncode, told) == (
+        2,
+        "vekanalysis: standard output: No space left on device",
+    )
+    assert b"Traceback" not in done.stderr
+
+
+@pytest.mark.parametrize("command", WRITING.values(), ids=WRITING)
+def test_a_pipe_that_nobody_reads_ends_the_command(command: tuple[str, ...]) -> None:
+    read_end, write_end = os.pipe()
+    os.close(read_end)
+    program = [sys.executable, "-m", "vekanalysis", *command]
+    done = subprocess.run(program, stdout=write_end, stderr=subprocess.PIPE, timeout=60)
+    os.close(write_end)
+    assert done.returncode == 141
+    assert b"Traceback" not in done.stderr
+    assert b"Error" not in done.stderr
+
+
+@pytest.mark.skipif(not FULL.exists(), reason="needs /dev/full")
+@pytest.mark.parametrize("end", ["2>/dev/full", "2>&-"])
+@pytest.mark.parametrize(
+    ("command", "status"),
+    [
+        (WRITING["report csv"], 0),
+        (WRITING["stitch"], 0),
+        (("report", "--csv", "-", GREY, "none.csv"), 1),
+        (("stitch", "--target", "1e-30", *LAMPS), 1),
+        (("report", "none.csv"), 2),
+        (("report", "--none"), 2),
+    ],
+)
+def test_the_status_says_what_happened_when_notes_cannot(
+    command: tuple[str, ...], status: int, end: str
+) -> None:
+    usual = shell('exec "$@"', *command)
+    assert (usual.returncode, usual.stderr != b"") == (status, True)
+    done = shell(f'exec "$@" {end}', *command)
+    assert (done.returncode, done.stdout, done.stderr) == (status, usual.stdout, b"")
+
+
+@pytest.mark.parametrize("command", WRITING.values(), ids=WRITING)
+def test_no_home_and_no_language_are_no_fault(command: tuple[str, ...]) -> None:
+    environment = {"LANG": "C", "LC_ALL": "C", "PYTHONUTF8": "0", "PYTHONCOERCECLOCALE": "0"}
+    done = shell('unset HOME; exec "$@"', *command, environment=environment)
+    assert (done.returncode, done.stdout != b"") == (0, True), done.stderr
+    assert b"Traceback" not in done.stderr
+
+
+# Commands that write a file, which comes last.
+FILES: dict[str, tuple[str, ...]] = {
+    "table": ("report", *[GREY] * 40, "--csv"),
+    "table of processes": ("report", "--jobs", "2", *[GREY] * 40, "--csv"),
+    "table of light": ("light", *[GREY] * 40, "--csv"),
+    "page": ("report", GREY, "--overwrite", "--html"),
+    "certificate": ("certificate", GREY, "--overwrite", "--out"),
+    "plot": ("report", GREY, "--plot"),
+    "plot of light": ("light", GREY, "--plot"),
+    "plot of peaks": ("peaks", GREY, "--plot"),
+    "plot of residuals": (*CALIBRATION, "--start", START, "--free", "theta_z", "--plot"),
+}
+_ENDINGS = {"plot": ".png", "table": ".csv"}
+
+
+@pytest.mark.parametrize("there", [False, True])
+@pytest.mark.parametrize("name", FILES)
+def test_what_cannot_be_written_whole_is_not_there(name: str, there: bool, tmp_path: Path) -> None:
+    if name.startswith("plot"):
+        pytest.importorskip("matplotlib.figure")
+    folder = tmp_path / "out"
+    folder.mkdir()
+    target = folder / f"a{_ENDINGS.get(name.split()[0], '.html')}"
+    before = b"file,data_set,error,notes,\n" if there else b""
+    if there:
+        target.write_bytes(before)
+    # A limit of some kilobytes for each file, as a full disk is one.
+    done = shell('ulimit -f 8; exec "$@"', *FILES[name], str(target))
+    *_, told = done.stderr.decode().splitlines()
+    assert told == f"vekanalysis: {target}: cannot be written: File too large"
+    assert done.returncode == 2
+    assert b"Traceback" not in done.stderr
+    assert [*folder.iterdir()] == ([target] if there else [])
+    assert not there or target.read_bytes() == before
+    usual = shell('exec "$@"', *FILES[name], str(target))
+    assert (usual.returncode, [*folder.iterdir()]) == (0, [target])
+    assert target.stat().st_size > 8 * 1024
+
+
+@pytest.mark.parametrize("name", FILES)
+def test_a_place_that_is_none_is_told(name: str, run: Runner, tmp_path: Path) -> None:
+    if name.startswith("plot"):
+        pytest.importorskip("matplotlib.figure")
+    target = tmp_path / "none" / f"a{_ENDINGS.get(name.split()[0], '.html')}"
+    reason = run.refuse(*FILES[name], target)
+    assert reason == f"{target}: cannot be written: No such file or directory"
+
+
+@pytest.fixture
+def patience() -> Iterator[None]:
+    """End what waits."""
+
+    def give_up(*_: object) -> None:
+        raise TimeoutError("it waits")
+
+    before = signal.signal(signal.SIGALRM, give_up)
+    signal.alarm(20)
+    yield
+    signal.alarm(0)
+    signal.signal(signal.SIGALRM, before)
+
+
+# Commands that read a file, which is @.
+READING = [
+    ("report", "@"),
+    ("report", GREY, "@"),
+    ("report", "--uncertainty", "@", GREY),
+    ("certificate", "--out", "a.html", "@"),
+    ("certificate", "--out", "a.html", "--settings", "@", GREY),
+    ("certificate", "--out", "a.html", "--limits", "@", GREY),
+    ("light", "@"),
+    ("light", "--white", "@", GREY),
+    ("peaks", "@"),
+    ("stitch", GREY, "@"),
+    ("calibrate", "@", "--start", START, "--free", "theta_z"),
+    (*CALIBRATION, "--start", "@", "--free", "theta_z"),
+    ("info", "@"),
+    ("json", "@"),
+    ("csv", "@"),
+]
+
+
+@pytest.mark.parametrize("command", READING, ids=" ".join)
+@pytest.mark.parametrize("kind", ["pipe", "device", "folder", "none"])
+def test_only_regular_files_are_read(
+    command: tuple[str, ...],
+    kind: str,
+    run: Runner,
+    tmp_path: Path,
+    monkeypatch: pytest.MonkeyPatch,
+    patience: None,
+) -> None:
+    monkeypatch.chdir(tmp_path)
+    path = tmp_path / "a.csv"
+    match kind:
+        case "pipe":
+            os.mkfifo(path)
+        case "device":
+            path.symlink_to("/dev/zero")
+        case "folder":
+            path.mkdir()
+    reason = run.refuse(*(str(path) if word == "@" else word for word in command))
+    whys = {"folder": "directory", "none": "No such file or directory"}
+    assert str(path) in reason
+    assert whys.get(kind, "Not a regular file") in reason or (
+        kind == "folder" and "no .asc" in reason
+    )
+    assert not Path("a.html").exists()
+
+
+def test_a_batch_passes_what_is_no_regular_file(
+    run: Runner, tmp_path: Path, patience: None
+) -> None:
+    os.mkfifo(tmp_path / "a.csv")
+    (tmp_path / "b.csv").symlink_to("/dev/zero")
+    (tmp_path / "c.csv").symlink_to(GREY)
+    found = [*csv.DictReader(run("report", "--csv", "-", tmp_path).out.splitlines())]
+    assert [(row["file"][-5:], row["error"]) for row in found] == [("c.csv", "")]
+    named = run("report", "--csv", "-", tmp_path / "a.csv", GREY)
+    first, second = csv.DictReader(named.out.splitlines())
+    assert (named.status, second["error"]) == (1, "")
+    assert first["error"] == "cannot be read: Not a regular file"
+
+
+_LIMITED = """
+import resource, sys
+import vekanalysis.__main__, vekanalysis.reports, vekanalysis.reading, vekanalysis.batch
+import vekanalysis.commands._spectra, vekanalysis.commands._terminal
+from vekanalysis.__main__ import main
+pages = int(open("/proc/self/statm").read().split()[0])
+limit = pages * resource.getpagesize() + int(sys.argv[1])
+resource.setrlimit(resource.RLIMIT_AS, (limit, limit))
+sys.exit(main(sys.argv[2:]))
+"""
+
+
+@pytest.mark.skipif(sys.platform != "linux", reason="reads /proc")
+@pytest.mark.parametrize(
+    "command",
+    [
+        ("report",),
+        ("light",),
+        ("peaks",),
+        ("info", "--json"),
+        ("stitch", "@"),
+        ("report", "--csv", "-"),
+    ],
+    ids=" ".join,
+)
+def test_memory_that_is_not_enough_is_told(command: tuple[str, ...], tmp_path: Path) -> None:
+    path = tmp_path / "a.csv"
+    path.write_text("".join(f"{300 + i / 1000:.3f};{i % 7 / 10}\n" for i in range(400_000)))
+    words = [str(path) if word == "@" else word for word in command]
+    statuses = set()
+    for megabytes in (1, 8, 32):
+        arguments = [str(megabytes << 20), *words, str(path)]
+        done = subprocess.run(
+            [sys.executable, "-c", _LIMITED, *arguments], capture_output=True, timeout=100
+        )
+        told = done.stderr.decode().splitlines()
+        assert b"Traceback" not in done.stderr, done.stderr
+        if done.returncode == 2:
+            assert told == ["vekanalysis: not enough memory"]
+        elif "--csv" in command:
+            assert (done.returncode, "1 failed: not enough memory" in told[-1]) == (1, True)
+        else:
+            assert done.returncode == 0, told
+        statuses.add(done.returncode)
+    assert statuses & {1, 2}
+
+
+NASTY = "A\x1b]0;x\x07\x9b1m\x7f"
+
+
+@pytest.mark.parametrize(
+    "command",
+    [
+        *(("csv", "--long"), ("csv", "--wide"), ("json",), ("info",), ("info", "--json")),
+        *(("report",), ("report", "--json"), ("report", "--csv", "-"), ("peaks", "--json")),
+    ],
+    ids=" ".join,
+)
+def test_names_do_not_control_the_terminal(
+    command: tuple[str, ...], run: Runner, tmp_path: Path, monkeypatch: pytest.MonkeyPatch
+) -> None:
+    path = write_vek(tmp_path / "a.vek", [(NASTY, flat(0.5)), ("=1+1", flat(0.25))])
+    elsewhere = run(*command, path).out
+    monkeypatch.setenv("NO_COLOR", "1")
+    monkeypatch.setattr(sys.stdout, "isatty", lambda: True)
+    shown = run(*command, path).out
+    assert [c for c in shown if not c.isprintable() and c != "\n"] == []
+    if "json" in command[-1]:
+        assert json.loads(shown) == json.loads(elsewhere)
+
+
+@pytest.mark.parametrize("name", ["=1+1", "+A1", "-A1", "@A1", "-cmd|' /C calc'!A0"])
+def test_spreadsheets_get_names_as_text(name: str, run: Runner, tmp_path: Path) -> None:
+    path = write_vek(tmp_path / "a.vek", [(name, flat(0.5)), ("B", flat(-0.25))])
+    long = [*csv.reader(run("csv", "--long", path).out.splitlines())]
+    wide = [*csv.reader(run("csv", "--wide", path).out.splitlines())]
+    table = [*csv.DictReader(run("report", "--csv", "-", path, "--unit", "1").out.splitlines())]
+    vek.write(vek.read(path, unit="1"), tmp_path / "a.csv")
+    written = next(csv.reader((tmp_path / "a.csv").read_text().splitlines()))
+    assert {row[0] for row in long[1:]} == {f"'{name}", "B"}
+    assert wide[0][1:] == [f"'{name}", "B"]
+    assert [row["data_set"] for row in table] == [f"'{name}", "B"]
+    assert written[1].startswith(f"'{name}")
+    assert wide[1][2] == long[-1][2] == "-0.25"
