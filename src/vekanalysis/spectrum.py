@@ -60,6 +60,7 @@ class Spectrum:
         Where it comes from.
     metadata : mapping of str to str
         What the file says of the measurement: sample, operator, instrument, date, slit, ...
+        Copied, but for a ``types.MappingProxyType``, which the spectra of a file share.
     notes : sequence of str
         What was done to the numbers on the way, a line each.
 
@@ -109,7 +110,9 @@ class Spectrum:
             "_unit": None if unit is None else _checked_unit(kind, unit),
             "_label": str(label),
             "_source": Source(*source),
-            "_metadata": MappingProxyType(dict(metadata)),
+            "_metadata": metadata
+            if isinstance(metadata, MappingProxyType)
+            else MappingProxyType(dict(metadata)),
             "_notes": tuple(notes),
         }
         for name, value in values.items():

@@ -2,7 +2,8 @@
 
 import hashlib
 import os
-from collections.abc import Collection, Sequence
+from collections.abc import Collection, Mapping, Sequence
+from types import MappingProxyType
 from typing import IO, Any
 
 from .._core import AKIMA, Interpolation, Scan, io
@@ -192,11 +193,12 @@ def _from_text(file: TextFile, source: Source, values: Options) -> list[Spectrum
         named = ", ".join(lines[:_NAMED_LINES]) + (f" and {more} more" if more > 0 else "")
         notes.append(f"skipped, since there are no numbers: line {named}")
     alone = len(file.columns) == 1
+    metadata = MappingProxyType(file.header.facts)
     spectra = []
     for column in file.columns:
         label = stem(source.file or "") if alone else column.name
         place = source._replace(column=None if alone else column.name)
-        facts = (label, place, file.header.facts, tuple(notes))
+        facts = (label, place, metadata, (*notes, *column.notes))
         what = _what(column)
         spectra.append(
             _spectrum(column.scan, column.statement, values, facts, what, column.highest)
@@ -216,7 +218,7 @@ def _spectrum(
     scan: Scan,
     statement: Statement,
     values: Options,
-    facts: tuple[str, Source, dict[str, str], tuple[str, ...]],
+    facts: tuple[str, Source, Mapping[str, str], tuple[str, ...]],
     what: str,
     highest: float | None = None,
 ) -> Spectrum:

@@ -207,6 +207,7 @@ def read_table(
     file = read_text(source, content, options, follows=False)
     notes = [*file.notes[: file.conversions], *(["values divided by 100"] if percent else [])]
     notes += file.notes[file.conversions :]
+    notes += [note for column in file.columns for note in column.notes]
     scans: dict[str, Scan] = {}
     units: dict[str, str] = {}
     for column in file.columns:

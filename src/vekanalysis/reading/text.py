@@ -73,6 +73,8 @@ class Column(NamedTuple):
     statement: Statement
     scan: Scan
     highest: float
+    # What was done to it alone.
+    notes: tuple[str, ...]
 
 
 class TextFile(NamedTuple):
@@ -82,6 +84,7 @@ class TextFile(NamedTuple):
     encoding: str
     layout: Layout
     columns: list[Column]
+    # Of all columns.
     notes: list[str]
     # How many of the notes, from the first, are about wavelengths.
     conversions: int
@@ -159,7 +162,7 @@ def read_text(
             notes.append(f"'{names[pair.values]}' left out: it numbers the rows")
             continue
         name = _name(titles, names, pair)
-        columns.append(_column(numbers, pair, name, titles, header, options, notes))
+        columns.append(_column(numbers, pair, name, titles, header, options))
     if not columns:
         raise Refusal(f"{source}: there is no column of values beside the wavelengths")
     columns = _with_distinct_names(columns)
@@ -373,8 +376,8 @@ def _column(
     titles: Titles,
     header: Header,
     options: TextOptions,
-    notes: list[str],
 ) -> Column:
+    notes: list[str] = []
     x, y = numbers.places[pair.wavelengths], numbers.places[pair.values]
     missing, first_missing, _, highest, _, _ = numbers.core.facts(y)
     if math.isnan(highest):
@@ -402,7 +405,7 @@ def _column(
     statement = titles.statement(pair.values)
     title = titles.value_title(pair.values)
     words = title if titles.found[-1:] != [""] or statement != Statement() else ""
-    if statement.words == "A" and titles.is_name(pair.values):
+    if statement.words == "A" and titles.has_letters:
         statement = statement._replace(words="")
     suffix = numbers.block.suffixes[pair.values]
     if suffix:
@@ -410,7 +413,7 @@ def _column(
     elif statement.kind is None and not statement.unit_text:
         words = header.source or words
         statement = header.statement._replace(words=statement.words)
-    return Column(pair.values, name, title, words, statement, scan, highest)
+    return Column(pair.values, name, title, words, statement, scan, highest, tuple(notes))
 
 
 def _with_suffix(numbers: _Numbers, name: str, statement: Statement, suffix: str) -> Statement:

@@ -58,6 +58,8 @@ _KIND_KEYS = words(
     "y-axis|yaxis|y title|y label|quantity|modus|messmodus|messgröße|messgrösse|data mode|"
     "measurement type|messart|spectrum type|grandeur|data type"
 )
+# No instrument writes as many; each spectrum of the file has all of them.
+_MOST_FACTS = 1000
 _X_UNIT_KEYS = words(
     "x unit|x units|xunits|xunit|x-unit|x-units|abscissa|abscissa unit|wavelength unit|"
     "wavelength units|x axis|x-axis|xaxis|x-einheit"
@@ -76,6 +78,8 @@ class Titles(NamedTuple):
     # The line above the numbers where it has no names.
     free_text: str
     lines: dict[int, str]
+    # Whether single letters name samples: there is more than one.
+    has_letters: bool = False
 
     def title(self, column: int) -> str:
         parts = [self.names[column], self.units[column] if self.units else ""]
@@ -90,11 +94,6 @@ class Titles(NamedTuple):
         if self.units and self.units[column]:
             return state_unit(self.units[column], name)
         return state(name)
-
-    def is_name(self, column: int) -> bool:
-        """Whether a single letter is the name of one sample among several."""
-        letters = {name.split("[")[0].split("(")[0].strip() for name in self.names}
-        return len(self.names) > column and {"A", "B"} <= letters
 
     def wavelength_title(self, column: int) -> str:
         if self.names:
@@ -155,7 +154,8 @@ def find_titles(layout: Layout, block: Block) -> Titles:
         index, names = titled.pop(0)
         found[index] = "column names"
     named = [name or f"column {column}" for column, name in enumerate(names)]
-    titles = Titles(named, units_row, names, [], "", found)
+    letters = {name.split("[")[0].split("(")[0].strip() for name in named}
+    titles = Titles(named, units_row, names, [], "", found, has_letters={"A", "B"} <= letters)
     if titled and layout.delimiter != " ":
         titles = _with_samples(titles, *titled[0])
     return titles
@@ -237,7 +237,10 @@ def find_header(texts: dict[int, str], titles: Titles, delimiter: str) -> Header
                 others.append(index)
             continue
         name = key.lower()
-        _add_fact(facts, key, value)
+        if len(facts) < _MOST_FACTS:
+            _add_fact(facts, key, value)
+        else:
+            others.append(index)
         if name in _UNIT_KEYS and not statements["unit"] and stated_unit(value) is None:
             statements["unit"] = value
             source = text.strip()
