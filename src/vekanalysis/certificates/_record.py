@@ -9,6 +9,7 @@ from pathlib import Path
 from typing import Any, Final, NamedTuple
 
 from .._core import version
+from .._files import read_regular
 from ..errors import Refusal
 from ..reading import read
 from ..reports import json_text
@@ -115,7 +116,7 @@ def verify(path: str | os.PathLike[str]) -> Verification:
         If it is no record.
     """
     path = Path(path)
-    text = path.read_bytes()
+    text = read_regular(path)
     try:
         content = json.loads(text)
     except (ValueError, RecursionError) as error:
@@ -180,7 +181,7 @@ def _of_pages(folder: Path, pages: list[Mapping[str, str]], html: str) -> Iterat
     for index, page in enumerate(pages):
         file = folder / page["path"]
         try:
-            content = file.read_bytes()
+            content = read_regular(file)
         except OSError as error:
             yield f"{file}: cannot be read: {error.strerror or error}"
             continue

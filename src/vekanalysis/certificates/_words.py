@@ -19,7 +19,7 @@ _BLANK: Final = "\N{NO-BREAK SPACE}"
 _DASH: Final = "\N{EN DASH}"
 # A reason may begin with the key of the quantity that it is about.
 _NO_DATA: Final = re.compile(r"No data within ([0-9.-]+) nm")
-_ABOUT: Final = re.compile(r"([A-Za-z0-9_.]+): (.*)", re.DOTALL)
+_ABOUT: Final = re.compile(r"([A-Za-z0-9_.]++): (.*)", re.DOTALL)
 
 
 @cache

@@ -19,7 +19,7 @@ from .wavelengths import stated_unit
 MOST_POINTS = 5_000_000
 """Points of the longest curve that is taken."""
 
-_NUMBER = re.compile(r"[+-]?(?:[0-9]+\.?[0-9]*|\.[0-9]+)(?:[eE][+-]?[0-9]{1,6})?")
+_NUMBER = re.compile(r"[+-]?(?:[0-9]++\.?[0-9]*+|\.[0-9]++)(?:[eE][+-]?[0-9]{1,6})?")
 # hc / e in nm eV: exact values of the SI (BIPM, SI Brochure, 9th ed., 2019, section 2.2).
 _HC_OVER_E = 1239.8419843320026
 _FACTORS = {"um": 1e3, "angstrom": 0.1, "m": 1e9, "mm": 1e6}

@@ -15,9 +15,9 @@ from ..errors import Refusal, Remedy
 from .curve import MOST_POINTS, Curve, fact, number, shortened, stated
 from .jcamp_tables import Line, Table, decode_ordinates, decode_pairs
 
-_RECORD = re.compile(r"\s*##([^=]{0,200})(?:=(.*)|$)", re.DOTALL)
+_RECORD = re.compile(r"\s*+##([^=]{0,200})(?:=(.*)|$)", re.DOTALL)
 _COMMENT = re.compile(r"<[^<>]*>|(\$\$)")
-_DECIMAL_COMMA = re.compile(r"\s*[+-]?[0-9]+,[0-9]")
+_DECIMAL_COMMA = re.compile(r"\s*+[+-]?[0-9]++,[0-9]")
 _DEPTH = 20
 _MOST_FACTS = 100
 # What must not be stated in two ways.

@@ -14,15 +14,15 @@ from .curve import MOST_POINTS, shortened
 type Line = tuple[int, str]
 
 _SEPARATORS = str.maketrans("", "", " \t,\v\f")
-_AFFN = r"[+-]?(?:[0-9]+\.?[0-9]*|\.[0-9]+)(?:[eE][+-][0-9]+)?"
-_DIGITS = r"[0-9]*(?:\.[0-9]+)?"
-_TOKEN = re.compile(rf"{_AFFN}|[@A-Ia-i]{_DIGITS}|[%J-Rj-r]{_DIGITS}|[S-Zs][0-9]*|\?")
+_AFFN = r"[+-]?(?:[0-9]++\.?[0-9]*+|\.[0-9]++)(?:[eE][+-][0-9]++)?"
+_DIGITS = r"[0-9]*+(?:\.[0-9]++)?"
+_TOKEN = re.compile(rf"{_AFFN}|[@A-Ia-i]{_DIGITS}|[%J-Rj-r]{_DIGITS}|[S-Zs][0-9]*+|\?")
 # An exponent needs no sign where E cannot be an ordinate.
-_PAIR_NUMBER = re.compile(r"[+-]?(?:[0-9]+\.?[0-9]*|\.[0-9]+)(?:[eE][+-]?[0-9]+)?")
+_PAIR_NUMBER = re.compile(r"[+-]?(?:[0-9]++\.?[0-9]*+|\.[0-9]++)(?:[eE][+-]?[0-9]++)?")
 _LONGEST_TOKEN = 25
 # Sums are kept within what a 64-bit integer holds.
 _LARGEST = 2**63
-_TWO_COMMAS = re.compile(r"[0-9],[0-9]+,[0-9]")
+_TWO_COMMAS = re.compile(r"[0-9],[0-9]++,[0-9]")
 _COMMA_BETWEEN_DIGITS = re.compile(r"(?<=[0-9]),(?=[0-9])")
 
 

@@ -32,7 +32,7 @@ _ENCODINGS = {
     "euc-jp": "euc-jp",
 }
 _MARKS = {codecs.BOM_UTF8: "utf-8", codecs.BOM_UTF16_LE: "utf-16", codecs.BOM_UTF16_BE: "utf-16"}
-_DECLARED = re.compile(rb"""\s*<\?xml[^>]{1,100}?encoding\s*=\s*["']([\w.:-]{1,40})["']""")
+_DECLARED = re.compile(rb"""\s*+<\?xml[^>]{1,100}?encoding\s*=\s*["']([\w.:-]{1,40})["']""")
 
 
 class Element:

@@ -9,6 +9,7 @@ from pathlib import Path
 from types import MappingProxyType
 from typing import Any, Final, Self
 
+from .._files import read_regular
 from .._toml import Place, TomlFile
 from ..errors import Refusal
 from ._component import KEYS, Component, InvalidComponent
@@ -229,7 +230,7 @@ class _Document:
 
 
 def _digest(path: Path) -> str:
-    return hashlib.sha256(path.read_bytes()).hexdigest()
+    return hashlib.sha256(read_regular(path)).hexdigest()
 
 
 def _place(index: int | None, key: str | None) -> Place:
