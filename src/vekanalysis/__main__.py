@@ -4,7 +4,8 @@ import os
 import signal
 import sys
 import threading
-from collections.abc import Sequence
+from collections.abc import Iterator, Sequence
+from contextlib import contextmanager
 
 from .commands._errors import CommandError, Terminated
 from .commands._parser import parse_arguments
@@ -27,9 +28,9 @@ def main(arguments: Sequence[str] | None = None, program: str = "vekanalysis") -
         return _fail("standard output is closed")
     try:
         try:
-            _take_termination()
             run = parse_arguments(sys.argv[1:] if arguments is None else arguments, program)
-            return run() or 0
+            with _termination_taken():
+                return run() or 0
         finally:
             # Here, not at the interpreter's end, where a failure could not be told any more.
             sys.stdout.flush()
@@ -51,14 +52,21 @@ def main(arguments: Sequence[str] | None = None, program: str = "vekanalysis") -
         return _INTERRUPTED
 
 
-def _take_termination() -> None:
+@contextmanager
+def _termination_taken() -> Iterator[None]:
     """End in order when asked to: leave what is written whole, and no processes."""
 
     def end(*_: object) -> None:
         raise Terminated
 
-    if threading.current_thread() is threading.main_thread():
-        signal.signal(signal.SIGTERM, end)
+    if threading.current_thread() is not threading.main_thread():
+        yield
+        return
+    before = signal.signal(signal.SIGTERM, end)
+    try:
+        yield
+    finally:
+        signal.signal(signal.SIGTERM, before)
 
 
 def _fail(reason: str) -> int:
