@@ -145,8 +145,9 @@ Raises
 ValueError
     If there is none; the text has the nearest key.
 )doc");
-    m.def("count_points", [](const Scan& scan) { return scan.size(); }, "scan"_a,
-          "How many points a scan has.");
+    m.def(
+        "count_points", [](const Scan& scan) { return scan.size(); }, "scan"_a,
+        "How many points a scan has.");
     m.def(
         "lie_within",
         [](const Scan& scan, double lowest, double highest) {

@@ -77,9 +77,10 @@ public:
 
     /// The attributes give copies.
     RecordClass& read_only_copies() {
-        for_each_field([this](const auto& field) {
+        auto& record = *this;
+        for_each_field([&record](const auto& field) {
             const auto member = field.member;
-            this->def_property_readonly(
+            record.def_property_readonly(
                 field.name, [member](const Record& self) { return self.*member; }, field.doc);
         });
         return *this;

@@ -1,15 +1,16 @@
 """Spectra at the wavelengths of the tables."""
 
 import math
-from typing import Final
-
-import numpy as np
-from numpy.typing import NDArray
+from typing import TYPE_CHECKING, Final
 
 from .._core import Scan
 from ..errors import Refusal
 from ..spectrum import Spectrum
 from ._measurand import measurand
+
+if TYPE_CHECKING:  # NumPy is imported when a spectrum is brought to a grid
+    import numpy as np
+    from numpy.typing import NDArray
 
 type _Floats = NDArray[np.float64]
 
@@ -56,6 +57,8 @@ def on_grid(spectrum: Spectrum, step: float = TABLES, *, thinned: bool = False) 
     >>> vek.quantities.on_grid(lens).notes[-1]
     'brought to 380-780 nm, step 5 nm: 81 points, all of them measured'
     """
+    import numpy as np
+
     if not (math.isfinite(step) and step > 0.0):
         raise ValueError(f"on_grid: step must be above 0, not {step!r}")
     spectrum = measurand(spectrum, "transmittance")
@@ -89,6 +92,8 @@ def on_grid(spectrum: Spectrum, step: float = TABLES, *, thinned: bool = False) 
 
 def _measured(scan: Scan, grid: _Floats) -> tuple[NDArray[np.bool_], _Floats]:
     """Which wavelengths have a point, by a billionth of a nm, and its values."""
+    import numpy as np
+
     wavelengths, points = scan.to_numpy()
     right = np.clip(np.searchsorted(wavelengths, grid), 0, len(wavelengths) - 1)
     left = np.maximum(right - 1, 0)
