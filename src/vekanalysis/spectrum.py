@@ -6,8 +6,9 @@ from itertools import pairwise
 from types import MappingProxyType
 from typing import Any, NamedTuple
 
-from . import _core, units
+from . import units
 from ._core import Scan
+from ._core.quantities import count_points
 from .errors import Refusal, Remedy
 from .units import Kind
 
@@ -165,7 +166,7 @@ class Spectrum:
     @property
     def points(self) -> int:
         """How many points there are."""
-        return _core.quantities.count_points(self._scan)
+        return count_points(self._scan)
 
     @property
     def range_nm(self) -> tuple[float, float]:

@@ -3,9 +3,9 @@
 from collections.abc import Iterable, Sequence
 from typing import TYPE_CHECKING, Any, Final
 
-from .. import _core
 from .._core import Interpolation, Scan
 from .._core.quantities import LENS, PHOTOMETER, Quantity, light
+from .._core.quantities import Evaluator as CompiledEvaluator
 from ..spectrum import Spectrum
 from ._values import Value, illuminant, records_of, white_of
 
@@ -83,7 +83,7 @@ class Evaluator:
         # A copy, without the array of numbers that copy.copy() makes: its owner may change it.
         self._white = white_of(white) * 1.0
         self._form = interpolation, epsilon
-        self._core = _core.quantities.Evaluator(
+        self._core = CompiledEvaluator(
             wavelengths, records, self._white, epsilon, interpolation
         )
         self._names = tuple((record.kind, record.key) for record in records)

@@ -2,7 +2,8 @@
 
 import math
 
-from .. import _core, units
+from .. import units
+from .._core.quantities import lie_within
 from ..errors import Refusal, Remedy
 from ..spectrum import Spectrum
 
@@ -109,7 +110,7 @@ def _as_transmittance(spectrum: Spectrum) -> Spectrum:
 def _checked_fractions(spectrum: Spectrum) -> Spectrum:
     """Refuse what can be no transmittance."""
     scan = spectrum.scan
-    if _core.quantities.lie_within(scan, _LOWEST_FRACTION, _HIGHEST_FRACTION):
+    if lie_within(scan, _LOWEST_FRACTION, _HIGHEST_FRACTION):
         return spectrum
     # Written so that NaN is among them.
     wrong = [
