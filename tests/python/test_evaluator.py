@@ -240,6 +240,32 @@ def test_labels_stay_and_dask_computes_later() -> None:
     assert np.array_equal(lazy.compute(scheduler="threads")[..., 0], expected)
 
 
+def test_frames_give_a_row_a_spectrum_and_stated_units_are_kept_to() -> None:
+    pytest.importorskip("pandas")
+    grid = np.arange(380.0, 781.0, 5.0)
+    one, other = (
+        vek.Spectrum(vek.Scan(grid, row), "transmittance", "1") for row in lenses(grid, 2)
+    )
+    frame = vek.interop.to_frame({"a": one, "b": other, "short": vek.Scan([400, 410], [1, 1])})
+    found = vek.interop.quantities_of(frame, [V, "ISO12311_tau_sb"])
+    assert list(found.index) == ["a", "b", "short"]
+    assert list(found.columns) == [V, "ISO12311_tau_sb"]
+    assert found[V]["b"] == pytest.approx(vek.colorimetry.ISO8980_3_tau_v(other.scan), abs=1e-12)
+    assert math.isnan(found[V]["short"])  # what it lacks on the common grid is missing
+
+    per_cent = one.to("%")
+    for stated in (vek.interop.to_frame([per_cent]), vek.interop.to_dataarray(per_cent)):
+        with pytest.raises(vek.Refusal, match="transmittance in %; convert them to 1 first"):
+            vek.interop.quantities_of(stated, V)
+    lamp = vek.Spectrum(one.scan, "irradiance", "W m-2 nm-1")
+    with pytest.raises(vek.Refusal, match="irradiance, not a transmittance"):
+        vek.interop.quantities_of(vek.interop.to_dataarray(lamp), V)
+    lux = vek.interop.quantities_of(vek.interop.to_dataarray(lamp), "illuminance")
+    assert float(lux[0]) == pytest.approx(vek.radiometry.illuminance(lamp.scan), rel=1e-12)
+    with pytest.raises(vek.Refusal, match="irradiance, not a radiance"):
+        vek.interop.quantities_of(vek.interop.to_dataarray(lamp), "luminance")
+
+
 def test_the_example_of_a_cube_runs_on_two_processes() -> None:
     for library in ("distributed", "xarray"):
         pytest.importorskip(library)

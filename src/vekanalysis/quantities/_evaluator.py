@@ -83,9 +83,7 @@ class Evaluator:
         # A copy, without the array of numbers that copy.copy() makes: its owner may change it.
         self._white = white_of(white) * 1.0
         self._form = interpolation, epsilon
-        self._core = CompiledEvaluator(
-            wavelengths, records, self._white, epsilon, interpolation
-        )
+        self._core = CompiledEvaluator(wavelengths, records, self._white, epsilon, interpolation)
         self._names = tuple((record.kind, record.key) for record in records)
         self._coverage = tuple(map(Value._make, self._core.coverage))
 
@@ -142,6 +140,11 @@ class Evaluator:
     def keys(self) -> tuple[str, ...]:
         """The keys of the quantities, in the order of the results."""
         return tuple(key for _, key in self._names)
+
+    @property
+    def kinds(self) -> tuple[str, ...]:
+        """What each quantity is made of, as `measurand` takes it: "transmittance", "light" ..."""
+        return tuple(kind for kind, _ in self._names)
 
     @property
     def wavelengths(self) -> Floats:
