@@ -90,7 +90,7 @@ void add_samples(std::span<const double> factors, const std::array<OnPrintedGrid
 
 template <std::size_t n>
 ColourSamples<n>::ColourSamples(std::span<const double> factors, int observer, int step)
-    : factors_(factors), matching_(colour_matching(observer, step)), under_components_{} {
+    : factors_(factors), matching_(colour_matching(observer, step)) {
     const DaylightComponents& components = daylight_components(step);
     for (std::size_t k = 0; k < 3; ++k) {
         sums({components[k].data(), matching_.points}, &under_components_[k], n);

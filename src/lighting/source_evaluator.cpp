@@ -44,8 +44,7 @@ VisibleGrid::VisibleGrid(std::span<const double> wavelengths, int step, spline::
       wavelengths_(wavelengths.begin(), wavelengths.end()),
       type_(kernel_type(type)),
       is_possible_(!wavelengths.empty() && reaches(wavelengths.front(), wavelengths.back()) &&
-                   is_close(widest_gap(wavelengths))),
-      source_{} {
+                   is_close(widest_gap(wavelengths))) {
     std::tie(first_, last_) = visible_range(wavelengths);
     if (!is_possible_) return;
     for (std::size_t i = 0; i < n_; ++i) {

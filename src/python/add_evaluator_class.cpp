@@ -220,7 +220,7 @@ py::object evaluate_array(const Evaluator& self, const py::object& source, const
     check_last(self, values);
     std::vector<py::ssize_t> shape(values.view->shape, values.view->shape + values.view->ndim);
     shape.back() = static_cast<py::ssize_t>(self.quantities().size());
-    const py::object result = out.is_none() ? py::object(py::array_t<double>(shape)) : out;
+    py::object result = out.is_none() ? py::object(py::array_t<double>(shape)) : out;
     const Array results = checked_out(result, shape, values);
     require_unchanged_tables(self);
     work_unlocked(self, [&] { evaluate_all(self, values, results); });

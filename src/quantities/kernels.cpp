@@ -13,8 +13,9 @@ namespace {
 
 VEKANALYSIS_INLINE Lanes larger_of(Lanes largest, Lanes x) {
     const Lanes magnitude = abs_of(x);
-    return select(magnitude <= largest, largest,
-                  select(magnitude == magnitude, magnitude, largest));
+    // NOLINTNEXTLINE(misc-redundant-expression): false for NaN
+    const Mask is_number = magnitude == magnitude;
+    return select(magnitude <= largest, largest, select(is_number, magnitude, largest));
 }
 
 VEKANALYSIS_INLINE void find_largest_body(std::span<const Four> spectrum, Four& result) {

@@ -33,7 +33,7 @@ VEKANALYSIS_INLINE Lanes select(Mask mask, Lanes yes, Lanes no) {
 }
 template <class Number>
 VEKANALYSIS_INLINE Lanes read(const std::byte* place) {
-    typedef Number Numbers __attribute__((vector_size(lane_count * sizeof(Number))));
+    using Numbers [[gnu::vector_size(lane_count * sizeof(Number))]] = Number;
     Numbers numbers;
     __builtin_memcpy(&numbers, place, sizeof numbers);
     return __builtin_convertvector(numbers, Lanes);
