@@ -1,8 +1,8 @@
 """SPC: the binary files of infrared and UV/Vis spectrometers, with new and old headers.
 
-The layout follows the published description of the format ("Galactic Universal Data Format
-Specification", 1997) and, for the old header, what files show. Counts and offsets are held against
-the bytes that are there before anything is made of them.
+The layout follows what Galactic published of its Universal Data Format in 1997 and, for the old
+header, what files show. Counts and offsets are held against the bytes that are there before
+anything is made of them.
 """
 
 from collections.abc import Iterator
