@@ -11,7 +11,7 @@ imported for these only.
 import math
 import unicodedata
 from functools import cache, lru_cache
-from typing import Any, Final, Literal, NamedTuple, TypeGuard
+from typing import Any, Final, Literal, NamedTuple, TypeGuard, get_args
 
 from .errors import Refusal
 
@@ -31,19 +31,7 @@ type Kind = Literal[
     "unknown",
 ]
 
-KINDS: Final[tuple[Kind, ...]] = (
-    "transmittance",
-    "reflectance",
-    "absorbance",
-    "irradiance",
-    "radiance",
-    "intensity",
-    "flux",
-    "counts",
-    "responsivity",
-    "other",
-    "unknown",
-)
+KINDS: Final[tuple[Kind, ...]] = get_args(Kind.__value__)
 """What a spectrum can be of.
 
 Absorbance is decadic, as optical density is. "other" is what is stated to be something else, or
