@@ -4,6 +4,7 @@ import errno
 import os
 import stat
 from contextlib import suppress
+from threading import get_ident
 from typing import BinaryIO
 
 
@@ -50,15 +51,25 @@ def save(path: str | os.PathLike[str], content: bytes) -> None:
         return
     if os.path.exists(target) and not os.access(target, os.W_OK):
         raise PermissionError(errno.EACCES, os.strerror(errno.EACCES), os.fspath(path))
-    folder, name = os.path.split(target)
-    beside = os.path.join(folder, f".{name}.{os.getpid()}.part")
+    replace(target, content)
+
+
+def replace(target: str, content: bytes) -> None:
+    """Put a new file in the place of what has the name, whole or not at all."""
+    part = beside(target)
     try:
-        with open(beside, "wb") as file:
+        with open(part, "wb") as file:
             file.write(content)
-        os.replace(beside, target)
+        os.replace(part, target)
     finally:
         with suppress(FileNotFoundError):
-            os.remove(beside)
+            os.remove(part)
+
+
+def beside(target: str) -> str:
+    """A hidden name in the folder of a file that is being written, of this thread alone."""
+    folder, name = os.path.split(target)
+    return os.path.join(folder, f".{name}.{os.getpid()}-{get_ident()}.part")
 
 
 def csv_cell[T](value: T) -> T | str:

@@ -8,14 +8,13 @@ import datetime
 import io
 import math
 import os
-import secrets
 from collections.abc import Sequence
 from typing import Literal, get_args
 from xml.sax.saxutils import escape
 
 from . import units
 from ._core import version
-from ._files import csv_cell
+from ._files import csv_cell, replace
 from .errors import Refusal, Remedy
 from .reading import state, taken
 from .spectrum import Spectrum
@@ -140,18 +139,15 @@ def _check(spectrum: Spectrum) -> None:
 
 
 def _save(path: str, content: bytes, overwrite: bool) -> None:
-    beside = f"{path}.{secrets.token_hex(4)}.part"
-    if not overwrite:
-        # Takes the name, so that nobody else does meanwhile.
-        os.close(os.open(path, os.O_CREAT | os.O_EXCL | os.O_WRONLY, 0o666))
+    if overwrite:
+        replace(path, content)
+        return
+    # Takes the name, so that nobody else does meanwhile.
+    os.close(os.open(path, os.O_CREAT | os.O_EXCL | os.O_WRONLY, 0o666))
     try:
-        with open(beside, "xb") as file:
-            file.write(content)
-        os.replace(beside, path)
+        replace(path, content)
     except BaseException:
-        for name in [beside] if overwrite else [beside, path]:
-            if os.path.exists(name):
-                os.remove(name)
+        os.remove(path)
         raise
 
 

@@ -6,6 +6,7 @@ from collections.abc import Iterator
 from contextlib import contextmanager, suppress
 from typing import Self
 
+from .._files import beside
 from ._errors import CommandError
 from ._terminal import emit
 
@@ -29,8 +30,7 @@ class Output:
         try:
             if os.path.isfile(path) or not os.path.exists(path):
                 _check_that_nothing_is_lost(path)
-                folder, name = os.path.split(self._target)
-                self._beside = os.path.join(folder, f".{name}.{os.getpid()}.part")
+                self._beside = beside(self._target)
             self._file = open(  # noqa: SIM115
                 self._beside,
                 "w",
