@@ -6,7 +6,7 @@ from typing import TYPE_CHECKING, Any, Literal, NamedTuple, get_args
 
 from .._core import Interpolation, Scan
 from .._optional import require
-from ..reading import WavelengthUnit, check_finite, in_nm
+from ..reading import WavelengthUnit, check_finite, in_nm, stated_unit
 
 if TYPE_CHECKING:
     import numpy.typing
@@ -32,6 +32,26 @@ def numbers(data: Any, what: str, where: str) -> NDArray:
         return array.astype(float)  # type: ignore[no-any-return]
     except TypeError, ValueError:
         raise ValueError(f"{where}: {what} must be numbers; got {data.dtype}") from None
+
+
+def unit_of_index(index: Any, attrs: Mapping[Any, Any]) -> str:
+    """What is stated about the unit of a pandas index, or a name that may state it."""
+    name = str(index.name or "")
+    # A name given to the index after the attrs were set is the newer word.
+    return name if stated_unit(name) else str(attrs.get(UNITS) or name)
+
+
+def unit_of_coordinate(
+    coordinate: Any, name: object, wavelength_unit: WavelengthUnit | None, where: str
+) -> str:
+    """The same of an xarray coordinate; ValueError if it is in something that is no length."""
+    units = coordinate.attrs.get("units")
+    if units and not stated_unit(str(units)) and wavelength_unit is None:
+        raise ValueError(
+            f"{where}: '{name}' is in {units}, not a wavelength in nm; pass wavelength_unit= if it "
+            "is one"
+        )
+    return str(units or name)
 
 
 class Incoming(NamedTuple):

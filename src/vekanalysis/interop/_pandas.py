@@ -6,9 +6,9 @@ from typing import TYPE_CHECKING, Any, Literal
 
 from .._core import Interpolation, Scan
 from .._optional import require
-from ..reading import WavelengthUnit, check_finite, stated_unit
+from ..reading import WavelengthUnit, check_finite
 from ..spectrum import Spectrum
-from ._incoming import UNITS, WAVELENGTH, Incoming, Missing, numbers
+from ._incoming import UNITS, WAVELENGTH, Incoming, Missing, numbers, unit_of_index
 from ._plain import Plain, described
 
 if TYPE_CHECKING:
@@ -118,13 +118,11 @@ def from_series(
     attrs = dict(series.attrs)
     # A column of a frame from to_frame carries the settings of all columns.
     attrs |= attrs.get("scans", {}).get(series.name, {})
-    name = str(series.index.name or "")
     incoming = Incoming(
         where,
         numbers(series.index, "the index", where),
         numbers(series, "the values", where),
-        # A name given to the index after the attrs were set is the newer word.
-        name if stated_unit(name) else str(attrs.get(UNITS) or name),
+        unit_of_index(series.index, attrs),
         attrs,
     )
     return incoming.scan(wavelength_unit, missing, epsilon, interpolation)

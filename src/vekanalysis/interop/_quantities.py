@@ -8,9 +8,9 @@ from .._core import Interpolation, Scan
 from .._optional import require
 from ..errors import Refusal
 from ..quantities import Evaluator, Quantity, measurand
-from ..reading import WavelengthUnit, in_nm, stated_unit
+from ..reading import WavelengthUnit, in_nm
 from ..spectrum import Source, Spectrum
-from ._incoming import UNITS, WAVELENGTH, numbers
+from ._incoming import WAVELENGTH, numbers, unit_of_coordinate, unit_of_index
 
 if TYPE_CHECKING:
     import pandas
@@ -119,21 +119,11 @@ def quantities_of(
     if array.dtype.name not in ("float64", "float32"):
         raise TypeError(f"{where}: values of {array.dtype}; float64 or float32 is needed")
     coordinate = array.coords[dim]
-    unit = coordinate.attrs.get("units")
-    if unit and not stated_unit(str(unit)) and wavelength_unit is None:
-        raise ValueError(
-            f"{where}: '{dim}' is in {unit}, not a wavelength in nm; pass wavelength_unit= if it "
-            "is one"
-        )
+    unit = unit_of_coordinate(coordinate, dim, wavelength_unit, where)
     given = numbers(coordinate, f"the coordinate '{dim}'", where).tolist()
-    wavelengths = in_nm(given, str(unit or dim), wavelength_unit, where)
+    wavelengths = in_nm(given, unit, wavelength_unit, where)
     evaluator = Evaluator(wavelengths, keys, interpolation=interpolation, epsilon=epsilon)
     _check_stated(array.attrs, evaluator, where)
-    return _of_array(array, dim, evaluator)
-
-
-def _of_array(array: DataArray, dim: str, evaluator: Evaluator) -> DataArray:
-    xarray = require("xarray", "quantities_of", "interop")
     if array.chunks is not None:
         array = array.chunk({dim: -1})
     options: dict[str, Any] = {"output_sizes": {"quantity": len(evaluator.keys)}}
@@ -161,10 +151,9 @@ def _of_frame(
         raise TypeError(f"quantities_of needs a pandas DataFrame; got {type(frame).__name__}")
     if frame.index.nlevels != 1:
         raise ValueError("frame: its index has several levels; one, the wavelength, is needed")
-    name = str(frame.index.name or "")
-    stated = name if stated_unit(name) else str(frame.attrs.get(UNITS) or name)
     given = numbers(frame.index, "the index", "frame").tolist()
-    wavelengths = in_nm(given, stated, wavelength_unit, "frame")
+    unit = unit_of_index(frame.index, frame.attrs)
+    wavelengths = in_nm(given, unit, wavelength_unit, "frame")
     evaluator = Evaluator(wavelengths, keys, interpolation=interpolation, epsilon=epsilon)
     attrs = frame.attrs.get("scans", {})
     columns = []

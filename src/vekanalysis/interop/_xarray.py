@@ -4,9 +4,9 @@ from typing import TYPE_CHECKING
 
 from .._core import Interpolation, Scan
 from .._optional import require
-from ..reading import WavelengthUnit, stated_unit
+from ..reading import WavelengthUnit
 from ..spectrum import Spectrum
-from ._incoming import WAVELENGTH, Incoming, Missing, numbers
+from ._incoming import WAVELENGTH, Incoming, Missing, numbers, unit_of_coordinate
 from ._plain import described
 
 if TYPE_CHECKING:
@@ -129,17 +129,12 @@ def from_dataarray(
             f"{where}: it needs one coordinate along '{dimension}', the wavelengths; got {got}"
         )
     coordinate = array.coords[along[0]]
-    units = coordinate.attrs.get("units")
-    if units and not stated_unit(str(units)) and wavelength_unit is None:
-        raise ValueError(
-            f"{where}: '{along[0]}' is in {units}, not a wavelength in nm; pass wavelength_unit= "
-            "if it is one"
-        )
+    unit = unit_of_coordinate(coordinate, along[0], wavelength_unit, where)
     incoming = Incoming(
         where,
         numbers(coordinate, f"the coordinate '{along[0]}'", where),
         numbers(array, "the values", where),
-        str(units or along[0]),
+        unit,
         array.attrs,
     )
     return incoming.scan(wavelength_unit, missing, epsilon, interpolation)
