@@ -29,7 +29,7 @@ from matplotlib.colors import to_rgba
 from matplotlib.figure import Figure
 from matplotlib.lines import Line2D
 from matplotlib.patches import Patch
-from matplotlib.text import Text
+from matplotlib.text import Annotation, Text
 from sphinx.application import Sphinx
 from sphinx.util.docutils import SphinxDirective
 from sphinx.util.typing import ExtensionMetadata
@@ -71,7 +71,9 @@ def darken(figure: Figure, *, keeps_fills: bool) -> None:
                 getattr(part, f"set_{name}")(on_dark(colour))
     for part in figure.findobj(Text):
         part.set_color(on_dark(part.get_color()))
-    for part in {*figure.findobj(Patch)} - kept:
+    # Arrows are no children of the figure, and are not what it fills.
+    arrows = {part.arrow_patch for part in figure.findobj(Annotation)} - {None}
+    for part in {*figure.findobj(Patch)} - kept | arrows:
         part.set(facecolor=on_dark(part.get_facecolor()), edgecolor=on_dark(part.get_edgecolor()))
     for part in {*figure.findobj(Collection)} - kept:
         if part.get_array() is None:

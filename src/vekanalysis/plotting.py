@@ -168,6 +168,10 @@ def draw_chromaticities(ax: Axes, points: Mapping[str, tuple[float, float]]) -> 
     ax.legend(loc="lower right", fontsize="small")
 
 
+# Most shifts are short: an arrow goes from end to end, and has a small head.
+_ARROW = {"arrowstyle": "->", "linewidth": 1.1, "mutation_scale": 7.0, "shrinkA": 0, "shrinkB": 0}
+
+
 def draw_colour_vectors(ax: Axes, fidelities: Mapping[str, lighting.ColourFidelity]) -> None:
     """Draw the colour vector graphic of ANSI/IES TM-30: chroma and hue shifts around the circle.
 
@@ -182,7 +186,7 @@ def draw_colour_vectors(ax: Axes, fidelities: Mapping[str, lighting.ColourFideli
     """
     angles = [math.pi * (2 * i + 1) / 16 for i in range(16)]
     around = [math.pi * i / 180 for i in range(361)]
-    ax.plot(*zip(*map(_on_circle, around), strict=True), color="#202020", linewidth=1.0)
+    ax.plot(*zip(*map(_on_circle, around), strict=True), color="#808080", linewidth=0.8)
     for label, fidelity in fidelities.items():
         ends = []
         for angle, hue_bin in zip(angles, fidelity.bins, strict=True):
@@ -192,9 +196,7 @@ def draw_colour_vectors(ax: Axes, fidelities: Mapping[str, lighting.ColourFideli
         ax.plot(*zip(*ends, ends[0], strict=True), label=_as_text(label))
         if len(fidelities) == 1:
             for angle, end in zip(angles, ends, strict=True):
-                ax.annotate(
-                    "", end, _on_circle(angle), arrowprops={"arrowstyle": "->", "linewidth": 0.8}
-                )
+                ax.annotate("", end, _on_circle(angle), arrowprops=dict(_ARROW))
         ax.set_title(f"Rf {fidelity.Rf:.0f}, Rg {fidelity.Rg:.0f}" * (len(fidelities) == 1))
     for i, angle in enumerate(angles, start=1):
         x, y = _on_circle(angle)

@@ -1,6 +1,7 @@
 """The examples in the pages: Python blocks (doctests where they have prompts) and commands."""
 
 import doctest
+import importlib
 import importlib.util
 import os
 import re
@@ -99,3 +100,22 @@ def test_the_error_table_has_every_message_and_no_other() -> None:
     unknown = [message for message in thrown if not any(message in known for known in table)]
     gone = [known for known in table if not all(part in sources for part in known.split("…"))]
     assert (unknown, gone) == ([], [])
+
+
+def test_arrows_of_a_dark_picture_are_light_although_its_fills_are_kept(
+    monkeypatch: pytest.MonkeyPatch,
+) -> None:
+    for name in ("sphinx", "matplotlib"):
+        pytest.importorskip(name)
+    monkeypatch.syspath_prepend(ROOT / "docs/_extensions")
+    picture = importlib.import_module("picture")
+    from matplotlib.colors import to_rgb
+    from matplotlib.figure import Figure
+
+    figure = Figure()
+    axes = figure.add_subplot()
+    arrow = axes.annotate("", (1, 1), (0, 0), arrowprops={"arrowstyle": "->"}).arrow_patch
+    bar = axes.axvspan(0.2, 0.4, facecolor="#400040")
+    picture.darken(figure, keeps_fills=True)
+    assert min(to_rgb(arrow.get_edgecolor())) > 0.8
+    assert to_rgb(bar.get_facecolor()) == to_rgb("#400040")
