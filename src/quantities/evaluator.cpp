@@ -244,8 +244,9 @@ struct Evaluator::Plan {
         internal::finish(planned.form, integrals, fields);
     }
 
+    struct Derivatives;
     void gradients_of(const PlannedFunction& planned, std::span<const double> values,
-                      Integrator::Workspace& workspace, std::span<double> gradients) const;
+                      Derivatives& derivatives, std::span<double> gradients) const;
     void source_gradients(std::span<const double> values, std::span<double> gradients) const;
 };
 
@@ -391,10 +392,42 @@ void Evaluator::Plan::source_gradients(std::span<const double> values,
     }
 }
 
+/// The integrals of a spectrum and their gradients, each once for all functions.
+struct Evaluator::Plan::Derivatives {
+    const Integrator& integrator;
+    std::span<const double> values;
+    Integrator::Workspace workspace;
+    std::vector<double> integrals;  // 0 without a spectrum
+    std::vector<std::vector<double>> gradients;
+
+    Derivatives(const Integrator& of, std::span<const double> spectrum)
+        : integrator(of),
+          values(spectrum),
+          workspace(of.make_workspace()),
+          integrals(of.size()),
+          gradients(of.size()) {
+        if (values.empty()) return;
+        const Row row{reinterpret_cast<const std::byte*>(values.data()), sizeof(double), false};
+        load({&row, 1}, workspace);
+        integrator.integrate(workspace);
+        for (std::size_t i = 0; i < integrals.size(); ++i) {
+            integrals[i] = workspace.integrals[i].lanes[0];
+        }
+    }
+
+    std::span<const double> gradient(std::size_t integral) {
+        auto& found = gradients[integral];
+        if (found.empty()) {
+            found.resize(workspace.spectrum.size());
+            integrator.differentiate(integral, values, found, workspace);
+        }
+        return found;
+    }
+};
+
 /// Gradients of the fields of a function, one after another.
 void Evaluator::Plan::gradients_of(const PlannedFunction& planned, std::span<const double> values,
-                                   Integrator::Workspace& workspace,
-                                   std::span<double> gradients) const {
+                                   Derivatives& derivatives, std::span<double> gradients) const {
     const std::size_t n = wavelengths.size();
     std::fill(gradients.begin(), gradients.end(), 0.0);
     if (planned.by_function) {
@@ -422,21 +455,15 @@ void Evaluator::Plan::gradients_of(const PlannedFunction& planned, std::span<con
         return;
     }
     double integrals[internal::most_fields] = {};
-    if (!values.empty()) {
-        const Row row{reinterpret_cast<const std::byte*>(values.data()), sizeof(double), false};
-        load({&row, 1}, workspace);
-        integrator.integrate(workspace);
-        for (std::size_t i = 0; i < planned.integrals.size(); ++i) {
-            integrals[i] = workspace.integrals[planned.integrals[i]].lanes[0];
-        }
+    for (std::size_t i = 0; i < planned.integrals.size(); ++i) {
+        integrals[i] = derivatives.integrals[planned.integrals[i]];
     }
-    std::vector<double> of_integral(n);
     for (std::size_t i = 0; i < planned.integrals.size(); ++i) {
         // Without a spectrum the fields that are not linear are not wanted.
         if (values.empty() && !integrator.is_linear(planned.integrals[i])) continue;
         double shares[internal::most_fields] = {};
         internal::differentiate_finish(planned.form, integrals, i, shares);
-        integrator.differentiate(planned.integrals[i], values, of_integral, workspace);
+        const auto of_integral = derivatives.gradient(planned.integrals[i]);
         for (std::size_t k = 0; k < planned.function->field_count; ++k) {
             if (shares[k] == 0.0) continue;
             for (std::size_t j = 0; j < n; ++j) {
@@ -456,7 +483,7 @@ void Evaluator::sensitivities(std::span<const double> values,
                                     "' is not linear on this grid; the values of a spectrum are "
                                     "needed");
     }
-    auto workspace = plan.integrator.make_workspace();
+    Plan::Derivatives derivatives(plan.integrator, values);
     std::fill(sensitivities.begin(), sensitivities.end(), none);
     const auto copy = [&](std::span<const double> gradients, std::size_t place, std::size_t i) {
         std::copy_n(gradients.begin() + static_cast<std::ptrdiff_t>(place * n), n,
@@ -471,7 +498,7 @@ void Evaluator::sensitivities(std::span<const double> values,
     }
     for (std::size_t f = 0; f < plan.functions.size(); ++f) {
         std::vector<double> gradients(plan.functions[f].function->field_count * n);
-        plan.gradients_of(plan.functions[f], values, workspace, gradients);
+        plan.gradients_of(plan.functions[f], values, derivatives, gradients);
         for (std::size_t i = 0; i < plan.quantities.size(); ++i) {
             if (plan.function_of[i] == f) copy(gradients, plan.quantities[i].field, i);
         }

@@ -38,6 +38,18 @@ void replace_lanes(Four& four, const Four& exact, LaneMask mask) noexcept {
     }
 }
 
+/// The first point of a product that a piece of its interpolant depends on.
+std::size_t first_point_of(const Product& product, std::size_t piece) noexcept {
+    if (product.type == spline::Type::CUBIC) return 0;
+    return piece - std::min<std::size_t>(piece, 2);
+}
+
+/// Behind the last of these.
+std::size_t end_point_of(const Product& product, std::size_t piece) noexcept {
+    if (product.type == spline::Type::CUBIC) return product.size();
+    return std::min(piece + 4, product.size());
+}
+
 Pieces pieces_in(std::span<Four> memory) noexcept {
     const std::size_t count = memory.size() / 3;
     return {memory.first(count), memory.subspan(count, count), memory.last(count)};
@@ -274,10 +286,37 @@ void Integrator::integrate(Workspace& workspace) const {
     }
 }
 
+/// The points of the spectrum that an integral depends on.
+Integrator::Range Integrator::range_of(const PlannedIntegral& integral) const {
+    Range range{first_point_of(product_of(integral), integral.first),
+                end_point_of(product_of(integral), integral.last)};
+    auto chain = chain_to(integral.product);
+    std::reverse(chain.begin(), chain.end());
+    for (const std::size_t index : chain) {
+        const Product& product = products_.all()[index];
+        const Product& parent = products_.all()[product.parent];
+        Range of_parent{parent.size(), 0};
+        for (std::size_t i = range.begin; i < range.end; ++i) {
+            const std::size_t source = product.sources[i].index;
+            Range needed{source, source + 1};
+            if (product.sources[i].interpolated) {
+                const std::size_t piece = parent.wanted_pieces[source];
+                needed = {first_point_of(parent, piece), end_point_of(parent, piece)};
+            }
+            of_parent.begin = std::min(of_parent.begin, needed.begin);
+            of_parent.end = std::max(of_parent.end, needed.end);
+        }
+        range = of_parent;
+    }
+    return range;
+}
+
 void Integrator::differentiate(std::size_t integral, std::span<const double> values,
                                std::span<double> gradient, Workspace& workspace) const {
     std::fill(gradient.begin(), gradient.end(), 0.0);
-    const auto& [planned, way, index] = planned_[integral];
+    const PlannedIntegral& planned = planned_[integral].integral;
+    const Way way = planned_[integral].way;
+    const std::size_t index = planned_[integral].index;
     if (way == Way::ZERO) return;
     if (way == Way::SUM) {
         const auto& [begin, weights] = sums_[index];
@@ -296,19 +335,27 @@ void Integrator::differentiate(std::size_t integral, std::span<const double> val
     double largest = 0.0;
     for (const double value : values) largest = std::max(largest, std::abs(value));
     const double change = largest > 0.0 ? 1e-6 * largest : 1e-6;
-    // Two values at once, each up in one lane and down in the next.
     for (std::size_t i = 0; i < size_; ++i) workspace.spectrum[i].lanes.fill(values[i]);
-    for (std::size_t i = 0; i < size_; i += 2) {
-        const std::size_t count = std::min<std::size_t>(2, size_ - i);
+    const auto integrate_anew = [&] {
+        std::fill(workspace.has_values.begin(), workspace.has_values.end(), char{0});
+        Four result;
+        general(planned, workspace, result);
+        return result.lanes;
+    };
+    // What no value beside these changes, is 0; or NaN, where the integral is no number.
+    const double unchanged = integrate_anew()[0];
+    std::fill(gradient.begin(), gradient.end(), unchanged - unchanged);
+    // Two values at once, each up in one lane and down in the next.
+    const auto [begin, end] = range_of(planned);
+    for (std::size_t i = begin; i < end; i += 2) {
+        const std::size_t count = std::min<std::size_t>(2, end - i);
         for (std::size_t k = 0; k < count; ++k) {
             workspace.spectrum[i + k].lanes[2 * k] += change;
             workspace.spectrum[i + k].lanes[2 * k + 1] -= change;
         }
-        std::fill(workspace.has_values.begin(), workspace.has_values.end(), char{0});
-        Four result;
-        general(planned, workspace, result);
+        const auto lanes = integrate_anew();
         for (std::size_t k = 0; k < count; ++k) {
-            gradient[i + k] = (result.lanes[2 * k] - result.lanes[2 * k + 1]) / (2.0 * change);
+            gradient[i + k] = (lanes[2 * k] - lanes[2 * k + 1]) / (2.0 * change);
             workspace.spectrum[i + k].lanes.fill(values[i + k]);
         }
     }

@@ -66,7 +66,7 @@ public:
 
     /// Derivative of an integral with respect to each value of a spectrum.
     ///
-    /// Exact where the integral is a sum, else by central differences.
+    /// Exact where the integral is a sum, else by central differences over the points that matter.
     /// @param values    shape (N); not read where the integral is a sum
     /// @param gradient  shape (N), receives the result
     void differentiate(std::size_t integral, std::span<const double> values,
@@ -83,7 +83,14 @@ private:
     [[nodiscard]] const Product& product_of(const PlannedIntegral& integral) const {
         return products_.all()[integral.product];
     }
+    /// Points of a grid, from the first to behind the last.
+    struct Range {
+        std::size_t begin;
+        std::size_t end;
+    };
+
     [[nodiscard]] std::vector<std::size_t> chain_to(std::size_t product) const;
+    [[nodiscard]] Range range_of(const PlannedIntegral& integral) const;
     [[nodiscard]] bool is_piecewise_linear(const PlannedIntegral& integral) const;
     [[nodiscard]] WeightedSum weighted_sum(const PlannedIntegral& integral) const;
     [[nodiscard]] std::size_t keep(EvenSum sum);

@@ -129,6 +129,22 @@ def test_sensitivities_are_those_of_the_quantities() -> None:
         e.sensitivities()
 
 
+@pytest.mark.parametrize(
+    ("grid", "form"),
+    [(GRID, vek.AKIMA), (np.arange(300.3, 800.0, 3.7), vek.AKIMA), (GRID[::5], vek.CUBIC)],
+    ids=["even", "offset", "cubic"],
+)
+def test_no_point_that_matters_lacks_its_sensitivity(grid: Floats, form: vek.Interpolation) -> None:
+    keys = [quantity for quantity in LENS if "tau_uv" in quantity.key or "tau_suv" in quantity.key]
+    e = Evaluator(grid, keys, interpolation=form)
+    lens = 0.4 + 0.3 * np.sin(grid / 60.0)
+    # The change that differences are taken over: an Akima interpolant is far from linear.
+    step = 1e-6 * lens.max()
+    pulses = step * np.eye(len(grid))
+    expected = (e(lens + pulses) - e(lens - pulses)).T / (2 * step)
+    np.testing.assert_allclose(e.sensitivities(lens), expected, rtol=1e-6, atol=1e-8)
+
+
 def test_threads_and_processes_may_share_one() -> None:
     e = Evaluator(GRID, [*LENS, *LIGHT], interpolation=vek.LINEAR, white="A")
     values = lenses(GRID, 40)
