@@ -47,6 +47,7 @@ VisibleGrid::VisibleGrid(std::span<const double> wavelengths, int step, spline::
                    is_close(widest_gap(wavelengths))) {
     std::tie(first_, last_) = visible_range(wavelengths);
     if (!is_possible_) return;
+    widths_ = visible_widths(wavelengths);
     for (std::size_t i = 0; i < n_; ++i) {
         double wl = visible_from + static_cast<double>(i) * static_cast<double>(step);
         if (wl < wavelengths.front() && wavelengths.front() - wl <= end_reach) {
@@ -112,6 +113,7 @@ std::span<const double> VisibleGrid::sample(std::span<const double> values,
         fill(values, *scratch, memory);
         grid = memory.first(n_);
     }
+    if (is_mostly_negative(widths_, visible)) return {};
     *xyz = colour_matching(1931, step_)(grid);
     if (judge(grid, *xyz) != Obstacle::NONE) return {};
     if (own_weights_[0].empty()) return grid;

@@ -54,6 +54,7 @@ private:
     bool is_run_ = false;     // whether it takes stored values that lie side by side
     bool takes_all_ = false;  // whether it takes every stored value of the visible
     std::vector<double> zeros_;
+    std::vector<double> widths_;  // of `visible_widths`
     std::size_t first_;
     std::size_t last_;
     std::array<std::int32_t, max_visible_points> source_{};

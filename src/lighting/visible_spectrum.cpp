@@ -82,8 +82,6 @@ void check_structure(std::span<const double> wavelengths, std::span<const double
 
 void require(internal::Obstacle obstacle) {
     switch (obstacle) {
-        case internal::Obstacle::NEGATIVE:
-            throw std::invalid_argument("lighting: below zero over most of 380 to 780 nm");
         case internal::Obstacle::DARK:
             throw std::invalid_argument("lighting: no light between 380 and 780 nm");
         case internal::Obstacle::TOO_LARGE:
@@ -161,6 +159,32 @@ std::pair<std::size_t, std::size_t> visible_range(std::span<const double> wavele
             static_cast<std::size_t>(last - wavelengths.begin())};
 }
 
+std::vector<double> visible_widths(std::span<const double> wavelengths) {
+    const auto [first, last] = visible_range(wavelengths);
+    std::vector<double> widths(last - first);
+    for (std::size_t i = first; i + 1 < last; ++i) {
+        const double half = 0.5 * (wavelengths[i + 1] - wavelengths[i]);
+        widths[i - first] += half;
+        widths[i + 1 - first] += half;
+    }
+    return widths;
+}
+
+bool is_mostly_negative(std::span<const double> widths, std::span<const double> values) noexcept {
+    if (!(lowest_in_lanes(values) < 0.0)) return false;
+    // Negative below zero, so that either side of the balance has its sign.
+    return sum_in_lanes(widths.size(), [&](std::size_t i) {
+               return values[i] < 0.0 ? -widths[i] : widths[i];
+           }) < 0.0;
+}
+
+bool is_mostly_negative(const Scan& scan) {
+    const auto keys = scan.data().keys();
+    const auto [first, last] = visible_range(keys);
+    return is_mostly_negative(visible_widths(keys),
+                              scan.data().values().subspan(first, last - first));
+}
+
 bool is_finer(std::size_t points, std::size_t grid_points) noexcept {
     return 2 * points > 3 * grid_points;
 }
@@ -204,18 +228,13 @@ bool is_shifted(const colorimetry::CIEXYZ& on_grid, const colorimetry::CIEXYZ& o
 }
 
 Obstacle judge(std::span<const double> values, const colorimetry::CIEXYZ& xyz) noexcept {
-    // Few spectra have a value below zero, and only those are counted.
-    const bool has_negative = lowest_in_lanes(values) < 0.0;
+    if (!(xyz.Y > 0.0)) return Obstacle::DARK;
+    if (!std::isfinite(xyz.X + 15.0 * xyz.Y + 3.0 * xyz.Z)) return Obstacle::TOO_LARGE;
+    // Few spectra have a value below zero, and only those are summed again.
+    if (!(lowest_in_lanes(values) < 0.0)) return Obstacle::NONE;
     const auto sum_of = [values](const auto& term) {
         return sum_in_lanes(values.size(), [&](std::size_t i) { return term(values[i]); });
     };
-    if (has_negative) {
-        const double count = sum_of([](double value) { return value < 0.0 ? 1.0 : 0.0; });
-        if (2.0 * count > static_cast<double>(values.size())) return Obstacle::NEGATIVE;
-    }
-    if (!(xyz.Y > 0.0)) return Obstacle::DARK;
-    if (!std::isfinite(xyz.X + 15.0 * xyz.Y + 3.0 * xyz.Z)) return Obstacle::TOO_LARGE;
-    if (!has_negative) return Obstacle::NONE;
     const double below = sum_of([](double value) { return value < 0.0 ? -value : 0.0; });
     const double sum = sum_of([](double value) { return value; });
     // The sum has what is below zero in it once, with its sign.
@@ -243,6 +262,9 @@ VisibleSpectrum::VisibleSpectrum(const Scan& scan, int step)
         values_[i] = at(wl);
     }
     const colorimetry::CIEXYZ xyz = colour_matching(1931, step)(values());
+    if (is_mostly_negative(visible_widths(own_wavelengths), own_values)) {
+        throw std::invalid_argument(mostly_negative);
+    }
     require(judge(values(), xyz));
     if (is_finer(own_values.size(), n_)) check_structure(own_wavelengths, own_values, xyz, step);
 }

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <span>
 #include <utility>
+#include <vector>
 
 #include "../colorimetry/tristimulus.hpp"
 #include "../core/scan.hpp"
@@ -54,13 +55,32 @@ struct ColourMatching {
 [[nodiscard]] const ColourMatching& colour_matching(int observer, int step);
 
 /// Why a spectrum has no light quantities.
-enum class Obstacle { NONE, NEGATIVE, DARK, TOO_LARGE, NOISY };
+enum class Obstacle { NONE, DARK, TOO_LARGE, NOISY };
 
 /// What the points of a spectrum between 380 and 780 nm add to its tristimulus values by the
 /// trapezoidal rule.
 ///
 /// @param wavelengths  ascending
 [[nodiscard]] std::array<double, 3> own_weight(std::span<const double> wavelengths, std::size_t i);
+
+/// What each point between 380 and 780 nm stands for (nm): half the way to its neighbours there.
+///
+/// @param wavelengths  shape (N), ascending
+/// @return shape (last - first) of `visible_range`
+[[nodiscard]] std::vector<double> visible_widths(std::span<const double> wavelengths);
+
+/// Whether a spectrum is below zero over most of the visible, as far as its points cover that.
+///
+/// @param widths  of `visible_widths`
+/// @param values  those of the same points
+[[nodiscard]] bool is_mostly_negative(std::span<const double> widths,
+                                      std::span<const double> values) noexcept;
+
+/// The same of a whole scan.
+[[nodiscard]] bool is_mostly_negative(const Scan& scan);
+
+/// What is said of such a spectrum.
+inline constexpr const char* mostly_negative = "lighting: below zero over most of 380 to 780 nm";
 
 /// How many nm the data may end before a grid point that still takes the value of the end.
 inline constexpr double end_reach = 0.5;
@@ -98,9 +118,9 @@ class VisibleSpectrum {
 public:
     /// @throws std::invalid_argument  for the step; "lighting: ..." where the spectrum has no
     ///     points, does not reach far enough, has gaps above 20 nm from 400 to 700 nm, is not
-    ///     finite, is below zero over most of the grid, has no light, or has structure so fine that
-    ///     the sums in this step give another chromaticity than its own points do (0.001 in CIE
-    ///     1960 uv or more)
+    ///     finite, is below zero over most of the visible, has no light, or has structure so fine
+    ///     that the sums in this step give another chromaticity than its own points do (0.001 in
+    ///     CIE 1960 uv or more)
     /// @throws std::runtime_error     the errors of the interpolant
     VisibleSpectrum(const Scan& scan, int step);
 

@@ -9,6 +9,7 @@
 #include <stdexcept>
 
 #include "core/text.hpp"
+#include "lighting/visible_spectrum.hpp"
 
 namespace vekanalysis::quantities {
 
@@ -53,6 +54,12 @@ public:
         return result.fields[quantity.field];
     }
 
+    /// Whether the spectrum is below zero over most of the visible.
+    bool is_mostly_negative() {
+        if (!is_negative_) is_negative_ = lighting::internal::is_mostly_negative(spectrum_);
+        return *is_negative_;
+    }
+
 private:
     struct Result {
         std::vector<double> fields;
@@ -62,6 +69,7 @@ private:
     const Scan& spectrum_;
     const Scan& white_;
     std::map<const Function*, Result> computed_;
+    std::optional<bool> is_negative_;
 };
 
 /// What a function has thrown, without its name in front where that is of `lighting`: a report says
@@ -91,6 +99,10 @@ Value evaluate_one(const Quantity& quantity, const Scan& spectrum, Results& resu
             return value;
         }
         value.covered = covered;
+    }
+    if (quantity.is_of_visible_light() && results.is_mostly_negative()) {
+        value.problem = "Not computable: " + reason(lighting::internal::mostly_negative);
+        return value;
     }
     try {
         const double number = results.of(quantity);

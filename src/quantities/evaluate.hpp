@@ -22,7 +22,8 @@ struct Value {
 /// The quantities of one spectrum, in their order; each function is called once at most.
 ///
 /// A quantity is refused, with the reason, where there are no data in the needed range, where its
-/// function throws, and where the result is not finite.
+/// function throws, where the result is not finite, and, if it is of visible light, where the
+/// spectrum is below zero over most of the visible.
 /// @param white          spectrum of the white point, of light sources only
 /// @param of_clear_lens  whether a transmittance also has what a clear lens gives: 1 at each
 ///                       wavelength of the spectrum

@@ -12,6 +12,7 @@
 #include <string>
 
 #include "lighting/source_evaluator.hpp"
+#include "lighting/visible_spectrum.hpp"
 #include "quantities/finish.hpp"
 #include "quantities/integrator.hpp"
 
@@ -121,6 +122,27 @@ double smallest(std::span<const Four> values, std::size_t lane) noexcept {
     return result;
 }
 
+/// Of a spectrum what `lighting::internal::is_mostly_negative` says.
+class NegativeLight {
+public:
+    explicit NegativeLight(std::span<const double> wavelengths)
+        : first_(lighting::internal::visible_range(wavelengths).first),
+          widths_(lighting::internal::visible_widths(wavelengths)) {}
+
+    [[nodiscard]] bool operator()(std::span<const Four> spectrum, std::size_t lane,
+                                  std::vector<double>& memory) const {
+        memory.resize(widths_.size());
+        for (std::size_t i = 0; i < memory.size(); ++i) {
+            memory[i] = spectrum[first_ + i].lanes[lane];
+        }
+        return lighting::internal::is_mostly_negative(widths_, memory);
+    }
+
+private:
+    std::size_t first_;
+    std::vector<double> widths_;
+};
+
 }  // namespace
 
 struct Evaluator::Plan {
@@ -131,9 +153,11 @@ struct Evaluator::Plan {
     Scan white;
     std::vector<Value> coverage{};
     std::vector<PlannedFunction> functions{};
-    std::vector<std::size_t> function_of{};  // of each quantity
-    std::vector<std::size_t> source_of{};    // of each quantity, its place among those of `source`
-    std::vector<char> refused{};             // of each quantity
+    std::vector<std::size_t> function_of{};   // of each quantity
+    std::vector<std::size_t> source_of{};     // of each quantity, its place among those of `source`
+    std::vector<char> refused{};              // of each quantity
+    std::vector<char> is_of_light{};          // whether a quantity is of visible light
+    std::optional<NegativeLight> negative{};  // where one of them is
     std::optional<lighting::SourceEvaluator> source{};
     std::size_t source_count = 0;
     std::vector<Snapshot> tables{};
@@ -206,6 +230,10 @@ struct Evaluator::Plan {
             if (by_source) keys.push_back(quantities[i].key);
             const bool is_planned = refused[i] == 0 && !by_source;
             function_of.push_back(is_planned ? place_of(*quantities[i].function) : nowhere);
+        }
+        for (const Quantity& quantity : quantities) {
+            is_of_light.push_back(quantity.is_of_visible_light() ? 1 : 0);
+            if (is_of_light.back() != 0 && !negative) negative.emplace(wavelengths);
         }
         integrator.finish();
         source_count = keys.size();
@@ -325,6 +353,7 @@ void Evaluator::evaluate(std::span<const Row> rows, std::span<const Results> res
         fields.emplace_back(planned.function->field_count);
     }
     std::vector<double> spectrum(plan.wavelengths.size());
+    std::vector<double> visible;
     std::vector<double> of_source(plan.source_count);
     lighting::SourceEvaluator::Scratch scratch;
     std::optional<Scan> scan;
@@ -343,8 +372,14 @@ void Evaluator::evaluate(std::span<const Row> rows, std::span<const Results> res
             for (std::size_t i = 0; i < fields.size(); ++i) {
                 plan.fields_of(plan.functions[i], workspace, lane, scan, fields[i]);
             }
+            const bool is_negative =
+                plan.negative && (*plan.negative)(workspace.spectrum, lane, visible);
             for (std::size_t i = 0; i < plan.quantities.size(); ++i) {
                 double value = none;
+                if (is_negative && plan.is_of_light[i] != 0) {
+                    store(results[begin + lane], i, none);
+                    continue;
+                }
                 if (plan.source_of[i] != nowhere) {
                     value = of_source[plan.source_of[i]];
                 } else if (plan.function_of[i] != nowhere) {

@@ -16,7 +16,8 @@ namespace vekanalysis::quantities {
 /// where the interpolant's integral is a weighted sum of the values it takes the sum, elsewhere it
 /// interpolates, and it decides that itself, for each spectrum where need be. Otherwise:
 /// - a NaN gives NaN in all quantities that depend on it, the smallest value too;
-/// - a quantity that has no data in its band, or whose function refuses the grid, is NaN.
+/// - a quantity that has no data in its band, or whose function refuses the grid, is NaN; so is one
+///   of visible light for a spectrum that is below zero over most of the visible.
 /// What a spectrum gives depends neither on the spectra beside it nor on the machine.
 ///
 /// Immutable: any number of threads may share one, but for `needs_functions`. Holds copies of what

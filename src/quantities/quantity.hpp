@@ -64,6 +64,10 @@ struct Quantity {
     /// The part of the band where the weights are; none without a band.
     [[nodiscard]] std::optional<Range> needed() const;
 
+    /// Whether it tells of light that is mostly visible, so that a spectrum below zero over most of
+    /// the visible has none.
+    [[nodiscard]] bool is_of_visible_light() const noexcept;
+
     /// Whether a result can be one of the quantity: of light there is no less than none.
     [[nodiscard]] bool is_possible(double result) const noexcept;
 };

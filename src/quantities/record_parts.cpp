@@ -47,6 +47,13 @@ std::optional<Range> Quantity::needed() const {
     return range;
 }
 
+bool Quantity::is_of_visible_light() const noexcept {
+    if (!band || (kind != "light" && kind != "irradiance" && kind != "radiance")) return false;
+    const double shared =
+        std::min(band->to, internal::visible.to) - std::max(band->from, internal::visible.from);
+    return shared > 0.5 * (band->to - band->from);
+}
+
 bool Quantity::is_possible(double result) const noexcept {
     return !(result < 0.0) || (kind != "irradiance" && kind != "radiance");
 }

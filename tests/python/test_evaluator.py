@@ -114,6 +114,23 @@ def test_what_a_grid_refuses_has_its_reason() -> None:
     assert few.coverage[0] == expected._replace(value=None)
 
 
+def test_light_below_zero_over_most_of_the_visible_has_no_quantities() -> None:
+    # Most of the points lie in the first half of the visible, and do not count for more there.
+    grid = np.r_[np.arange(380.0, 580.0, 0.5), np.arange(580.0, 781.0, 4.0)]
+    wanted = ("illuminance", "CIE", "chromaticity")
+    records = [q for q in LIGHT if q.key.startswith(wanted)]
+    below = np.where(grid < np.array([[570.0], [600.0]]), -0.01, 9.0)
+    found, lost = Evaluator(grid, records, interpolation=vek.LINEAR)(below)
+    assert np.isfinite(found).all()
+    assert np.isnan(lost).all()
+    mostly_below = vek.Scan(grid, below[1], 1e-20, vek.LINEAR)
+    reason = "Not computable: below zero over most of 380 to 780 nm"
+    assert {v.problem for v in quantities.evaluate(mostly_below, records).values()} == {reason}
+    np.testing.assert_allclose(found, one_by_one(grid, below[0], records, vek.LINEAR), rtol=1e-12)
+    # Of a transmittance it says nothing.
+    assert np.isfinite(Evaluator(grid, V)(below)).all()
+
+
 def test_sensitivities_are_those_of_the_quantities() -> None:
     e = Evaluator(GRID, [V, "CIE_1931_chromaticity.x", "ANSI_Z80_3_tau_spectral_min"])
     assert e.linear == (True, False, False)
