@@ -1,8 +1,12 @@
 # shellcheck shell=bash
 # Sourced by the project's scripts: where things are, how they speak, how many jobs they start.
 
-root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd -P)
+root=$(CDPATH='' cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd -P)
 python=$root/.venv/bin/python
+
+# The caller's settings for other interpreters must not reach ours.
+unset PYTHONHOME PYTHONPATH PYTHONPLATLIBDIR VIRTUAL_ENV
+export PYTHONNOUSERSITE=1
 
 # One short line on standard error; standard output belongs to the program that was asked for.
 say() {
@@ -54,6 +58,15 @@ use_toolchain() {
     fi
 }
 
+# Ninja and make go by time: what is dated in the future would be made at every call, or stop the
+# build. It gets the time of now.
+settle_times() {
+    local now=$root/build/now
+    : >"$now"
+    (cd "$root" && find . \( -path ./build -o -path './.*' -o -name __pycache__ \) -prune \
+        -o -newer "$now" -exec touch {} +)
+}
+
 # configure PRESET: a build folder remembers its place, so one from a moved checkout starts afresh.
 configure() {
     local folder=$root/build/$1
@@ -61,5 +74,7 @@ configure() {
         ! grep -qxF "CMAKE_HOME_DIRECTORY:INTERNAL=$root" "$folder/CMakeCache.txt"; then
         rm -rf "$folder"
     fi
+    mkdir -p "$root/build"
+    settle_times
     (cd "$root" && logged "$root/build/$1.log" cmake --preset "$1")
 }
