@@ -12,7 +12,7 @@ from typing import Any, Final
 from .._core import colorimetry, version
 from .._toml import nearest
 from ..errors import Refusal
-from ..quantities import Quantity, Value, quantity
+from ..quantities import Quantity, Repeats, Value, quantity
 from ..reports import Report
 from ..reports import lens as lens_report
 from ..spectrum import Spectrum
@@ -34,12 +34,12 @@ class Certificate:
 
     Parameters
     ----------
-    spectrum : Spectrum
-        A transmittance.
+    spectrum : Spectrum or Repeats
+        A transmittance, or scans of one object, of whose mean the figures are.
     settings : Settings, optional
         Of the laboratory; without one the page has no frame.
     budget : Budget, optional
-        Of the uncertainty.
+        Of the uncertainty; repeats give it the noise that it is to have of them.
     limits : Limits, optional
         Of which statements of conformity are made.
     purposes : collection of str
@@ -56,17 +56,19 @@ class Certificate:
     fields : mapping of str to str
         As they are on the page.
     conformity : Conformity or None
+    has_noise_of_repeats : bool
+        Whether the uncertainty has the scatter of the repeats.
 
     Raises
     ------
     Refusal
-        If the spectrum is no transmittance, the budget does not fit to it, a purpose is none of
-        the limits, or the settings ask for a field that nobody states.
+        If the spectrum is no transmittance, repeats have no mean, the budget does not fit, a
+        purpose is none of the limits, or the settings ask for a field that nobody states.
     """
 
     def __init__(
         self,
-        spectrum: Spectrum,
+        spectrum: Spectrum | Repeats,
         *,
         settings: Settings | None = None,
         budget: Budget | None = None,
@@ -79,9 +81,13 @@ class Certificate:
         self.limits = limits
         self.grid = grid
         self.purposes = tuple(purposes)
-        self.budget = budget if budget is not None and budget.components else None
-        self.fields = MappingProxyType(_fields(settings, spectrum, fields))
-        self.report: Report = lens_report(spectrum, budget=self.budget, grid=grid)
+        if budget is not None and not budget.components and not budget.of_repeats:
+            budget = None
+        self.report: Report = lens_report(spectrum, budget=budget, grid=grid)
+        said = self.report.uncertainty
+        self.budget = None if said is None else said.budget
+        self.has_noise_of_repeats = budget is not None and bool(budget.of_repeats)
+        self.fields = MappingProxyType(_fields(settings, self.spectrum, fields))
         self.conformity: Conformity | None = None
         if limits is not None:
             self.conformity = self._assess(limits)
@@ -89,6 +95,12 @@ class Certificate:
     @property
     def spectrum(self) -> Spectrum:
         return self.report.spectra[0]
+
+    @property
+    def scans(self) -> tuple[Spectrum, ...]:
+        """What the spectrum is the mean of; the spectrum itself if it is no mean."""
+        repeated = self.report.repeats[0]
+        return (self.spectrum,) if repeated is None else repeated.scans
 
     @property
     def results(self) -> Results | None:
@@ -115,9 +127,11 @@ class Certificate:
 
     def digests(self) -> list[dict[str, str]]:
         """Of everything that the page was made of: its role, its name and its SHA-256 digest."""
-        source = self.spectrum.source
+        sources = dict.fromkeys(
+            (each.source.file or each.source.reference, each.source.sha256) for each in self.scans
+        )
         found: list[tuple[str, str | None, str | None]] = [
-            ("input", source.file or source.reference, source.sha256),
+            ("input", name, digest) for name, digest in sources
         ]
         if self.budget is not None:
             found.append(("budget", self.budget.file, self.budget.sha256))
@@ -286,7 +300,16 @@ class _View:
             k = coverage_factor(budget.coverage, float("inf"))
             widths = [k * u for u in of_points(spectrum, budget).tolist()]
         percent = self.settings.percent
-        return Markup(picture(spectrum, self.words, percent=percent, half_widths=widths))
+        scans = self.certificate.scans
+        return Markup(
+            picture(
+                spectrum,
+                self.words,
+                percent=percent,
+                half_widths=widths,
+                repeats=scans if len(scans) > 1 else (),
+            )
+        )
 
     def _groups(self, quantities: Sequence[Quantity]) -> list[dict[str, Any]]:
         """The quantities by standard, as far as those of one stand together."""
@@ -308,9 +331,16 @@ class _View:
             "value": text,
             "sure": sure,
             "unit": self.words.unit(record) if value.value is not None else "",
+            "scatter": self._scatter(record),
             "exact": None if value.value is None else repr(value.value),
             "marks": [self._mark(note) for note in self._value_notes(record, value)],
         }
+
+    def _scatter(self, record: Quantity) -> str | None:
+        """The standard deviation of the repeats, where there are any."""
+        repeated = self.certificate.report.repeats[0]
+        s = None if repeated is None else repeated.scatter[record.key].s
+        return None if s is None else self.words.guard(record, s)
 
     def _mark(self, note: str) -> int:
         return self.notes.setdefault(note, len(self.notes) + 1)
@@ -330,10 +360,16 @@ class _View:
         return notes
 
     def _general_notes(self) -> list[str]:
+        certificate, words = self.certificate, self.words
+        notes = []
+        if (count := len(certificate.scans)) > 1:
+            notes.append(words("scatter", count=count))
         if self.results is None:
-            return [self.words("no_uncertainty")]
-        percent = self.words.general(100.0 * self.results.coverage)
-        return [self.words(name, percent=percent) for name in ("expanded", "shaded")]
+            return [*notes, words("no_uncertainty")]
+        if count > 1 and not certificate.has_noise_of_repeats:
+            notes.append(words("scatter_left_out"))
+        percent = words.general(100.0 * self.results.coverage)
+        return [*notes, *(words(name, percent=percent) for name in ("expanded", "shaded"))]
 
     def _conformity(self) -> dict[str, Any] | None:
         found, limits, words = self.certificate.conformity, self.certificate.limits, self.words

@@ -71,7 +71,7 @@ def picture(
     repeats : sequence of Spectrum
         Thin lines.
     """
-    axes = _axes(spectrum, half_widths)
+    axes = _axes([spectrum, *repeats], half_widths)
     parts = [
         f'<svg viewBox="0 0 {_WIDTH:g} {_HEIGHT:g}" role="img" font-size="12" '
         'font-family="sans-serif" '
@@ -94,14 +94,14 @@ def _with_look(found: re.Match[str]) -> str:
     return f"{found[0]} {_LOOKS[found[1]]}"
 
 
-def _axes(spectrum: Spectrum, half_widths: Sequence[float] | None) -> _Axes:
-    low, high = spectrum.range_nm
+def _axes(spectra: Sequence[Spectrum], half_widths: Sequence[float] | None) -> _Axes:
+    low, high = spectra[0].range_nm
     low, high = 50.0 * math.floor(low / 50.0), 50.0 * math.ceil(high / 50.0)
-    values = spectrum.scan.values()
+    values = [value for spectrum in spectra for value in spectrum.scan.values()]
     margin = max(half_widths, default=0.0) if half_widths is not None else 0.0
     largest = max(values) + margin
     top = next((t for t in (0.01, 0.02, 0.05, 0.1, 0.2, 0.5, 1.0) if largest <= t), largest * 1.02)
-    bottom = min(0.0, -0.05 * top if min(values) < -0.002 * top else 0.0)
+    bottom = min(-0.05 * top, 1.02 * min(values)) if min(values) < -0.002 * top else 0.0
     return _Axes(low, max(high, low + 50.0), bottom, top)
 
 

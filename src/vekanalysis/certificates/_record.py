@@ -11,6 +11,7 @@ from typing import Any, Final, NamedTuple
 from .._core import version
 from .._files import read_regular
 from ..errors import Refusal
+from ..quantities import Repeats
 from ..reading import read
 from ..reports import json_text
 from ..spectrum import Spectrum
@@ -65,16 +66,17 @@ def record(
     Refusal
         If the spectrum is from no file.
     """
-    source = certificate.spectrum.source
-    if source.file is None or source.sha256 is None:
-        raise Refusal(f"{certificate.spectrum.where}: a record needs a spectrum from a file")
+    for spectrum in certificate.scans:
+        if spectrum.source.file is None or spectrum.source.sha256 is None:
+            raise Refusal(f"{spectrum.where}: a record needs a spectrum from a file")
     folder = Path(path).absolute().parent
 
     def placed(file: str) -> dict[str, str]:
         where = os.path.relpath(os.path.abspath(file), folder)
         return {"name": file, "path": Path(where).as_posix()}
 
-    files: dict[str, Any] = {"input": placed(source.file)}
+    names = dict.fromkeys(str(spectrum.source.file) for spectrum in certificate.scans)
+    files: dict[str, Any] = {"input": [placed(name) for name in names]}
     for role in _READERS:
         part = getattr(certificate, role)
         if part is not None and part.file is not None:
@@ -155,7 +157,7 @@ def _again(path: Path, stated: Mapping[str, Any]) -> Certificate:
             part = reader.read(path.parent / files[role]["path"])
             parts[role] = dataclasses.replace(part, file=files[role]["name"])
     return Certificate(
-        _spectrum(path.parent / files["input"]["path"], stated),
+        _measured(path.parent, stated),
         **parts,
         purposes=stated["purposes"],
         fields=stated["fields"],
@@ -163,17 +165,38 @@ def _again(path: Path, stated: Mapping[str, Any]) -> Certificate:
     )
 
 
-def _spectrum(file: Path, stated: Mapping[str, Any]) -> Spectrum:
-    options = dict(stated["options"])
+def _measured(folder: Path, stated: Mapping[str, Any]) -> Spectrum | Repeats:
+    """The spectrum, or the repeats that it is the mean of, in their order."""
+    described = stated["report"]["spectra"][0]
+    scans = described.get("repeats")
+    wanted = [described] if scans is None else scans
+    if not isinstance(wanted, list):
+        raise TypeError("repeats must be a list")
+    found: dict[tuple[Any, ...], Spectrum] = {}
+    for place in stated["files"]["input"]:
+        name = place["name"]
+        here = [each for each in wanted if each["file"] == name]
+        for spectrum in read(folder / place["path"], **_options(stated["options"], here)):
+            source = spectrum.source._replace(file=name)
+            found[source[:3]] = spectrum.replace(source=source)
+    spectra = []
+    for each in wanted:
+        key = each["file"], each["data_set"], each["column"]
+        if key not in found:
+            raise Refusal(f"{each['file']}: the spectrum is not in it any more")
+        spectra.append(found[key])
+    return spectra[0] if scans is None else Repeats(spectra, described["label"])
+
+
+def _options(stated: Mapping[str, Any], wanted: list[dict[str, Any]]) -> dict[str, Any]:
+    """How a file is read of which these spectra are wanted."""
+    options = dict(stated)
     if isinstance(options.get("skip"), list):
         options["skip"] = set(options["skip"])
-    source = stated["report"]["spectra"][0]
-    wanted = source["data_set"], source["column"]
-    for spectrum in read(file, **options):
-        if (spectrum.source.data_set, spectrum.source.column) == wanted:
-            name = stated["files"]["input"]["name"]
-            return spectrum.replace(source=spectrum.source._replace(file=name))
-    raise Refusal(f"{file}: the spectrum is not in it any more")
+    if "data_sets" in options:
+        # Others may be in other files.
+        options["data_sets"] = [each["data_set"] for each in wanted if each["data_set"]]
+    return options
 
 
 def _of_pages(folder: Path, pages: list[Mapping[str, str]], html: str) -> Iterator[str]:

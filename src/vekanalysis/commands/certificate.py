@@ -2,17 +2,20 @@
 
 import os
 from argparse import SUPPRESS, Namespace
+from collections.abc import Iterable, Sequence
 from typing import Any, NamedTuple
 
+from ..quantities import Repeats
 from ..spectrum import Spectrum
 from ._arguments import Arguments, add_data_set, add_grid, add_layout, add_units, reading_options
 from ._errors import CommandError
+from ._groups import add_group, grouped_if_asked
 
 HELP = "a page on a lens, with a verdict by your own limits"
 ARGUMENTS = "--out OUT [options] FILE..."
 DESCRIPTION = """\
-A page on each lens: figures with their uncertainty, what the limits and the
-decision rule of your own file say. Of several spectra OUT is a directory."""
+Figures with their uncertainty, and what your own limits and decision rule say.
+Of several spectra OUT is a directory; --group '{object}_*': of means of scans."""
 EXAMPLES = """\
   %(prog)s --settings examples/lab.toml --set object='Lens 7' \\
       --grid 5 --overwrite --out cert.html examples/grey-glass-4mm.csv"""
@@ -34,6 +37,7 @@ def add_arguments(arguments: Arguments) -> None:
     option("--overwrite", action="store_true", help="replace what is there")
     option("--pattern", help=SUPPRESS)
     add_grid(arguments)
+    add_group(arguments, SUPPRESS)
     add_layout(arguments)
 
 
@@ -49,8 +53,9 @@ def run(arguments: Namespace) -> int:
     check_targets(targets.given(), inputs, arguments.overwrite)
     spectra = _read(arguments, arguments.files)
     if len(spectra) != 1:
+        what = "spectra" if arguments.group is None else "objects"
         raise CommandError(
-            f"{len(spectra)} spectra: for a page each, --out names a directory: {out}/"
+            f"{len(spectra)} {what}: for a page each, --out names a directory: {out}/"
         )
     _write(arguments, spectra[0], targets, common)
     return 0
@@ -70,20 +75,38 @@ def _many(arguments: Namespace, common: dict[str, Any]) -> int:
         except OSError as error:
             raise CommandError(f"{folder}: cannot be made: {error.strerror or error}") from None
     failed, seen = 0, set()
-    for path in input_files(arguments.files, arguments.out, arguments.pattern):
+
+    def make(item: Spectrum | Repeats) -> None:
+        name = file_name(item.label)
+        if name in seen:
+            raise CommandError(f"another spectrum is named '{name}', too: {item.label}")
+        seen.add(name)
+        targets = folders.within(name)
+        inputs = [*_files_of(item), *limits_of(arguments)]
+        check_targets(targets.given(), inputs, arguments.overwrite)
+        _write(arguments, item, targets, common)
+
+    paths = input_files(arguments.files, arguments.out, arguments.pattern)
+    # Scans of one object may be in several files: without one of them its mean would be another.
+    for batch in [[path] for path in paths] if arguments.group is None else [paths]:
+        items: Iterable[Spectrum | Repeats] = ()
         try:
-            for spectrum in _read(arguments, [path]):
-                name = file_name(spectrum.label)
-                if name in seen:
-                    raise CommandError(f"{path}: another spectrum is named '{name}', too")
-                seen.add(name)
-                targets = folders.within(name)
-                check_targets(targets.given(), [path, *limits_of(arguments)], arguments.overwrite)
-                _write(arguments, spectrum, targets, common)
+            items = _read(arguments, batch)
         except (CommandError, Refusal) as error:
             note(for_command_line(error))
             failed += 1
+        for item in items:
+            try:
+                make(item)
+            except (CommandError, Refusal) as error:
+                note(for_command_line(error))
+                failed += 1
     return int(failed > 0)
+
+
+def _files_of(item: Spectrum | Repeats) -> list[str]:
+    spectra = item.spectra if isinstance(item, Repeats) else [item]
+    return [each.source.file for each in spectra if each.source.file is not None]
 
 
 class _Targets(NamedTuple):
@@ -105,7 +128,10 @@ class _Targets(NamedTuple):
 
 
 def _write(
-    arguments: Namespace, spectrum: Spectrum, targets: _Targets, common: dict[str, Any]
+    arguments: Namespace,
+    spectrum: Spectrum | Repeats,
+    targets: _Targets,
+    common: dict[str, Any],
 ) -> None:
     """Make all files of a certificate, then write them."""
     from ..certificates import Certificate, pdf, record
@@ -154,7 +180,8 @@ def _common(arguments: Namespace) -> dict[str, Any]:
     return common
 
 
-def _read(arguments: Namespace, files: list[str]) -> list[Spectrum]:
+def _read(arguments: Namespace, files: list[str]) -> Sequence[Spectrum | Repeats]:
     from ._spectra import read_spectra
 
-    return read_spectra(Namespace(**vars(arguments) | {"files": files}))
+    spectra = read_spectra(Namespace(**vars(arguments) | {"files": files}))
+    return grouped_if_asked(spectra, arguments)

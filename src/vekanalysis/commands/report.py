@@ -17,6 +17,7 @@ from ._arguments import (
     table_is_asked,
 )
 from ._errors import CommandError
+from ._groups import add_group, grouped_if_asked
 from ._pages import add_page, check_targets, limits_of, write_page
 
 HELP = "what standards say of a lens"
@@ -35,7 +36,8 @@ def add_arguments(arguments: Arguments) -> None:
     add_table(arguments)
     add_uncertainty(arguments)
     add_grid(arguments)
-    add_page(arguments, "also write a page for a browser; --overwrite replaces one")
+    add_group(arguments, "the mean of scans of one object: '{object}_*'")
+    add_page(arguments, "also write a page; --overwrite replaces one")
     add_layout(arguments)
 
 
@@ -44,8 +46,9 @@ def run(arguments: Namespace) -> int | None:
     from ._terminal import draw, emit_report
 
     if table_is_asked(arguments):
-        if arguments.html:
-            raise CommandError("--html is for reports; a table is made with --csv alone")
+        for option in ("html", "group"):
+            if getattr(arguments, option):
+                raise CommandError(f"--{option} is for reports; a table is made with --csv alone")
         from ._table import write_table
 
         options = {"budget": table_budget(arguments), "grid": arguments.grid}
@@ -55,7 +58,7 @@ def run(arguments: Namespace) -> int | None:
     if arguments.html:
         inputs = [*arguments.files, *limits_of(arguments)]
         check_targets([arguments.html], inputs, arguments.overwrite)
-    spectra = read_spectra(arguments, arguments.reference)
+    spectra = grouped_if_asked(read_spectra(arguments, arguments.reference), arguments)
     report = reports.lens(spectra, **options)
     if arguments.plot:
         draw(report, arguments.plot)

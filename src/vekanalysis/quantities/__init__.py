@@ -3,7 +3,7 @@
 ``LENS``, ``LIGHT`` and ``PHOTOMETER`` are the catalogues, `evaluate` computes what they list, an
 `Evaluator` does so for arrays of spectra on one grid, `Figures` for one spectrum after another, and
 `measurand` makes of a spectrum what they need, or refuses; `on_grid` brings it to the wavelengths
-of the tables.
+of the tables. `Repeats` are scans of one object, `Scatter` how much their figures scatter.
 """
 
 from .._core.quantities import LENS, PHOTOMETER, REFERENCES, Quantity, Reference, light, quantity
@@ -11,6 +11,7 @@ from ._evaluator import Evaluator
 from ._figures import Figures, evaluator_for
 from ._grid import TABLES, on_grid
 from ._measurand import measurand
+from ._repeats import Repeats, Scatter
 from ._values import Value, evaluate, illuminant
 
 __all__ = [
@@ -23,6 +24,8 @@ __all__ = [
     "Figures",
     "Quantity",
     "Reference",
+    "Repeats",
+    "Scatter",
     "Value",
     "evaluate",
     "evaluator_for",

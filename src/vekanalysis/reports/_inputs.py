@@ -3,14 +3,30 @@
 from collections.abc import Iterable, Mapping
 
 from .._core import Scan
+from ..quantities import Repeats
 from ..spectrum import Spectrum
 
 type Spectra = (
     Spectrum | Scan | Mapping[str, Spectrum] | Mapping[str, Scan] | Iterable[Spectrum | Scan]
 )
+type Objects = Spectra | Repeats | Iterable[Spectrum | Scan | Repeats]
 
 
-def as_spectra(spectra: Spectra) -> list[Spectrum]:
+def as_objects(objects: Objects) -> list[Spectrum | Repeats]:
+    """The same of what may be repeats, too; these stay."""
+    if isinstance(objects, Repeats):
+        return [objects]
+    if isinstance(objects, Spectrum | Scan | Mapping):
+        return [*as_spectra(objects)]
+    named = enumerate(objects, start=1)
+    found = [
+        item if isinstance(item, Repeats) else _as_spectrum(f"scan {place}", item)
+        for place, item in named
+    ]
+    return found or [*as_spectra([])]
+
+
+def as_spectra(spectra: Objects) -> list[Spectrum]:
     """The spectra; scans get the names of the mapping, or are numbered, as labels.
 
     Raises
@@ -20,7 +36,7 @@ def as_spectra(spectra: Spectra) -> list[Spectrum]:
     ValueError
         If there are none.
     """
-    if isinstance(spectra, Spectrum | Scan):
+    if isinstance(spectra, Spectrum | Scan | Repeats):
         spectra = [spectra]
     if isinstance(spectra, Mapping):
         named = [*spectra.items()]

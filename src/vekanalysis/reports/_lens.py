@@ -3,9 +3,10 @@
 from collections.abc import Sequence
 from typing import TYPE_CHECKING, Any
 
-from ..quantities import LENS, Figures, measurand, on_grid
+from ..quantities import LENS, Figures, Repeats, measurand, on_grid
 from ..spectrum import Spectrum
-from ._inputs import Spectra, as_spectra
+from ._inputs import Objects, as_objects
+from ._repeated import make_repeated
 from ._report import Report
 from ._uncertain import Draws, make_uncertainty
 
@@ -19,9 +20,18 @@ _SAMPLING = (
     "at wavelengths that the tables do not have a clear lens may give a little more or less than 1."
 )
 
+_SCATTER = (
+    "s is the standard deviation of the figures of the single scans; the figure beside it is that "
+    "of their mean."
+)
+_LEFT_OUT = (
+    "The scatter of the repeats is not in the uncertainty: the budget has no noise of them "
+    "(repeats = true)."
+)
+
 
 def lens(
-    spectra: Spectra,
+    spectra: Objects,
     *,
     clear_lens: bool = True,
     budget: Budget | None = None,
@@ -33,13 +43,15 @@ def lens(
 
     Parameters
     ----------
-    spectra : Spectrum, Scan, mapping of str to one of them, or iterable of them
+    spectra : Spectrum, Scan, Repeats, mapping of str to one of the first two, or iterable of them
         Spectral transmittances. Per cent and absorbances are converted, with a note; values of
-        which nobody states what they are have to lie between 0 and 1.
+        which nobody states what they are have to lie between 0 and 1. `quantities.Repeats` count
+        as one spectrum, their mean.
     clear_lens : bool
         Whether transmittances come with that of a clear lens.
     budget : Budget, optional
-        Of the uncertainty, which the figures then come with.
+        Of the uncertainty, which the figures then come with; with the noise of the repeats, if
+        it is to have that (`Budget.with_repeats`).
     draws, seed
         As of `uncertainty.simulate`; without draws the uncertainty is of first order.
     grid : float, optional
@@ -53,7 +65,8 @@ def lens(
     Raises
     ------
     Refusal
-        If a spectrum is of something else, or outside of what a transmittance can be.
+        If a spectrum is of something else, or outside of what a transmittance can be, or if
+        repeats have no mean.
 
     Examples
     --------
@@ -64,20 +77,35 @@ def lens(
     >>> [round(row["ISO8980_3_tau_v"], 4) for row in report.rows()]
     [0.5496, 0.633]
     """
-    transmittances = [measurand(spectrum, "transmittance") for spectrum in as_spectra(spectra)]
-    if grid is not None:
-        thinned = budget is not None
-        transmittances = [on_grid(each, grid, thinned=thinned) for each in transmittances]
+    thinned = budget is not None
+    measured = [_measured(each, grid, thinned=thinned) for each in as_objects(spectra)]
+    transmittances = [each.mean if isinstance(each, Repeats) else each for each in measured]
     figures = Figures(LENS)
     values = [figures.values(spectrum.scan) for spectrum in transmittances]
     if not clear_lens:
         values = [
             {key: value._replace(clear_lens=None) for key, value in each.items()} for each in values
         ]
+    repeats = [
+        make_repeated(each, figures) if isinstance(each, Repeats) else None for each in measured
+    ]
+    notes = [_SAMPLING, *[_SCATTER] * any(repeats)]
     uncertainty = None
     if budget is not None:
-        uncertainty = make_uncertainty(transmittances, LENS, budget, draws, seed)
-    return Report("Lens report", transmittances, LENS, values, (_SAMPLING,), _figure, uncertainty)
+        scans = [None if each is None else each.scans for each in repeats]
+        budgets = [budget if each is None else budget.with_repeats(each) for each in scans]
+        notes += [_LEFT_OUT] * (any(scans) and not budget.of_repeats)
+        uncertainty = make_uncertainty(transmittances, LENS, budgets, draws, seed)
+    return Report(
+        "Lens report", transmittances, LENS, values, notes, _figure, uncertainty, repeats=repeats
+    )
+
+
+def _measured(item: Spectrum | Repeats, grid: float | None, *, thinned: bool) -> Spectrum | Repeats:
+    if isinstance(item, Repeats):
+        return item.transmittances(grid, thinned=thinned)
+    spectrum = measurand(item, "transmittance")
+    return spectrum if grid is None else on_grid(spectrum, grid, thinned=thinned)
 
 
 def _figure(spectra: Sequence[Spectrum]) -> Any:

@@ -86,7 +86,7 @@ def light(
     if budget is not None:
         shown = [q for q in quantities if q.key not in hidden]
         known = [q for q in shown if name == "D65" or not q.key.startswith("CIELAB")]
-        uncertainty = make_uncertainty(sources, known, budget, draws, seed)
+        uncertainty = make_uncertainty(sources, known, [budget] * len(sources), draws, seed)
     notes = (_STEPS, *_limits(sources, values))
 
     def draw(spectra: Sequence[Spectrum]) -> Any:

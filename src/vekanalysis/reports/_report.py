@@ -8,6 +8,7 @@ from ..quantities import Quantity, Value
 from ..spectrum import Spectrum
 from ._base import Drawable
 from ._layout import Json
+from ._repeated import Repeated
 from ._rows import Row, add_uncertainties, make_row
 from ._text import report_lines
 from ._uncertain import Uncertainty
@@ -27,6 +28,8 @@ class Report(Drawable):
         What concerns all figures.
     uncertainty : Uncertainty or None
         Of the figures, where it was asked for.
+    repeats : tuple of Repeated or None
+        For each spectrum what it is the mean of; None for one that is no mean.
     hidden : frozenset of str
         Keys of quantities that the text leaves out; rows and the document have them all.
     """
@@ -41,6 +44,7 @@ class Report(Drawable):
         draw: Callable[[Sequence[Spectrum]], Any],
         uncertainty: Uncertainty | None = None,
         hidden: Iterable[str] = (),
+        repeats: Sequence[Repeated | None] | None = None,
     ) -> None:
         self.title = title
         self.spectra = tuple(spectra)
@@ -49,6 +53,7 @@ class Report(Drawable):
         self.notes = tuple(notes)
         self.uncertainty = uncertainty
         self.hidden = frozenset(hidden)
+        self.repeats = (None,) * len(self.spectra) if repeats is None else tuple(repeats)
         self._draw = draw
 
     def figure(self) -> Any:
@@ -74,18 +79,26 @@ class Report(Drawable):
         document: dict[str, Json] = {
             "title": self.title,
             "version": version(),
-            "spectra": [spectrum_document(spectrum) for spectrum in self.spectra],
-            "quantities": [
-                _quantity_document(
-                    quantity, [values[quantity.key] for values in self.values], self.uncertainty
-                )
-                for quantity in self.quantities
+            "spectra": [
+                spectrum_document(spectrum)
+                | ({} if each is None else {"repeats": [*map(spectrum_document, each.scans)]})
+                for spectrum, each in zip(self.spectra, self.repeats, strict=True)
             ],
+            "quantities": [self._quantity(quantity) for quantity in self.quantities],
             "notes": [*self.notes],
         }
         if self.uncertainty is not None:
             document["budget"] = self.uncertainty.head()
         return document
+
+    def _quantity(self, quantity: Quantity) -> dict[str, Json]:
+        more: list[dict[str, Json]] = [
+            {} if each is None else each.document(quantity.key) for each in self.repeats
+        ]
+        if self.uncertainty is not None:
+            for index, said in enumerate(more):
+                said |= self.uncertainty.document(index, quantity.key)
+        return _quantity_document(quantity, [values[quantity.key] for values in self.values], more)
 
 
 def spectrum_document(spectrum: Spectrum) -> dict[str, Json]:
@@ -108,11 +121,8 @@ def spectrum_document(spectrum: Spectrum) -> dict[str, Json]:
 
 
 def _quantity_document(
-    quantity: Quantity, values: Sequence[Value], uncertainty: Uncertainty | None
+    quantity: Quantity, values: Sequence[Value], said: Sequence[Mapping[str, Json]]
 ) -> dict[str, Json]:
-    said: list[dict[str, Json]] = [{} for _ in values]
-    if uncertainty is not None:
-        said = [uncertainty.document(index, quantity.key) for index in range(len(values))]
     return {
         "key": quantity.key,
         "symbol": quantity.symbol,

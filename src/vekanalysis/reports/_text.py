@@ -18,6 +18,7 @@ from ._layout import (
     spectra_lines,
     wrap,
 )
+from ._repeated import SCATTER_WIDTH, Repeated
 from ._uncertain import WIDTH, Uncertainty
 
 # Symbol, name and the marks of its notes; the last column of these is blank.
@@ -40,6 +41,7 @@ class Figures(Protocol):
     values: tuple[Mapping[str, Value], ...]
     notes: tuple[str, ...]
     uncertainty: Uncertainty | None
+    repeats: tuple[Repeated | None, ...]
     hidden: frozenset[str]
 
 
@@ -90,6 +92,7 @@ def report_lines(report: Figures, encoding: str) -> list[str]:
 def _heading(standard: str, report: Figures, widths: _Widths) -> Heading:
     columns, spectra = "", report.spectra
     wide = 0 if report.uncertainty is None else _UNCERTAIN - _COLUMN
+    wide += SCATTER_WIDTH * any(report.repeats)
     for count, spectrum in enumerate(spectra, start=1):
         label, room = spectrum.label, 2 * _COLUMN - 4
         if len(spectra) > 1:
@@ -121,6 +124,9 @@ def _row(
         else:
             width = 0 if report.uncertainty is None else _UNCERTAIN
             cells += f"{_cell(quantity, value, footnotes):<{width}}"
+        if any(report.repeats):
+            repeats = report.repeats[index]
+            cells += f"{repeats.text(quantity.key) if repeats else '':<{SCATTER_WIDTH}}"
     facts = zip((quantity.section, band, unit), widths, strict=True)
     between = "".join(f"{fact:<{width}}" for fact, width in facts if width)
     return f"  {name:<{_NAME}}{between}{cells}".rstrip()

@@ -1,6 +1,6 @@
 """What reports say of the uncertainty of their figures."""
 
-from collections.abc import Iterable, Iterator, Mapping, Sequence
+from collections.abc import Iterator, Mapping, Sequence
 from typing import TYPE_CHECKING, Any, Literal, NamedTuple
 
 from ..errors import Refusal
@@ -19,6 +19,7 @@ type Draws = int | Literal["auto"] | None
 class Uncertainty(NamedTuple):
     """The uncertainties of a report, by the budget that they are of."""
 
+    # That of the first spectrum: those of others differ at most in the size of a noise.
     budget: Budget
     # Of each spectrum.
     results: tuple[Results, ...]
@@ -117,17 +118,20 @@ WIDTH = 36
 
 
 def make_uncertainty(
-    spectra: Iterable[Spectrum],
+    spectra: Sequence[Spectrum],
     quantities: Sequence[Quantity],
-    budget: Budget,
+    budgets: Sequence[Budget],
     draws: Draws,
     seed: int | None,
 ) -> Uncertainty:
-    """The uncertainties of the quantities of each spectrum; Refusal where there are none."""
+    """The uncertainties of the quantities of each spectrum; Refusal where there are none.
+
+    The budgets of the spectra are one, but for the noise that the repeats of each show.
+    """
     from ..uncertainty import propagate, simulate
 
     results, drawn = [], []
-    for spectrum in spectra:
+    for spectrum, budget in zip(spectra, budgets, strict=True):
         try:
             if draws is None:
                 results.append(propagate(spectrum, budget, quantities))
@@ -137,7 +141,7 @@ def make_uncertainty(
         except RuntimeError as error:  # an error of the wavelength needs a slope
             reason = f"{spectrum.where}: its uncertainty cannot be computed: {error}"
             raise Refusal(reason) from None
-    return Uncertainty(budget, tuple(results), None if draws is None else tuple(drawn))
+    return Uncertainty(budgets[0], tuple(results), None if draws is None else tuple(drawn))
 
 
 def _with_interval(result: Uncertain, interval: tuple[float, float]) -> str:

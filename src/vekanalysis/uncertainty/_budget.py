@@ -1,5 +1,6 @@
 """Uncertainty budgets, from TOML files or built in Python."""
 
+import dataclasses
 import hashlib
 import os
 from collections.abc import Mapping, Sequence
@@ -9,9 +10,11 @@ from pathlib import Path
 from types import MappingProxyType
 from typing import Any, Final, Self
 
+from .._core import Scan
 from .._files import read_regular
 from .._toml import Place, TomlFile
 from ..errors import Refusal
+from ..spectrum import Spectrum
 from ._component import KEYS, Component, InvalidComponent
 from ._tables import read_curve, read_matrix
 
@@ -39,6 +42,9 @@ class Budget:
         Where it was read, and the SHA-256 digest of that file's bytes.
     files : mapping of str to str, optional
         SHA-256 digests of the files that it names, by these names.
+    of_repeats : sequence of mapping of str to object
+        The noise that the repeats of each object show, which `with_repeats` makes components of:
+        the arguments of `Component.from_repeats` but for the repeats and ``averaged``.
 
     Raises
     ------
@@ -60,6 +66,7 @@ class Budget:
     file: str | None = None
     sha256: str | None = None
     files: Mapping[str, str] = MappingProxyType({})
+    of_repeats: Sequence[Mapping[str, Any]] = ()
 
     def __post_init__(self) -> None:
         if not isinstance(self.label, str):
@@ -77,7 +84,39 @@ class Budget:
             if component.name in seen:
                 raise Refusal(f"two components are named '{component.name}'")
             seen.add(component.name)
+        for arguments in self.of_repeats:
+            _check_of_repeats(arguments)
+            if arguments["name"] in seen:
+                raise Refusal(f"two components are named '{arguments['name']}'")
+            seen.add(arguments["name"])
         object.__setattr__(self, "components", tuple(self.components))
+        object.__setattr__(self, "of_repeats", tuple(map(dict, self.of_repeats)))
+
+    def with_repeats(self, repeats: Sequence[Spectrum | Scan]) -> Self:
+        """The budget for the mean of these repeats, with the noise that they show.
+
+        Parameters
+        ----------
+        repeats : sequence of Spectrum or Scan
+            All that the mean is of, in the unit of the spectrum that the budget is for.
+
+        Returns
+        -------
+        Budget
+            This one if nothing in it is `of_repeats`.
+
+        Raises
+        ------
+        Refusal
+            If there are fewer than two, or their wavelengths differ.
+        """
+        if not self.of_repeats:
+            return self
+        noise = [
+            Component.from_repeats(repeats=repeats, averaged=len(repeats), **arguments)
+            for arguments in self.of_repeats
+        ]
+        return dataclasses.replace(self, components=(*self.components, *noise), of_repeats=())
 
     @classmethod
     def read(cls, path: str | os.PathLike[str]) -> Self:
@@ -128,20 +167,25 @@ class _Document:
         if not isinstance(tables, list) or not all(isinstance(each, dict) for each in tables):
             raise self._refusal("components are written under [[component]]", None, "component")
         components: list[Component] = []
+        of_repeats: list[dict[str, Any]] = []
+        names = set()
         for index, table in enumerate(tables):
             component = self._component(index, table)
-            if any(component.name == other.name for other in components):
-                reason = f"two components are named '{component.name}'"
-                raise self._refusal(reason, index, "name")
-            components.append(component)
-        values["components"] = components
+            is_made = isinstance(component, Component)
+            name = component.name if is_made else component["name"]
+            if name in names:
+                raise self._refusal(f"two components are named '{name}'", index, "name")
+            names.add(name)
+            (components if is_made else of_repeats).append(component)
+        values |= {"components": components, "of_repeats": of_repeats}
         try:
             Budget(**values)
         except InvalidComponent as error:
             raise self._refusal(error.reason, None, error.key) from None
         return values
 
-    def _component(self, index: int, table: Mapping[str, Any]) -> Component:
+    def _component(self, index: int, table: Mapping[str, Any]) -> Any:
+        """The component of a table, or its arguments if the repeats of the object make it."""
         name = table.get("name")
         what = f"component '{name}'" if isinstance(name, str) else f"component {index + 1}"
         self._check_known(table, _COMPONENT, what, index)
@@ -160,21 +204,29 @@ class _Document:
         except Refusal as error:
             raise self._refusal(error.reason, index, "repeats") from None
 
-    def _from_repeats(self, values: dict[str, Any], what: str) -> Component:
+    def _from_repeats(self, values: dict[str, Any], what: str) -> Any:
         wrong = {"standard", "expanded", "half_width", "k", "covariance", "dof"} & values.keys()
         if values.pop("kind") != "noise":
             raise InvalidComponent(f"{what}: repeats are of kind 'noise'", "kind")
         if wrong:
             key = min(wrong)
             raise InvalidComponent(f"{what}: repeats give its size; {key} is too much", key)
-        for key, why in (
-            ("averaged", "how many scans a spectrum is the mean of must be stated; 1 for one scan"),
-            ("correlation", '"independent", "full", "observed" or a table must be stated'),
-        ):
-            if key not in values:
-                raise InvalidComponent(f"{what}: {key} is missing; {why}", None)
+        of_object = values["repeats"] is True
+        why = "how many scans a spectrum is the mean of must be stated; 1 for one scan"
+        if of_object and "averaged" in values:
+            why = "the mean is that of all repeats of the object"
+            raise InvalidComponent(f"{what}: averaged is too much: {why}", "averaged")
+        if not of_object and "averaged" not in values:
+            raise InvalidComponent(f"{what}: averaged is missing; {why}", None)
+        if "correlation" not in values:
+            why = '"independent", "full", "observed" or a table must be stated'
+            raise InvalidComponent(f"{what}: correlation is missing; {why}", None)
         values.pop("unit", None)  # the spectra are in coherent units by now
-        return Component.from_repeats(**values)
+        if not of_object:
+            return Component.from_repeats(**values)
+        del values["repeats"]
+        _check_of_repeats(values)
+        return values
 
     def _value(self, index: int, key: str, value: Any) -> Any:
         """What TOML has for a key of a component, with the files that it names read."""
@@ -202,12 +254,14 @@ class _Document:
             return read_curve(self.beside(value["file"]), value.get("column"))
         return value
 
-    def _repeats(self, index: int, value: Any) -> list[Any]:
+    def _repeats(self, index: int, value: Any) -> list[Any] | bool:
         from ..reading import read
 
+        if value is True:
+            return value
         files = [value] if isinstance(value, str) else value
         if not isinstance(files, list) or not files or not all(isinstance(f, str) for f in files):
-            raise Refusal("must be a file or a list of files")
+            raise Refusal("must be a file, a list of files, or true for those of the object")
         unit = self.document["component"][index].get("unit")
         try:
             return [each for file in files for each in read(self.beside(file), unit=unit)]
@@ -227,6 +281,11 @@ class _Document:
 
     def _refusal(self, reason: str, index: int | None, key: str | None) -> Refusal:
         return self.file.refusal(reason, _place(index, key))
+
+
+def _check_of_repeats(arguments: Mapping[str, Any]) -> None:
+    """Raise what `Component.from_repeats` would, whatever the repeats."""
+    Component.from_repeats(repeats=[Scan([500.0], [1.0])] * 2, averaged=2, **arguments)
 
 
 def _digest(path: Path) -> str:

@@ -101,6 +101,9 @@ def case_of(spectrum: Spectrum | Scan, budget: Budget, keys: Keys | None) -> Cas
     Refusal
         If the spectrum is of no kind that one of the quantities needs, or the budget does not fit.
     """
+    if budget.of_repeats:
+        name = budget.of_repeats[0]["name"]
+        raise Refusal(f"component '{name}': it is of the repeats of the object, and there are none")
     records = _records(spectrum, keys)
     kinds = _in_units(spectrum, records)
     values = quantities.evaluate(spectrum, records)

@@ -1,0 +1,44 @@
+"""What a report says of the repeats that a spectrum is the mean of."""
+
+from collections.abc import Mapping
+from decimal import Decimal
+from typing import NamedTuple
+
+from ..quantities import LENS, Figures, Repeats, Scatter
+from ..spectrum import Spectrum
+from ._layout import Json
+
+SCATTER_WIDTH = 13
+"""Columns of the text of a standard deviation."""
+
+
+class Repeated(NamedTuple):
+    """The scans that a spectrum of a report is the mean of.
+
+    Attributes
+    ----------
+    scans : tuple of Spectrum
+        As they count: transmittances at the wavelengths of the mean.
+    scatter : mapping of str to Scatter
+        Of their figures, by the keys of the quantities.
+    """
+
+    scans: tuple[Spectrum, ...]
+    scatter: Mapping[str, Scatter]
+
+    def document(self, key: str) -> dict[str, Json]:
+        """``n``, ``mean`` and ``s`` of a quantity."""
+        return {**self.scatter[key]._asdict()}
+
+    def text(self, key: str) -> str:
+        """``s 0.00046``; nothing where there is none."""
+        s = self.scatter[key].s
+        return "" if s is None else f"s {Decimal(f'{s:.1e}'):f}"
+
+
+def make_repeated(repeats: Repeats, figures: Figures) -> Repeated:
+    """The scans with the scatter of their figures, which ``figures`` makes for lenses."""
+    numbers = [figures(each.scan)[0] for each in repeats.spectra]
+    columns = zip(LENS, zip(*numbers, strict=True), strict=True)
+    scatter = {record.key: Scatter.of(column) for record, column in columns}
+    return Repeated(repeats.spectra, scatter)

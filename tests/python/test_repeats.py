@@ -1,0 +1,295 @@
+"""Scans of one object: which they are, their mean, their scatter, and what is made of it."""
+
+import json
+import random
+from pathlib import Path
+
+import pytest
+from cli import Points, Runner, flat, write_csv, write_vek
+
+import vekanalysis as vek
+from vekanalysis.commands._groups import object_in
+from vekanalysis.quantities import Repeats, Scatter
+from vekanalysis.uncertainty import Budget
+
+TAU_V = "ISO8980_3_tau_v"
+BUDGET = """
+[[component]]
+name = "repeats"
+kind = "noise"
+repeats = true
+"""
+OBSERVED = BUDGET + 'correlation = "observed"\n'
+
+
+def three(folder: Path, name: str = "lens-07", values: tuple[float, ...] = (0.4, 0.5, 0.6)) -> None:
+    for number, value in enumerate(values, start=1):
+        write_csv(folder / f"{name}_{number}.csv", flat(value))
+
+
+@pytest.mark.parametrize(
+    ("pattern", "name", "expected"),
+    [
+        ("{object}_*", "lens-07_1.csv", "lens-07"),
+        ("{object}-*", "lens-07-1.csv", "lens-07"),
+        ("lens-{object}_?.csv", "lens-07_1.csv", "07"),
+        ("*/{object}/*", "data/07/scan 1.csv", "07"),
+        ("{object}.vek: *", "7.vek: scan 1", "7"),
+        ("*: {object} #?", "all.vek: Lens 7 #1", "Lens 7"),
+        ("{object}", "a", "a"),
+        ("*", "", ""),
+        ("lens*", "lens", ""),
+        ("lens?", "lens", None),
+        ("{object}_*", "_1.csv", None),
+        ("{object}_*", "lens.csv", None),
+        ("a{object}a", "aa", None),
+        # What means something elsewhere means itself here.
+        ("{object}[1].(csv|txt)", "x[1].(csv|txt)", "x"),
+        ("{object}.csv", "xacsv", None),
+        ("{object}\\d", "7\\d", "7"),
+        ("{object}_*", "a\n<b>_1", "a\n<b>"),
+        ("{object}_*", "\udcff_*", "\udcff"),
+        ("**{object}**", "abc", "abc"),
+    ],
+)
+def test_a_pattern_finds_the_object(pattern: str, name: str, expected: str | None) -> None:
+    assert object_in(name, pattern) == expected
+
+
+def test_no_pair_of_name_and_pattern_takes_long() -> None:
+    assert object_in("a" * 20_000, "*a" * 20 + "b") is None
+    assert object_in("a" * 20_000, "*a" * 10 + "{object}" + "a*" * 10 + "b") is None
+
+
+def test_mean_scatter_and_number_are_in_report_and_json(run: Runner, tmp_path: Path) -> None:
+    three(tmp_path)
+    three(tmp_path, "lens-08", (0.2,))
+    files = sorted(tmp_path.iterdir())
+    result = run("report", "--json", "--group", "{object}_*", *files)
+    first, second = (result.value(TAU_V, column) for column in (0, 1))
+    assert first["value"] == pytest.approx(0.5, abs=1e-12)
+    # Of 0.4, 0.5 and 0.6: the standard deviation is 0.1.
+    assert (first["n"], first["mean"], first["s"]) == (3, *map(pytest.approx, (0.5, 0.1)))
+    assert (second["n"], second["mean"], second["s"]) == (1, pytest.approx(0.2), None)
+    one, two = result.document["spectra"]
+    assert (one["label"], two["label"]) == ("lens-07", "lens-08")
+    assert [each["file"] for each in one["repeats"]] == [str(file) for file in files[:3]]
+    assert all(len(each["sha256"]) == 64 for each in one["repeats"])
+    text = run("report", "--group", "{object}_*", *files).out
+    (line,) = [line for line in text.splitlines() if "  luminous, D65 " in line]
+    assert line.split()[-3:] == ["s", "0.10", "0.2000"]
+    assert "mean of 3 scans" in text
+    assert "one scan only" in text
+
+
+def test_the_mean_does_not_depend_on_the_order() -> None:
+    chance = random.Random(7)
+    grid = range(380, 785, 5)
+    scans = [vek.Scan(grid, [chance.random() for _ in grid]) for _ in range(9)]
+    spectra = [vek.Spectrum(scan, "transmittance", "1") for scan in scans]
+    first = Repeats(spectra, "x")
+    values = first.mean.scan.values()
+    numbers = [chance.random() for _ in range(9)]
+    for _ in range(5):
+        chance.shuffle(spectra)
+        assert Repeats(spectra, "x").mean.scan.values() == values
+        shuffled = chance.sample(numbers, 9)
+        assert Scatter.of(shuffled) == Scatter.of(numbers)
+    assert Scatter.of([0.5, None]) == (2, None, None)
+    assert Scatter.of([0.5, float("nan")]) == (2, None, None)
+
+
+def test_a_mean_states_what_all_scans_state() -> None:
+    def scan(**metadata: str) -> vek.Spectrum:
+        return vek.Spectrum(vek.Scan(flat(0.5)), "transmittance", "1", metadata=metadata)
+
+    mean = Repeats([scan(operator="A", date="1"), scan(date="2", operator="A")], "x").mean
+    assert dict(mean.metadata) == {"operator": "A"}
+
+
+def test_the_scatter_of_a_figure_is_the_noise_of_the_mean(run: Runner, tmp_path: Path) -> None:
+    three(tmp_path)
+    (tmp_path / "b.toml").write_text(OBSERVED)
+    asked = ["report", "--json", "--group", "*", *sorted(tmp_path.glob("*.csv"))]
+    value = run(*asked, "--uncertainty", tmp_path / "b.toml").value(TAU_V)
+    # The scans go up and down as a whole, so the figure scatters as they do: u = s / √n.
+    assert value["u"] == pytest.approx(0.1 / 3**0.5, rel=1e-9)
+    assert value["contributions"].keys() == {"repeats"}
+    # Student's t of 2 degrees of freedom for 95 %.
+    assert (value["dof"], value["k"]) == (pytest.approx(2.0), pytest.approx(4.302653, rel=1e-6))
+    (tmp_path / "b.toml").write_text(BUDGET + 'correlation = "independent"\n')
+    independent = run(*asked, "--uncertainty", tmp_path / "b.toml").value(TAU_V)["u"]
+    assert independent < 0.3 * value["u"]
+    (tmp_path / "b.toml").write_text('[[component]]\nname = "x"\nkind = "gain"\nstandard = 0.01\n')
+    text = run(*[a for a in asked if a != "--json"], "--uncertainty", tmp_path / "b.toml").out
+    assert "The scatter of the repeats is not in the uncertainty" in " ".join(text.split())
+
+
+@pytest.mark.parametrize(
+    ("lines", "told"),
+    [
+        ("", "line 2: component 'repeats': correlation is missing"),
+        ('correlation = "obsrved"', "'repeats': correlation is 'obsrved'"),
+        ('correlation = "full"\naveraged = 3', "line 7: component 'repeats': averaged is too much"),
+        (
+            'correlation = "full"\nstandard = 1',
+            "line 7: component 'repeats': repeats give its size",
+        ),
+        (f'correlation = "full"\n{OBSERVED}', "two components are named 'repeats'"),
+    ],
+)
+def test_a_wrong_noise_of_repeats_is_told_with_its_line(
+    run: Runner, tmp_path: Path, lines: str, told: str
+) -> None:
+    three(tmp_path)
+    (tmp_path / "b.toml").write_text(BUDGET + lines + "\n")
+    asked = ("report", "--group", "*", "--uncertainty", tmp_path / "b.toml")
+    refusal = run.refuse(*asked, *sorted(tmp_path.glob("*.csv")))
+    assert refusal.startswith(f"{tmp_path / 'b.toml'}: ")
+    assert told in refusal
+
+
+@pytest.mark.parametrize("command", ["report", "light", "certificate", "report --csv -"])
+def test_a_budget_of_repeats_needs_some(run: Runner, tmp_path: Path, command: str) -> None:
+    three(tmp_path)
+    (tmp_path / "b.toml").write_text(OBSERVED)
+    arguments = [*command.split(), tmp_path / "lens-07_1.csv"]
+    arguments += ["--out", tmp_path / "x.html"] if command == "certificate" else []
+    result = run(*arguments, "--uncertainty", tmp_path / "b.toml")
+    assert "of the repeats of the object, and there are none" in result.out + result.err
+    assert "luminous" not in result.out
+    if command in ("report", "certificate"):
+        few = run.refuse(*arguments, "--uncertainty", tmp_path / "b.toml", "--group", "*")
+        assert "at least two" in few
+
+
+def shifted(points: Points, by: float) -> Points:
+    return [(wl + by, value) for wl, value in points]
+
+
+@pytest.mark.parametrize(
+    ("other", "told"),
+    [
+        ("".join(f"{wl},{v}\n" for wl, v in shifted(flat(0.5), 1.0)), "grid to bring"),
+        ("".join(f"{wl},{v}\n" for wl, v in flat(0.5)[1:]), "100 points from 285 to 780 nm, and"),
+        ("nm,T (%)\n" + "".join(f"{wl},50\n" for wl, _ in flat(0.5)), "transmittance in %, and|in"),
+        ("nm,A (OD)\n" + "".join(f"{wl},0.3\n" for wl, _ in flat(0.5)), "absorbance in OD, and"),
+        ("".join(f"{wl},{v}\n" for wl, v in flat(0.4)), "twice"),
+    ],
+)
+def test_what_are_no_repeats_is_refused(run: Runner, tmp_path: Path, other: str, told: str) -> None:
+    write_csv(tmp_path / "a1.csv", flat(0.4))
+    (tmp_path / "a2.csv").write_text(other)
+    files = [tmp_path / "a1.csv", tmp_path / "a2.csv"]
+    refusal = run.refuse("report", "--group", "a?.csv", *files)
+    assert any(each in refusal for each in told.split("|"))
+    refusal = run.refuse("certificate", "--out", tmp_path / "c", "--group", "a?.csv", *files)
+    assert any(each in refusal for each in told.split("|"))
+    assert not (tmp_path / "c").exists()
+
+
+def test_grid_brings_repeats_together_as_far_as_they_reach(run: Runner, tmp_path: Path) -> None:
+    write_csv(tmp_path / "a1.csv", flat(0.4, step=1))
+    write_csv(tmp_path / "a2.csv", flat(0.6, step=5))
+    write_csv(tmp_path / "a3.csv", flat(0.6, first=380))
+    asked = ("report", "--json", "--group", "*", "--grid", "5", tmp_path / "a1.csv")
+    assert run(*asked, tmp_path / "a2.csv").value(TAU_V)["mean"] == pytest.approx(0.5)
+    refusal = run.refuse(*asked, tmp_path / "a3.csv")
+    assert "81 points from 380 to 780 nm" in refusal
+    assert "--grid" not in refusal
+    (tmp_path / "b.toml").write_text(OBSERVED)
+    write_csv(tmp_path / "a4.csv", flat(0.6, step=10))
+    refusal = run.refuse(*asked, tmp_path / "a4.csv", "--uncertainty", tmp_path / "b.toml")
+    assert "not measured" in " ".join(refusal.split())
+
+
+@pytest.mark.parametrize(
+    ("arguments", "told"),
+    [
+        (["--group", ""], "must be a pattern"),
+        (["--group", "{object}{object}"], "once at most"),
+        (["--group", "{object}_*"], "its name 'lens-07-1.csv' does not fit"),
+        (["--group", "*", "--reference", "cie_illuminant_a"], "--group is for files"),
+        (["--group", "*", "--csv", "-"], "--group is for reports"),
+    ],
+)
+def test_wrong_groups_are_refused(
+    run: Runner, tmp_path: Path, arguments: list[str], told: str
+) -> None:
+    three(tmp_path, "lens-07")
+    (tmp_path / "lens-07_1.csv").rename(tmp_path / "lens-07-1.csv")
+    files = [tmp_path / "lens-07-1.csv", tmp_path / "lens-07_2.csv"]
+    assert told in run.refuse("report", *arguments, *files)
+
+
+def certified(run: Runner, folder: Path, *arguments: object) -> str:
+    out = ("--out", folder / "c.html", "--record", folder / "c.json", "--overwrite")
+    status, _, err = run("certificate", *out, *arguments)
+    assert (status, err) == (0, "")
+    return (folder / "c.html").read_text()
+
+
+def test_a_certificate_shows_and_verifies_its_repeats(run: Runner, tmp_path: Path) -> None:
+    three(tmp_path)
+    (tmp_path / "b.toml").write_text(OBSERVED)
+    files = sorted(tmp_path.glob("*.csv"))
+    page = certified(run, tmp_path, "--group", "*", *files, "--uncertainty", tmp_path / "b.toml")
+    assert page.count('class="repeat"') == 3
+    assert page.index('class="repeat"') < page.index('class="curve"')
+    assert "<i>s</i> = 0.10" in page
+    record = json.loads((tmp_path / "c.json").read_text())
+    digests = [each["name"] for each in record["digests"] if each["role"] == "input"]
+    assert digests == [each["name"] for each in record["files"]["input"]] == list(map(str, files))
+    assert run("verify", tmp_path / "c.json").status == 0
+    content = files[1].read_text()
+    files[1].write_text(content.replace("0.5", "0.51", 1))
+    status, out, _ = run("verify", tmp_path / "c.json")
+    assert status == 1
+    assert "repeats[1].sha256" in out
+    files[1].write_text(content)
+    assert run("verify", tmp_path / "c.json").status == 0
+    files[2].unlink()
+    assert f"{files[2]}: cannot be read" in run("verify", tmp_path / "c.json").out
+
+
+def test_data_sets_of_several_files_are_verified(run: Runner, tmp_path: Path) -> None:
+    write_vek(tmp_path / "a.vek", [("7 #1", flat(0.5)), ("8 #1", flat(0.2)), ("8 #2", flat(0.3))])
+    write_vek(tmp_path / "b.vek", [("7 #2", flat(0.6)), ("dark", flat(0.0))])
+    chosen = [word for name in ("7 #1", "7 #2") for word in ("--data-set", name)]
+    files = (tmp_path / "a.vek", tmp_path / "b.vek")
+    page = certified(run, tmp_path, "--group", "*: {object} #?", *chosen, *files)
+    assert '<data value="0.55' in page
+    assert run("verify", tmp_path / "c.json").status == 0
+
+
+def test_one_object_that_cannot_be_had_costs_no_other(run: Runner, tmp_path: Path) -> None:
+    (tmp_path / "in").mkdir()
+    three(tmp_path / "in", "<i>8")
+    three(tmp_path / "in", "lens-07")
+    write_csv(tmp_path / "in/lens-07_4.csv", flat(0.5, step=1))
+    asked = ("certificate", tmp_path / "in", "--group", "{object}_*", "--out", f"{tmp_path}/out/")
+    status, out, err = run(*asked)
+    assert (status, out) == (1, "")
+    assert "lens-07_4.csv" in err
+    (page,) = (tmp_path / "out").iterdir()
+    assert page.name == "i_8.html"
+    assert "&lt;i&gt;8: " in page.read_text()
+    # Which object a file is of that cannot be read nobody knows, so nothing is made.
+    (tmp_path / "in/lens-07_4.csv").write_text("no numbers")
+    status, _, err = run(*asked, "--overwrite")
+    assert (status, err.count("\n")) == (1, 1)
+
+
+def test_repeats_in_python_are_checked() -> None:
+    spectrum = vek.Spectrum(vek.Scan(flat(0.5)), "transmittance", "1", "Lens 7 (1)")
+    assert Repeats([spectrum, spectrum.replace(label="Lens 7 (2)")]).label == "Lens 7"
+    with pytest.raises(ValueError, match="at least one"):
+        Repeats([])
+    with pytest.raises(TypeError, match="not Scan"):
+        Repeats([spectrum.scan])  # type: ignore[list-item]
+    with pytest.raises(vek.Refusal, match="not finite"):
+        _ = Repeats([spectrum, spectrum.replace(scan=spectrum.scan * float("nan"))]).mean
+    with pytest.raises(vek.Refusal, match="two components are named 'a'"):
+        Budget(of_repeats=[{"name": "a", "correlation": "full"}] * 2)
+    with pytest.raises(TypeError, match="got Repeats"):
+        vek.reports.light(Repeats([spectrum]))  # type: ignore[arg-type]
