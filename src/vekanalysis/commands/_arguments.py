@@ -77,6 +77,16 @@ def add_forms(add: Arguments) -> None:
     add.add_argument("--plot", metavar="OUT.png", help="also draw them; needs Matplotlib")
 
 
+def add_width(add: Arguments) -> None:
+    """How wide the text is."""
+    add.add_argument("--width", metavar="N", type=between(50, 10_000), help=SUPPRESS)
+
+
+def add_figures(add: Arguments) -> None:
+    """What transmittances are written in."""
+    add.add_argument("--figures", choices=("fractions", "percent"), metavar="FORM", help=SUPPRESS)
+
+
 def add_data_set(add: Arguments) -> None:
     add.add_argument(
         "--data-set",

@@ -1,10 +1,11 @@
 """Text and JSON on standard output, notes and progress on standard error."""
 
 import os
+import shutil
 import sys
 from collections.abc import Callable
 from time import monotonic
-from typing import Protocol, Self, TextIO
+from typing import Any, Protocol, Self, TextIO
 
 from ._errors import CommandError
 
@@ -14,7 +15,8 @@ _BAR = 24
 
 
 class _Report(Protocol):
-    def lines(self, encoding: str) -> list[str]: ...
+    @property
+    def lines(self) -> Callable[..., list[str]]: ...
 
     def json(self, *, ascii_only: bool) -> str: ...
 
@@ -57,14 +59,21 @@ def draw(report: _Drawing, path: str) -> None:
         raise CommandError(f"{path}: cannot be written: {reason}") from None
 
 
-def emit_report(report: _Report, as_json: bool = False) -> None:
-    """Write a report, its headings in bold where that can be shown."""
+def width_for(asked: int | None) -> int | None:
+    """Characters of a line: as asked, else those of the terminal; None where nothing says them."""
+    if asked is not None or not is_terminal(sys.stdout):
+        return asked
+    return shutil.get_terminal_size().columns
+
+
+def emit_report(report: _Report, as_json: bool = False, **layout: Any) -> None:
+    """Write a report, its headings in bold where that can be shown; ``layout`` is for the text."""
     if as_json:
         emit_json(lambda ascii_only: report.json(ascii_only=ascii_only))
         return
     from ..reports import Heading, showable
 
-    lines = report.lines(_encoding())
+    lines = report.lines(_encoding(), **layout)
     if in_colour():
         lines = [f"\x1b[1m{line}\x1b[0m" if isinstance(line, Heading) else line for line in lines]
     sys.stdout.write(showable("\n".join(lines) + "\n", _encoding()))

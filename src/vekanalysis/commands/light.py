@@ -11,6 +11,7 @@ from ._arguments import (
     add_table,
     add_uncertainty,
     add_units,
+    add_width,
     budget_options,
     table_budget,
     table_is_asked,
@@ -41,12 +42,13 @@ def add_arguments(arguments: Arguments) -> None:
     add_forms(arguments)
     add_table(arguments)
     add_uncertainty(arguments)
+    add_width(arguments)
     add_layout(arguments)
 
 
 def run(arguments: Namespace) -> int | None:
     from ._spectra import read_one, read_spectra, refuse_directories
-    from ._terminal import draw, emit_report
+    from ._terminal import draw, emit_report, width_for
 
     white = arguments.white
     if white not in _ILLUMINANTS:
@@ -72,5 +74,5 @@ def run(arguments: Namespace) -> int | None:
     )
     if arguments.plot:
         draw(report, arguments.plot)
-    emit_report(report, arguments.json)
+    emit_report(report, arguments.json, width=width_for(arguments.width))
     return None

@@ -5,6 +5,7 @@ from argparse import Namespace
 from .. import reports
 from ._arguments import (
     Arguments,
+    add_figures,
     add_files,
     add_forms,
     add_grid,
@@ -12,6 +13,7 @@ from ._arguments import (
     add_table,
     add_uncertainty,
     add_units,
+    add_width,
     budget_options,
     table_budget,
     table_is_asked,
@@ -24,7 +26,7 @@ HELP = "what standards say of a lens"
 ARGUMENTS = "[options] FILE..."
 DESCRIPTION = """\
 Transmittances after ISO 8980-3, ANSI Z80.3, AS/NZS 1067 and ISO 12311, signal
-lights, chromaticities, XYZ and L*a*b*; --grid 5: at the tables' wavelengths."""
+lights and colours; --grid 5: at the tables' wavelengths; --figures percent."""
 EXAMPLES = """\
   %(prog)s examples/grey-glass-4mm.csv examples/bronze-glass-4mm.csv"""
 
@@ -38,13 +40,17 @@ def add_arguments(arguments: Arguments) -> None:
     add_grid(arguments)
     add_group(arguments, "the mean of scans of one object: '{object}_*'")
     add_page(arguments, "also write a page; --overwrite replaces one")
+    add_figures(arguments)
+    add_width(arguments)
     add_layout(arguments)
 
 
 def run(arguments: Namespace) -> int | None:
     from ._spectra import read_spectra, refuse_directories
-    from ._terminal import draw, emit_report
+    from ._terminal import draw, emit_report, width_for
 
+    if arguments.figures == "percent" and (arguments.json or table_is_asked(arguments)):
+        raise CommandError("--figures percent is for the text; JSON and tables have fractions")
     if table_is_asked(arguments):
         for option in ("html", "group"):
             if getattr(arguments, option):
@@ -69,5 +75,6 @@ def run(arguments: Namespace) -> int | None:
             Certificate(each, budget=options.get("budget"), grid=arguments.grid) for each in spectra
         ]
         write_page(arguments.html, page(certificates))
-    emit_report(report, arguments.json)
+    percent = arguments.figures == "percent"
+    emit_report(report, arguments.json, width=width_for(arguments.width), percent=percent)
     return None

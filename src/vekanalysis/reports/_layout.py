@@ -8,7 +8,7 @@ from ..spectrum import Spectrum
 
 type Json = bool | int | float | str | list[Json] | dict[str, Json] | None
 
-# A report of one spectrum is as wide as a screen.
+# A report of one spectrum is as wide as a screen; longer lines of words are hard to read.
 _WIDTH = 80
 # What stands for a character that an encoding does not have; a question mark for all others.
 _PLAIN = {"τ": "tau", "λ": "lambda", "·": "*", "°": " deg", "µ": "u", "μ": "u", "…": ".", "Δ": "d"}
@@ -47,18 +47,31 @@ def shortened(text: str, room: int) -> str:
     return text if len(text) <= room else text[: room - 1] + "…"
 
 
+def shortened_within(text: str, room: int) -> str:
+    """Return ``text``, cut to ``room`` characters in its middle: names often differ at the end."""
+    if len(text) <= room:
+        return text
+    end = (room - 1) // 2
+    return f"{text[: room - 1 - end]}…{text[len(text) - end :]}"
+
+
+def text_width(width: int | None) -> int:
+    """How wide words are set on a screen of a width."""
+    return _WIDTH if width is None else min(width, _WIDTH)
+
+
 def interval(range_nm: tuple[float, float]) -> str:
     """``315-380``."""
     return f"{range_nm[0]:.10g}-{range_nm[1]:.10g}"
 
 
-def wrap(text: str, prefix: str) -> list[str]:
+def wrap(text: str, prefix: str, width: int = _WIDTH) -> list[str]:
     """Lines of a report: the text after ``prefix``, or as far to the right."""
-    return textwrap.wrap(text, _WIDTH, initial_indent=prefix, subsequent_indent=" " * len(prefix))
+    return textwrap.wrap(text, width, initial_indent=prefix, subsequent_indent=" " * len(prefix))
 
 
-def note_lines(notes: Iterable[str]) -> list[str]:
-    return [line for note in notes for line in wrap(note, f"{'-':>6} ")]
+def note_lines(notes: Iterable[str], width: int = _WIDTH) -> list[str]:
+    return [line for note in notes for line in wrap(note, f"{'-':>6} ", width)]
 
 
 def describe(spectrum: Spectrum) -> str:
@@ -74,13 +87,13 @@ def describe(spectrum: Spectrum) -> str:
     return f"{spectrum.where}: {', '.join(facts)}"
 
 
-def spectra_lines(spectra: Sequence[Spectrum]) -> list[str]:
+def spectra_lines(spectra: Sequence[Spectrum], width: int = _WIDTH) -> list[str]:
     """The numbered list of spectra at the head of a report."""
     lines = []
     for count, spectrum in enumerate(spectra, start=1):
-        lines += wrap(describe(spectrum), f"{count:>3}  ")
+        lines += wrap(describe(spectrum), f"{count:>3}  ", width)
         for note in spectrum.notes:
-            lines += wrap(note, " " * 5)
+            lines += wrap(note, " " * 5, width)
     return lines
 
 

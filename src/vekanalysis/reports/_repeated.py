@@ -30,10 +30,10 @@ class Repeated(NamedTuple):
         """``n``, ``mean`` and ``s`` of a quantity."""
         return {**self.scatter[key]._asdict()}
 
-    def text(self, key: str) -> str:
-        """``s 0.00046``; nothing where there is none."""
+    def text(self, key: str, scale: int = 0) -> str:
+        """``s 0.00046``, times ten to the power of ``scale``; nothing where there is none."""
         s = self.scatter[key].s
-        return "" if s is None else f"s {Decimal(f'{s:.1e}'):f}"
+        return "" if s is None else f"s {Decimal(f'{s:.1e}').scaleb(scale):f}"
 
 
 def make_repeated(repeats: Repeats, figures: Figures) -> Repeated:

@@ -7,7 +7,8 @@ from .._core import version
 from ..quantities import Quantity, Value
 from ..spectrum import Spectrum
 from ._base import Drawable
-from ._layout import Json
+from ._cells import NARROWEST, Style
+from ._layout import Json, one_line, showable
 from ._repeated import Repeated
 from ._rows import Row, add_uncertainties, make_row
 from ._text import report_lines
@@ -71,8 +72,37 @@ class Report(Drawable):
                 add_uncertainties(row, self.quantities, results)
         return rows
 
+    def lines(
+        self, encoding: str = "utf-8", *, width: int | None = None, percent: bool = False
+    ) -> list[str]:
+        """The lines of the text, without characters that control a terminal.
+
+        With a width or in per cent, figures near zero have as many decimals as the others, and
+        transmittances below zero are noted.
+
+        Parameters
+        ----------
+        encoding : str
+            What it cannot show is written in plainer characters.
+        width : int, optional
+            Characters of a line, of which 50 are taken at least: what does not fit beside each
+            other comes below. Without it lines are as long as it takes.
+        percent : bool
+            Whether transmittances are in per cent.
+        """
+        style = Style(None if width is None else max(width, NARROWEST), percent)
+        lines = report_lines(self, encoding, style)
+        return [one_line(line) for line in lines]
+
+    def text(
+        self, encoding: str = "utf-8", *, width: int | None = None, percent: bool = False
+    ) -> str:
+        """The lines as text: by default 80 columns, and 17 for each spectrum but the first."""
+        lines = self.lines(encoding, width=width, percent=percent)
+        return showable("\n".join(lines) + "\n", encoding)
+
     def _lines(self, encoding: str) -> list[str]:
-        return report_lines(self, encoding)
+        return self.lines(encoding)
 
     def document(self) -> dict[str, Json]:
         """The report as plain Python objects, as ``json()`` writes it."""

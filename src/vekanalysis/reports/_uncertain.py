@@ -1,6 +1,7 @@
 """What reports say of the uncertainty of their figures."""
 
 from collections.abc import Iterator, Mapping, Sequence
+from decimal import Decimal
 from typing import TYPE_CHECKING, Any, Literal, NamedTuple
 
 from ..errors import Refusal
@@ -66,8 +67,8 @@ class Uncertainty(NamedTuple):
             ]
         return said
 
-    def cell(self, index: int, key: str) -> str | None:
-        """The text of a figure, of `WIDTH` columns at least; None if it has no uncertainty."""
+    def cell(self, index: int, key: str, scale: int = 0) -> str | None:
+        """The text of a figure times ten to the power of ``scale``; None without uncertainty."""
         from ..uncertainty import rounded
 
         result = self.results[index].get(key)
@@ -77,13 +78,14 @@ class Uncertainty(NamedTuple):
             figure = self.drawn[index].get(key)
             if figure is None:
                 return None
-            return _with_interval(result, figure.interval)
+            return _with_interval(result, figure.interval, scale)
         value, expanded = rounded(result.value, result.expanded)
         if expanded is None:
-            return aligned(f"{result.value:.6g}", *_PLACES) + " ± 0"
+            return aligned(f"{10.0**scale * result.value:.6g}", *_PLACES) + " ± 0"
         if result.interval != (result.value - result.expanded, result.value + result.expanded):
-            return _with_interval(result, result.interval)
-        return f"{aligned(value, *_PLACES)} ± {expanded:<8} {result.k:.2f}"
+            return _with_interval(result, result.interval, scale)
+        shown = aligned(_scaled(value, scale), *_PLACES)
+        return f"{shown} ± {_scaled(expanded, scale):<8} {result.k:.2f}"
 
     def notes(
         self, spectra: Sequence[Spectrum], values: Sequence[Mapping[str, Value]]
@@ -117,6 +119,11 @@ WIDTH = 36
 """Columns of a figure with its uncertainty."""
 
 
+def _scaled(text: str, scale: int) -> str:
+    """A number times a power of ten, with the digits that it has."""
+    return f"{Decimal(text).scaleb(scale):f}" if scale else text
+
+
 def make_uncertainty(
     spectra: Sequence[Spectrum],
     quantities: Sequence[Quantity],
@@ -144,13 +151,14 @@ def make_uncertainty(
     return Uncertainty(budgets[0], tuple(results), None if draws is None else tuple(drawn))
 
 
-def _with_interval(result: Uncertain, interval: tuple[float, float]) -> str:
+def _with_interval(result: Uncertain, interval: tuple[float, float], scale: int) -> str:
     from ..uncertainty import rounded
 
     value, ends = result.value, []
     for end in interval:
-        ends.append(rounded(end, result.expanded).value)
-    return f"{aligned(rounded(value, result.expanded).value, *_PLACES)} {ends[0]} to {ends[1]}"
+        ends.append(_scaled(rounded(end, result.expanded).value, scale))
+    shown = aligned(_scaled(rounded(value, result.expanded).value, scale), *_PLACES)
+    return f"{shown} {ends[0]} to {ends[1]}"
 
 
 def _said_of(label: str, drawn: Simulation) -> str:

@@ -1,0 +1,106 @@
+"""Reports as text on screens: width, blocks of columns, labels, per cent, what is near zero."""
+
+import re
+from pathlib import Path
+
+import pytest
+from cli import BRONZE, GREY, ROOT, Runner, flat, write_csv, write_vek
+
+import vekanalysis as vek
+
+BUDGET = ("--uncertainty", str(ROOT / "examples/budget.toml"))
+FIGURE = re.compile(r"^  (\S+) +(.+?) {2,}.* (?:1|%|nm) +(-?[0-9.]+)(?: .*)?$", re.MULTILINE)
+
+
+def figures(text: str) -> list[tuple[str, ...]]:
+    """Symbol, name and figure of each line of the table."""
+    found = FIGURE.findall(text.partition("\nNotes\n")[0])
+    assert found
+    return found
+
+
+@pytest.mark.parametrize("width", [50, 80, 81, 100, 132, 200])
+@pytest.mark.parametrize("more", [(), BUDGET, ("--figures", "percent", *BUDGET)])
+def test_no_line_is_wider_than_the_screen_and_none_is_lost(
+    run: Runner, tmp_path: Path, width: int, more: tuple[str, ...]
+) -> None:
+    names = [f"a lens of a batch with a long name, number {i}" for i in range(1, 6)]
+    write_vek(tmp_path / "a.vek", [(name, flat(0.1 * i)) for i, name in enumerate(names, 1)])
+    out = run("report", "--width", width, *more, tmp_path / "a.vek").out
+    table = "ISO 8980-3:2013" + out.partition("ISO 8980-3:2013")[2]
+    # On fewer columns figures with their uncertainty stand beside short names.
+    assert max(map(len, table.splitlines())) <= max(width, 70 if more else 0)
+    lines = re.findall(r"^  τ_V    luminous, D65 .* [1%]   (.*)", table, re.MULTILINE)
+    numbers = [float(n) for line in lines for n in re.findall(r"(?<!± )\b[0-9]+\.[0-9]+", line)]
+    scale = 100 if "percent" in more else 1
+    assert {round(0.1 * scale * i, 4) for i in range(1, 6)} <= {*numbers}
+    # A label is cut in its middle: what tells it from the others is at its end.
+    labels = re.findall(
+        r"\b([1-5]) a[^…\n]{0,20}…[^…\n]{0,20}? ([0-9])(?=  |$)", table, re.MULTILINE
+    )
+    assert {*labels} == {(str(i), str(i)) for i in range(1, 6)}
+
+
+def test_a_pipe_has_what_fitted_as_ever(run: Runner) -> None:
+    once = run("report", GREY).out
+    assert max(map(len, once.splitlines())) <= 80
+    assert run("report", GREY, "--figures", "fractions").out == once
+    both = run("report", GREY, BRONZE).out
+    assert len([line for line in both.splitlines() if "ISO 8980-3:2013 " in line]) == 1
+    for line, pair in zip(
+        re.findall("^  τ_.*", once, re.MULTILINE),
+        re.findall("^  τ_.*", both, re.MULTILINE),
+        strict=True,
+    ):
+        assert pair.startswith(line.rstrip("[]0123456789").rstrip())
+
+
+def test_the_width_of_a_terminal_is_found(run: Runner, monkeypatch: pytest.MonkeyPatch) -> None:
+    monkeypatch.setattr("sys.stdout.isatty", lambda: True)
+    monkeypatch.setenv("NO_COLOR", "1")
+    monkeypatch.setenv("TERM", "xterm")
+    monkeypatch.setenv("COLUMNS", "90")
+    out = run("report", GREY, BRONZE).out
+    assert "Spectrum 2 of 2" in out
+    monkeypatch.setenv("COLUMNS", "100")
+    assert "Spectrum 2 of 2" not in run("report", GREY, BRONZE).out
+
+
+def test_per_cent_has_the_digits_of_fractions(run: Runner, tmp_path: Path) -> None:
+    path = write_csv(tmp_path / "a.csv", flat(0.123456))
+    fractions, percent = (
+        run("report", path, "--figures", form).out for form in ("fractions", "percent")
+    )
+    assert "1         0.1235" in fractions
+    assert "%        12.35" in percent
+    # Of colours nothing is in per cent.
+    assert [f for f in figures(fractions) if f[0] in "xyXYZ"] == [
+        f for f in figures(percent) if f[0] in "xyXYZ"
+    ]
+    with_u = run("report", path, "--figures", "percent", *BUDGET).out
+    u = run("report", path, "--json", *BUDGET).value("ISO8980_3_tau_v")["U"]
+    (line,) = [line for line in with_u.splitlines() if "  luminous, D65 " in line]
+    assert float(line.split("±")[1].split()[0]) == pytest.approx(100 * u, rel=0.05)
+    for form in ("--json", "--csv=-"):
+        assert "have fractions" in run.refuse("report", path, "--figures", "percent", form)
+
+
+def test_what_is_near_zero_has_the_decimals_of_the_rest(run: Runner, tmp_path: Path) -> None:
+    points = [(wl, -0.00002 if wl < 500 else 0.00123) for wl, _ in flat(0.0)]
+    path = write_csv(tmp_path / "a.csv", points)
+    shown = figures(run("report", "--width", "80", path).out)
+    assert {len(value.split(".")[1]) for symbol, _, value in shown if symbol[0] == "τ"} == {4}
+    assert ("τ_UVB", "UV-B, mean", "0.0000") in shown
+    out = " ".join(run("report", "--width", "80", path).out.split())
+    assert "a: 44 of 101 values are below 0, the lowest -2e-05 at 280 nm" in out
+    assert "the lowest -0.002 % at 280 nm" in " ".join(
+        run("report", "--figures", "percent", path).out.split()
+    )
+    assert "below 0" not in run("report", path).out
+
+
+def test_the_text_in_python_takes_the_same() -> None:
+    report = vek.reports.lens(vek.read(GREY))
+    assert "54.96" in report.text(width=10, percent=True)
+    assert max(map(len, report.lines(width=10))) <= 60
+    assert report.text() == str(report)
