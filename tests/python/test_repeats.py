@@ -2,6 +2,7 @@
 
 import json
 import random
+import re
 from pathlib import Path
 
 import pytest
@@ -19,6 +20,8 @@ name = "repeats"
 kind = "noise"
 repeats = true
 """
+LINE = re.compile(r'class="repeat".* d="([^"]+)"')
+POINT = re.compile(r"([0-9.]+) ([0-9.]+)")
 OBSERVED = BUDGET + 'correlation = "observed"\n'
 
 
@@ -234,8 +237,14 @@ def test_a_certificate_shows_and_verifies_its_repeats(run: Runner, tmp_path: Pat
     (tmp_path / "b.toml").write_text(OBSERVED)
     files = sorted(tmp_path.glob("*.csv"))
     page = certified(run, tmp_path, "--group", "*", *files, "--uncertainty", tmp_path / "b.toml")
-    assert page.count('class="repeat"') == 3
-    assert page.index('class="repeat"') < page.index('class="curve"')
+    spectrum, deviations = re.findall("<svg.*?</svg>", page, re.DOTALL)
+    assert spectrum.count('class="repeat"') == deviations.count('class="repeat"') == 3
+    assert spectrum.index('class="repeat"') < spectrum.index('class="curve"')
+    # The scans lie a tenth above and below their mean, and on it.
+    heights = [{y for _, y in POINT.findall(line)} for line in LINE.findall(deviations)]
+    low, middle, high = (float(y) for (y,) in heights)
+    assert low - middle == pytest.approx(middle - high, abs=0.02)
+    assert low > middle > high
     assert "<i>s</i> = 0.10" in page
     record = json.loads((tmp_path / "c.json").read_text())
     digests = [each["name"] for each in record["digests"] if each["role"] == "input"]

@@ -20,7 +20,7 @@ from ..uncertainty import Budget, Results, coverage_factor, of_points
 from ._conformity import Conformity, Statement, assess
 from ._limits import Limits
 from ._page import render, template_files
-from ._picture import picture
+from ._picture import deviations, picture
 from ._settings import FIELDS, Settings
 from ._words import Words, safe, symbol
 
@@ -264,6 +264,7 @@ class _View:
             "facts": self._facts(),
             "spectrum_notes": self._spectrum_notes(),
             "picture": self._picture(),
+            "deviations": self._deviations(),
             "groups": groups,
             "notes": [*self.notes],
             "general_notes": self._general_notes(),
@@ -311,6 +312,18 @@ class _View:
             )
         )
 
+    def _deviations(self) -> Any:
+        """Of repeats, where there are any."""
+        from markupsafe import Markup
+
+        certificate = self.certificate
+        if len(certificate.scans) < 2:
+            return None
+        percent = self.settings.percent
+        return Markup(
+            deviations(certificate.spectrum, certificate.scans, self.words, percent=percent)
+        )
+
     def _groups(self, quantities: Sequence[Quantity]) -> list[dict[str, Any]]:
         """The quantities by standard, as far as those of one stand together."""
         return [
@@ -333,7 +346,7 @@ class _View:
             "unit": self.words.unit(record) if value.value is not None else "",
             "scatter": self._scatter(record),
             "exact": None if value.value is None else repr(value.value),
-            "marks": [self._mark(note) for note in self._value_notes(record, value)],
+            "marks": sorted(self._mark(note) for note in self._value_notes(record, value)),
         }
 
     def _scatter(self, record: Quantity) -> str | None:

@@ -11,7 +11,9 @@ from ..spectrum import Spectrum
 from ._words import Words
 
 _WIDTH, _HEIGHT = 720.0, 330.0
-_LEFT, _RIGHT, _TOP, _BOTTOM = 58.0, 22.0, 14.0, 46.0
+_LEFT, _RIGHT, _TOP, _BOTTOM = 78.0, 22.0, 14.0, 56.0
+# The height of a picture of differences.
+_STRIP: Final = 226.0
 _UV: Final = (("UV-B", 280.0, 315.0), ("UV-A", 315.0, 380.0))
 
 
@@ -19,7 +21,7 @@ _UV: Final = (("UV-B", 280.0, 315.0), ("UV-A", 315.0, 380.0))
 _LOOKS: Final = {
     "grid": 'stroke="#c9c9c9" stroke-width="0.7" fill="none"',
     "luminosity": 'stroke="#4b9b4b" stroke-width="1.2" stroke-dasharray="5 4" fill="none"',
-    "repeat": 'stroke="#0b5cad" stroke-width="0.6" stroke-opacity="0.5" fill="none"',
+    "repeat": 'stroke="#0b5cad" stroke-width="0.6" stroke-opacity="0.6" fill="none"',
     "curve": 'stroke="#0b5cad" stroke-width="1.8" fill="none"',
     "uncertainty": 'fill="#0b5cad" fill-opacity="0.3"',
     "uv-b": 'fill="#8757c9" fill-opacity="0.16"',
@@ -27,6 +29,7 @@ _LOOKS: Final = {
     "band": 'text-anchor="middle" fill="#5d5d5d"',
     "left": 'text-anchor="end" fill="#5d5d5d"',
     "below": 'text-anchor="middle" fill="#5d5d5d"',
+    "between": 'text-anchor="middle" fill="#5d5d5d"',
 }
 _CLASS: Final = re.compile(r'class="([a-z-]+)"')
 
@@ -38,6 +41,7 @@ class _Axes(NamedTuple):
     high: float
     bottom: float
     top: float
+    height: float = _HEIGHT
 
     def x(self, wavelength: float) -> str:
         share = (wavelength - self.low) / (self.high - self.low)
@@ -45,7 +49,7 @@ class _Axes(NamedTuple):
 
     def y(self, value: float) -> str:
         share = (value - self.bottom) / (self.top - self.bottom)
-        return f"{_HEIGHT - _BOTTOM - share * (_HEIGHT - _TOP - _BOTTOM):.2f}"
+        return f"{self.height - _BOTTOM - share * (self.height - _TOP - _BOTTOM):.2f}"
 
 
 def picture(
@@ -69,15 +73,14 @@ def picture(
     half_widths : sequence of float, optional
         The band around each point.
     repeats : sequence of Spectrum
-        Thin lines.
+        Thin lines behind the spectrum.
     """
     axes = _axes([spectrum, *repeats], half_widths)
     parts = [
-        f'<svg viewBox="0 0 {_WIDTH:g} {_HEIGHT:g}" role="img" font-size="12" '
-        'font-family="sans-serif" '
-        f'aria-label="{escape(words("spectral_transmittance"))}">',
         *_bands(axes),
-        *_grid(axes, words, percent),
+        *_levels(axes, words, percent),
+        *_wavelengths(axes, words),
+        _side(axes, words("spectral_transmittance"), percent),
         _line(_luminosity(axes), axes, "luminosity"),
         f'<text class="band" x="{float(axes.x(555.0)) + 56:.2f}" y="{_TOP + 12:g}">'
         f"{words('luminosity')}</text>",
@@ -87,7 +90,35 @@ def picture(
         parts.append(_area([*zip(points, half_widths, strict=True)], axes))
     parts += [_line([*each.scan.items()], axes, "repeat") for each in repeats]
     parts.append(_line(points, axes, "curve"))
-    return _CLASS.sub(_with_look, "\n".join([*parts, "</svg>"]))
+    return _drawing(parts, axes, words("spectral_transmittance"))
+
+
+def deviations(mean: Spectrum, repeats: Sequence[Spectrum], words: Words, *, percent: bool) -> str:
+    """What repeats have above or below their mean, which a whole spectrum is too large to show."""
+    average = mean.scan.to_lists()[1]
+    lines = []
+    for each in repeats:
+        wavelengths, values = each.scan.to_lists()
+        differences = [value - of for value, of in zip(values, average, strict=True)]
+        lines.append([*zip(wavelengths, differences, strict=True)])
+    largest = max(abs(value) for line in lines for _, value in line) or 1e-6
+    low, high, *_ = _axes([mean], None)
+    axes = _Axes(low, high, -1.05 * largest, 1.05 * largest, _STRIP)
+    parts = [
+        *_levels(axes, words, percent),
+        *_wavelengths(axes, words),
+        _side(axes, words("deviation"), percent),
+        *(_line(line, axes, "repeat") for line in lines),
+    ]
+    return _drawing(parts, axes, words("deviation"))
+
+
+def _drawing(parts: Sequence[str], axes: _Axes, title: str) -> str:
+    head = (
+        f'<svg viewBox="0 0 {_WIDTH:g} {axes.height:g}" role="img" font-size="12" '
+        f'font-family="sans-serif" aria-label="{escape(title)}">'
+    )
+    return _CLASS.sub(_with_look, "\n".join([head, *parts, "</svg>"]))
 
 
 def _with_look(found: re.Match[str]) -> str:
@@ -123,38 +154,51 @@ def _bands(axes: _Axes) -> list[str]:
     return parts
 
 
-def _grid(axes: _Axes, words: Words, percent: bool) -> list[str]:
+def _levels(axes: _Axes, words: Words, percent: bool) -> list[str]:
     parts = []
     step = 10.0 ** math.floor(math.log10(axes.top)) * 0.2
-    while axes.top / step > 6.0:
+    lines = 6.0 if axes.height == _HEIGHT else 2.0
+    while axes.top / step > lines:
         step *= 2.5 if f"{step:e}"[0] == "2" else 2.0
     ends = axes.x(axes.low), axes.x(axes.high)
-    for count in range(math.floor(axes.top / step + 1e-9) + 1):
+    first = math.ceil(axes.bottom / step - 1e-9)
+    for count in range(first, math.floor(axes.top / step + 1e-9) + 1):
         value = count * step
         y = axes.y(value)
         text = words.general(round(100.0 * value if percent else value, 10))
         parts.append(f'<path class="grid" d="M{ends[0]} {y}H{ends[1]}"/>')
         parts.append(f'<text class="left" x="{_LEFT - 6:g}" y="{float(y) + 4:.2f}">{text}</text>')
+    return parts
+
+
+def _wavelengths(axes: _Axes, words: Words) -> list[str]:
+    parts = []
     every = 50.0 if axes.high - axes.low <= 700.0 else 200.0
     wavelength = every * math.ceil(axes.low / every)
     while wavelength <= axes.high:
         x = axes.x(wavelength)
+        # Every other number may give way where the letters are large.
+        name = "between" if (wavelength / every) % 2.0 else "below"
         parts.append(f'<path class="grid" d="M{x} {axes.y(axes.bottom)}v5"/>')
         parts.append(
-            f'<text class="below" x="{x}" y="{_HEIGHT - _BOTTOM + 18:g}">{wavelength:g}</text>'
+            f'<text class="{name}" x="{x}" y="{axes.height - _BOTTOM + 24:g}">{wavelength:g}</text>'
         )
         wavelength += every
     middle = 0.5 * (_LEFT + _WIDTH - _RIGHT)
-    title = words("spectral_transmittance") + (" / %" if percent else "")
     parts.append(
-        f'<text class="below" x="{middle:g}" y="{_HEIGHT - 8:g}">'
+        f'<text class="below" x="{middle:g}" y="{axes.height - 8:g}">'
         f"{escape(words('wavelength'))}</text>"
     )
-    parts.append(
-        f'<text class="below" transform="rotate(-90 12 {0.5 * (_HEIGHT - _BOTTOM):g})" x="12" '
-        f'y="{0.5 * (_HEIGHT - _BOTTOM):g}">{escape(title)}</text>'
-    )
     return parts
+
+
+def _side(axes: _Axes, title: str, percent: bool) -> str:
+    """What the values are."""
+    y = 0.5 * (axes.height - _BOTTOM + _TOP)
+    return (
+        f'<text class="below" transform="rotate(-90 17 {y:g})" x="17" y="{y:g}">'
+        f"{escape(title + (' / %' if percent else ''))}</text>"
+    )
 
 
 def _luminosity(axes: _Axes) -> list[tuple[float, float]]:
