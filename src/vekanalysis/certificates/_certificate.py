@@ -267,9 +267,11 @@ class _View:
             "deviations": self._deviations(),
             "groups": groups,
             "notes": [*self.notes],
-            "general_notes": self._general_notes(),
             "conformity": self._conformity(),
             "budget": self._budget(),
+            # Last, since they say whether anything stayed English.
+            "general_notes": self._general_notes(),
+            "english": self.words.kept,
         }
 
     def _laboratory(self) -> dict[str, Any]:
@@ -287,7 +289,7 @@ class _View:
     def _spectrum_notes(self) -> list[str]:
         values = self.certificate.spectrum.scan.values()
         negative = [value for value in values if value < 0.0]
-        notes = [*self.certificate.spectrum.notes]
+        notes = [self.words.note(note) for note in self.certificate.spectrum.notes]
         if negative:
             lowest = self.words.number(f"{min(negative):.3g}")
             notes.append(self.words("negative", count=len(negative), lowest=lowest))
@@ -374,7 +376,7 @@ class _View:
 
     def _general_notes(self) -> list[str]:
         certificate, words = self.certificate, self.words
-        notes = []
+        notes = [words("in_english")] * bool(words.kept)
         if (count := len(certificate.scans)) > 1:
             notes.append(words("scatter", count=count))
         if self.results is None:
@@ -459,7 +461,7 @@ class _View:
         rows = [
             {
                 "name": component.name,
-                "kind": component.kind,
+                "kind": self.words(f"kind_{component.kind}"),
                 "parts": [
                     self.words.guard(record, part.contributions[component.name])
                     for record, part in zip(shown, parts, strict=True)

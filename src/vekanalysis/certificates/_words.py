@@ -11,6 +11,7 @@ from typing import Any, Final
 from ..quantities import Quantity, Value
 from ..reports import one_line
 from ..uncertainty import Uncertain, rounded
+from ._notes import Notes
 from ._settings import Settings
 
 _FOLDER: Final = Path(__file__).parent / "languages"
@@ -36,6 +37,9 @@ class Words:
     def __init__(self, settings: Settings) -> None:
         self._catalogue = catalogue(settings.language)
         self._settings = settings
+        self._notes = Notes(self._catalogue, self.number)
+        # What the catalogue lacks, and so stands in English.
+        self.kept: set[str] = set()
 
     def __call__(self, name: str, /, **values: Any) -> str:
         """A word or a sentence, with values in it."""
@@ -50,7 +54,17 @@ class Words:
         nothing = _NO_DATA.fullmatch(english)
         if nothing:
             return self("no_data", range=nothing[1].replace("-", _DASH))
-        return sentences.get(english, english)
+        found = sentences.get(english)
+        return self._or_kept(english, found)
+
+    def note(self, english: str) -> str:
+        """A note on a spectrum, as far as the catalogue has it."""
+        return self._or_kept(english, self._notes(english))
+
+    def _or_kept(self, english: str, found: str | None) -> str:
+        if found is None and self._settings.language != "en":
+            self.kept.add(english)
+        return english if found is None else found
 
     def name(self, quantity: Quantity) -> str:
         return self._catalogue.get("names", {}).get(quantity.name, quantity.name)
