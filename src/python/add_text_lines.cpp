@@ -2,8 +2,12 @@
 
 #include <pybind11/stl.h>
 
+#include <array>
+#include <charconv>
+#include <cmath>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <tuple>
 #include <utility>
 #include <vector>
@@ -118,6 +122,64 @@ void add_columns_class(py::module_& m) {
             "The rows that have both numbers as a scan, and how many of them merged with others.");
 }
 
+/// Appends a number as Python's repr() writes it: the fewest digits that give it again.
+void append_number(std::string& text, double value) {
+#if defined(__cpp_lib_to_chars) && __cpp_lib_to_chars >= 201611L
+    if (std::isfinite(value)) {
+        std::array<char, 32> buffer{};
+        const char* const end = std::to_chars(buffer.data(), buffer.data() + buffer.size(), value,
+                                              std::chars_format::scientific)
+                                    .ptr;
+        // One digit, and a point and others if there are more; then the exponent with its sign.
+        const std::string_view whole(buffer.data(), static_cast<std::size_t>(end - buffer.data()));
+        const std::size_t mark = whole.find('e');
+        int exponent = 0;
+        std::from_chars(whole.data() + mark + 2, end, exponent);
+        if (whole[mark + 1] == '-') exponent = -exponent;
+        if (exponent < -4 || exponent > 15) {
+            text += whole;
+            return;
+        }
+        std::string_view number = whole.substr(0, mark);
+        if (number.front() == '-') {
+            text += '-';
+            number.remove_prefix(1);
+        }
+        if (exponent < 0) {
+            text += "0.";
+            text.append(static_cast<std::size_t>(-1 - exponent), '0');
+            text += number.front();
+            if (number.size() > 2) text += number.substr(2);
+            return;
+        }
+        const auto before = static_cast<std::size_t>(exponent);
+        const std::string_view others = number.size() > 2 ? number.substr(2) : std::string_view();
+        text += number.front();
+        text += others.substr(0, before);
+        if (others.size() < before) text.append(before - others.size(), '0');
+        text += '.';
+        text += others.size() > before ? others.substr(before) : std::string_view("0");
+        return;
+    }
+#endif
+    char* const found = PyOS_double_to_string(value, 'r', 0, Py_DTSF_ADD_DOT_0, nullptr);
+    if (found == nullptr) throw py::error_already_set();
+    text += found;
+    PyMem_Free(found);
+}
+
+/// Cells with a comma before each.
+std::string cells_of(const py::list& numbers) {
+    std::string text;
+    text.reserve(20 * numbers.size());
+    for (const py::handle number : numbers) {
+        text += ',';
+        if (number.is_none()) continue;
+        append_number(text, number.cast<double>());
+    }
+    return text;
+}
+
 }  // namespace
 
 void add_text_lines(py::module_& m) {
@@ -165,6 +227,10 @@ void add_text_lines(py::module_& m) {
             return io::read_pairs(text);
         },
         "content"_a, "Two columns of text that has a pair of numbers a line; None of other text.");
+    m.def(
+        "_number_cells", &cells_of, "numbers"_a,
+        "Cells of a line of CSV, with a comma before each: numbers as repr() writes them, nothing "
+        "for None.");
 }
 
 }  // namespace vekanalysis::python

@@ -1,11 +1,15 @@
 """Files of others as they are read, and files of ours as they are written."""
 
+import csv
 import errno
 import os
 import stat
+from collections.abc import Iterable
 from contextlib import suppress
 from threading import get_ident
-from typing import BinaryIO
+from typing import Any, BinaryIO, Final
+
+from ._core.io import _number_cells
 
 
 def open_regular(path: str | os.PathLike[str]) -> BinaryIO:
@@ -84,3 +88,19 @@ def csv_cell[T](value: T) -> T | str:
     except ValueError:
         return f"'{value}"
     return value
+
+
+class _Text:
+    """What csv writes to, to have it back."""
+
+    def write(self, text: str) -> str:
+        return text
+
+
+_write_cells: Final = csv.writer(_Text(), lineterminator="").writerow
+
+
+def csv_line(texts: Iterable[object], numbers: list[Any]) -> str:
+    """A line of a table: cells as `csv_cell` has them, and numbers (or None) with all digits."""
+    cells = _write_cells([csv_cell(text) for text in texts])
+    return f"{cells}{_number_cells(numbers)}\n"

@@ -17,13 +17,14 @@ The workers read the files themselves: the paths must mean the same to them.
 """
 
 import os
-from collections.abc import Callable, Mapping, Sequence
-from functools import cache
+from collections.abc import Callable, Iterable, Mapping, Sequence
+from functools import cache, partial
 from typing import Any
 
 from .errors import Refusal, lacks_memory
 from .reading import read
 from .reports import COLUMNS, LIGHT_COLUMNS, Row, Table
+from .spectrum import Spectrum
 
 __all__ = ["COLUMNS", "LIGHT_COLUMNS", "light_rows", "report_rows"]
 
@@ -96,6 +97,8 @@ def light_rows(
 
 
 _LENSES = Table("lens")
+# Spectra with so many points are worked on together.
+_POINTS = 100_000
 
 
 @cache
@@ -110,15 +113,61 @@ def file_rows(
     words: Callable[[Refusal], str] = str,
 ) -> list[Row]:
     """The rows of a file in a table; ``words`` says how a refusal reads."""
-    file = os.fspath(path)
+    (rows,) = rows_of_files([path], table, reading, words)
+    return rows
+
+
+def rows_of_files(
+    paths: Iterable[str | os.PathLike[str]],
+    table: Table,
+    reading: Mapping[str, Any],
+    words: Callable[[Refusal], str] = str,
+) -> list[list[Row]]:
+    """The rows of each of some files in a table, as `file_rows` has them, in less time."""
+    options = {"duplicates": "last"} | dict(reading)
+    rows: list[list[Row]] = []
+    # Those that were read, with their places, and how many points they have.
+    waiting: list[tuple[int, str, list[Spectrum]]] = []
+    points = 0
+
+    def make_rows() -> None:
+        try:
+            made = table.rows_of_files([spectra for _, _, spectra in waiting])
+        except MemoryError:
+            made = [None] * len(waiting)
+        for (place, file, spectra), found in zip(waiting, made, strict=True):
+            if found is None:
+                found, reason = _tried(partial(table.rows, spectra), words)
+                found = [table.failed(file, reason)] if found is None else found
+            rows[place] = found
+        waiting.clear()
+
+    for place, path in enumerate(paths):
+        file = os.fspath(path)
+        spectra, reason = _tried(partial(read, file, **options), words)
+        rows.append([] if spectra is not None else [table.failed(file, reason)])
+        if spectra is None:
+            continue
+        waiting.append((place, file, spectra))
+        points += sum(spectrum.points for spectrum in spectra)
+        if points > _POINTS:
+            make_rows()
+            points = 0
+    make_rows()
+    return rows
+
+
+def _tried[Result](
+    work: Callable[[], Result], words: Callable[[Refusal], str]
+) -> tuple[Result | None, str]:
+    """What work on a file gives, or None and the reason why it failed."""
     try:
-        return table.rows(read(file, **{"duplicates": "last"} | dict(reading)))
+        return work(), ""
     except Refusal as error:
-        reason = words(error)
+        return None, words(error)
     except OSError as error:
-        reason = f"cannot be read: {error.strerror or error}"
+        return None, f"cannot be read: {error.strerror or error}"
     except (MemoryError, TypeError) as error:
         if not lacks_memory(error):
             raise
-        reason = "not enough memory"
-    return [table.failed(file, reason)]
+        return None, "not enough memory"

@@ -9,6 +9,7 @@ import subprocess
 import sys
 import threading
 import time
+from collections.abc import Sequence
 from functools import partial
 from pathlib import Path
 
@@ -80,11 +81,11 @@ def test_bad_files_have_their_reason_in_their_row(run: Runner, tmp_path: Path) -
     assert (percent["data_set"], percent["ISO8980_3_tau_v"]) == ("B", pytest.approx(0.51))
 
 
-def _double(number: int, deadly: frozenset[int], once: Path) -> int:
-    if number in deadly or (number == 50 and not once.exists()):
+def _double(numbers: Sequence[int], deadly: frozenset[int], once: Path) -> list[int]:
+    if deadly.intersection(numbers) or (50 in numbers and not once.exists()):
         once.touch()
         os.kill(os.getpid(), signal.SIGKILL)
-    return 2 * number
+    return [2 * number for number in numbers]
 
 
 @posix
@@ -101,7 +102,7 @@ def test_a_process_that_dies_costs_what_kills_it_again(tmp_path: Path) -> None:
 def test_processes_that_cannot_start_end_the_batch(monkeypatch: pytest.MonkeyPatch) -> None:
     monkeypatch.setattr(_processes, "_begin", partial(os._exit, 3))
     with pytest.raises(CannotStart):
-        next(map_in_order(abs, [1, 2, 3], 2))
+        next(map_in_order(list, [1, 2, 3], 2))
 
 
 @posix

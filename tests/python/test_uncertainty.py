@@ -17,6 +17,7 @@ from vekanalysis.uncertainty import (
     Budget,
     Component,
     Matrix,
+    Propagator,
     Results,
     compare,
     propagate,
@@ -493,3 +494,46 @@ def test_sizes_follow_the_unit_of_the_spectrum() -> None:
     few = Component(name="few", kind="gain", standard=0.1, dof=2)
     with pytest.raises(vek.Refusal, match="2 degrees of freedom"):
         simulate(lamp, budget(few), keys)
+
+
+def _every_kind() -> Budget:
+    ends = [[300.0, 0.0004], [800.0, 0.0008]]
+    matrix = Matrix([300.0, 550.0, 800.0], [[1.0, 0.5, 0.2], [0.5, 1.0, 0.5], [0.2, 0.5, 1.0]])
+    correlated: dict[str, Any] = {"kind": "noise", "standard": ends}
+    return budget(
+        *(GAIN, ZERO, OFFSET, SCALE, BENT, NOISE),
+        Component(name="jitter", kind="wavelength-jitter", standard=0.02, dof=5),
+        Component(name="slit", kind="bandwidth", fwhm=5, standard=0.2),
+        Component(name="stray", kind="stray-light", standard=0.0002),
+        Component(name="near", correlation={"length": 20.0}, dof=3, **correlated),
+        Component(name="far", correlation={"matrix": matrix}, relative=True, **correlated),
+        Component(name="rounded", kind="figure", standard=0.0001, quantities=[TAU_V]),
+    )
+
+
+@pytest.mark.parametrize("relative", [False, True])
+def test_many_spectra_have_the_digits_of_each(relative: bool) -> None:
+    figure = Component(
+        name="figure", kind="figure", standard=0.01, quantities=[SUVA], relative=relative
+    )
+    every = Budget(components=[*_every_kind().components, figure], coverage=0.9)
+    spectra = []
+    for number, start in enumerate((300.0, 300.5, 450.0, 300.0, 300.0, 300.5, 300.0)):
+        wavelengths = np.arange(start, 800.0)
+        values = 0.4 + 0.1 * number * np.sin(wavelengths / (50.0 + number))
+        # Without light there is no chromaticity.
+        scan = vek.Scan(wavelengths, values if number != 3 else 0.0 * values)
+        spectra.append(vek.Spectrum(scan, "transmittance", "%" if number == 4 else "1"))
+    figures = quantities.Figures(quantities.LENS)
+    numbers = [figures(each.to("1"))[0] for each in spectra]
+    columns = Propagator(every, quantities.LENS)(spectra, numbers)
+    for row, spectrum in enumerate(spectra):
+        results = propagate(spectrum, every, quantities.LENS)
+        for column, record in enumerate(quantities.LENS):
+            got = tuple(field[row, column] for field in columns)
+            if record.key in results:
+                expected = results[record.key]
+                assert got == (expected.u, expected.expanded, expected.k, expected.dof), record.key
+            else:
+                assert np.isnan(got).all(), record.key
+    assert 0 < sum(np.isnan(columns.u[3])) < len(quantities.LENS)

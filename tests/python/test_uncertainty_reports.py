@@ -37,6 +37,29 @@ def test_documents_and_tables_have_all_digits(run: Runner) -> None:
     assert row["ISO8980_3_tau_suvb_u"] == ""
 
 
+def test_a_table_has_each_file_as_it_is_by_itself(run: Runner, tmp_path: Path) -> None:
+    folder = tmp_path / "lenses"
+    folder.mkdir()
+    for number in range(6):
+        rows = (f"{wl},{0.1 * number + 0.0002 * (wl - 380)}\n" for wl in range(380, 781))
+        (folder / f"{number}.csv").write_text("".join(rows))
+    (folder / "2.csv").write_text("400,0.5\n500,0.6\n")
+    (folder / "3.csv").write_text("no lens\n")
+    (folder / "4.csv").write_text(
+        "wl [nm];a;b\n" + "".join(f"{w};.5;.{w}\n" for w in range(500, 700))
+    )
+    arguments = ("report", "--uncertainty", BUDGET, "--jobs", "1", "--csv", "-")
+    table = run(*arguments, folder)
+    assert table.status == 1
+    lines = table.out.splitlines()[1:]
+    apart = [run(*arguments, file).out.splitlines()[1:] for file in sorted(folder.iterdir())[:2]]
+    assert lines[:2] == [line for each in apart for line in each]
+    rows = [*csv.DictReader(io.StringIO(table.out))]
+    assert [row["file"][-5:] for row in rows] == [f"{n}.csv" for n in (0, 1, 2, 3, 4, 4, 5)]
+    assert "its uncertainty cannot be computed" in rows[2]["error"]
+    assert [bool(row[f"{TAU_V}_u"]) for row in rows] == [bool(row[TAU_V]) for row in rows]
+
+
 def test_draws_are_reported_with_their_seed(run: Runner) -> None:
     arguments = ("report", GREY, "--uncertainty", BUDGET, "--draws", "2000", "--seed", "7")
     first, again = run(*arguments), run(*arguments)

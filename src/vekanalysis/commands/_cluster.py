@@ -18,10 +18,11 @@ _AHEAD = 3
 _PATIENCE = 5
 
 type _Rows = list[Row]
+type _Function = Callable[[Sequence[str]], list[_Rows]]
 
 
 def map_on_cluster(
-    function: Callable[[str], _Rows], files: Sequence[str], address: str
+    function: _Function, files: Sequence[str], address: str
 ) -> Generator[_Rows | Lost]:
     """The rows of ``files``, in their order, computed by the workers of a scheduler.
 
@@ -61,7 +62,7 @@ def _distributed() -> Any:
 
 
 def _rows(
-    client: Any, function: Callable[[str], _Rows], files: Sequence[str], killed: type[Exception]
+    client: Any, function: _Function, files: Sequence[str], killed: type[Exception]
 ) -> Generator[_Rows | Lost]:
     ours = version()
     threads = max(1, sum(client.nthreads().values()))
@@ -82,9 +83,7 @@ def _rows(
                     yield Lost("the workers that read it were ended")
 
 
-def _submitted(
-    client: Any, function: Callable[[str], _Rows], files: Sequence[str], ours: str
-) -> Any:
+def _submitted(client: Any, function: _Function, files: Sequence[str], ours: str) -> Any:
     paths = [(file, os.path.abspath(file)) for file in files]
     return client.submit(_map, function, paths, ours, pure=False)
 
@@ -99,10 +98,11 @@ def _result(future: Any) -> list[_Rows]:
     return result
 
 
-def _map(
-    function: Callable[[str], _Rows], paths: Sequence[tuple[str, str]], ours: str
-) -> list[_Rows] | str:
+def _map(function: _Function, paths: Sequence[tuple[str, str]], ours: str) -> list[_Rows] | str:
     """The rows of each file under the first of its names; the version of the worker if another."""
     if version() != ours:
         return version()
-    return [[row | {"file": name} for row in function(path)] for name, path in paths]
+    found = function([path for _, path in paths])
+    return [
+        [row | {"file": name} for row in rows] for (name, _), rows in zip(paths, found, strict=True)
+    ]

@@ -25,10 +25,11 @@ _ENDED = Lost("the process that read it was ended, twice")
 
 
 def map_in_order[Item, Result](
-    function: Callable[[Item], Result], items: Sequence[Item], jobs: int
+    function: Callable[[Sequence[Item]], list[Result]], items: Sequence[Item], jobs: int
 ) -> Generator[Result | Lost]:
     """The results of ``items``, in their order, computed in ``jobs`` processes.
 
+    The function takes some items at a time, and gives a result for each.
     Each comes as soon as those before it are there, and memory does not grow with their number.
     When a process dies, what was under way is tried again, each item in a process by itself; one
     that ends its process once more gives ``Lost``.
@@ -40,20 +41,16 @@ def map_in_order[Item, Result](
         while bundles or waiting:
             while bundles and len(waiting) < _AHEAD * jobs:
                 bundle = bundles.popleft()
-                waiting.append((bundle, pool.submit(_map, function, bundle)))
+                waiting.append((bundle, pool.submit(function, bundle)))
             bundle, future = waiting.popleft()
             try:
                 yield from future.result()
             except BrokenProcessPool:
                 for item in bundle:
                     try:
-                        yield one.submit(function, item).result()
+                        yield from one.submit(function, (item,)).result()
                     except BrokenProcessPool:
                         yield _ENDED
-
-
-def _map[Item, Result](function: Callable[[Item], Result], items: Sequence[Item]) -> list[Result]:
-    return [*map(function, items)]
 
 
 class _Pool:

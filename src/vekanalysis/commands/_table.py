@@ -1,17 +1,17 @@
 """``--csv`` of ``vekanalysis report`` and ``light``: a table of the figures of many files."""
 
-import csv
 import os
 import sys
 from argparse import Namespace
 from collections.abc import Generator, Sequence
 from contextlib import closing, nullcontext
 from functools import partial
+from itertools import batched
 
-from .._files import csv_cell
-from ..batch import file_rows
+from .._files import csv_line
+from ..batch import rows_of_files
 from ..errors import for_command_line
-from ..reports import Row, Table
+from ..reports import FACTS, Row, Table
 from ._arguments import reading_options
 from ._errors import CannotStart, CommandError, Lost
 from ._files import input_files
@@ -22,6 +22,8 @@ from ._terminal import Progress, note
 _SOME_FAILED = 1
 # So many files are worth the start of a process.
 _FILES_A_PROCESS = 100
+# So many files are worked on together in this process.
+_BUNDLE = 32
 
 
 def write_table(arguments: Namespace, table: Table) -> int:
@@ -42,12 +44,14 @@ def write_table(arguments: Namespace, table: Table) -> int:
             Progress(len(files), hidden=output == "-" and sys.stdout.isatty()) as progress,
             closing(_results(arguments, files, table)) as results,
         ):
-            writer = csv.writer(out, lineterminator="\n")
-            writer.writerow(table.titles)
+            texts, numbers = table.keys[: len(FACTS)], table.keys[len(FACTS) :]
+            out.write(csv_line(table.titles, []))
             for file, rows in zip(files, results, strict=True):
                 # All rows of a file, counted, or none; a pipe may take for ever, so there not.
                 with interrupts_held() if output != "-" else nullcontext():
-                    writer.writerows([csv_cell(row[key]) for key in table.keys] for row in rows)
+                    for row in rows:
+                        text = csv_line([row[key] for key in texts], [row[key] for key in numbers])
+                        out.write(text)
                     tally.add(file, rows)
                 progress.show(tally.done, tally.failed)
     except CannotStart as error:
@@ -62,9 +66,10 @@ def write_table(arguments: Namespace, table: Table) -> int:
 def _results(arguments: Namespace, files: Sequence[str], table: Table) -> Generator[list[Row]]:
     """The rows of each file, in their order."""
     options = reading_options(arguments) | {"data_sets": arguments.data_set}
-    compute = partial(file_rows, table=table, reading=options, words=for_command_line)
+    compute = partial(rows_of_files, table=table, reading=options, words=for_command_line)
     if arguments.cluster is None and (jobs := _jobs(arguments.jobs, len(files))) == 1:
-        yield from map(compute, files)
+        for bundle in batched(files, _BUNDLE, strict=False):
+            yield from compute(bundle)
         return
     if arguments.cluster is None:
         from ._processes import map_in_order

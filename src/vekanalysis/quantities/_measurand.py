@@ -92,6 +92,8 @@ def _in_coherent_unit(spectrum: Spectrum, kind: units.Kind) -> Spectrum:
 
 def _as_transmittance(spectrum: Spectrum) -> Spectrum:
     """In fractions, if what is stated lets them be had."""
+    if spectrum.kind == "transmittance" and spectrum.unit == "1":
+        return spectrum
     kind = _kind_of(spectrum)
     if kind == "absorbance" and spectrum.unit is not None:
         return spectrum.replace(kind=kind).to("1")

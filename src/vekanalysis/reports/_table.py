@@ -1,8 +1,10 @@
 """Tables of figures: plain rows, a row a spectrum."""
 
+import math
 from collections.abc import Sequence
-from typing import TYPE_CHECKING, Any, Literal
+from typing import TYPE_CHECKING, Any, Literal, NamedTuple
 
+from ..errors import Refusal
 from ..quantities import LENS, LIGHT, PHOTOMETER, REFERENCES, Figures, Value, measurand, on_grid
 from ..spectrum import Spectrum
 from ._inputs import as_spectra
@@ -11,15 +13,23 @@ from ._light import light
 from ._rows import FACTS, UNCERTAIN, Row, facts_of, notes_of
 
 if TYPE_CHECKING:
-    from ..uncertainty import Budget
+    from ..uncertainty import Budget, Propagator
 else:
-    Budget = Any  # that room is imported when it is used
+    Budget = Propagator = Any  # that room is imported when it is used
 
 COLUMNS: tuple[str, ...] = (*FACTS, *(quantity.key for quantity in LENS))
 """The keys of each row of lenses, in their order."""
 
 LIGHT_COLUMNS: tuple[str, ...] = (*FACTS, *(quantity.key for quantity in LIGHT))
 """The keys of each row of light sources, in their order."""
+
+
+class _Made(NamedTuple):
+    """A row, and what it was made of."""
+
+    row: Row
+    lens: Spectrum
+    numbers: Sequence[float | None]
 
 
 class Table:
@@ -74,36 +84,88 @@ class Table:
             more = tuple(f"{q.key}_{name}" for q in quantities for name in UNCERTAIN)
             self.keys, self.titles = self.keys + more, self.titles + more
         self._figures: Figures | None = None
+        self._propagator: Propagator | None = None
         # What is said of figures, for the last spectrum.
         self._notes: tuple[tuple[Value, ...], list[str]] = (), []
 
     def __getstate__(self) -> dict[str, Any]:
         # Made again where it arrives.
-        return self.__dict__ | {"_figures": None}
+        return self.__dict__ | {"_figures": None, "_propagator": None}
 
     def rows(self, spectra: Sequence[Spectrum]) -> list[Row]:
         """The rows of spectra; Refusal if one is not what the table is of."""
         if self._kind == "light":
             return light(spectra, self._white, f1_prime=self._f1_prime, budget=self._budget).rows()
-        if self._budget is not None:
+        (rows,) = self.rows_of_files([spectra])
+        if rows is None:
+            # It says what the matter is, and of which of them.
             report = lens(spectra, clear_lens=False, budget=self._budget, grid=self._grid)
             return report.rows()
-        return [self._row(spectrum) for spectrum in as_spectra(spectra)]
+        return rows
+
+    def rows_of_files(self, files: Sequence[Sequence[Spectrum]]) -> list[list[Row] | None]:
+        """The rows of the spectra of each of some files, in a fraction of the time.
+
+        None for files that are to be taken by themselves, by `rows`: what there is to be said of
+        one concerns no other.
+        """
+        if self._kind == "light":
+            return [None] * len(files)
+        made = [self._rows(spectra) for spectra in files]
+        rows: list[list[Row] | None] = [
+            None if each is None else [row for row, _, _ in each] for each in made
+        ]
+        if self._budget is None:
+            return rows
+        flat = [item for each in made if each is not None for item in each]
+        try:
+            self._add_uncertainties(flat, self._budget)
+        except Refusal, RuntimeError:
+            return [None] * len(files)
+        return rows
 
     def failed(self, file: str, reason: str) -> Row:
         """The row of a file without figures."""
         return dict.fromkeys(self.keys) | {"file": file, "error": reason.removeprefix(f"{file}: ")}
 
-    def _row(self, spectrum: Spectrum) -> Row:
+    def _rows(self, spectra: Sequence[Spectrum]) -> list[_Made] | None:
+        try:
+            return [self._row(spectrum) for spectrum in as_spectra(spectra)]
+        except Refusal:
+            return None
+
+    def _row(self, spectrum: Spectrum) -> _Made:
         """The row that `reports.lens` has of a spectrum, without the report."""
         if self._figures is None:
             self._figures = Figures(LENS)
         lens = measurand(spectrum, "transmittance")
         if self._grid is not None:
-            lens = on_grid(lens, self._grid)
+            lens = on_grid(lens, self._grid, thinned=self._budget is not None)
         numbers, said = self._figures(lens.scan)
         last, notes = self._notes
         if said is not last:
             notes = notes_of(dict(zip(self._columns, said, strict=True)))
             self._notes = said, notes
-        return facts_of(lens, notes) | dict(zip(self._columns, numbers, strict=True))
+        row = facts_of(lens, notes) | dict(zip(self._columns, numbers, strict=True))
+        return _Made(row, lens, numbers)
+
+    def _add_uncertainties(self, made: Sequence[_Made], budget: Budget) -> None:
+        import numpy as np
+
+        from ..uncertainty import Propagator
+
+        if self._propagator is None:
+            self._propagator = Propagator(budget, LENS)
+        lenses, numbers = [item.lens for item in made], [item.numbers for item in made]
+        u, expanded, k, _ = self._propagator(lenses, numbers)
+        keys = self.keys[-len(UNCERTAIN) * len(self._columns) :]
+        # u, U and k of each quantity, one quantity after another.
+        rows = np.stack((u, expanded, k), axis=-1).reshape(len(made), -1)
+        lacks_some = bool(np.isnan(rows).any())
+        for item, row in zip(made, rows.tolist(), strict=True):
+            numbers_or_none = map(_or_none, row) if lacks_some else row
+            item.row.update(zip(keys, numbers_or_none, strict=True))
+
+
+def _or_none(number: float) -> float | None:
+    return None if math.isnan(number) else number

@@ -5,6 +5,7 @@ from ._comparison import Compared, Comparison, compare
 from ._component import Component
 from ._points import of_points
 from ._propagation import propagate
+from ._propagator import Propagator as Propagator
 from ._results import Results, Uncertain, coverage_factor
 from ._rounding import Rounded, rounded
 from ._simulation import Simulated, Simulation, simulate

@@ -2,9 +2,9 @@
 
 import math
 from collections import OrderedDict
-from collections.abc import Iterable
+from collections.abc import Iterable, Mapping, Sequence
 from threading import Lock
-from typing import Final, NamedTuple
+from typing import Any, Final, NamedTuple
 from weakref import WeakKeyDictionary
 
 import numpy as np
@@ -56,10 +56,6 @@ class Case(NamedTuple):
         """Between which numbers each quantity lies, whatever the spectrum."""
         return [_possible(*pair) for pair in zip(self.records, self.values, strict=True)]
 
-    def evaluate(self, spectra: Floats) -> Floats:
-        """The quantities of spectra (m, points) in the unit of the spectrum: shape (m, q)."""
-        return evaluate(self.groups, spectra, len(self.keys))
-
     def sensitivities(self) -> Floats:
         """Change of each quantity with each value of the spectrum: shape (q, points)."""
         result = np.empty((len(self.keys), len(self.spectrum.values)))
@@ -69,8 +65,13 @@ class Case(NamedTuple):
         return result
 
 
-def evaluate(groups: Iterable[Group], spectra: Floats, count: int) -> Floats:
-    """The quantities of spectra, each from the evaluator that has it."""
+def evaluate(
+    groups: Iterable[Group], spectra: Floats, count: int, together: int | None = None
+) -> Floats:
+    """The quantities of spectra (m, points), each from the evaluator that has it: shape (m, count).
+
+    Each ``together`` of them, one after another, are changes of one spectrum; all by default.
+    """
     result = np.empty((len(spectra), count))
     for columns, factor, evaluator in groups:
         scaled = spectra if factor == 1.0 else spectra * factor
@@ -78,7 +79,11 @@ def evaluate(groups: Iterable[Group], spectra: Floats, count: int) -> Floats:
         # An amount of light below zero is none, but what is added to one may well be below zero.
         lost = np.isnan(part) & np.array(evaluator.linear)
         if lost.any():
-            part = np.where(lost, scaled @ evaluator.sensitivities(scaled[0]).T, part)
+            size = together or len(spectra)
+            for start in np.flatnonzero(lost.any(axis=1).reshape(-1, size).any(axis=1)) * size:
+                rows = slice(start, start + size)
+                sums = scaled[rows] @ evaluator.sensitivities(scaled[start]).T
+                part[rows] = np.where(lost[rows], sums, part[rows])
         result[:, columns] = part
     return result
 
@@ -108,24 +113,63 @@ def case_of(spectrum: Spectrum | Scan, budget: Budget, keys: Keys | None) -> Cas
     kinds = _in_units(spectrum, records)
     values = quantities.evaluate(spectrum, records)
     found = [record for record in records if values[record.key].value is not None]
-    problems = {key: value.problem or "" for key, value in values.items() if value.value is None}
     principal = next(iter(kinds.values()))
-    scale = _scale_of(principal)
-    groups = []
-    for kind, measured in kinds.items():
-        columns = [i for i, record in enumerate(found) if record.kind == kind]
-        if columns:
-            evaluator = evaluator_for(measured.scan, [found[i] for i in columns])
-            groups.append(Group(columns, scale / _scale_of(measured), evaluator))
     return Case(
         principal,
         _prepared(budget, principal),
         tuple(record.key for record in found),
         tuple(found),
         tuple(values[record.key] for record in found),
-        tuple(groups),
-        problems,
+        _groups(kinds, found),
+        {key: value.problem or "" for key, value in values.items() if value.value is None},
     )
+
+
+class Cases:
+    """Cases of spectrum after spectrum, as `case_of` has them, of known quantities.
+
+    What spectra on one grid have in common is looked up once. The values are in the cases only
+    where components of the budget need them.
+    """
+
+    def __init__(self, budget: Budget, records: Iterable[Quantity]) -> None:
+        self._budget = budget
+        self._records = tuple(records)
+        # Relative uncertainties of figures are of what the functions themselves give.
+        self._needs_values = any(
+            component.kind == "figure" and component.relative for component in budget.components
+        )
+        self._common: dict[tuple[Any, ...], Case] = {}
+
+    def __call__(self, spectrum: Spectrum, numbers: Sequence[float | None]) -> Case:
+        if self._needs_values:
+            return case_of(spectrum, self._budget, self._records)
+        kinds = _in_units(spectrum, self._records)
+        principal = next(iter(kinds.values()))
+        scan = principal.scan
+        found = tuple(i for i, number in enumerate(numbers) if number is not None)
+        units_of_kinds = tuple((kind, measured.unit) for kind, measured in kinds.items())
+        grid = principal.wavelengths.tobytes(), scan.epsilon, scan.interpolation
+        common = self._common.get((grid, units_of_kinds, found))
+        if common is None:
+            records = tuple(self._records[i] for i in found)
+            keys = tuple(record.key for record in records)
+            prepared, groups = _prepared(self._budget, principal), _groups(kinds, records)
+            common = Case(principal, prepared, keys, records, (), groups, {})
+            self._common[grid, units_of_kinds, found] = common
+        return common._replace(spectrum=principal)
+
+
+def _groups(kinds: Mapping[str, Measured], found: Sequence[Quantity]) -> tuple[Group, ...]:
+    """The quantities by the kind that they need of a spectrum, the first of which is the unit's."""
+    scale = _scale_of(next(iter(kinds.values())))
+    groups = []
+    for kind, measured in kinds.items():
+        columns = [i for i, record in enumerate(found) if record.kind == kind]
+        if columns:
+            evaluator = evaluator_for(measured.scan, [found[i] for i in columns])
+            groups.append(Group(columns, scale / _scale_of(measured), evaluator))
+    return tuple(groups)
 
 
 def _records(spectrum: Spectrum | Scan, keys: Keys | None) -> list[Quantity]:

@@ -1,13 +1,15 @@
 """The law of propagation of uncertainty, by what each component does to the spectrum."""
 
+from collections.abc import Iterable, Iterator, Mapping, Sequence
 from typing import Final
 
 import numpy as np
+from numpy.typing import NDArray
 
 from .._core import Scan
 from ..spectrum import Spectrum
 from ._budget import Budget
-from ._case import Case, Keys, case_of
+from ._case import Case, Keys, case_of, evaluate
 from ._effects import Effect
 from ._results import Results
 from ._sizes import Floats
@@ -67,13 +69,10 @@ def propagate(
 def first_order(case: Case, coverage: float | None = None) -> Results:
     """The results of a case; a quantity whose uncertainty is not finite has a problem."""
     budget = case.prepared.budget
-    effects = _contributions(case)
+    (effects,) = contributions([case])
     problems = dict(case.problems)
     keys, values, possible = list(case.keys), case.numbers, case.possible
-    finite = np.ones(len(keys), dtype=bool)
-    for part in effects.values():
-        finite &= np.isfinite(part.sum(axis=1))
-    smooth = np.array([key not in _STEPS for key in keys], dtype=bool)
+    smooth, finite = is_smooth(keys), are_finite(effects, len(keys))
     if not (finite & smooth).all():
         for i, key in enumerate(keys):
             if not smooth[i]:
@@ -90,14 +89,42 @@ def first_order(case: Case, coverage: float | None = None) -> Results:
     return Results(keys, values, effects, dof, coverage, problems, possible)
 
 
-def _contributions(case: Case) -> dict[str, Floats]:
-    """Of each component the effect on the quantities, shape (quantities, independent errors)."""
-    effects = list(case.prepared.effects(case.spectrum))
-    pairs = [effect.both for effect in effects if effect.both is not None]
-    both = case.evaluate(np.concatenate(pairs)) if pairs else np.empty((0, len(case.keys)))
-    halves = iter(0.5 * (both[0::2] - both[1::2]))
+def is_smooth(keys: Sequence[str]) -> NDArray[np.bool]:
+    """Which quantities have an uncertainty to first order at all."""
+    return np.array([key not in _STEPS for key in keys], dtype=bool)
+
+
+def are_finite(effects: Mapping[str, Floats], count: int) -> NDArray[np.bool]:
+    """For which of so many quantities all contributions are finite numbers."""
+    finite = np.ones(count, dtype=bool)
+    for part in effects.values():
+        finite &= np.isfinite(part.sum(axis=1))
+    return finite
+
+
+def contributions(cases: Sequence[Case]) -> Iterator[dict[str, Floats]]:
+    """Of each component the effect on the quantities, shape (quantities, independent errors).
+
+    One after another for cases that have grid, quantities and evaluators in common.
+    """
+    first = cases[0]
+    effects = [list(case.prepared.effects(case.spectrum)) for case in cases]
+    pairs = [effect.both for each in effects for effect in each if effect.both is not None]
+    halves: Iterator[Floats] = iter(())
+    if pairs:
+        together = 2 * len(pairs) // len(cases)
+        both = evaluate(first.groups, np.concatenate(pairs), len(first.keys), together)
+        halves = iter(0.5 * (both[0::2] - both[1::2]))
+    for case, each in zip(cases, effects, strict=True):
+        yield _contributions(case, each, halves)
+
+
+def _contributions(
+    case: Case, effects: Iterable[Effect], halves: Iterator[Floats]
+) -> dict[str, Floats]:
+    """The same of one case; ``halves`` has half the differences, in their order."""
     sensitivities = None
-    contributions = {}
+    found = {}
     for effect in effects:
         if effect.form == "figure":
             part = figure_sizes(effect, case)[:, np.newaxis]
@@ -110,8 +137,8 @@ def _contributions(case: Case) -> dict[str, Floats]:
                 part = sensitivities * effect.rows[0]
             else:
                 part = sensitivities @ effect.rows.T
-        contributions[effect.component.name] = part
-    return contributions
+        found[effect.component.name] = part
+    return found
 
 
 def figure_sizes(effect: Effect, case: Case) -> Floats:

@@ -16,6 +16,8 @@ from ._sizes import Floats
 type Interval = tuple[float, float]
 
 _ANY: Final[Interval] = (-math.inf, math.inf)
+_FEW: Final = 10_000
+"""Degrees of freedom below which a coverage factor takes its time."""
 
 
 class Uncertain(NamedTuple):
@@ -87,10 +89,9 @@ class Results(Mapping[str, Uncertain]):
         self._effects = effects
         self._dof = dof
         names = list(effects)
-        self._parts = np.array([_part(effects[name]) for name in names]).reshape(-1, len(keys))
+        self._parts = np.array([part_of(effects[name]) for name in names]).reshape(-1, len(keys))
         self._names = names
-        self._u = np.sqrt((self._parts**2).sum(axis=0))
-        self._effective = _effective_dof(self._u, self._parts, [dof[name] for name in names])
+        self._u, self._effective = combined(self._parts, [dof[name] for name in names])
 
     def __getitem__(self, key: str) -> Uncertain:
         i = self._index.get(key)
@@ -217,7 +218,6 @@ class Results(Mapping[str, Uncertain]):
         return f"{key}: {reason}" if reason else f"no '{key}'{nearest(key, self._keys)}"
 
 
-@lru_cache(maxsize=256)
 def coverage_factor(coverage: float, dof: float) -> float:
     """Coverage factor k for the effective degrees of freedom, which are rounded down to whole ones.
 
@@ -234,7 +234,27 @@ def coverage_factor(coverage: float, dof: float) -> float:
         Quantile (1 + coverage) / 2 of Student's t distribution (JCGM 100:2008, G.4).
     """
     whole = max(1.0, float(math.floor(dof))) if 0.0 < dof < math.inf else dof
-    return kernels.coverage_factor(coverage, whole)
+    return _factor_of_whole(coverage, whole)
+
+
+def _factor_of_whole(coverage: float, dof: float) -> float:
+    # Of many it is had at once, of few it comes again and again.
+    if dof < _FEW:
+        return _kept_factor(coverage, dof)
+    return kernels.coverage_factor(coverage, dof)
+
+
+@lru_cache(maxsize=_FEW)
+def _kept_factor(coverage: float, dof: float) -> float:
+    return kernels.coverage_factor(coverage, dof)
+
+
+def coverage_factors(coverage: float, dof: Floats) -> Floats:
+    """The `coverage_factor` of each of many, which have whole degrees of freedom in common."""
+    whole, places = np.unique(np.maximum(1.0, np.floor(dof)), return_inverse=True)
+    factors = np.array([_factor_of_whole(coverage, each) for each in whole.tolist()])
+    result: Floats = factors[places].reshape(dof.shape)
+    return result
 
 
 def within(interval: Sequence[float] | Floats, possible: Interval) -> Interval:
@@ -247,7 +267,7 @@ def within(interval: Sequence[float] | Floats, possible: Interval) -> Interval:
     return inside if inside[0] <= inside[1] else (low, high)
 
 
-def _part(effect: Floats) -> Floats:
+def part_of(effect: Floats) -> Floats:
     """Contribution of a component: signed if it is one number."""
     if effect.shape[1] == 1:
         return effect[:, 0]
@@ -255,13 +275,27 @@ def _part(effect: Floats) -> Floats:
     return part
 
 
-def _effective_dof(u: Floats, parts: Floats, dof: Sequence[float]) -> Floats:
-    """After Welch and Satterthwaite (JCGM 100:2008, G.4.2), a component counting as one term."""
+def combined(parts: Floats, dof: Sequence[float]) -> tuple[Floats, Floats]:
+    """Standard uncertainties and effective degrees of freedom of independent contributions.
+
+    After Welch and Satterthwaite (JCGM 100:2008, G.4.2), a component counting as one term.
+
+    Parameters
+    ----------
+    parts : array of shape (..., components, quantities)
+    dof : of each component
+
+    Returns
+    -------
+    arrays of shape (..., quantities)
+    """
+    u: Floats = np.sqrt((parts**2).sum(axis=-2))
     finite = np.isfinite(dof)
     effective = np.full(u.shape, math.inf)
     if finite.any():
-        share = np.divide(parts[finite], u, out=np.zeros_like(parts[finite]), where=u > 0.0)
-        total = (share**4 / np.array(dof)[finite, np.newaxis]).sum(axis=0)
+        some, whole = parts[..., finite, :], u[..., np.newaxis, :]
+        share = np.divide(some, whole, out=np.zeros_like(some), where=whole > 0.0)
+        total = (share**4 / np.array(dof)[finite, np.newaxis]).sum(axis=-2)
         # Below that they are as good as infinite, and 1 / total could be.
         np.divide(1.0, total, out=effective, where=total > 1e-12)
-    return effective
+    return u, effective
