@@ -245,6 +245,8 @@ def test_a_certificate_shows_and_verifies_its_repeats(run: Runner, tmp_path: Pat
     low, middle, high = (float(y) for (y,) in heights)
     assert low - middle == pytest.approx(middle - high, abs=0.02)
     assert low > middle > high
+    levels = [float(y) for y in re.findall(r'class="grid".* d="M\S+ ([0-9.]+)H', deviations)]
+    assert sum(levels) / len(levels) == pytest.approx(middle, abs=0.02)
     assert "<i>s</i> = 0.10" in page
     record = json.loads((tmp_path / "c.json").read_text())
     digests = [each["name"] for each in record["digests"] if each["role"] == "input"]
