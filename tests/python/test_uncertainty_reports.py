@@ -57,6 +57,11 @@ def test_a_table_has_each_file_as_it_is_by_itself(run: Runner, tmp_path: Path) -
     rows = [*csv.DictReader(io.StringIO(table.out))]
     assert [row["file"][-5:] for row in rows] == [f"{n}.csv" for n in (0, 1, 2, 3, 4, 4, 5)]
     assert "its uncertainty cannot be computed" in rows[2]["error"]
+    open_budget = tmp_path / "open.toml"
+    component = 'name="n"\nkind="noise"\nrepeats=true\ncorrelation="observed"\n'
+    open_budget.write_text(f"[[component]]\n{component}")
+    open_table = run("report", "--uncertainty", open_budget, "--csv", "-", folder / "0.csv")
+    assert "of the repeats of the object, and there are none" in open_table.out
     assert [bool(row[f"{TAU_V}_u"]) for row in rows] == [bool(row[TAU_V]) for row in rows]
 
 

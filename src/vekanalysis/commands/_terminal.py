@@ -1,7 +1,6 @@
 """Text and JSON on standard output, notes and progress on standard error."""
 
 import os
-import shutil
 import sys
 from collections.abc import Callable
 from time import monotonic
@@ -63,7 +62,9 @@ def width_for(asked: int | None) -> int | None:
     """Characters of a line: as asked, else those of the terminal; None where nothing says them."""
     if asked is not None or not is_terminal(sys.stdout):
         return asked
-    return shutil.get_terminal_size().columns
+    from shutil import get_terminal_size  # it takes longer to import than all else here
+
+    return get_terminal_size().columns
 
 
 def emit_report(report: _Report, as_json: bool = False, **layout: Any) -> None:

@@ -1,7 +1,6 @@
 """What a report says of the repeats that a spectrum is the mean of."""
 
 from collections.abc import Mapping
-from decimal import Decimal
 from typing import NamedTuple
 
 from ..quantities import LENS, Figures, Repeats, Scatter
@@ -32,6 +31,8 @@ class Repeated(NamedTuple):
 
     def text(self, key: str, scale: int = 0) -> str:
         """``s 0.00046``, times ten to the power of ``scale``; nothing where there is none."""
+        from decimal import Decimal
+
         s = self.scatter[key].s
         return "" if s is None else f"s {Decimal(f'{s:.1e}').scaleb(scale):f}"
 

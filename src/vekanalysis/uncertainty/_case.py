@@ -58,6 +58,8 @@ class Case(NamedTuple):
 
     def sensitivities(self) -> Floats:
         """Change of each quantity with each value of the spectrum: shape (q, points)."""
+        if len(self.groups) == 1 and self.groups[0].factor == 1.0:
+            return self.groups[0].evaluator.sensitivities(self.spectrum.values)
         result = np.empty((len(self.keys), len(self.spectrum.values)))
         for columns, factor, evaluator in self.groups:
             values = self.spectrum.values * factor
@@ -106,9 +108,7 @@ def case_of(spectrum: Spectrum | Scan, budget: Budget, keys: Keys | None) -> Cas
     Refusal
         If the spectrum is of no kind that one of the quantities needs, or the budget does not fit.
     """
-    if budget.of_repeats:
-        name = budget.of_repeats[0]["name"]
-        raise Refusal(f"component '{name}': it is of the repeats of the object, and there are none")
+    _check_complete(budget)
     records = _records(spectrum, keys)
     kinds = _in_units(spectrum, records)
     values = quantities.evaluate(spectrum, records)
@@ -142,6 +142,7 @@ class Cases:
         self._common: dict[tuple[Any, ...], Case] = {}
 
     def __call__(self, spectrum: Spectrum, numbers: Sequence[float | None]) -> Case:
+        _check_complete(self._budget)
         if self._needs_values:
             return case_of(spectrum, self._budget, self._records)
         kinds = _in_units(spectrum, self._records)
@@ -170,6 +171,13 @@ def _groups(kinds: Mapping[str, Measured], found: Sequence[Quantity]) -> tuple[G
             evaluator = evaluator_for(measured.scan, [found[i] for i in columns])
             groups.append(Group(columns, scale / _scale_of(measured), evaluator))
     return tuple(groups)
+
+
+def _check_complete(budget: Budget) -> None:
+    """Refuse a budget whose noise is still to be had of repeats."""
+    if budget.of_repeats:
+        name = budget.of_repeats[0]["name"]
+        raise Refusal(f"component '{name}': it is of the repeats of the object, and there are none")
 
 
 def _records(spectrum: Spectrum | Scan, keys: Keys | None) -> list[Quantity]:

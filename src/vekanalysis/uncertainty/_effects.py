@@ -131,11 +131,14 @@ class Prepared:
 
 
 def _value(component: Component, error: Floats, values: Floats) -> Effect:
-    return Effect(component, "value", error[np.newaxis], np.stack((values + error, values - error)))
+    both = np.empty((2, len(values)))
+    np.add(values, error, out=both[0])
+    np.subtract(values, error, out=both[1])
+    return Effect(component, "value", error[np.newaxis], both)
 
 
 def _shift(component: Component, shifts: Floats, spectrum: Measured) -> Effect:
-    both = kernels.shifted(spectrum.scan, np.stack((shifts, -shifts)))
+    both = kernels.shifted(spectrum.scan, np.array((shifts, -shifts)))
     return Effect(component, "shift", shifts[np.newaxis], both)
 
 

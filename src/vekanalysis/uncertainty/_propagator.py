@@ -94,9 +94,10 @@ def _columns(cases: Sequence[Case]) -> Floats:
     parts = np.empty((len(cases), len(budget.components), len(keys)))
     known = np.empty((len(cases), len(keys)), dtype=bool)
     for i, effects in enumerate(contributions(cases)):
-        known[i] = are_finite(effects, len(keys))
         for j, effect in enumerate(effects.values()):
             parts[i, j] = part_of(effect)
+        # Where the roots of the sums of squares are finite, so is all that is in them.
+        known[i] = np.isfinite(parts[i]).all() or are_finite(effects, len(keys))
     known &= is_smooth(keys)
     parts = np.where(known[:, np.newaxis], parts, 0.0)
     u, dof = combined(parts, [component.dof for component in budget.components])
