@@ -250,8 +250,10 @@ def all_peaks(wavelengths: Floats, values: Floats, prominence: float) -> tuple[W
     ours = vek.Scan(wavelengths, values)
 
     def work() -> object:
-        ours.interpolation = vek.AKIMA  # Drops the curve, which the peer makes anew, too.
-        return vek.peaks(ours, prominence=prominence)
+        # Another one and back drops the curve, which the peer makes anew, too.
+        ours.interpolation = vek.LINEAR
+        ours.interpolation = vek.AKIMA
+        return vek.peaks(ours, prominence=prominence).columns()
 
     def peer() -> object:
         tops, facts = find_peaks(values, prominence=prominence)

@@ -72,7 +72,7 @@ def records() -> list[Any]:
         colorimetry.CIEXYZ(1.0, 2.0, 3.0),
         vek.chromaticity.CIExy(0.3, 0.3),
         utils.get_statistics(scan),
-        *utils.measure_peaks(scan)[:1],
+        vek.peaks(scan),
         *vek.peaks(scan)[:1],
         utils.mean([scan, scan]),
         utils.StitchResults(),
@@ -171,7 +171,6 @@ def _uses(scan: Scan, chance: random.Random) -> Iterator[Callable[[], object]]:
     yield lambda: scan.integral()
     yield lambda: utils.get_statistics(scan)
     yield lambda: utils.find_peaks(scan)
-    yield lambda: utils.measure_peaks(scan)
     yield lambda: vek.peaks(scan, baseline="zero", distance=abs(places[2]), prominence=0.5)
     yield lambda: utils.peak_width(scan, places[3])
     yield lambda: utils.find_key(scan, *places[:3])

@@ -349,6 +349,12 @@ public:
     /// Evaluates an array; `values` may be the same memory as `wavelengths`.
     void operator()(std::span<const double> wavelengths, std::span<double> values);
 
+    /// The curve between the points.
+    [[nodiscard]] const numerical::Spline& interpolant() {
+        if (kernel_ == nullptr) bind_kernel();
+        return *kernel_;
+    }
+
 private:
     /// Moves to the first key with key + epsilon >= wl.
     void seek(double wl) noexcept {

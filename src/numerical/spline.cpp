@@ -190,8 +190,10 @@ double Spline::integ(double a, double b) const noexcept {
 
 double Spline::integ_ascending(double a, double b) const noexcept {
     if (type_ == InterpolationType::POLYNOMIAL) return integ_polynomial(a, b);
-    const std::size_t first = find_interval(a);
-    const std::size_t last = find_interval(b);
+    return integ(find_interval(a), a, find_interval(b), b);
+}
+
+double Spline::integ(std::size_t first, double a, std::size_t last, double b) const noexcept {
     if (first == last) return integ_piece(first, a, b);
     double sum = integ_piece(first, a, x_[first + 1]);
     for (std::size_t i = first + 1; i < last; ++i) sum += antiderivative(i, x_[i + 1] - x_[i]);

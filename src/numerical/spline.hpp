@@ -65,6 +65,11 @@ public:
     /// the negated integral from b to a.
     [[nodiscard]] double integ(double a, double b) const noexcept;
 
+    /// The same for a piecewise interpolant from a in one interval to b in the same or a later one,
+    /// the intervals known; a place at their upper ends belongs to them, too.
+    [[nodiscard]] double integ(std::size_t first, double a, std::size_t last,
+                               double b) const noexcept;
+
     /// Interval that holds x: the index of the last knot <= x, within 0 .. N - 2.
     [[nodiscard]] std::size_t find_interval(double x) const noexcept;
 

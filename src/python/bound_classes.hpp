@@ -12,8 +12,8 @@
 #include "core/scan.hpp"
 #include "fitting/fit.hpp"
 #include "io/vekfile.hpp"
+#include "python/peak_shapes.hpp"
 #include "utils/averaging.hpp"
-#include "utils/measure_peaks.hpp"
 #include "utils/peak_shapes.hpp"
 #include "utils/statistics.hpp"
 #include "utils/stitching.hpp"
@@ -53,9 +53,9 @@ inline constexpr bool is_bound_class<FitWavelengthParamsFree> = true;
 template <>
 inline constexpr bool is_bound_class<WavelengthResiduals> = true;
 template <>
-inline constexpr bool is_bound_class<utils::Peak> = true;
-template <>
 inline constexpr bool is_bound_class<utils::PeakShape> = true;
+template <>
+inline constexpr bool is_bound_class<PeakShapes> = true;
 template <>
 inline constexpr bool is_bound_class<utils::ScanMean> = true;
 template <>

@@ -8,7 +8,6 @@
 
 #include "core/scan.hpp"
 #include "python/docstring.hpp"
-#include "utils/measure_peaks.hpp"
 #include "utils/peak_shapes.hpp"
 #include "utils/peaks.hpp"
 #include "utils/stitching.hpp"
@@ -81,17 +80,6 @@ Noise has many peaks: smooth a noisy scan first, or sort the result by value.)do
                        "Wavelengths of the peaks with the interpolated values there; empty where "
                        "there are none.")
               .raises("RuntimeError", no_interpolation));
-    m.def("measure_peaks", &utils::measure_peaks, "scan"_a,
-          Docstring(R"doc(All peaks with their full widths at half maximum.
-
-The peaks are those of ``find_peaks``. From a peak outwards, the first stored point at or below
-half of its height and the point before it enclose an edge, which is found on the interpolant as
-exactly as the numbers are. No background is subtracted, and nothing is cut out first.)doc")
-              .parameter("scan", "Scan")
-              .returns("list[Peak]",
-                       "In order of wavelength. ``width`` is None where the scan rises above the "
-                       "peak before it has fallen to half on that side, or ends.")
-              .raises("RuntimeError", no_interpolation));
     m.def("peak_width", &peak_width, "scan"_a, "height"_a,
           Docstring(R"doc(Full width of a scan's single peak at a fraction of its height.
 
@@ -109,10 +97,9 @@ No baseline is subtracted.)doc")
               .raises("RuntimeError", "If the scan has too few points for its interpolation."));
 }
 
-std::vector<utils::PeakShape> peaks(const Scan& scan, std::optional<double> height,
-                                    std::optional<double> prominence,
-                                    std::optional<double> distance, std::optional<double> width,
-                                    const std::string& baseline) {
+PeakShapes peaks(const Scan& scan, std::optional<double> height, std::optional<double> prominence,
+                 std::optional<double> distance, std::optional<double> width,
+                 const std::string& baseline) {
     utils::PeakOptions options;
     options.height = height.value_or(options.height);
     options.prominence = prominence.value_or(options.prominence);
@@ -127,7 +114,7 @@ std::vector<utils::PeakShape> peaks(const Scan& scan, std::optional<double> heig
     } else {
         throw py::value_error("baseline must be 'valleys', 'prominence' or 'zero'");
     }
-    return utils::peaks(scan, options);
+    return {utils::peaks(scan, options)};
 }
 
 void add_peak_shapes(py::module_& m) {
@@ -157,7 +144,7 @@ baseline "prominence" the widths those of ``peak_widths``.)doc")
                          "lowest points on either side, up to the neighbours among the peaks that "
                          "``height``, ``distance`` and ``prominence`` leave; the level of the "
                          "height less the prominence; or 0.")
-              .returns("list[PeakShape]",
+              .returns("PeakShapes",
                        "In order of wavelength. With \"zero\" ``left``, ``right`` and ``width`` "
                        "are None where the scan rises above the peak before it has fallen to half "
                        "of it, or ends. The area goes from where the curve meets the baseline, at "

@@ -19,11 +19,11 @@ namespace {
 
 /// A local maximum of the stored points, refined.
 struct Top {
-    std::size_t index = 0;
+    std::size_t index = 0;     ///< of the stored point
+    std::size_t interval = 0;  ///< with the wavelength in it, or at its lower end
     double wavelength = 0.0;
     double height = 0.0;
     double prominence = 0.0;
-    bool is_kept = true;
 };
 
 /// Indices of the first and the last of the lowest points between two peaks.
@@ -58,15 +58,100 @@ void check_finite(const Scan& scan) {
     if (!finite) throw std::invalid_argument("utils::peaks: a point is not finite");
 }
 
+/// Where curves meet lines, many at once.
+///
+/// Newton's method, from where the chord meets the line, kept within an interval with the place in
+/// it, which is halved where a step would leave it. How many steps a place needs cannot be
+/// predicted: all take them together and without a branch, and a place that is found stays.
+class Crossings {
+public:
+    /// @param outer, inner  ends of the interval, where the curve is below and above the line
+    /// @param start         where to begin
+    /// @param place         receives the result
+    void add(const numerical::Spline::Piece& curve, const Line& line, double outer, double inner,
+             double start, double& place) {
+        const std::size_t k = count_++;
+        knot_[k] = curve.knot;
+        y_[k] = curve.y;
+        b_[k] = curve.b;
+        c_[k] = curve.c;
+        d_[k] = curve.d;
+        line_at_[k] = line.at;
+        line_value_[k] = line.value;
+        line_slope_[k] = line.slope;
+        outer_[k] = outer;
+        inner_[k] = inner;
+        wl_[k] = start;
+        places_[k] = &place;
+        if (count_ == lanes) solve();
+    }
+
+    /// Finds the places that are left.
+    void solve() {
+        // What stands in the other lanes has been found.
+        constexpr int most_steps = 100;
+        for (int i = 0; i < most_steps && count_ > 0 && step(); ++i) continue;
+        for (std::size_t k = 0; k < count_; ++k) *places_[k] = wl_[k];
+        count_ = 0;
+    }
+
+private:
+    static constexpr std::size_t lanes = 16;
+    using Lanes = std::array<double, lanes>;
+
+    /// Whether a place has moved.
+    bool step() noexcept {
+        double moved = 0.0;
+        for (std::size_t k = 0; k < lanes; ++k) {
+            const double wl = wl_[k];
+            const double t = wl - knot_[k];
+            const double value = y_[k] + t * (b_[k] + t * (c_[k] + t * d_[k]));
+            const double above = value - (line_value_[k] + line_slope_[k] * (wl - line_at_[k]));
+            const double slope = b_[k] + t * (2.0 * c_[k] + 3.0 * d_[k] * t) - line_slope_[k];
+            const double inner = above > 0.0 ? wl : inner_[k];
+            const double outer = above > 0.0 ? outer_[k] : wl;
+            const double low = outer < inner ? outer : inner;
+            const double high = outer < inner ? inner : outer;
+            const double step = above / slope;
+            const double next = wl - step;
+            const double tolerance = std::numeric_limits<double>::epsilon() * std::abs(wl);
+            double candidate = 0.5 * outer + 0.5 * inner;
+            candidate = next > low ? (next < high ? next : candidate) : candidate;
+            candidate = std::abs(next - wl) <= tolerance ? wl : candidate;
+            candidate = above == 0.0 ? wl : candidate;
+            inner_[k] = inner;
+            outer_[k] = outer;
+            next_[k] = candidate;
+        }
+        for (std::size_t k = 0; k < lanes; ++k) moved += std::abs(next_[k] - wl_[k]);
+        wl_ = next_;
+        return moved != 0.0;
+    }
+
+    Lanes knot_{};
+    Lanes y_{};
+    Lanes b_{};
+    Lanes c_{};
+    Lanes d_{};
+    Lanes line_at_{};
+    Lanes line_value_{};
+    Lanes line_slope_{};
+    Lanes outer_{};
+    Lanes inner_{};
+    Lanes wl_{};
+    Lanes next_{};
+    std::array<double*, lanes> places_{};
+    std::size_t count_ = 0;
+};
+
 /// Finds the peaks of one scan and measures them.
 class PeakSearch {
 public:
     PeakSearch(const Scan& scan, const PeakOptions& options)
-        : scan_(scan),
-          options_(options),
+        : options_(options),
           keys_(scan.data().keys()),
           values_(scan.data().values()),
-          value_at_(scan) {}
+          curve_(ScanCursor(scan).interpolant()) {}
 
     std::vector<PeakShape> shapes() {
         find_tops();
@@ -77,11 +162,17 @@ public:
         drop([this](const Top& top) { return top.prominence < options_.prominence; });
         std::vector<PeakShape> shapes;
         shapes.reserve(tops_.size());
-        for (std::size_t i = 0; i < tops_.size(); ++i) {
-            const PeakShape shape = measured(i);
-            // Without a limit a peak that has no width stays.
-            if (options_.width > 0.0 && !(shape.width >= options_.width)) continue;
-            shapes.push_back(shape);
+        std::array<Sides, block> sides{};
+        for (std::size_t start = 0; start < tops_.size(); start += block) {
+            const std::size_t count = std::min(block, tops_.size() - start);
+            for (std::size_t k = 0; k < count; ++k) find_sides(start + k, sides[k]);
+            crossings_.solve();
+            for (std::size_t k = 0; k < count; ++k) {
+                const PeakShape shape = shape_of(tops_[start + k], sides[k]);
+                // Without a limit a peak that has no width stays.
+                if (options_.width > 0.0 && !(shape.width >= options_.width)) continue;
+                shapes.push_back(shape);
+            }
         }
         return shapes;
     }
@@ -90,22 +181,44 @@ private:
     /// Stored points between which the curve meets a line, counted outwards from a peak.
     struct Edge {
         std::size_t outer;
+        std::size_t interval;
         double inner;
     };
 
+    /// Where the curve meets the baseline of a peak and the line halfway up.
+    struct Sides {
+        Line base;
+        bool has_half = false;
+        bool has_area = false;
+        double left = 0.0;
+        double right = 0.0;
+        double from = 0.0;
+        double to = 0.0;
+        std::size_t first_interval = 0;
+        std::size_t last_interval = 0;
+    };
+
+    static constexpr std::size_t block = 64;
+
     void find_tops() {
         const std::size_t n = values_.size();
+        const auto may_begin = [this](std::size_t i) {
+            const auto rises = static_cast<std::size_t>(values_[i - 1] < values_[i]);
+            const auto falls = static_cast<std::size_t>(values_[i] >= values_[i + 1]);
+            return rises & falls;
+        };
+        std::size_t most = 0;
+        for (std::size_t i = 1; i + 1 < n; ++i) most += may_begin(i);
+        tops_.reserve(most);
         // Blocks, without a branch for each point: noise cannot be predicted.
-        constexpr std::size_t block = 1024;
-        std::array<std::size_t, block> candidates{};
-        for (std::size_t start = 1; start + 1 < n; start += block) {
-            const std::size_t end = std::min(start + block, n - 1);
+        constexpr std::size_t length = 1024;
+        std::array<std::size_t, length> candidates{};
+        for (std::size_t start = 1; start + 1 < n; start += length) {
+            const std::size_t end = std::min(start + length, n - 1);
             std::size_t count = 0;
             for (std::size_t i = start; i < end; ++i) {
                 candidates[count] = i;
-                const auto rises = static_cast<std::size_t>(values_[i - 1] < values_[i]);
-                const auto falls = static_cast<std::size_t>(values_[i] >= values_[i + 1]);
-                count += rises & falls;
+                count += may_begin(i);
             }
             for (std::size_t k = 0; k < count; ++k) add_top(candidates[k]);
         }
@@ -123,63 +236,58 @@ private:
     Top refined(std::size_t first, std::size_t last) {
         Top top;
         top.index = first + (last - first) / 2;
+        top.interval = top.index;
         top.wavelength = keys_[top.index];
         top.height = values_[top.index];
         for (std::size_t i = first - 1; i <= last; ++i) {
-            refine(piece(keys_[i], keys_[i + 1]), keys_[i + 1] - keys_[i], top);
+            refine(i, keys_[i + 1] - keys_[i], top);
         }
         return top;
     }
 
-    /// Where the derivative b + 2 c t + 3 d t^2 is 0 inside of an interval.
-    static void refine(const numerical::Spline::Piece& piece, double length, Top& top) {
+    /// Where the derivative b + 2 c t + 3 d t^2 falls through 0 inside of an interval.
+    void refine(std::size_t interval, double length, Top& top) const {
+        const numerical::Spline::Piece piece = curve_.piece(interval);
         const double discriminant = piece.c * piece.c - 3.0 * piece.b * piece.d;
         if (!(discriminant >= 0.0)) return;
-        // Both roots without cancellation.
+        // Of the two roots that of the maximum, without cancellation.
         const double q = -(piece.c + std::copysign(std::sqrt(discriminant), piece.c));
-        for (const double t : {q / (3.0 * piece.d), piece.b / q}) {
-            if (!(t > 0.0 && t < length)) continue;
-            const double wl = piece.knot + t;
-            const double value = numerical::cubic(piece, wl);
-            if (value > top.height) {
-                top.wavelength = wl;
-                top.height = value;
-            }
+        const bool is_concave = std::signbit(piece.c);
+        const double t = (is_concave ? piece.b : q) / (is_concave ? q : 3.0 * piece.d);
+        if (!(t > 0.0 && t < length)) return;
+        const double wl = piece.knot + t;
+        const double value = numerical::cubic(piece, wl);
+        if (value > top.height) {
+            top.interval = interval;
+            top.wavelength = wl;
+            top.height = value;
         }
     }
 
-    /// The interpolant between neighbouring points, or between two places of that interval.
-    numerical::Spline::Piece piece(double left, double right) {
-        numerical::Spline::Piece found{};
-        (void)value_at_.evaluate(std::midpoint(left, right),
-                                 [&found](const numerical::Spline::Piece& piece, double) {
-                                     found = piece;
-                                     return piece.y;
-                                 });
-        return found;
-    }
-
+    /// Each side reaches to a higher peak, or to the end. A stack holds the peaks that no higher
+    /// one follows yet, each with the lowest value between it and the one before it in the stack.
     void set_prominences() {
-        const std::size_t m = tops_.size();
-        // Each side: peaks that are not yet covered by a higher one, with the lowest value between
-        // each of them and the one before it in the stack.
-        std::vector<std::pair<double, double>> stack;
-        const auto base = [&](const Top& top, double value) {
-            while (!stack.empty() && stack.back().first <= top.height) {
-                value = std::min(value, stack.back().second);
-                stack.pop_back();
-            }
-            stack.emplace_back(top.height, value);
-            return value;
+        std::vector<std::pair<Top*, double>> stack;
+        const auto finish = [&stack](double lowest_behind) {
+            Top& top = *stack.back().first;
+            top.prominence = top.height - std::max(top.prominence, lowest_behind);
+            const double lowest = std::min(lowest_behind, stack.back().second);
+            stack.pop_back();
+            return lowest;
         };
-        std::size_t before = 0;
-        for (Top& top : tops_) top.prominence = base(top, values_[valleys_[before++].first]);
-        stack.clear();
-        for (std::size_t k = m; k-- > 0;) {
+        for (std::size_t k = 0; k < tops_.size(); ++k) {
             Top& top = tops_[k];
-            top.prominence =
-                top.height - std::max(top.prominence, base(top, values_[valleys_[k + 1].first]));
+            double lowest = values_[valleys_[k].first];
+            while (!stack.empty() && stack.back().first->height < top.height) {
+                lowest = finish(lowest);
+            }
+            // Equal ones let each other pass.
+            const bool is_equal = !stack.empty() && stack.back().first->height == top.height;
+            top.prominence = is_equal ? std::min(lowest, stack.back().first->prominence) : lowest;
+            stack.emplace_back(&top, lowest);
         }
+        double lowest = values_[valleys_.back().first];
+        while (!stack.empty()) lowest = finish(lowest);
     }
 
     void drop_close_ones() {
@@ -190,19 +298,21 @@ private:
         std::stable_sort(order.begin(), order.end(), [this](std::size_t a, std::size_t b) {
             return tops_[a].height > tops_[b].height;
         });
+        std::vector<bool> is_close(tops_.size());
         for (const std::size_t highest : order) {
-            if (!tops_[highest].is_kept) continue;
+            if (is_close[highest]) continue;
             const double wl = tops_[highest].wavelength;
             for (std::size_t k = highest;
                  k-- > 0 && wl - tops_[k].wavelength < options_.distance;) {
-                tops_[k].is_kept = false;
+                is_close[k] = true;
             }
             for (std::size_t k = highest + 1;
                  k < tops_.size() && tops_[k].wavelength - wl < options_.distance; ++k) {
-                tops_[k].is_kept = false;
+                is_close[k] = true;
             }
         }
-        drop([](const Top& top) { return !top.is_kept; });
+        auto close = is_close.cbegin();
+        drop([&close](const Top& /*top*/) { return *close++; });
     }
 
     /// The lowest points before, between and behind the peaks, of equal ones the outermost two.
@@ -246,7 +356,7 @@ private:
         return {of_a <= of_b ? a.first : b.first, of_b <= of_a ? b.second : a.second};
     }
 
-    PeakShape measured(std::size_t place) {
+    void find_sides(std::size_t place, Sides& sides) {
         const Top& top = tops_[place];
         const std::size_t first = valleys_[place].second;
         const std::size_t last = valleys_[place + 1].first;
@@ -257,6 +367,93 @@ private:
         } else if (options_.baseline == Baseline::PROMINENCE) {
             base.value = top.height - top.prominence;
         }
+        sides.base = base;
+        const double level = base(top.wavelength);
+        Line half = base;
+        half.value += 0.5 * (top.height - level);
+        std::size_t left_start = before(top);
+        std::size_t right_start = top.interval + 1;
+        sides.has_area = top.height > level;
+        if (options_.baseline == Baseline::ZERO) {
+            sides.has_half = find_half_of_zero(top, half, sides);
+        } else {
+            sides.has_half = true;
+            const Edge left = left_edge(top, half, left_start, 0);
+            const Edge right = right_edge(top, half, right_start, values_.size() - 1);
+            meet(left, half, sides.left);
+            meet(right, half, sides.right);
+            // What is above the line halfway up is above the baseline.
+            left_start = std::max(left.outer, first);
+            right_start = std::min(right.outer, last);
+        }
+        if (!sides.has_area) return;
+        const Edge left = left_edge(top, base, left_start, first);
+        const Edge right = right_edge(top, base, right_start, last);
+        sides.first_interval = left.interval;
+        sides.last_interval = right.interval;
+        meet(left, base, sides.from);
+        meet(right, base, sides.to);
+    }
+
+    /// Half of the height over 0, looked for beyond neighbours: there may be none.
+    bool find_half_of_zero(const Top& top, const Line& half, Sides& sides) {
+        if (!(top.height > 0.0)) return false;
+        if (!extremes_) extremes_.emplace(values_);
+        const std::size_t left = extremes_->outside_before(before(top) + 1, half.value, top.height);
+        const std::size_t right = extremes_->outside_from(top.interval + 1, half.value, top.height);
+        const std::size_t none = values_.size();
+        if (left == none || right == none || values_[left] > top.height ||
+            values_[right] > top.height) {
+            return false;
+        }
+        meet(left_of(left, top), half, sides.left);
+        meet(right_of(right, top), half, sides.right);
+        return true;
+    }
+
+    /// The stored point before the peak; the one behind it is that behind its interval.
+    [[nodiscard]] std::size_t before(const Top& top) const {
+        return keys_[top.interval] < top.wavelength ? top.interval : top.interval - 1;
+    }
+
+    /// The first stored point to the left, from `i` down to `limit`, that is not above a line.
+    [[nodiscard]] Edge left_edge(const Top& top, const Line& line, std::size_t i,
+                                 std::size_t limit) const {
+        while (i > limit && values_[i] > line(keys_[i])) --i;
+        return left_of(i, top);
+    }
+
+    [[nodiscard]] Edge right_edge(const Top& top, const Line& line, std::size_t i,
+                                  std::size_t limit) const {
+        while (i < limit && values_[i] > line(keys_[i])) ++i;
+        return right_of(i, top);
+    }
+
+    [[nodiscard]] Edge left_of(std::size_t outer, const Top& top) const {
+        return {outer, outer, std::min(keys_[outer + 1], top.wavelength)};
+    }
+
+    [[nodiscard]] Edge right_of(std::size_t outer, const Top& top) const {
+        return {outer, outer - 1, std::max(keys_[outer - 1], top.wavelength)};
+    }
+
+    /// Where the curve meets a line between the points of an edge; at the outer one if it stays
+    /// above. Known after `crossings_` is solved.
+    void meet(const Edge& edge, const Line& line, double& place) {
+        const double outer = keys_[edge.outer];
+        place = outer;
+        const double at_outer = values_[edge.outer] - line(outer);
+        if (!(at_outer < 0.0)) return;
+        const double inner = edge.inner;
+        place = inner;
+        const numerical::Spline::Piece curve = curve_.piece(edge.interval);
+        const double at_inner = numerical::cubic(curve, inner) - line(inner);
+        if (!(at_inner > 0.0)) return;
+        const double start = outer - at_outer * (inner - outer) / (at_inner - at_outer);
+        crossings_.add(curve, line, outer, inner, start, place);
+    }
+
+    [[nodiscard]] PeakShape shape_of(const Top& top, const Sides& sides) const {
         PeakShape shape{.wavelength = top.wavelength,
                         .height = top.height,
                         .prominence = top.prominence,
@@ -264,97 +461,34 @@ private:
                         .right = {},
                         .width = {},
                         .area = 0.0,
-                        .baseline = base(top.wavelength)};
-        Line half = base;
-        half.value += 0.5 * (top.height - shape.baseline);
-        if (options_.baseline == Baseline::ZERO) {
-            measure_over_zero(top, half, shape);
-        } else {
-            shape.left = met(left_edge(top, half, 0), half);
-            shape.right = met(right_edge(top, half, values_.size() - 1), half);
+                        .baseline = sides.base(top.wavelength)};
+        if (sides.has_half) {
+            shape.left = sides.left;
+            shape.right = sides.right;
+            shape.width = sides.right - sides.left;
         }
-        if (shape.left && shape.right) shape.width = *shape.right - *shape.left;
-        if (top.height > shape.baseline) shape.area = area(top, base, first, last);
+        if (sides.has_area) shape.area = area(sides);
         return shape;
     }
 
-    /// Half of the height over 0, looked for beyond neighbours: there may be none.
-    void measure_over_zero(const Top& top, const Line& half, PeakShape& shape) {
-        if (!(top.height > 0.0)) return;
-        if (!extremes_) extremes_.emplace(values_);
-        const std::size_t below = keys_[top.index] < top.wavelength ? top.index + 1 : top.index;
-        const std::size_t above = keys_[top.index] > top.wavelength ? top.index : top.index + 1;
-        const std::size_t left = extremes_->outside_before(below, half.value, top.height);
-        const std::size_t right = extremes_->outside_from(above, half.value, top.height);
-        const std::size_t none = values_.size();
-        if (left == none || right == none || values_[left] > top.height ||
-            values_[right] > top.height) {
-            return;
-        }
-        shape.left = met({left, std::min(keys_[left + 1], top.wavelength)}, half);
-        shape.right = met({right, std::max(keys_[right - 1], top.wavelength)}, half);
-    }
-
-    /// The first stored point to the left, from the peak down to `limit`, that is not above a line.
-    [[nodiscard]] Edge left_edge(const Top& top, const Line& line, std::size_t limit) const {
-        std::size_t i = keys_[top.index] < top.wavelength ? top.index : top.index - 1;
-        while (i > limit && values_[i] > line(keys_[i])) --i;
-        return {i, std::min(keys_[i + 1], top.wavelength)};
-    }
-
-    [[nodiscard]] Edge right_edge(const Top& top, const Line& line, std::size_t limit) const {
-        std::size_t i = keys_[top.index] > top.wavelength ? top.index : top.index + 1;
-        while (i < limit && values_[i] > line(keys_[i])) ++i;
-        return {i, std::max(keys_[i - 1], top.wavelength)};
-    }
-
-    /// Where the curve meets a line between the points of an edge; at the outer one if it stays
-    /// above.
-    ///
-    /// Newton's method, from where the chord meets the line, kept within an interval with the place
-    /// in it, which is halved where a step would leave it.
-    [[nodiscard]] double met(const Edge& edge, const Line& line) {
-        double outer = keys_[edge.outer];
-        const double at_outer = values_[edge.outer] - line(outer);
-        if (!(at_outer < 0.0)) return outer;
-        double inner = edge.inner;
-        const numerical::Spline::Piece curve =
-            piece(std::min(outer, inner), std::max(outer, inner));
-        const double at_inner = numerical::cubic(curve, inner) - line(inner);
-        if (!(at_inner > 0.0)) return inner;
-        double wl = outer - at_outer * (inner - outer) / (at_inner - at_outer);
-        constexpr int most_steps = 100;
-        for (int i = 0; i < most_steps; ++i) {
-            const double t = wl - curve.knot;
-            const double above = numerical::cubic(curve, wl) - line(wl);
-            if (above == 0.0) break;
-            (above > 0.0 ? inner : outer) = wl;
-            const double slope = curve.b + t * (2.0 * curve.c + 3.0 * curve.d * t) - line.slope;
-            const double next = wl - above / slope;
-            if (std::abs(next - wl) <= std::numeric_limits<double>::epsilon() * std::abs(wl)) break;
-            const bool is_inside = next > std::min(outer, inner) && next < std::max(outer, inner);
-            wl = is_inside ? next : std::midpoint(outer, inner);
-        }
-        return wl;
-    }
-
-    double area(const Top& top, const Line& base, std::size_t first, std::size_t last) {
-        const double from = met(left_edge(top, base, first), base);
-        const double to = met(right_edge(top, base, last), base);
+    [[nodiscard]] double area(const Sides& sides) const {
+        const Line& base = sides.base;
+        const double from = sides.from;
+        const double to = sides.to;
         const double below = std::midpoint(base(from), base(to)) * (to - from);
-        return scan_(from, to) - below;
+        return curve_.integ(sides.first_interval, from, sides.last_interval, to) - below;
     }
 
-    const Scan& scan_;
     PeakOptions options_;
     std::span<const double> keys_;
     std::span<const double> values_;
-    ScanCursor value_at_;
+    const numerical::Spline& curve_;
     std::vector<Top> tops_;
     // One more than peaks.
     std::vector<Valley> valleys_;
     // Made when it is needed.
     std::optional<internal::Extremes> extremes_;
+    Crossings crossings_;
 };
 
 }  // namespace

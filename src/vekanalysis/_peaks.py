@@ -19,7 +19,7 @@ def peaks(
     distance: float | None = None,
     width: float | None = None,
     baseline: Baseline = "valleys",
-) -> list[utils.PeakShape]:
+) -> utils.PeakShapes:
     """The peaks of a scan or a spectrum: position, height, prominence, width and area.
 
     A stored point above both its neighbours is a peak, as is the middle of a plateau; the first
@@ -46,11 +46,11 @@ def peaks(
 
     Returns
     -------
-    list of PeakShape
-        In order of wavelength, with ``wavelength``, ``height``, ``prominence``, ``left``,
-        ``right``, ``width``, ``area`` and ``baseline``. With "zero" ``left``, ``right`` and
-        ``width`` are None where the scan rises above the peak before it has fallen to half of it,
-        or ends.
+    PeakShapes
+        A sequence in order of wavelength of PeakShape, with ``wavelength``, ``height``,
+        ``prominence``, ``left``, ``right``, ``width``, ``area`` and ``baseline``. With "zero"
+        ``left``, ``right`` and ``width`` are None where the scan rises above the peak before it
+        has fallen to half of it, or ends. ``columns()`` gives the same as arrays, for a table.
 
     Raises
     ------

@@ -80,7 +80,6 @@ NUMBERS = [
     colorimetry.RYGB(1.1, 2.2, 3.3, 4.4),
     chromaticity.CIExy(0.3127, 0.329),
     utils.get_statistics(Scan([1, 2, 3], [1, 2, 5])),
-    utils.Peak(550.0, 2.0, None),
     fit_record(fitting.FitWavelengthParams, *range(1, 9)),
     fit_record(fitting.FitWavelengthParamsFree, True, False, True, True, *[False] * 4),
 ]
@@ -140,7 +139,9 @@ def test_a_measurement_file_arrives_whole(travel: Callable[[object], io.VekFile]
     file = io.load_vekfile_binary_data(Contents(data_sets=sets).file())
     arrived = travel(file)
     assert arrived == file
-    assert repr(NUMBERS[7]) == "<Peak wavelength:550 height:2 width:None>"
+    assert repr(OTHERS[1]).startswith(
+        "<PeakShape wavelength:550 height:2 prominence:1.5 left:540 right:None"
+    )
     assert repr(OTHERS[0]) == "<WavelengthResiduals values:[2 numbers] rms:0.75 largest:1>"
     for record in (file.meta, file.graph, file.data_info, file.data_sets[0]):
         assert travel(record) == record

@@ -1,6 +1,9 @@
 """The utils submodule: logarithms, transform and statistics."""
 
+import copy
 import math
+import pickle
+from collections.abc import Callable
 from typing import Any
 
 import pytest
@@ -110,6 +113,33 @@ def test_means_of_nothing_in_common_are_refused(
 ) -> None:
     with pytest.raises(error, match=text):
         vek.mean(scans)
+
+
+@pytest.mark.parametrize("travel", [copy.copy, lambda peaks: pickle.loads(pickle.dumps(peaks))])
+def test_peaks_are_a_sequence_and_a_table(travel: Callable[[Any], Any]) -> None:
+    scan = Scan([1, 2, 3, 4, 5, 6, 7], [0, 1, 0, 3, 0, 2, 1.5], interpolation=Interpolation.LINEAR)
+    peaks = utils.peaks(scan, baseline="zero")
+    first, second, third = peaks
+    assert (len(peaks), bool(utils.peaks(scan, height=9)), repr(peaks)) == (
+        3,
+        False,
+        "<PeakShapes [3]>",
+    )
+    assert (peaks[0], peaks[-1], list(peaks[::-2])) == (first, third, [third, first])
+    assert (peaks[1:] == peaks, peaks[:] == peaks, peaks == [first, second, third]) == (0, 1, 0)
+    assert (second in peaks, list(reversed(peaks))) == (True, [third, second, first])
+    for index in (3, -4):
+        with pytest.raises(IndexError, match="peak index out of range"):
+            peaks[index]
+    columns = peaks.columns()
+    for name, values in columns.items():
+        expected = [getattr(peak, name) for peak in peaks]
+        assert values.tolist() == pytest.approx(
+            [math.nan if value is None else value for value in expected], rel=0, nan_ok=True
+        )
+    assert sorted(columns) == [name for name in dir(first) if not name.startswith("_")]
+    assert math.isnan(columns["width"][2])
+    assert travel(peaks) == peaks
 
 
 def test_peaks_take_scans_and_spectra_and_word_refusals() -> None:

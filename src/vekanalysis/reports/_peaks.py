@@ -142,13 +142,15 @@ def peaks(
     """
     measured = as_spectra(spectra)
     found = [
-        find_peaks(
-            spectrum,
-            height=height,
-            prominence=prominence,
-            distance=distance,
-            width=width,
-            baseline=baseline,
+        tuple(
+            find_peaks(
+                spectrum,
+                height=height,
+                prominence=prominence,
+                distance=distance,
+                width=width,
+                baseline=baseline,
+            )
         )
         for spectrum in measured
     ]

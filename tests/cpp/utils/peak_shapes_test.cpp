@@ -217,6 +217,64 @@ TEST(PeakShapes, RefuseWhatHasNoPeaksAndNamesTheReason) {
     EXPECT_EQ(shape.area, 0.0);
 }
 
+/// Whether the curve falls to half of a peak's height over 0 at a stored point, before it rises
+/// above the peak, on one side.
+bool falls_to_half(const utils::PeakShape& peak,
+                   const std::vector<std::pair<double, double>>& outwards) {
+    for (const auto& [wl, value] : outwards) {
+        if (value > peak.height) return false;
+        if (value <= 0.5 * peak.height) return true;
+    }
+    return false;
+}
+
+TEST(PeakShapes, LieBetweenTheirEdgesWhichAreHalfAsHigh) {
+    std::mt19937 random(11);
+    const auto uniform = [&random] { return static_cast<double>(random() % 10001) / 1e4; };
+    int with_width = 0;
+    int without = 0;
+    for (int round = 0; round < 300; ++round) {
+        // Noise on a level, on a slope, below 0, in steps of a quarter.
+        const double level = round % 3 == 0 ? 0.0 : uniform() * 4.0 - 2.0;
+        const double slope = round % 2 == 0 ? 0.0 : uniform() * 0.2;
+        Scan scan(1e-20, round % 4 == 0 ? Type::CUBIC : Type::AKIMA);
+        const int n = 5 + static_cast<int>(random() % 70);
+        for (int i = 0; i < n; ++i) {
+            const double noise = round % 5 == 0 ? std::floor(4.0 * uniform()) / 4.0 : uniform();
+            scan[400.0 + i] = level + slope * i + noise;
+        }
+        for (const auto& peak : utils::peaks(scan, {.baseline = Baseline::ZERO})) {
+            std::vector<std::pair<double, double>> below;
+            std::vector<std::pair<double, double>> above;
+            for (const auto& point : scan) {
+                if (point.first < peak.wavelength) below.insert(below.begin(), point);
+                if (point.first > peak.wavelength) above.push_back(point);
+            }
+            const bool both =
+                peak.height > 0.0 && falls_to_half(peak, below) && falls_to_half(peak, above);
+            ASSERT_EQ(peak.width.has_value(), both);
+            (both ? with_width : without) += 1;
+            if (!both) continue;
+            EXPECT_LT(*peak.left, peak.wavelength);
+            EXPECT_GT(*peak.right, peak.wavelength);
+            EXPECT_NEAR(scan(*peak.left), 0.5 * peak.height, 1e-12);
+            EXPECT_NEAR(scan(*peak.right), 0.5 * peak.height, 1e-12);
+        }
+        for (const auto& peak : utils::peaks(scan)) {
+            EXPECT_LE(*peak.left, peak.wavelength);
+            EXPECT_GE(*peak.right, peak.wavelength);
+        }
+    }
+    EXPECT_GT(with_width, 300);
+    EXPECT_GT(without, 300);
+    // Between two points of 0 the curve is highest, beside the middle of the plateau.
+    const Scan dip({0, 1, 2, 3, 4, 5, 6}, {-6, -9, 0, 0, 0, -1, 0}, 1e-20, Type::CUBIC);
+    const auto peak = utils::peaks(dip, {.baseline = Baseline::ZERO}).at(0);
+    ASSERT_TRUE(peak.width.has_value());
+    EXPECT_LT(*peak.left, peak.wavelength);
+    EXPECT_GT(*peak.right, peak.wavelength);
+}
+
 TEST(PeakShapes, DoNotDependOnAWideTolerance) {
     const auto curve = [](double wl) { return Gaussian{505.0, 1.0, 8.0}(wl); };
     Scan scan = sampled(curve, 480, 530, 1);
