@@ -12,6 +12,7 @@ from .. import units
 from .._core import AKIMA, Interpolation, Scan
 from ..errors import Refusal, Remedy
 from ..spectrum import Source, Spectrum
+from .encoding import shortened
 from .statements import Statement, state, taken
 from .values import Options, settled
 from .wavelengths import stated_unit
@@ -97,12 +98,6 @@ def number(text: str, what: str) -> float:
     if not math.isfinite(value):
         raise Refusal(f"{what}: '{text}' is too large a number")
     return value
-
-
-def shortened(text: str) -> str:
-    """A text for a message: printable, at most 40 characters."""
-    text = "".join(char if char.isprintable() else "\N{REPLACEMENT CHARACTER}" for char in text)
-    return text if len(text) <= 40 else text[:39] + "…"
 
 
 def fact(text: str) -> str:
@@ -276,4 +271,4 @@ def _check_density(statement: Statement, asked: Options, unit: str, where: str) 
         )
 
 
-__all__ = ["MOST_POINTS", "Curve", "Wanted", "fact", "number", "shortened", "spectrum", "stated"]
+__all__ = ["MOST_POINTS", "Curve", "Wanted", "fact", "number", "spectrum", "stated"]

@@ -45,6 +45,12 @@ def showable(text: str) -> str:
     return text if text.isprintable() else text.translate(_CONTROLS)
 
 
+def shortened(text: str) -> str:
+    """A text for a message: without characters that control a terminal, at most 60."""
+    text = showable(text.strip()[:61])
+    return text if len(text) <= 60 else text[:59] + "…"
+
+
 def read_source(path: str | os.PathLike[str] | IO[str] | IO[bytes]) -> tuple[str, bytes | str]:
     """The name of a file and what is in it."""
     if not isinstance(path, str | os.PathLike):

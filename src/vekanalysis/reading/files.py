@@ -10,9 +10,8 @@ from .._core import AKIMA, Interpolation, Scan, io
 from ..errors import Refusal
 from ..spectrum import Source, Spectrum
 from ..units import Kind
-from .encoding import read_source
+from .encoding import read_source, shortened
 from .laboratory import laboratory_format, read_laboratory
-from .layout import shortened
 from .measurement import is_measurement_file, read_measurement
 from .statements import Statement
 from .text import Column, Duplicates, TextFile, TextOptions, check_options, read_text

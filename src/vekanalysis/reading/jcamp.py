@@ -12,7 +12,8 @@ import numpy as np
 from numpy.typing import NDArray
 
 from ..errors import Refusal, Remedy
-from .curve import MOST_POINTS, Curve, fact, number, shortened, stated
+from .curve import MOST_POINTS, Curve, fact, number, stated
+from .encoding import shortened
 from .jcamp_tables import Line, Table, decode_ordinates, decode_pairs
 
 _RECORD = re.compile(r"\s*+##([^=]{0,200})(?:=(.*)|$)", re.DOTALL)

@@ -9,7 +9,8 @@ import re
 from typing import NamedTuple
 
 from ..errors import Refusal
-from .curve import MOST_POINTS, shortened
+from .curve import MOST_POINTS
+from .encoding import shortened
 
 type Line = tuple[int, str]
 

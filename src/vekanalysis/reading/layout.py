@@ -14,7 +14,7 @@ from typing import NamedTuple
 from .. import units
 from .._core import io
 from ..errors import Refusal, Remedy
-from .encoding import showable
+from .encoding import shortened, showable
 
 
 def words(text: str) -> frozenset[str]:
@@ -115,12 +115,6 @@ class Lines:
 
     def error(self, index: int, reason: str, remedy: Remedy | None = None) -> Refusal:
         return Refusal(f"{self.source}: line {index + 1}: {reason}", remedy)
-
-
-def shortened(text: str) -> str:
-    """A text for a message: without characters that control a terminal, at most 60."""
-    text = showable(text.strip()[:61])
-    return text if len(text) <= 60 else text[:59] + "…"
 
 
 def _skipped_lines(skip: int | Collection[int], size: int) -> list[int]:

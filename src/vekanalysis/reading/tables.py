@@ -10,8 +10,8 @@ from typing import IO
 
 from .._core import AKIMA, Interpolation, Scan
 from ..errors import Refusal, Remedy
-from .encoding import read_source
-from .layout import DELIMITERS, shortened
+from .encoding import read_source, shortened
+from .layout import DELIMITERS
 from .text import Column, Duplicates, Skipped, TextOptions, read_text
 from .titles import unit_text
 from .wavelengths import WavelengthUnit

@@ -7,7 +7,7 @@ from typing import Literal, NamedTuple, get_args
 
 from .._core import AKIMA, Interpolation, Scan, io
 from ..errors import Refusal, Remedy
-from .encoding import to_utf8
+from .encoding import shortened, to_utf8
 from .layout import (
     DECIMALS,
     Block,
@@ -16,7 +16,6 @@ from .layout import (
     find_block,
     find_layout,
     is_comment,
-    shortened,
     split_cells,
     two_readings,
 )
