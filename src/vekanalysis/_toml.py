@@ -3,16 +3,19 @@
 import hashlib
 import os
 import tomllib
-from collections.abc import Collection, Mapping
+from collections.abc import Collection, Iterator, Mapping
 from difflib import get_close_matches
 from pathlib import Path
 from typing import Any, NamedTuple, Self
 
 from ._files import read_regular
+from ._parsing import parsed
 from .errors import Refusal
 
 # Characters that are parsed, at least, to find the line of a key.
 _PATIENCE = 1_000_000
+# Characters of a reason.
+_LONGEST = 300
 
 
 class Place(NamedTuple):
@@ -45,24 +48,26 @@ class TomlFile:
 
     @classmethod
     def read(cls, path: str | os.PathLike[str]) -> Self:
-        """Parse a file; OSError if it cannot be read, Refusal if it is no TOML."""
+        """Parse a file; OSError if it cannot be read, Refusal if it is no TOML.
+
+        Whole numbers have 64 bits at most, as the form has them.
+        """
         path = Path(path)
         content = read_regular(path)
-        try:
-            text = content.decode("utf-8-sig")
-            document = tomllib.loads(text)
-        except tomllib.TOMLDecodeError as error:
-            raise Refusal(f"{path}: line {error.lineno}: no TOML: {error.msg}") from None
-        except UnicodeDecodeError:
-            raise Refusal(f"{path}: no TOML: it is not in UTF-8") from None
-        except RecursionError:
-            raise Refusal(f"{path}: too deeply nested") from None
+        document = parsed(path, content, "TOML", tomllib.loads)
+        if any(not -(2**63) <= each < 2**63 for each in _whole_numbers(document)):
+            raise Refusal(f"{path}: no TOML: a whole number has more than 64 bits")
+        text = content.decode("utf-8-sig")
         return cls(path, text, document, hashlib.sha256(content).hexdigest())
 
     def refusal(self, reason: str, place: Place) -> Refusal:
         """The reason with the file, and with the line where that can be told."""
         line = line_of(self._text, place)
         where = self.path if line is None else f"{self.path}: line {line}"
+        # Keys are quoted in reasons.
+        reason = "".join(c if c.isprintable() else "\N{REPLACEMENT CHARACTER}" for c in reason)
+        if len(reason) > _LONGEST:
+            reason = reason[: _LONGEST - 1] + "…"
         return Refusal(f"{where}: {reason}")
 
     def check_known(
@@ -73,6 +78,18 @@ class TomlFile:
             if key not in known:
                 reason = f"{what} has an unknown key '{key}'{nearest(key, known)}"
                 raise self.refusal(reason, place._replace(key=key))
+
+
+def _whole_numbers(document: dict[str, Any]) -> Iterator[int]:
+    left: list[Any] = [document]
+    while left:
+        value = left.pop()
+        if isinstance(value, dict):
+            left += value.values()
+        elif isinstance(value, list):
+            left += value
+        elif isinstance(value, int):
+            yield value
 
 
 def nearest(name: str, known: Collection[str]) -> str:

@@ -55,6 +55,7 @@ def test_the_example_says_what_its_sizes_are() -> None:
         ('correlation = "full"\nstandard = nan', 6, "not finite"),
         ('correlation = "full"\nstandard = true', 6, "must be a number"),
         ('half_width = 1\ncorrelation = "full"', 5, "half_width needs a distribution"),
+        ('standard = 1\ncorrelation = "full"\nquantities = 1', 7, "has no quantities"),
         ('standard = 1\ncorrelation = "full"\ndistribution = "box"', 7, "distribution is 'box'"),
         ('standard = 1\ncorrelation = "full"\ndistribution = "t"', 7, "'t' needs dof"),
         ('standard = 1\ncorrelation = "full"\ndof = 0', 7, "dof is 0"),
@@ -102,6 +103,9 @@ def test_a_mistake_is_told_with_its_line(tmp_path: Path, lines: str, line: int, 
         ('labell = ""', "unknown key 'labell'; did you mean 'label'"),
         ("component = 3", "line 1: components are written under"),
         ("\nlabel =\n", "line 2: no TOML: Invalid value"),
+        (f"coverage = {'9' * 5000}", "no TOML: a number has too many digits"),
+        ("coverage = [{x = [-9223372036854775809]}]", "a whole number has more than 64 bits"),
+        ('"a\\nb" = 1', "the budget has an unknown key 'a\N{REPLACEMENT CHARACTER}b'"),
     ],
 )
 def test_a_mistake_at_the_top_is_told(tmp_path: Path, text: str, words: str) -> None:

@@ -41,6 +41,7 @@ ROOMS = [
     ["_core"],
     ["_files", "_optional", "_records"],
     ["errors"],
+    ["_parsing"],
     ["_toml"],
     ["units"],
     ["spectrum"],

@@ -3,8 +3,10 @@
 import math
 from argparse import Namespace
 from collections.abc import Mapping
+from functools import partial
 
 from .. import reports
+from .._parsing import parsed
 from ..errors import Refusal
 from ._arguments import Arguments, add_json, between
 from ._errors import CommandError
@@ -74,14 +76,7 @@ def _read_parameters(path: str) -> Mapping[str, float]:
 
     from ._spectra import read_file
 
-    try:
-        document = json.loads(read_file(path), parse_int=float)
-    except json.JSONDecodeError as error:
-        raise Refusal(f"{path}: line {error.lineno}: no JSON: {error.msg}") from None
-    except UnicodeDecodeError:
-        raise Refusal(f"{path}: no JSON: not in UTF-8") from None
-    except RecursionError:
-        raise Refusal(f"{path}: too deeply nested") from None
+    document = parsed(path, read_file(path), "JSON", partial(json.loads, parse_int=float))
     names = ", ".join(reports.PARAMETERS)
     if not isinstance(document, dict) or set(document) != set(reports.PARAMETERS):
         raise Refusal(f"{path}: expected an object with exactly the numbers {names}")

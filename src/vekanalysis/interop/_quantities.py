@@ -107,7 +107,7 @@ def quantities_of(
     """
     if hasattr(array, "columns"):
         return _of_frame(array, keys, wavelength_unit, interpolation, epsilon)
-    xarray = require("xarray", "quantities_of", "interop")
+    xarray = require("xarray", "quantities_of", "xarray")
     if not isinstance(array, xarray.DataArray):
         raise TypeError(
             "quantities_of needs an xarray DataArray or a pandas DataFrame; got "
@@ -146,7 +146,7 @@ def _of_frame(
     interpolation: Interpolation,
     epsilon: float,
 ) -> DataFrame:
-    pandas = require("pandas", "quantities_of", "interop")
+    pandas = require("pandas", "quantities_of", "pandas")
     if not isinstance(frame, pandas.DataFrame):
         raise TypeError(f"quantities_of needs a pandas DataFrame; got {type(frame).__name__}")
     if frame.index.nlevels != 1:

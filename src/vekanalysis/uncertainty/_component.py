@@ -1,7 +1,7 @@
 """One line of an uncertainty budget."""
 
 import math
-from collections.abc import Mapping, Sequence
+from collections.abc import Iterable, Mapping, Sequence, Sized
 from dataclasses import dataclass, fields
 from functools import cached_property
 from typing import Any, Final, Literal, NamedTuple, Self, get_args
@@ -304,8 +304,10 @@ class Component:
             ends = tuple(self.band)
             if len(ends) != 2 or not all(map(_is_number, ends)) or not ends[0] < ends[1]:
                 raise self._wrong("band must be two ascending wavelengths in nm", "band")
-        if isinstance(self.quantities, str) or not all(
-            isinstance(key, str) for key in self.quantities
+        if (
+            isinstance(self.quantities, str)
+            or not isinstance(self.quantities, Iterable)
+            or not all(isinstance(key, str) for key in self.quantities)
         ):
             raise self._wrong("quantities must be a list of keys", "quantities")
 
@@ -358,7 +360,8 @@ class Component:
 
     def _has(self, key: str) -> bool:
         value = getattr(self, key)
-        return not (value is None or value is False or (key == "quantities" and not len(value)))
+        is_empty = key == "quantities" and isinstance(value, Sized) and not len(value)
+        return not (value is None or value is False or is_empty)
 
     def _wrong(self, reason: str, key: str | None) -> InvalidComponent:
         return InvalidComponent(f"component '{self.name}': {reason}", key)
