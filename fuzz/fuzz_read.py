@@ -5,7 +5,8 @@ A damaged file is either read, as points that are finite and ascending with one-
 bounded length, or refused in one line. Any other exception, a warning, more than ten seconds or
 more than two gigabytes for one input are faults; the input is written into the folder for them.
 
-usage: fuzz/fuzz_read.py [--seconds S | --inputs N] [--found FOLDER] [--seed N] [format...]
+usage: fuzz/fuzz_read.py [--seconds S | --inputs N] [--found FOLDER] [--seed N] [--branches]
+                         [format...]
        ten seconds for each of: jcamp spc lensmeter tm27 text
 """
 
@@ -13,6 +14,7 @@ import argparse
 import faulthandler
 import hashlib
 import math
+import pkgutil
 import random
 import re
 import struct
@@ -25,6 +27,9 @@ from collections.abc import Iterator
 from itertools import pairwise
 from pathlib import Path
 
+from branches import Branches
+
+import vekanalysis.reading
 from vekanalysis import Refusal, Spectrum
 from vekanalysis.reading import read_content
 
@@ -172,6 +177,7 @@ def _arguments() -> argparse.Namespace:
     parser.add_argument("--seconds", type=float, default=10.0, help="for each format")
     parser.add_argument("--inputs", type=int, help="how many for each format, instead of seconds")
     parser.add_argument("--seed", type=int, default=time.time_ns())
+    parser.add_argument("--branches", action="store_true", help="tell which the readers took")
     parser.add_argument("--found", type=Path, default=ROOT / "build" / "fuzz" / "found")
     return parser.parse_args()
 
@@ -217,7 +223,21 @@ def main() -> int:
     _limit_memory()
     faulthandler.enable()
     warnings.simplefilter("error")
-    return min(1, sum(fuzz(form, arguments) for form in arguments.formats or PATTERNS))
+    branches = Branches() if arguments.branches else None
+    faults = sum(fuzz(form, arguments) for form in arguments.formats or PATTERNS)
+    if branches is not None:
+        _print_branches(branches)
+    return min(1, faults)
+
+
+def _print_branches(branches: Branches) -> None:
+    all_taken = all_count = 0
+    for module in sorted(pkgutil.iter_modules(vekanalysis.reading.__path__), key=lambda m: m.name):
+        taken, count, lines = branches.report(f"vekanalysis.reading.{module.name}")
+        all_taken, all_count = all_taken + taken, all_count + count
+        missed = f"; not all at {','.join(map(str, lines))}" if lines else ""
+        print(f"{module.name}: {taken} of {count} branches{missed}")
+    print(f"reading: {all_taken} of {all_count} branches, {all_taken / all_count:.1%}")
 
 
 if __name__ == "__main__":

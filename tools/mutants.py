@@ -443,7 +443,7 @@ def print_summary(results: Sequence[dict[str, object]]) -> None:
 
 
 def build_unchanged(trial: Trial) -> None:
-    """Without a fault the C++ tests must pass; of the Python tests each is asked when it has failed."""
+    """Without a fault the C++ tests must pass; a Python test is asked once it has failed."""
     trial.log.write_bytes(b"")
     if not trial.configure() or trial.build("all") != 0 or trial.run_cpp_tests() != 0:
         sys.exit(f"mutate: the C++ tests fail without a fault: see {trial.log}")

@@ -232,13 +232,13 @@ private:
 /// Valid until points are added to or erased from the scan.
 class Scan::const_iterator {
 public:
+    using iterator_concept = std::random_access_iterator_tag;
+    using iterator_category = std::input_iterator_tag;
+    using value_type = Scan::value_type;
     struct Arrow {
         value_type pair;
         const value_type* operator->() const noexcept { return &pair; }
     };
-    using iterator_concept = std::random_access_iterator_tag;
-    using iterator_category = std::input_iterator_tag;
-    using value_type = Scan::value_type;
     using difference_type = std::ptrdiff_t;
     using reference = value_type;
     using pointer = Arrow;
