@@ -258,8 +258,8 @@ def choose(files: dict[str, str], count: int, seed: int) -> list[Mutant]:
 class Trial:
     """A copy of the checkout, in which one file at a time is wrong."""
 
-    def __init__(self, limit: float, log: Path) -> None:
-        self.limit, self.log = limit, log
+    def __init__(self, limit: float, most_files: int | None, log: Path) -> None:
+        self.limit, self.most_files, self.log = limit, most_files, log
         shutil.rmtree(TREE, ignore_errors=True)
         listed = ["git", "-C", str(ROOT), "ls-files", "-z", "-co", "--exclude-standard"]
         for name in subprocess.run(listed, capture_output=True, check=True).stdout.split(b"\0"):
@@ -299,7 +299,7 @@ class Trial:
 
     def run_python_tests(self, near: str) -> int | None:
         return self.run(sys.executable, "-m", "pytest", "-x", "-q", "-p", "no:cacheprovider",
-                        *python_tests(near))  # fmt: skip
+                        *python_tests(near)[: self.most_files])  # fmt: skip
 
     def configure(self) -> bool:
         cache = shutil.which("ccache")
@@ -465,6 +465,12 @@ def main() -> None:
         metavar="SECONDS",
         help="for each build and each run of tests; a hang counts as caught (%(default)g)",
     )
+    parser.add_argument(
+        "--files",
+        type=int,
+        metavar="NUMBER",
+        help="of Python tests those first in line only; what survives may be caught by others",
+    )
     parser.add_argument("--resume", action="store_true", help="keep the results that are there")
     parser.add_argument("--list", action="store_true", help="show the faults, and try none")
     arguments = parser.parse_args()
@@ -481,7 +487,7 @@ def main() -> None:
         RESULTS.unlink(missing_ok=True)
     lines = RESULTS.read_text().splitlines() if RESULTS.exists() else []
     known = {result["diff"]: result for result in map(json.loads, lines)}
-    trial = Trial(arguments.limit, HOME / "trial.log")
+    trial = Trial(arguments.limit, arguments.files, HOME / "trial.log")
     if any(not mutant.file.endswith(".py") for mutant in mutants):
         build_unchanged(trial)
     results = []
