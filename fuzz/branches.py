@@ -3,6 +3,7 @@
 from __future__ import annotations
 
 import importlib.util
+import inspect
 import sys
 from collections.abc import Iterator
 from types import CodeType
@@ -47,6 +48,7 @@ def functions(module: str) -> Iterator[CodeType]:
     open_ones: list[CodeType] = [spec.loader.get_code(module)]  # type: ignore[union-attr]
     while open_ones:
         code = open_ones.pop()
-        if code.co_flags & 0x2:  # a function, by its optimised names: not a module, not a class
+        is_function = code.co_flags & inspect.CO_NEWLOCALS
+        if is_function and code.co_name != "__annotate__":
             yield code
         open_ones += [each for each in code.co_consts if isinstance(each, CodeType)]

@@ -92,9 +92,36 @@ CSV_SEEDS = {
     "long": b"0." + b"0" * 400 + b"1e390, " + b"9" * 400,
 }
 
+# Tables as instruments and people write them; every form that the tolerant reader knows.
+TEXT_SEEDS = {
+    "comments": b"# wavelength T\n400 0.25\n! dark\n405 n/a\n406\n410 0.5\n\nmean 0.375\n",
+    "decimal-comma": "Wellenlänge [nm];Transmissionsgrad in %\n400,0;25,5\n410,0;50\n".encode(),
+    "groups": b"nm;E [mW/(m^2*nm)]\n1.400,5;1.250,25\n1.410,5;2.250,5\n",
+    "units": b"Wavelength\tT\tR%\n[nm]\t1\t%\n400\t0.25\t7\n410\t0.5\t8\n",
+    "quotes": b'"wl, nm","T, 1","Lens, ""7"""\n"400","0.25","1"\n"410","0.5","2"\n',
+    "row-numbers": b",wl,T\n0,400,0.25\n1,410,0.5\n2,420,0.25\n",
+    "second-column": "E (W m-2 um-1);λ / Å\n0,25;4000\n0,5;4100\n".encode(),
+    "pairs-of-columns": b"nm,T,nm,T\nA,A,B,B\n400,0.25,500,0.5\n410,0.5,510,0.25\n",
+    "facts": b"Operator: K\nSlit;2,0\n##YUNITS=%T\nSample = lens 7\n\nnm;T\n400;0.25\n410;0.5\n",
+    "micrometres": "L [W m-2 sr-1 nm-1]\tWavelength [µm]\n1e-3\t0.4\n2E-3\t0.41\n".encode("cp1252"),
+    "wave-numbers": b"Wavenumber [cm-1];Absorbance\n25000;0.25\n24000;0.5\n",
+    "duplicates": b"405 1\n410 0.5\n400 0.25\n405 1\n405 2\n",
+    "uncertainty": b"nm\tT\tu(T)\tdark\n400\t0.25\t0.01\t9\n410\t0.5\t0.01\t9\n",
+    "log": b"nm log T 1-T OD\n400 -1 0.9 1\n410 -2 0.99 2\n",
+    "utf-16": "wl;Éclairement énergétique (W/m2/nm)\n400;0.25\n410;0.5\n".encode("utf-16"),
+    "sensitivity": "Sensitivity [mA/W];Wavelength\n\n0.25;400\n;405\n0.5;410\n".encode("utf-16-le"),
+    "old-line-ends": b"Intensity (counts)\r400 25\r410 50\r",
+    "ambiguous": b"1,200;2,400\n2,300;3,500\n",
+}
+
 
 def main() -> None:
-    seeds = {"contents": stream_seeds(), "container": container_seeds(), "csv": CSV_SEEDS.items()}
+    seeds = {
+        "contents": stream_seeds(),
+        "container": container_seeds(),
+        "csv": CSV_SEEDS.items(),
+        "text": TEXT_SEEDS.items(),
+    }
     for target, files in seeds.items():
         (CORPUS / target).mkdir(parents=True, exist_ok=True)
         for name, data in files:

@@ -204,6 +204,18 @@ def test_what_contradicts_or_is_doubtful_is_refused(
     assert "=" not in for_command_line(caught.value).partition("; ")[2]
 
 
+def test_refusals_quote_names_of_any_length_and_sort_in_one_short_line() -> None:
+    hostile = [
+        Contents(data_sets=[DataSet("A\n\x1b[2J" + "x" * 1000, [])]).file(),
+        f"Wavenumber [cm-1] {'x' * 1000};T\n400;1\n410;1\n",
+    ]
+    for content in hostile:
+        with pytest.raises(vek.Refusal) as caught:
+            read(content)
+        assert str(caught.value).isprintable()
+        assert len(str(caught.value)) < 300
+
+
 def test_what_a_file_is_does_not_depend_on_its_name(tmp_path: Path) -> None:
     points = [(400.0, 50.0), (410.0, 60.0)]
     facts = {"type_and_units": ("Transmittance / %", "3 1"), "date_and_time": "2026-05-04 10:00"}

@@ -7,6 +7,8 @@ from typing import NamedTuple
 from .._core import Scan, io
 from ..errors import Refusal, Remedy
 from ..spectrum import Source, Spectrum
+from .encoding import showable
+from .layout import shortened
 from .statements import state_unit
 from .text import TextOptions, distinct
 from .values import Options, settled
@@ -72,7 +74,7 @@ def check_names(
     found = {*chosen, *(data_set.name for data_set in chosen.values())}
     for name in names:
         if name not in found:
-            there = ", ".join(f"'{label}'" for label in offered)
+            there = ", ".join(f"'{showable(label)}'" for label in offered)
             raise Refusal(f"{where}: no data set '{name}'; the data sets are: {there}")
 
 
@@ -94,7 +96,7 @@ def _spectrum(
     file: MeasurementFile, label: str, source: Source, asked: Options, options: TextOptions
 ) -> Spectrum:
     data_set = file.data_sets[label]
-    what = f"data set '{label}'"
+    what = f"data set '{shortened(label)}'"
     where = f"{file.path}: {what}"
     unit = _wavelength_unit(file.record.meta.x_type, options.wavelength_unit, where)
     points = len(data_set.data.wavelengths())

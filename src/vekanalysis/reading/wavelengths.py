@@ -7,6 +7,7 @@ from itertools import pairwise
 from typing import Literal, NamedTuple, get_args
 
 from ..errors import Refusal, Remedy
+from .layout import shortened
 
 type WavelengthUnit = Literal["nm", "um", "angstrom", "m"]
 
@@ -85,7 +86,7 @@ def check_nm(ends: Range | None, stated: str, where: str) -> None:
         return
     if unit in ("um", "angstrom", "m"):
         raise Refusal(
-            f"{where}: the wavelengths are in {unit} ('{stated}'), not in nm",
+            f"{where}: the wavelengths are in {unit} ('{shortened(stated)}'), not in nm",
             Remedy(
                 "pass {} to convert them (the values stay as they are)",
                 (("wavelength_unit", unit),),
@@ -93,7 +94,7 @@ def check_nm(ends: Range | None, stated: str, where: str) -> None:
         )
     if unit is not None:
         raise Refusal(
-            f"{where}: '{stated}' is in {unit}, not a wavelength in nm",
+            f"{where}: '{shortened(stated)}' is in {unit}, not a wavelength in nm",
             Remedy("convert it, and values that are per unit of it, before"),
         )
     if ends is not None:
