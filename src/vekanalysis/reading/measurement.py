@@ -7,8 +7,7 @@ from typing import NamedTuple
 from .._core import Scan, io
 from ..errors import Refusal, Remedy
 from ..spectrum import Source, Spectrum
-from .encoding import showable
-from .layout import shortened
+from .encoding import shortened, showable
 from .statements import state_unit
 from .text import TextOptions, distinct
 from .values import Options, settled

@@ -7,7 +7,7 @@ from itertools import pairwise
 from typing import Literal, NamedTuple, get_args
 
 from ..errors import Refusal, Remedy
-from .layout import shortened
+from .encoding import shortened
 
 type WavelengthUnit = Literal["nm", "um", "angstrom", "m"]
 
