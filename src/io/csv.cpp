@@ -51,7 +51,11 @@ bool TextCursor::read_by_stream(double* value) {
     const std::string_view number = text_.substr(0, number_length(text_));
     if (number.empty() || !(is_digit(number.back()) || number.back() == '.')) return false;
     if (std::none_of(number.begin(), number.end(), is_digit)) return false;
-    if (!stream_) stream_.emplace().imbue(std::locale::classic());
+    if (!stream_) {
+        stream_.emplace().imbue(std::locale::classic());
+        // It would keep a want of memory to itself, and the text would seem to end here.
+        stream_->exceptions(std::ios::badbit);
+    }
     stream_->clear();
     stream_->str(std::string(number));
     double result = 0.0;

@@ -29,31 +29,39 @@ std::filesystem::path native_path(const std::string& path) {
 
 }  // namespace
 
+std::vector<unsigned char> read_all(std::streambuf& source, std::size_t expected,
+                                    const std::string& path) {
+    constexpr std::size_t least_step = 1 << 16;
+    // One byte more lets the first read meet the end.
+    std::vector<unsigned char> bytes(expected == 0 ? least_step : expected + 1);
+    std::size_t size = 0;
+    while (true) {
+        if (size == bytes.size()) bytes.resize(size + std::max(least_step, size));
+        std::streamsize count = 0;
+        // Of the buffer itself, since a stream would take a want of memory for an end.
+        try {
+            count = source.sgetn(reinterpret_cast<char*>(bytes.data() + size),
+                                 static_cast<std::streamsize>(bytes.size() - size));
+        } catch (const std::ios_base::failure&) {
+            throw ReadError(path);
+        }
+        if (count <= 0) break;
+        size += static_cast<std::size_t>(count);
+    }
+    bytes.resize(size);
+    return bytes;
+}
+
 std::vector<unsigned char> load_binary_file(const std::string& path) {
     const std::filesystem::path name = native_path(path);
     std::error_code error;
     // Some systems open a folder as if it were a file.
     if (std::filesystem::is_directory(name, error)) throw ReadError(path);
-    std::ifstream stream(name, std::ios::binary);
-    if (!stream) throw ReadError(path);
-
-    // The size is a guess that saves memory: it may change meanwhile, and devices have none. One
-    // byte more lets the first read meet the end of the file.
-    constexpr std::size_t least_step = 1 << 16;
-    const std::uintmax_t expected = std::filesystem::file_size(name, error);
-    std::size_t step = error || expected == 0 ? least_step : static_cast<std::size_t>(expected) + 1;
-    std::vector<unsigned char> bytes;
-    std::size_t size = 0;
-    while (stream) {
-        bytes.resize(size + step);
-        stream.read(reinterpret_cast<char*>(bytes.data() + size),
-                    static_cast<std::streamsize>(step));
-        size += static_cast<std::size_t>(stream.gcount());
-        step = std::max(least_step, size);
-    }
-    if (stream.bad()) throw ReadError(path);
-    bytes.resize(size);
-    return bytes;
+    std::filebuf file;
+    if (file.open(name, std::ios::in | std::ios::binary) == nullptr) throw ReadError(path);
+    // The size is a guess: it may change meanwhile, and devices have none.
+    const std::uintmax_t size = std::filesystem::file_size(name, error);
+    return read_all(file, error ? 0 : static_cast<std::size_t>(size), path);
 }
 
 }  // namespace vekanalysis::internal

@@ -22,6 +22,7 @@ MeasurementTypeUnits parse_type_and_units_strings(std::string_view text, std::st
     if (!codes.empty()) {
         std::istringstream stream{std::string(codes)};
         stream.imbue(std::locale::classic());
+        stream.exceptions(std::ios::badbit);  // a want of memory
         stream >> result.measurement_type_code >> result.units_code;
     }
     return result;

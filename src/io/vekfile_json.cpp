@@ -1,9 +1,13 @@
 #include "io/vekfile_json.hpp"
 
 #include <algorithm>
+#include <cstddef>
 #include <nlohmann/json.hpp>
+#include <span>
 #include <stdexcept>
+#include <string_view>
 #include <utility>
+#include <vector>
 
 namespace vekanalysis::vekfile {
 
@@ -11,102 +15,206 @@ namespace {
 
 using nlohmann::json;
 
-json to_json(const MeasurementTypeUnits& units) {
-    return {{"measurement_type", units.measurement_type},
-            {"measurement_type_code", units.measurement_type_code},
-            {"units", units.units},
-            {"units_code", units.units_code}};
-}
+/// An array of numbers as the library writes it. It is emptied before its own destructor sees it:
+/// that allocates for the elements it finds, and ends the program where there is no memory.
+class Numbers {
+public:
+    Numbers() = default;
+    Numbers(const Numbers&) = delete;
+    Numbers& operator=(const Numbers&) = delete;
+    ~Numbers() { elements().clear(); }
 
-json to_json(const DataInfo& info) {
-    return {{"apply_data_calibration", info.apply_data_calibration},
-            {"apply_reference", info.apply_reference},
-            {"auxiliary_type_and_units", to_json(info.auxiliary_type_and_units)},
-            {"certificate_file", info.certificate_file},
-            {"data_calibration_file", info.data_calibration_file},
-            {"date_and_time", info.date_and_time},
-            {"post_scan_addon_description", info.post_scan_addon_description},
-            {"post_scan_addon_filename", info.post_scan_addon_filename},
-            {"pre_scan_addon_description", info.pre_scan_addon_description},
-            {"pre_scan_addon_filename", info.pre_scan_addon_filename},
-            {"reference_file", info.reference_file},
-            {"reference_parameter", info.reference_parameter},
-            {"reference_type", info.reference_type},
-            {"scan_summary", info.scan_summary},
-            {"system_file", info.system_file},
-            {"type_and_units", to_json(info.type_and_units)}};
-}
-
-/// A document of one data set, in its place.
-json to_json(const DataSet<DataNative>& data_set) {
-    json points = json::object();
-    points["x"] = data_set.data.x;
-    points["y"] = data_set.data.y;
-    json member = json::object();
-    member["data"] = std::move(points);
-    member["name"] = data_set.name;
-    member["no_of_points"] = data_set.no_of_points;
-    json document = json::object();
-    document["data_sets"].push_back(std::move(member));
-    return document;
-}
-
-/// Empties the arrays of such a document: its own destructor moves every number about first, which
-/// takes a third of the time that writing the numbers took.
-void release_points(json& document) {
-    for (json& numbers : document["data_sets"][0]["data"]) {
-        numbers.get_ref<json::array_t&>().clear();
+    /// "[1.0,2.0]"; null for what is not finite.
+    [[nodiscard]] std::string written(std::span<const double> values) {
+        elements().assign(values.begin(), values.end());
+        return document_.dump();
     }
+
+private:
+    json::array_t& elements() { return document_.get_ref<json::array_t&>(); }
+
+    json document_ = json::array();
+};
+
+/// Writes a document front to back, laid out as the library does it. Texts and floating-point
+/// numbers are the library's own writing. There is never a tree of the document, which would take
+/// many times its size.
+class Writer {
+public:
+    Writer(int indent, bool ensure_ascii) : indent_(indent), ensure_ascii_(ensure_ascii) {}
+
+    /// @param members  called with the braces open
+    template <class F>
+    void object(const F& members) {
+        inside('{', '}', members);
+    }
+    template <class F>
+    void member(std::string_view key, const F& value) {
+        begin_item();
+        text_ += '"';
+        text_ += key;
+        text_ += indent_ < 0 ? "\":" : "\": ";
+        value();
+    }
+    /// @param element  called with each of `values`
+    template <class T, class F>
+    void array_member(std::string_view key, const std::vector<T>& values, const F& element) {
+        member(key, [&] {
+            inside('[', ']', [&] {
+                for (const T& value : values) {
+                    begin_item();
+                    element(value);
+                }
+            });
+        });
+    }
+    void member(std::string_view key, const std::string& value) {
+        member(key, [&] { text_ += json(value).dump(-1, ' ', ensure_ascii_); });
+    }
+    void member(std::string_view key, bool value) {
+        member(key, [&] { text_ += value ? "true" : "false"; });
+    }
+    void member(std::string_view key, std::uint32_t value) {
+        member(key, [&] { text_ += std::to_string(value); });
+    }
+    void member(std::string_view key, std::int32_t value) {
+        member(key, [&] { text_ += std::to_string(value); });
+    }
+    void member(std::string_view key, const std::vector<double>& values) {
+        member(key, [&] { inside('[', ']', [&] { elements(values); }); });
+    }
+
+    [[nodiscard]] std::string text() && noexcept { return std::move(text_); }
+
+private:
+    template <class F>
+    void inside(char opening, char closing, const F& contents) {
+        text_ += opening;
+        ++level_;
+        first_ = true;
+        contents();
+        --level_;
+        if (!first_) break_line();
+        text_ += closing;
+        first_ = false;
+    }
+    void break_line() {
+        if (indent_ < 0) return;
+        text_ += '\n';
+        text_.append(level_ * static_cast<std::size_t>(indent_), ' ');
+    }
+    void begin_item() {
+        if (!first_) text_ += ',';
+        first_ = false;
+        break_line();
+    }
+    /// The elements of an array of numbers, some thousand at a time.
+    void elements(std::span<const double> values) {
+        constexpr std::size_t at_once = 4096;
+        while (!values.empty()) {
+            const std::size_t count = std::min(values.size(), at_once);
+            const std::string written = numbers_.written(values.first(count));
+            std::string_view rest(written.data() + 1, written.size() - 2);
+            values = values.subspan(count);
+            while (!rest.empty()) {
+                const std::size_t length = std::min(rest.find(','), rest.size());
+                begin_item();
+                text_ += rest.substr(0, length);
+                rest.remove_prefix(std::min(length + 1, rest.size()));
+            }
+        }
+    }
+
+    int indent_;
+    bool ensure_ascii_;
+    std::size_t level_ = 0;
+    bool first_ = true;
+    std::string text_;
+    Numbers numbers_;
+};
+
+void write(Writer& writer, std::string_view key, const MeasurementTypeUnits& units) {
+    writer.member(key, [&] {
+        writer.object([&] {
+            writer.member("measurement_type", units.measurement_type);
+            writer.member("measurement_type_code", units.measurement_type_code);
+            writer.member("units", units.units);
+            writer.member("units_code", units.units_code);
+        });
+    });
+}
+
+void write(Writer& writer, const DataInfo& info) {
+    writer.object([&] {
+        writer.member("apply_data_calibration", info.apply_data_calibration);
+        writer.member("apply_reference", info.apply_reference);
+        write(writer, "auxiliary_type_and_units", info.auxiliary_type_and_units);
+        writer.member("certificate_file", info.certificate_file);
+        writer.member("data_calibration_file", info.data_calibration_file);
+        writer.member("date_and_time", info.date_and_time);
+        writer.member("post_scan_addon_description", info.post_scan_addon_description);
+        writer.member("post_scan_addon_filename", info.post_scan_addon_filename);
+        writer.member("pre_scan_addon_description", info.pre_scan_addon_description);
+        writer.member("pre_scan_addon_filename", info.pre_scan_addon_filename);
+        writer.member("reference_file", info.reference_file);
+        writer.member("reference_parameter", info.reference_parameter);
+        writer.member("reference_type", info.reference_type);
+        writer.member("scan_summary", info.scan_summary);
+        writer.member("system_file", info.system_file);
+        write(writer, "type_and_units", info.type_and_units);
+    });
+}
+
+void write(Writer& writer, const DataSet<DataNative>& data_set) {
+    writer.object([&] {
+        writer.member("data", [&] {
+            writer.object([&] {
+                writer.member("x", data_set.data.x);
+                writer.member("y", data_set.data.y);
+            });
+        });
+        writer.member("name", data_set.name);
+        writer.member("no_of_points", data_set.no_of_points);
+    });
+}
+
+void write(Writer& writer, const Graph& graph) {
+    writer.object([&] {
+        writer.member("gv_version", graph.gv_version);
+        writer.member("x_axis_title", graph.x_axis_title);
+        writer.member("y_axis_title", graph.y_axis_title);
+    });
+}
+
+void write(Writer& writer, const Meta& meta) {
+    writer.object([&] {
+        writer.member("file_version", meta.file_version);
+        writer.member("has_timestamps", meta.has_timestamps);
+        writer.member("x_type", meta.x_type);
+    });
 }
 
 }  // namespace
 
-// The document of a large file would take twice its size in memory, and most of the time would go
-// into getting that. So the members are written as documents of their own, in the order of their
-// keys, and what they have inside their braces is joined.
+// The members stand in the byte order of their keys.
 std::string vekfile_to_json(const VekFile<DataSet<DataNative>>& file, int indent,
                             bool ensure_ascii) {
-    // The library's writer keeps a line of blanks that it doubles only once per level: a larger
-    // step would make it read beyond the end of that line.
+    // Every number has a line of its own: a step without bounds would ask for any amount of memory.
     constexpr int max_indent = 1024;
     if (indent > max_indent) {
         throw std::invalid_argument("vekfile_to_json: indent must not exceed 1024");
     }
-    const std::string line_end = indent < 0 ? "" : "\n";
-    const std::string closing_bracket =
-        line_end + std::string(static_cast<std::size_t>(std::max(indent, 0)), ' ') + "]";
-    const auto inside_braces = [&](const json& document) {
-        std::string text = document.dump(indent, ' ', ensure_ascii);
-        text.resize(text.size() - line_end.size() - 1);
-        text.erase(0, 1);
-        return text;
-    };
-
-    std::string text(1, '{');
-    text += inside_braces({{"data_info", to_json(file.data_info)}});
-    text += ',';
-    bool first = true;
-    for (const auto& data_set : file.data_sets) {
-        json document = to_json(data_set);
-        const std::string array = inside_braces(document);
-        release_points(document);
-        // Of the first array the opening stays.
-        const std::size_t from = first ? 0 : array.find('[') + 1;
-        if (!first) text += ',';
-        text.append(array, from, array.size() - closing_bracket.size() - from);
-        first = false;
-    }
-    if (!file.data_sets.empty()) text += closing_bracket + ",";
-    text += inside_braces({{"graph",
-                            {{"gv_version", file.graph.gv_version},
-                             {"x_axis_title", file.graph.x_axis_title},
-                             {"y_axis_title", file.graph.y_axis_title}}},
-                           {"meta",
-                            {{"file_version", file.meta.file_version},
-                             {"has_timestamps", file.meta.has_timestamps},
-                             {"x_type", file.meta.x_type}}}});
-    text += line_end + "}";
-    return text;
+    Writer writer(indent, ensure_ascii);
+    writer.object([&] {
+        writer.member("data_info", [&] { write(writer, file.data_info); });
+        if (!file.data_sets.empty()) {
+            writer.array_member("data_sets", file.data_sets,
+                                [&](const auto& data_set) { write(writer, data_set); });
+        }
+        writer.member("graph", [&] { write(writer, file.graph); });
+        writer.member("meta", [&] { write(writer, file.meta); });
+    });
+    return std::move(writer).text();
 }
 
 }  // namespace vekanalysis::vekfile

@@ -20,7 +20,7 @@ using Values = std::span<const double>;
 constexpr double maximum_scotopic_efficacy = 1700.0;  // lm/W
 constexpr std::size_t channels = 5;
 
-double illuminance_of(Values values) noexcept {
+double illuminance_of(Values values) {
     return maximum_luminous_efficacy * internal::colour_matching(1931, 1)(values).Y;
 }
 
@@ -80,7 +80,7 @@ AlphaOpic alpha_opic(std::span<const double> values) {
     return {quantity(0), quantity(1), quantity(2), quantity(3), quantity(4)};
 }
 
-double scotopic_photopic_ratio(std::span<const double> values) noexcept {
+double scotopic_photopic_ratio(std::span<const double> values) {
     const data::Table efficiency = data::scotopic_luminous_efficiency();
     double sum = 0.0;
     for (std::size_t i = 0; i < max_visible_points; ++i) sum += values[i] * efficiency(i, 0);

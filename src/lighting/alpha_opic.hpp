@@ -47,7 +47,7 @@ namespace internal {
 
 // The same of values at 380, 381, ..., 780 nm.
 [[nodiscard]] AlphaOpic alpha_opic(std::span<const double> values);
-[[nodiscard]] double scotopic_photopic_ratio(std::span<const double> values) noexcept;
+[[nodiscard]] double scotopic_photopic_ratio(std::span<const double> values);
 
 }  // namespace internal
 

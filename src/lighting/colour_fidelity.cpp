@@ -23,7 +23,7 @@ constexpr double highest_daylight = 25000.0;
 using Appearances = std::array<JabPrime, samples>;
 
 /// Colours under the reference of a temperature; false where there is none.
-bool reference_colours(double cct, int step, Colours<samples>* colours) noexcept {
+bool reference_colours(double cct, int step, Colours<samples>* colours) {
     if (!(cct <= highest_daylight)) return false;
     const internal::EvaluationSamples& set = internal::evaluation_samples(step);
     if (cct >= 5000.0) {
@@ -144,7 +144,7 @@ std::string to_string(const ColourFidelity& fidelity) {
 
 namespace internal {
 
-bool fidelity_of(const Colours<99>& source, double cct, int step, ColourFidelity* result) noexcept {
+bool fidelity_of(const Colours<99>& source, double cct, int step, ColourFidelity* result) {
     Colours<samples> reference;
     if (!reference_colours(cct, step, &reference)) return false;
     Appearances seen;

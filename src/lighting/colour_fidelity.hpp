@@ -50,7 +50,7 @@ namespace internal {
 ///
 /// @return false where there is no reference or the model has no answer
 [[nodiscard]] bool fidelity_of(const Colours<99>& source, double cct, int step,
-                               ColourFidelity* result) noexcept;
+                               ColourFidelity* result);
 
 }  // namespace internal
 

@@ -48,7 +48,7 @@ CorrelatedColourTemperature correlated_colour_temperature(const ChromaticityPoin
 
 namespace internal {
 
-CorrelatedColourTemperature nearest_temperature(const UV& colour, int step) noexcept {
+CorrelatedColourTemperature nearest_temperature(const UV& colour, int step) {
     return temperature_of(planckian_locus(step).nearest(colour));
 }
 

@@ -41,7 +41,7 @@ struct CorrelatedColourTemperature {
 namespace internal {
 
 /// The same of a colour, by the locus of `step`, limits not held.
-[[nodiscard]] CorrelatedColourTemperature nearest_temperature(const UV& colour, int step) noexcept;
+[[nodiscard]] CorrelatedColourTemperature nearest_temperature(const UV& colour, int step);
 
 /// Whether a temperature is within the limits of the quantity; false for NaN.
 [[nodiscard]] bool is_defined(const CorrelatedColourTemperature& temperature) noexcept;

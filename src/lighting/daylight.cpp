@@ -92,7 +92,7 @@ private:
         }
     };
 
-    [[nodiscard]] double temperature(double T, bool below) const noexcept {
+    [[nodiscard]] double temperature(double T, bool below) const {
         const auto weights = weights_at(T, below);
         colorimetry::CIEXYZ sum{};
         for (std::size_t k = 0; k < 3; ++k) {
@@ -155,7 +155,7 @@ const DaylightComponents& daylight_components(int step) {
     return step == 5 ? in_5_nm : in_1_nm;
 }
 
-bool daylight_of_temperature(double cct, int step, double* T) noexcept {
+bool daylight_of_temperature(double cct, int step, double* T) {
     static const FormulaOffset in_5_nm(5);
     if (step == 5) return in_5_nm.apply(cct, T);
     static const FormulaOffset in_1_nm(1);

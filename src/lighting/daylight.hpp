@@ -41,7 +41,7 @@ using DaylightComponents = std::array<std::array<double, max_visible_points>, 3>
 /// The formula's T is not quite that of its result: 0.1 K off at 5000 K, 1.6 K at 6500 K, 66 K at
 /// 25000 K.
 /// @return false where T would exceed 25000 K; `*T` is untouched then
-[[nodiscard]] bool daylight_of_temperature(double cct, int step, double* T) noexcept;
+[[nodiscard]] bool daylight_of_temperature(double cct, int step, double* T);
 
 }  // namespace internal
 

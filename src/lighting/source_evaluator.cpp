@@ -199,7 +199,7 @@ public:
     }
 
 private:
-    const Fields& temperature() noexcept {
+    const Fields& temperature() {
         Fields& fields = fields_[TEMPERATURE];
         if (is_known_[TEMPERATURE]) return fields;
         is_known_[TEMPERATURE] = true;

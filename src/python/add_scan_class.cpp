@@ -21,6 +21,7 @@ namespace {
 std::string to_str(const Scan& scan) {
     std::ostringstream stream;
     stream.imbue(std::locale::classic());
+    stream.exceptions(std::ios::badbit);  // a want of memory
     stream << scan;
     return stream.str();
 }

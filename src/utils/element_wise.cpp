@@ -6,6 +6,21 @@
 #include <numeric>
 #include <stdexcept>
 
+namespace vekanalysis::internal {
+
+Scan with_keys(const Scan& scan, std::span<const double> wavelengths) {
+    Scan extended(scan);
+    // The copy has no interpolant: the first value is of that of the scan.
+    const Scan* source = &scan;
+    for (const double wl : wavelengths) {
+        extended.insert({wl, (*source)(wl)});
+        source = &extended;
+    }
+    return extended;
+}
+
+}  // namespace vekanalysis::internal
+
 namespace vekanalysis::utils {
 
 namespace {
@@ -90,8 +105,9 @@ void normalize_keys(Scan* a, Scan* b) {
     // Both first: past this point no interpolant is missing and both scans change or none.
     a->ensure_spline();
     b->ensure_spline();
-    a->add_keys(keys);
-    b->add_keys(keys);
+    Scan first = internal::with_keys(*a, keys);
+    *b = internal::with_keys(*b, keys);
+    *a = std::move(first);
 }
 
 Scan uniform_wavelength_range(const Scan& scan, double lo, double hi, double step) {
@@ -104,7 +120,9 @@ Scan uniform_wavelength_range(const Scan& scan, double lo, double hi, double ste
 void uniform_wavelength_range(const Scan& scan, double lo, double hi, double step, Scan* out) {
     const std::vector<double> grid = uniform_grid(lo, hi, step);
     const std::vector<double> values = values_at(scan, grid);
-    for (std::size_t i = 0; i < grid.size(); ++i) out->insert({grid[i], values[i]});
+    Scan filled(*out);
+    for (std::size_t i = 0; i < grid.size(); ++i) filled.insert({grid[i], values[i]});
+    *out = std::move(filled);
 }
 
 bool are_equal(double x, double y, double n) noexcept {

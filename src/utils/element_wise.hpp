@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <concepts>
+#include <span>
 #include <utility>
 #include <vector>
 
@@ -16,6 +17,9 @@ template <class T>
 [[nodiscard]] T pow(const T& base, const T& exponent) {
     return std::pow(base, exponent);
 }
+
+/// What `Scan::add_keys` would make of the scan.
+[[nodiscard]] Scan with_keys(const Scan& scan, std::span<const double> wavelengths);
 
 }  // namespace internal
 

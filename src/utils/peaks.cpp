@@ -87,7 +87,10 @@ void find_turning_points(const Scan& scan, bool trough, Scan* out) {
         found.emplace_back(x, search.value_at(x));
         if (++it == scan.end()) break;
     }
-    for (const auto& [wl, value] : found) out->insert({wl, value});
+    if (found.empty()) return;
+    Scan filled(*out);
+    for (const auto& [wl, value] : found) filled.insert({wl, value});
+    *out = std::move(filled);
 }
 
 Scan find_peaks(const Scan& scan) {
@@ -111,8 +114,10 @@ void find_troughs(const Scan& scan, Scan* out) {
 }
 
 void add_turning_points(Scan* scan) {
-    scan->add_keys(find_peaks(*scan));
-    scan->add_keys(find_troughs(*scan));
+    const Scan peaks = find_peaks(*scan);
+    Scan extended = internal::with_keys(*scan, peaks.data().keys());
+    extended.add_keys(find_troughs(extended));
+    *scan = std::move(extended);
 }
 
 bool find_key(const Scan& scan, double lo, double hi, double value, double* x) {
