@@ -5,6 +5,8 @@ from __future__ import annotations
 import ast
 import random
 import re
+import subprocess
+import sys
 import time
 from collections.abc import Callable, Iterator
 from contextlib import suppress
@@ -364,3 +366,23 @@ def test_patterns_take_time_by_the_length_of_the_text() -> None:
             if _best(use) > 0.1 and _best(use) > 0.1:
                 wrong.append(f"{where}: {method} {pattern.pattern!r} of {piece!r}")
     assert wrong == []
+
+
+@pytest.mark.skipif(sys.platform != "linux", reason="Linux tells the memory of a process")
+@pytest.mark.parametrize(("columns", "most"), [(1, 8.0), (3, 12.0)])
+def test_a_long_table_takes_memory_by_its_size(tmp_path: Path, columns: int, most: float) -> None:
+    lines = (";".join([f"{21 + row}", *["1"] * columns]) for row in range(1_000_000))
+    (tmp_path / "long.csv").write_text("nm;" + ";".join("abc"[:columns]) + "\n" + "\n".join(lines))
+    (tmp_path / "short.csv").write_text("nm;a\n400;1\n410;1\n")
+    # What the modules take is there before.
+    program = """
+import re, sys, vekanalysis as vek
+def most(file):
+    vek.read(file)
+    return int(re.search("VmHWM:(.*) kB", open("/proc/self/status").read())[1])
+before = most(sys.argv[1])
+print(1024 * (most(sys.argv[2]) - before))
+"""
+    command = [sys.executable, "-c", program, tmp_path / "short.csv", tmp_path / "long.csv"]
+    taken = int(subprocess.run(command, check=True, capture_output=True).stdout)
+    assert 1.0 < taken / (tmp_path / "long.csv").stat().st_size < most
