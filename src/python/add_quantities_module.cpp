@@ -93,6 +93,9 @@ void add_quantity_class(py::module_& m) {
         .def_readonly("is_stored", &Quantity::is_stored,
                       "Whether the value is a number of the data and has its digits.")
         .def_readonly("is_detail", &Quantity::is_detail, "Whether it stands in full reports alone.")
+        .def_property_readonly(
+            "is_quotient", [](const Quantity& self) { return !self.parts.empty(); },
+            "Whether it is one quantity over another, of which both need data.")
         .def("__repr__",
              [](const Quantity& self) { return "<Quantity " + self.key + ": " + self.name + ">"; });
 }
@@ -113,6 +116,7 @@ void add_quantities_module(py::module_& m) {
         return py::cast(table, py::return_value_policy::reference);
     });
     m.attr("LENS") = catalogue(quantities::lens());
+    m.attr("DERIVED") = catalogue(quantities::derived());
     m.attr("PHOTOMETER") = catalogue(quantities::photometer());
     m.def(
         "light", [](const std::string& white) { return catalogue(quantities::light(white)); },
@@ -129,7 +133,7 @@ Returns
 tuple of Quantity
 )doc");
     m.def("quantity", &quantities::find, "key"_a, py::return_value_policy::copy,
-          R"doc(The quantity of a key: of a lens, else of a light source, else of a photometer.
+          R"doc(The quantity of a key: of a lens, else derived, of a light source, of a photometer.
 
 Parameters
 ----------

@@ -80,6 +80,14 @@ std::string reason(const std::string& thrown) {
     return is_named ? thrown.substr(colon + 2) : thrown;
 }
 
+/// The part of a range that has data, if there is one.
+std::optional<Range> covered_of(const Range& range, const Scan& spectrum) {
+    if (spectrum.empty()) return std::nullopt;
+    const Range covered{std::max(range.from, spectrum.min_wavelength()),
+                        std::min(range.to, spectrum.max_wavelength())};
+    return covered.from < covered.to ? std::optional(covered) : std::nullopt;
+}
+
 Scan clear_lens_at(const Scan& spectrum) {
     return {spectrum.get_wavelengths(), std::vector<double>(spectrum.size(), 1.0),
             spectrum.get_wavelength_epsilon(), spectrum.get_interpolation_type()};
@@ -90,15 +98,15 @@ Value evaluate_one(const Quantity& quantity, const Scan& spectrum, Results& resu
     Value value;
     value.needed = quantity.needed();
     if (value.needed) {
-        const auto [from, to] = *value.needed;
-        const Range covered = spectrum.empty() ? Range{}
-                                               : Range{std::max(from, spectrum.min_wavelength()),
-                                                       std::min(to, spectrum.max_wavelength())};
-        if (!(covered.from < covered.to)) {
-            value.problem = "No data within " + interval(*value.needed) + " nm";
+        const auto lacks = [&](const Range& range) { return !covered_of(range, spectrum); };
+        const auto part = std::ranges::find_if(
+            quantity.parts, [&](const Part& each) { return lacks(each.needed()); });
+        if (part != quantity.parts.end() || lacks(*value.needed)) {
+            const Range missing = part != quantity.parts.end() ? part->needed() : *value.needed;
+            value.problem = "No data within " + interval(missing) + " nm";
             return value;
         }
-        value.covered = covered;
+        value.covered = covered_of(*value.needed, spectrum);
     }
     if (quantity.is_of_visible_light() && results.is_mostly_negative()) {
         value.problem = "Not computable: " + reason(lighting::internal::mostly_negative);

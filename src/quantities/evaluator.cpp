@@ -111,6 +111,10 @@ void store(const Evaluator::Results& results, std::size_t i, double value) noexc
                 sizeof value);
 }
 
+bool is_smallest(const Form& form) noexcept {
+    return form.finish == Form::Finish::SMALLEST || form.finish == Form::Finish::SMALLEST_QUOTIENT;
+}
+
 /// NaN where one of them is.
 double smallest(std::span<const Four> values, std::size_t lane) noexcept {
     double result = values[0].lanes[lane];
@@ -199,7 +203,7 @@ struct Evaluator::Plan {
             planned.by_function |= !index;
             planned.integrals.push_back(index.value_or(0));
         }
-        if (planned.form.finish == Form::Finish::SMALLEST) {
+        if (is_smallest(planned.form)) {
             const double from = planned.form.band.from;
             const double to = planned.form.band.to;
             const auto place = [&](const auto& before) {
@@ -260,14 +264,18 @@ struct Evaluator::Plan {
             compute(planned, *scan, fields);
             return;
         }
-        if (planned.form.finish == Form::Finish::SMALLEST) {
-            const std::span<const Four> all = workspace.spectrum;
-            fields[0] = smallest(all.subspan(planned.first, planned.last - planned.first), lane);
-            return;
-        }
         double integrals[internal::most_fields];
         for (std::size_t i = 0; i < planned.integrals.size(); ++i) {
             integrals[i] = workspace.integrals[planned.integrals[i]].lanes[lane];
+        }
+        if (is_smallest(planned.form)) {
+            const std::span<const Four> all = workspace.spectrum;
+            fields[0] = smallest(all.subspan(planned.first, planned.last - planned.first), lane);
+            if (planned.form.finish == Form::Finish::SMALLEST_QUOTIENT) {
+                fields[0] =
+                    internal::quotient(fields[0], internal::number_of(planned.form, integrals, 0));
+            }
+            return;
         }
         internal::finish(planned.form, integrals, fields);
     }
@@ -275,6 +283,8 @@ struct Evaluator::Plan {
     struct Derivatives;
     void gradients_of(const PlannedFunction& planned, std::span<const double> values,
                       Derivatives& derivatives, std::span<double> gradients) const;
+    static void smallest_gradient(const PlannedFunction& planned, std::span<const double> values,
+                                  Derivatives& derivatives, std::span<double> gradient);
     void source_gradients(std::span<const double> values, std::span<double> gradients) const;
 };
 
@@ -460,6 +470,26 @@ struct Evaluator::Plan::Derivatives {
     }
 };
 
+/// Gradient of the smallest value or of its quotient, into zeros.
+void Evaluator::Plan::smallest_gradient(const PlannedFunction& planned,
+                                        std::span<const double> values, Derivatives& derivatives,
+                                        std::span<double> gradient) {
+    const auto inside = values.subspan(planned.first, planned.last - planned.first);
+    const auto place = std::min_element(inside.begin(), inside.end()) - inside.begin();
+    double share = 1.0;
+    if (planned.form.finish == Form::Finish::SMALLEST_QUOTIENT) {
+        const std::size_t integral = planned.integrals[0];
+        const double scale = planned.form.scales[0] / planned.form.divisors[0];
+        share = internal::quotient(1.0, derivatives.integrals[integral] * scale);
+        const double smallest = inside[static_cast<std::size_t>(place)];
+        const auto of_integral = derivatives.gradient(integral);
+        for (std::size_t i = 0; i < gradient.size(); ++i) {
+            gradient[i] = -smallest * share * share * scale * of_integral[i];
+        }
+    }
+    gradient[planned.first + static_cast<std::size_t>(place)] += share;
+}
+
 /// Gradients of the fields of a function, one after another.
 void Evaluator::Plan::gradients_of(const PlannedFunction& planned, std::span<const double> values,
                                    Derivatives& derivatives, std::span<double> gradients) const {
@@ -483,10 +513,8 @@ void Evaluator::Plan::gradients_of(const PlannedFunction& planned, std::span<con
         }
         return;
     }
-    if (planned.form.finish == Form::Finish::SMALLEST) {
-        const auto inside = values.subspan(planned.first, planned.last - planned.first);
-        const auto place = std::min_element(inside.begin(), inside.end()) - inside.begin();
-        gradients[planned.first + static_cast<std::size_t>(place)] = 1.0;
+    if (is_smallest(planned.form)) {
+        smallest_gradient(planned, values, derivatives, gradients);
         return;
     }
     double integrals[internal::most_fields] = {};

@@ -29,7 +29,8 @@ std::size_t distance(std::string_view a, std::string_view b) {
 
 const Quantity& find(std::string_view key) {
     static const std::vector<Quantity> of_light = light("D65");
-    const std::array<std::span<const Quantity>, 3> catalogues{lens(), of_light, photometer()};
+    const std::array<std::span<const Quantity>, 4> catalogues{lens(), derived(), of_light,
+                                                              photometer()};
     const Quantity* nearest = nullptr;
     std::size_t smallest = 0;
     // Longer than any key: not worth a comparison of each letter with each.

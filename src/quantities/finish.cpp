@@ -37,6 +37,22 @@ void finish_scaled(const Form& form, std::span<const double> xyz,
     fields[1] = 200.0 * (fy - CIELAB_f(xyz[2] / (form.scales[2] * scale)));
 }
 
+/// Of quotients, with respect to one of the numerators or the denominator.
+void differentiate_quotients(const Form& form, std::span<const double> integrals,
+                             std::size_t integral, std::span<double> derivatives) noexcept {
+    const std::size_t last = form.scales.size() - 1;
+    const double denominator = number_of(form, integrals, last);
+    const double share = form.scales[integral] / form.divisors[integral];
+    if (integral < last) {
+        derivatives[integral] = quotient(share, denominator);
+        return;
+    }
+    for (std::size_t k = 0; k < last; ++k) {
+        const double value = quotient(number_of(form, integrals, k), denominator);
+        derivatives[k] = -quotient(value * share, denominator);
+    }
+}
+
 }  // namespace
 
 void finish(const Form& form, std::span<const double> integrals,
@@ -44,9 +60,17 @@ void finish(const Form& form, std::span<const double> integrals,
     switch (form.finish) {
         case Finish::NUMBERS:
             for (std::size_t i = 0; i < form.scales.size(); ++i) {
-                fields[i] = integrals[i] * form.scales[i] / form.divisors[i];
+                fields[i] = number_of(form, integrals, i);
             }
             break;
+        case Finish::QUOTIENTS: {
+            const std::size_t last = form.scales.size() - 1;
+            const double denominator = number_of(form, integrals, last);
+            for (std::size_t i = 0; i < last; ++i) {
+                fields[i] = quotient(number_of(form, integrals, i), denominator);
+            }
+            break;
+        }
         case Finish::CHROMATICITY: {
             const double sum = integrals[2] + (integrals[0] + integrals[1]);
             fields[0] = integrals[0] / sum;
@@ -60,6 +84,7 @@ void finish(const Form& form, std::span<const double> integrals,
             finish_scaled(form, integrals, fields);
             break;
         case Finish::SMALLEST:
+        case Finish::SMALLEST_QUOTIENT:
             break;
     }
 }
@@ -68,6 +93,10 @@ void differentiate_finish(const Form& form, std::span<const double> integrals, s
                           std::span<double> derivatives) noexcept {
     if (form.finish == Finish::NUMBERS) {
         derivatives[integral] = form.scales[integral] / form.divisors[integral];
+        return;
+    }
+    if (form.finish == Finish::QUOTIENTS) {
+        differentiate_quotients(form, integrals, integral, derivatives);
         return;
     }
     if (form.finish == Finish::CHROMATICITY) {

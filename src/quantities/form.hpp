@@ -23,11 +23,13 @@ struct Integral {
 /// How the fields of a function follow from integrals.
 struct Form {
     enum class Finish {
-        NUMBERS,       // field i is integral i times scales[i], divided by divisors[i]
-        CHROMATICITY,  // x and y of the integrals X, Y and Z
-        CIELAB,        // L*, a* and b* of X, Y and Z, with the white scales[0..2]
-        CIELAB_AB,     // a* and b* with that white scaled to Y
-        SMALLEST,      // no integral: the smallest stored value in `band`
+        NUMBERS,            // field i is integral i times scales[i], divided by divisors[i]
+        CHROMATICITY,       // x and y of the integrals X, Y and Z
+        CIELAB,             // L*, a* and b* of X, Y and Z, with the white scales[0..2]
+        CIELAB_AB,          // a* and b* with that white scaled to Y
+        SMALLEST,           // no integral: the smallest stored value in `band`
+        QUOTIENTS,          // field i is the number of integral i over that of the last integral
+        SMALLEST_QUOTIENT,  // the smallest stored value in `band` over the number of the integral
     };
     Finish finish = Finish::NUMBERS;
     std::vector<Integral> integrals{};

@@ -75,6 +75,15 @@ Form as_numbers(Form form) {
     return form;
 }
 
+/// Each number of a form over that of another, which has one.
+Form over(Form form, const Form& denominator) {
+    form.finish = Finish::QUOTIENTS;
+    form.integrals.push_back(denominator.integrals.front());
+    form.scales.push_back(denominator.scales.front());
+    form.divisors.push_back(denominator.divisors.front());
+    return form;
+}
+
 }  // namespace
 
 Form mean_uva(const Scan& /*white*/) {
@@ -137,6 +146,35 @@ Form spectral_min(const Scan& /*white*/) {
 
 Form solar_blue(const Scan& /*white*/) {
     return weighted_mean("solar_spectral_irradiance", "blue_light_hazard", {380.0, 500.0});
+}
+
+Form relative_signal(const Scan& white) {
+    Form form = traffic_signal(white);
+    for (std::size_t i = 0; i < form.integrals.size(); ++i) {
+        const auto& factors = form.integrals[i].factors;
+        const Scan weights = factors[0].tables[0]->spectrum() * factors[0].tables[1]->spectrum();
+        form.divisors[i] = (weights * factors[1].tables[0]->spectrum())(visible.from, visible.to);
+    }
+    return form;
+}
+
+Form attenuation_incandescent(const Scan& white) {
+    return over(signal_incandescent(white), luminous_d65(white));
+}
+
+Form attenuation_led(const Scan& white) {
+    return over(signal_led(white), luminous_d65(white));
+}
+
+Form attenuation_traffic(const Scan& white) {
+    return over(relative_signal(white), luminous_c(white));
+}
+
+Form spectral_min_quotient(const Scan& white) {
+    Form form = luminous_c(white);
+    form.finish = Finish::SMALLEST_QUOTIENT;
+    form.band = spectral_min(white).band;
+    return form;
 }
 
 Form chromaticity_1931(const Scan& /*white*/) {

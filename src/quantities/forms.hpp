@@ -17,6 +17,11 @@ namespace vekanalysis::quantities::forms {
 [[nodiscard]] Form traffic_signal(const Scan& white);
 [[nodiscard]] Form spectral_min(const Scan& white);
 [[nodiscard]] Form solar_blue(const Scan& white);
+[[nodiscard]] Form relative_signal(const Scan& white);
+[[nodiscard]] Form attenuation_incandescent(const Scan& white);
+[[nodiscard]] Form attenuation_led(const Scan& white);
+[[nodiscard]] Form attenuation_traffic(const Scan& white);
+[[nodiscard]] Form spectral_min_quotient(const Scan& white);
 
 [[nodiscard]] Form chromaticity_1931(const Scan& white);
 [[nodiscard]] Form chromaticity_1964(const Scan& white);

@@ -29,8 +29,6 @@ constexpr const char* red_denominator =
 constexpr const char* solar_uv_sampling =
     "Depends on the sampling: with data at other wavelengths than the tables', which go every 5 "
     "nm, a clear lens is up to 1 % off in UV-A and 15 % in UV-B (see below).";
-constexpr const char* stored_points =
-    "The smallest of the measured points; nothing between them is interpolated.";
 constexpr const char* raw_integral =
     "Integral without a normalising constant, D65 being 100 at 560 nm: only ratios have a meaning.";
 
@@ -155,7 +153,7 @@ void append_ansi_z80_3(std::vector<Quantity>& all) {
     }
     append(all, ANSI_Z80_3_tau_spectral_min,
            tau("τ_min", "smallest spectral value", {475.0, 650.0}, ANSI_Z80_3, "4.10.2.3",
-               {stored_points}));
+               {internal::stored_points}));
     all.back().is_integral = false;
     append(all, daylight, coordinate("chromaticity, daylight D65", ANSI_Z80_3, ""),
            internal::xy_fields, {D65});

@@ -38,6 +38,15 @@ struct Function {
     std::string (*why_missing)(const Scan& spectrum, std::size_t field) = nullptr;
 };
 
+/// What a quotient is made of: its numerator or its denominator.
+struct Part {
+    Range band{};
+    std::vector<const colorimetry::data::Table*> weights{};
+
+    /// The part of the band where the weights are.
+    [[nodiscard]] Range needed() const;
+};
+
 /// One quantity of a report.
 struct Quantity {
     std::string key{};  // the library's function and, after a point, the field of its result
@@ -52,6 +61,8 @@ struct Quantity {
     std::string section{};
     /// The tables that the spectrum is multiplied by; no data are needed beyond them.
     std::vector<const colorimetry::data::Table*> weights{};
+    /// Numerator and denominator of a quotient, which needs data of both; empty for all else.
+    std::vector<Part> parts{};
     std::vector<std::string> notes{};
     bool is_transmittance = false;  // whether a clear lens tells something of sampling and coverage
     bool is_integral = true;  // whether what the data do not cover counts as 0, not as nothing
@@ -61,7 +72,8 @@ struct Quantity {
     const Function* function = nullptr;
     std::size_t field = 0;
 
-    /// The part of the band where the weights are; none without a band.
+    /// The part of the band where the weights are, of a quotient all that one of its parts needs;
+    /// none without a band.
     [[nodiscard]] std::optional<Range> needed() const;
 
     /// Whether it tells of light that is mostly visible, so that a spectrum below zero over most of
@@ -75,6 +87,13 @@ struct Quantity {
 /// The quantities of a lens or filter, of its spectral transmittance (fraction).
 [[nodiscard]] std::span<const Quantity> lens();
 
+/// The quantities of a lens that follow from others of it: signals relative to a clear lens,
+/// attenuation quotients, the smallest value over the luminous one.
+///
+/// A quotient is NaN where its denominator is not above 0, and refused where one of its parts has
+/// no data.
+[[nodiscard]] std::span<const Quantity> derived();
+
 /// The quantities of a light source, of any spectrum of it but where `kind` asks for more.
 ///
 /// @param white_name  how the names call the white point
@@ -83,8 +102,8 @@ struct Quantity {
 /// The quantities of a photometer, of its relative spectral responsivity.
 [[nodiscard]] std::span<const Quantity> photometer();
 
-/// The quantity of that key: of a lens, else of a light source with white D65, else of a
-/// photometer.
+/// The quantity of that key: of a lens, else derived from those, else of a light source with white
+/// D65, else of a photometer.
 ///
 /// @throws std::invalid_argument  "quantities::find: no quantity '...'; the nearest is '...'"
 [[nodiscard]] const Quantity& find(std::string_view key);

@@ -19,13 +19,29 @@ std::string filled(std::string_view pattern, std::string_view word) {
     return text;
 }
 
-Quantity with_weights(Quantity quantity, std::initializer_list<const char*> names,
-                      std::string_view word) {
+std::vector<const data::Table*> tables_of(std::initializer_list<const char*> names,
+                                          std::string_view word) {
+    std::vector<const data::Table*> tables;
     for (const char* const name : names) {
         const data::Table* const table = data::find_table(filled(name, word));
         if (table == nullptr) throw std::logic_error(filled(name, word) + ": no such table");
-        quantity.weights.push_back(table);
+        tables.push_back(table);
     }
+    return tables;
+}
+
+Range overlap(Range range, std::span<const data::Table* const> weights) {
+    for (const auto* const table : weights) {
+        const Scan& weight = table->spectrum();
+        range.from = std::max(range.from, weight.min_wavelength());
+        range.to = std::min(range.to, weight.max_wavelength());
+    }
+    return range;
+}
+
+Quantity with_weights(Quantity quantity, std::initializer_list<const char*> names,
+                      std::string_view word) {
+    quantity.weights = tables_of(names, word);
     if (std::any_of(quantity.weights.begin(), quantity.weights.end(), [](const auto* table) {
             return table->facts.standing == data::Standing::RECONSTRUCTION;
         })) {
@@ -36,13 +52,17 @@ Quantity with_weights(Quantity quantity, std::initializer_list<const char*> name
 
 }  // namespace
 
+Range Part::needed() const {
+    return overlap(band, weights);
+}
+
 std::optional<Range> Quantity::needed() const {
     if (!band) return std::nullopt;
-    Range range = *band;
-    for (const auto* const table : weights) {
-        const Scan& weight = table->spectrum();
-        range.from = std::max(range.from, weight.min_wavelength());
-        range.to = std::min(range.to, weight.max_wavelength());
+    if (parts.empty()) return overlap(*band, weights);
+    Range range = parts.front().needed();
+    for (const Part& part : parts) {
+        const auto [from, to] = part.needed();
+        range = {std::min(range.from, from), std::max(range.to, to)};
     }
     return range;
 }
@@ -78,6 +98,23 @@ void append(std::vector<Quantity>& all, const Function& function, const Quantity
     Quantity& quantity = all.emplace_back(with_weights(pattern, weights, {}));
     quantity.key = function.name;
     quantity.function = &function;
+}
+
+void append_quotients(std::vector<Quantity>& all, const Function& function, const Quantity& pattern,
+                      std::span<const Field> fields, const Weighting& numerator,
+                      const Weighting& denominator) {
+    const std::size_t first = all.size();
+    append(all, function, pattern, fields, numerator.tables);
+    for (std::size_t i = 0; i < fields.size(); ++i) {
+        Quantity& quantity = all[first + i];
+        const auto below = tables_of(denominator.tables, {});
+        quantity.parts = {{numerator.band, quantity.weights}, {denominator.band, below}};
+        for (const auto* const table : below) {
+            if (std::ranges::find(quantity.weights, table) == quantity.weights.end()) {
+                quantity.weights.push_back(table);
+            }
+        }
+    }
 }
 
 }  // namespace internal

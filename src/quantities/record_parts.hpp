@@ -13,6 +13,8 @@ namespace vekanalysis::quantities::internal {
 
 inline constexpr Range visible{380.0, 780.0};
 inline constexpr const char* CIE_15 = "CIE 15:2004";
+inline constexpr const char* stored_points =
+    "The smallest of the measured points; nothing between them is interpolated.";
 
 /// A field of a function's result: what follows the point in its key, and its symbol.
 struct Field {
@@ -63,5 +65,19 @@ void append(std::vector<Quantity>& all, const Function& function, const Quantity
 /// The same for a function of one number, whose key is its name.
 void append(std::vector<Quantity>& all, const Function& function, const Quantity& pattern,
             std::initializer_list<const char*> weights = {});
+
+/// A band and the names of the tables that weight it.
+struct Weighting {
+    Range band;
+    std::initializer_list<const char*> tables;
+};
+
+/// The same as the first for quotients.
+///
+/// @param numerator    with "{}" as in `append`
+/// @param denominator  of all fields the same; no reconstruction
+void append_quotients(std::vector<Quantity>& all, const Function& function, const Quantity& pattern,
+                      std::span<const Field> fields, const Weighting& numerator,
+                      const Weighting& denominator);
 
 }  // namespace vekanalysis::quantities::internal

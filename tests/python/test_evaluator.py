@@ -13,7 +13,7 @@ from numpy.typing import NDArray
 
 import vekanalysis as vek
 from vekanalysis import colorimetry, quantities
-from vekanalysis.quantities import LENS, LIGHT, PHOTOMETER, Evaluator
+from vekanalysis.quantities import LENS, LENS_FULL, LIGHT, PHOTOMETER, Evaluator
 
 V = "ISO8980_3_tau_v"
 GRID = np.arange(315.0, 801.0)
@@ -55,7 +55,7 @@ def one_by_one(
 
 @pytest.mark.parametrize(("grid", "form"), grids().values(), ids=grids())
 def test_an_array_gives_what_its_spectra_give(grid: Floats, form: vek.Interpolation) -> None:
-    records = [*LENS, *PHOTOMETER, *(q for q in LIGHT if not q.key.startswith("CIE"))]
+    records = [*LENS_FULL, *PHOTOMETER, *(q for q in LIGHT if not q.key.startswith("CIE"))]
     values = lenses(grid, 32, seed=len(grid))
     result = Evaluator(grid, records, interpolation=form)(values)
     expected = [one_by_one(grid, lens, records, form) for lens in values]
@@ -163,7 +163,7 @@ def test_no_point_that_matters_lacks_its_sensitivity(grid: Floats, form: vek.Int
 
 
 def test_threads_and_processes_may_share_one() -> None:
-    e = Evaluator(GRID, [*LENS, *LIGHT], interpolation=vek.LINEAR, white="A")
+    e = Evaluator(GRID, [*LENS_FULL, *LIGHT], interpolation=vek.LINEAR, white="A")
     values = lenses(GRID, 40)
     expected = e(values)
     with ThreadPoolExecutor(4) as pool:

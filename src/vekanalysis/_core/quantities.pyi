@@ -47,6 +47,8 @@ class Quantity:
     def is_stored(self) -> bool: ...
     @property
     def is_detail(self) -> bool: ...
+    @property
+    def is_quotient(self) -> bool: ...
 
 class Evaluator:
     def __init__(
@@ -84,6 +86,7 @@ class Evaluator:
 
 REFERENCES: tuple[Reference, ...]
 LENS: tuple[Quantity, ...]
+DERIVED: tuple[Quantity, ...]
 PHOTOMETER: tuple[Quantity, ...]
 
 def light(white: str = "D65") -> tuple[Quantity, ...]: ...

@@ -12,7 +12,7 @@ from typing import Any, Final
 from .._core import colorimetry, version
 from .._toml import nearest
 from ..errors import Refusal
-from ..quantities import Quantity, Repeats, Value, quantity
+from ..quantities import DERIVED, LENS, LENS_FULL, Quantity, Repeats, Value, quantity
 from ..reports import Report
 from ..reports import lens as lens_report
 from ..spectrum import Spectrum
@@ -48,11 +48,13 @@ class Certificate:
         Texts for the fields of `FIELDS`, before those of settings and file.
     grid : float, optional
         Step in nm to which the spectrum is brought first: see `reports.lens`.
+    full : bool
+        Whether a page without settings has the derived quantities, too.
 
     Attributes
     ----------
     report : Report
-        All quantities of lenses.
+        All quantities of lenses; the derived ones where one of them is asked for.
     fields : mapping of str to str
         As they are on the page.
     conformity : Conformity or None
@@ -76,14 +78,18 @@ class Certificate:
         purposes: Collection[str] = (),
         fields: Mapping[str, str] = MappingProxyType({}),
         grid: float | None = None,
+        full: bool = False,
     ) -> None:
+        self._full = full
         self.settings = settings
         self.limits = limits
         self.grid = grid
         self.purposes = tuple(purposes)
         if budget is not None and not budget.components and not budget.of_repeats:
             budget = None
-        self.report: Report = lens_report(spectrum, budget=budget, grid=grid)
+        self.report: Report = lens_report(
+            spectrum, budget=budget, grid=grid, full=self._needs_derived()
+        )
         said = self.report.uncertainty
         self.budget = None if said is None else said.budget
         self.has_noise_of_repeats = budget is not None and bool(budget.of_repeats)
@@ -107,6 +113,12 @@ class Certificate:
         """The figures with their uncertainty, for the coverage of the budget."""
         said = self.report.uncertainty
         return None if said is None else said.results[0]
+
+    def _needs_derived(self) -> bool:
+        named = {record.key for record in self.quantities}
+        if self.limits is not None:
+            named.update(self.limits.quantities)
+        return any(record.key in named for record in DERIVED)
 
     def _assess(self, limits: Limits) -> Conformity:
         results, decision = self.results, limits.decision
@@ -162,8 +174,9 @@ class Certificate:
     @property
     def quantities(self) -> list[Quantity]:
         """Those of the page, in its order."""
-        keys = (self.settings or _PLAIN).quantities
-        return [quantity(key) for key in keys]
+        if self.settings is None:
+            return [*(LENS_FULL if self._full else LENS)]
+        return [quantity(key) for key in self.settings.quantities]
 
 
 def page(certificates: Sequence[Certificate]) -> str:

@@ -12,7 +12,7 @@ from typing import Final, Literal, NamedTuple
 
 from .._toml import nearest
 from ..errors import Refusal
-from ..quantities import LENS, REFERENCES, Quantity, Value
+from ..quantities import LENS_FULL, REFERENCES, Quantity, Value
 from ..uncertainty import Results, Uncertain, coverage_factor
 from ._limits import Bound, Category, Decision, Limits, Requirement, Term
 
@@ -149,7 +149,7 @@ def assess(
     ----------
     limits : Limits
     values : mapping of str to Value
-        As `quantities.evaluate` gives them.
+        As `quantities.evaluate` gives them, of all quantities that the limits name.
     results : Results or None
         Of `uncertainty.propagate`, with the coverage of the decision.
     purposes : collection of str
@@ -210,7 +210,7 @@ class _Judge:
         self._doubtful = {
             each.name for each in REFERENCES if each.status == "reconstruction"
         }.difference(trusted)
-        self._records: dict[str, Quantity] = {record.key: record for record in LENS}
+        self._records: dict[str, Quantity] = {record.key: record for record in LENS_FULL}
 
     def membership(self, categories: Sequence[Category]) -> Membership:
         """The category, and all that it could be."""

@@ -7,16 +7,18 @@ from dataclasses import dataclass
 from typing import Any, Final, Literal, NamedTuple, Self
 
 from .._toml import Place, TomlFile, nearest
-from ..quantities import LENS
+from ..quantities import LENS_FULL, Quantity
 
 type Rule = Literal["simple", "guard-band", "non-binary", "uncritical"]
 
 RULES: Final = ("simple", "guard-band", "non-binary", "uncritical")
-_KEYS: Final = {quantity.key: quantity for quantity in LENS}
+_KEYS: Final = {quantity.key: quantity for quantity in LENS_FULL}
 _TOP: Final = ("label", "edition", "source", "decision", "category", "requirement")
 _LOWER: Final = ("above", "at_least")
 _UPPER: Final = ("below", "at_most")
 _BOUNDS: Final = (*_LOWER, *_UPPER)
+# No limit of a quotient is near it, and none in per cent below.
+_MOST_QUOTIENT: Final = 10.0
 
 
 class Term(NamedTuple):
@@ -142,6 +144,17 @@ class Limits:
         """The purposes that requirements are for, each once."""
         return tuple(dict.fromkeys(each.when for each in self.requirements if each.when))
 
+    @property
+    def quantities(self) -> tuple[str, ...]:
+        """The keys of all quantities that are named, each once."""
+        parts: list[Category | Requirement] = [*self.categories, *self.requirements]
+        named = [
+            key
+            for each in parts
+            for key in (each.quantity, *(key for bound in each.bounds for key in bound.quantities))
+        ]
+        return tuple(dict.fromkeys(named))
+
     @classmethod
     def read(cls, path: str | os.PathLike[str]) -> Self:
         """Read limits from a TOML file.
@@ -163,6 +176,15 @@ class Limits:
         """
         file = TomlFile.read(path)
         return cls(**_Reader(file).limits(), file=os.fspath(path), sha256=file.sha256)
+
+
+def _impossible(quantity: Quantity, limit: float) -> str | None:
+    """Why a number is no limit of a quantity: it is meant in per cent, as a rule."""
+    if quantity.is_transmittance and not 0.0 <= limit <= 1.0:
+        return "transmittances are fractions"
+    if quantity.is_quotient and not 0.0 <= limit < _MOST_QUOTIENT:
+        return "quotients are plain numbers"
+    return None
 
 
 class _Reader:
@@ -267,8 +289,9 @@ class _Reader:
         quantity = _KEYS[table["quantity"]]
         for bound in bounds:
             for number, other in bound.terms:
-                if other is None and quantity.is_transmittance and not 0.0 <= number <= 1.0:
-                    reason = f"{what}: {bound.word} is {number:g}; transmittances are fractions"
+                doubt = None if other is not None else _impossible(quantity, number)
+                if doubt is not None:
+                    reason = f"{what}: {bound.word} is {number:g}; {doubt}"
                     raise self.file.refusal(reason, place._replace(key=bound.word))
         numbers = [bound.terms[0].number for bound in bounds if not bound.quantities]
         if len(numbers) == 2 and not numbers[0] < numbers[1]:

@@ -11,7 +11,7 @@ from typing import Any, Final, NamedTuple
 from .._core import version
 from .._files import read_regular
 from ..errors import Refusal
-from ..quantities import Repeats
+from ..quantities import DERIVED, Repeats
 from ..reading import read
 from ..reports import json_text
 from ..spectrum import Spectrum
@@ -162,7 +162,13 @@ def _again(path: Path, stated: Mapping[str, Any]) -> Certificate:
         purposes=stated["purposes"],
         fields=stated["fields"],
         grid=stated["grid_nm"],
+        full="settings" not in files and _has_derived(stated["report"]),
     )
+
+
+def _has_derived(report: Mapping[str, Any]) -> bool:
+    derived = {record.key for record in DERIVED}
+    return any(each["key"] in derived for each in report["quantities"])
 
 
 def _measured(folder: Path, stated: Mapping[str, Any]) -> Spectrum | Repeats:

@@ -10,7 +10,7 @@ from typing import Any, Final, NamedTuple, Self
 from .._files import open_regular
 from .._toml import Place, TomlFile, nearest
 from ..errors import Refusal
-from ..quantities import LENS
+from ..quantities import LENS, LENS_FULL
 
 LANGUAGES: Final = ("en", "de")
 FIELDS: Final = (
@@ -19,7 +19,8 @@ FIELDS: Final = (
 )
 """What a certificate says of its object, in this order."""
 
-_KEYS: Final = tuple(quantity.key for quantity in LENS)
+_PLAIN: Final = tuple(quantity.key for quantity in LENS)
+_KEYS: Final = tuple(quantity.key for quantity in LENS_FULL)
 _TABLES: Final = {
     "laboratory": ("name", "address", "logo"),
     "page": ("title", "language", "decimal", "figures", "decimals", "quantities", "templates"),
@@ -91,7 +92,7 @@ class Settings:
     decimal: str = "."
     percent: bool = False
     decimals: int = 4
-    quantities: tuple[str, ...] = _KEYS
+    quantities: tuple[str, ...] = _PLAIN
     templates: Path | None = None
     templates_name: str | None = None
     fields: Mapping[str, Field] = field(default_factory=lambda: MappingProxyType({}))

@@ -129,7 +129,7 @@ class Words:
 
     def _plain(self, quantity: Quantity, value: float) -> str:
         number = Decimal(repr(value))
-        if quantity.is_transmittance or abs(value) < 1.0:
+        if quantity.is_transmittance or quantity.is_quotient or abs(value) < 1.0:
             places = self._settings.decimals
         else:
             places = max(0, 5 - number.adjusted())

@@ -1,6 +1,6 @@
 """``vekanalysis report``: what standards say of lenses and filters."""
 
-from argparse import Namespace
+from argparse import SUPPRESS, Namespace
 
 from .. import reports
 from ._arguments import (
@@ -26,7 +26,7 @@ HELP = "what standards say of a lens"
 ARGUMENTS = "[options] FILE..."
 DESCRIPTION = """\
 Transmittances after ISO 8980-3, ANSI Z80.3, AS/NZS 1067 and ISO 12311, signal
-lights and colours; --grid 5: at the tables' wavelengths; --figures percent."""
+lights, colours; --full: quotients; --grid 5: tables' steps; --figures percent."""
 EXAMPLES = """\
   %(prog)s examples/grey-glass-4mm.csv examples/bronze-glass-4mm.csv"""
 
@@ -34,6 +34,7 @@ EXAMPLES = """\
 def add_arguments(arguments: Arguments) -> None:
     add_files(arguments, "as info --help says; with --csv also a directory")
     add_units(arguments, "percent", "%")
+    arguments.add_argument("--full", action="store_true", help=SUPPRESS)
     add_forms(arguments)
     add_table(arguments)
     add_uncertainty(arguments)
@@ -57,10 +58,14 @@ def run(arguments: Namespace) -> int | None:
                 raise CommandError(f"--{option} is for reports; a table is made with --csv alone")
         from ._table import write_table
 
-        options = {"budget": table_budget(arguments), "grid": arguments.grid}
+        options = {
+            "budget": table_budget(arguments),
+            "grid": arguments.grid,
+            "full": arguments.full,
+        }
         return write_table(arguments, reports.Table("lens", **options))
     refuse_directories(arguments.files)
-    options = budget_options(arguments) | {"grid": arguments.grid}
+    options = budget_options(arguments) | {"grid": arguments.grid, "full": arguments.full}
     if arguments.html:
         inputs = [*arguments.files, *limits_of(arguments)]
         check_targets([arguments.html], inputs, arguments.overwrite)
@@ -72,7 +77,10 @@ def run(arguments: Namespace) -> int | None:
         from ..certificates import Certificate, page
 
         certificates = [
-            Certificate(each, budget=options.get("budget"), grid=arguments.grid) for each in spectra
+            Certificate(
+                each, budget=options.get("budget"), grid=arguments.grid, full=arguments.full
+            )
+            for each in spectra
         ]
         write_page(arguments.html, page(certificates))
     percent = arguments.figures == "percent"

@@ -4,7 +4,7 @@ from collections.abc import Iterable, Sequence
 from typing import TYPE_CHECKING, Any, Final
 
 from .._core import Interpolation, Scan
-from .._core.quantities import LENS, PHOTOMETER, Quantity, light
+from .._core.quantities import DERIVED, LENS, PHOTOMETER, Quantity, light
 from .._core.quantities import Evaluator as CompiledEvaluator
 from ..spectrum import Spectrum
 from ._values import Value, illuminant, records_of, white_of
@@ -214,7 +214,7 @@ def _made_anew(
     epsilon: float,
     white: Scan | str,
 ) -> Evaluator:
-    every = (*LENS, *light(), *PHOTOMETER)
+    every = (*LENS, *DERIVED, *light(), *PHOTOMETER)
     by_name = {(record.kind, record.key): record for record in every}
     records = [by_name[name] for name in names]
     return Evaluator(

@@ -4,13 +4,22 @@ from collections.abc import Iterable
 from typing import NamedTuple
 
 from .._core import Scan, colorimetry
-from .._core.quantities import LENS, Quantity, quantity
+from .._core.quantities import DERIVED, LENS, Quantity, quantity
 from .._core.quantities import evaluate as evaluate_scan
 from ..errors import Refusal
 from ..spectrum import Spectrum
 from ._measurand import measurand
 
 type Range = tuple[float, float]
+
+
+def _by_standard() -> tuple[Quantity, ...]:
+    standards = [*dict.fromkeys(record.standard for record in LENS)]
+    return tuple(sorted((*LENS, *DERIVED), key=lambda record: standards.index(record.standard)))
+
+
+LENS_FULL: tuple[Quantity, ...] = _by_standard()
+"""The quantities of lenses, those derived behind the others of their standard."""
 
 
 class Value(NamedTuple):

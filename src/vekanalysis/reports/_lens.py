@@ -3,7 +3,7 @@
 from collections.abc import Sequence
 from typing import TYPE_CHECKING, Any
 
-from ..quantities import LENS, Figures, Repeats, measurand, on_grid
+from ..quantities import LENS, LENS_FULL, Figures, Repeats, measurand, on_grid
 from ..spectrum import Spectrum
 from ._inputs import Objects, as_objects
 from ._repeated import make_repeated
@@ -34,6 +34,7 @@ def lens(
     spectra: Objects,
     *,
     clear_lens: bool = True,
+    full: bool = False,
     budget: Budget | None = None,
     draws: Draws = None,
     seed: int | None = None,
@@ -49,6 +50,9 @@ def lens(
         as one spectrum, their mean.
     clear_lens : bool
         Whether transmittances come with that of a clear lens.
+    full : bool
+        Whether there are also the derived quantities: attenuation quotients, signals relative to a
+        clear lens, the smallest value over the luminous one.
     budget : Budget, optional
         Of the uncertainty, which the figures then come with; with the noise of the repeats, if
         it is to have that (`Budget.with_repeats`).
@@ -80,14 +84,16 @@ def lens(
     thinned = budget is not None
     measured = [_measured(each, grid, thinned=thinned) for each in as_objects(spectra)]
     transmittances = [each.mean if isinstance(each, Repeats) else each for each in measured]
-    figures = Figures(LENS)
+    wanted = LENS_FULL if full else LENS
+    figures = Figures(wanted)
     values = [figures.values(spectrum.scan) for spectrum in transmittances]
     if not clear_lens:
         values = [
             {key: value._replace(clear_lens=None) for key, value in each.items()} for each in values
         ]
     repeats = [
-        make_repeated(each, figures) if isinstance(each, Repeats) else None for each in measured
+        make_repeated(each, wanted, figures) if isinstance(each, Repeats) else None
+        for each in measured
     ]
     notes = [_SAMPLING, *[_SCATTER] * any(repeats)]
     uncertainty = None
@@ -95,9 +101,9 @@ def lens(
         scans = [None if each is None else each.scans for each in repeats]
         budgets = [budget if each is None else budget.with_repeats(each) for each in scans]
         notes += [_LEFT_OUT] * (any(scans) and not budget.of_repeats)
-        uncertainty = make_uncertainty(transmittances, LENS, budgets, draws, seed)
+        uncertainty = make_uncertainty(transmittances, wanted, budgets, draws, seed)
     return Report(
-        "Lens report", transmittances, LENS, values, notes, _figure, uncertainty, repeats=repeats
+        "Lens report", transmittances, wanted, values, notes, _figure, uncertainty, repeats=repeats
     )
 
 

@@ -1,9 +1,9 @@
 """What a report says of the repeats that a spectrum is the mean of."""
 
-from collections.abc import Mapping
+from collections.abc import Mapping, Sequence
 from typing import NamedTuple
 
-from ..quantities import LENS, Figures, Repeats, Scatter
+from ..quantities import Figures, Quantity, Repeats, Scatter
 from ..spectrum import Spectrum
 from ._layout import Json
 
@@ -37,9 +37,9 @@ class Repeated(NamedTuple):
         return "" if s is None else f"s {Decimal(f'{s:.1e}').scaleb(scale):f}"
 
 
-def make_repeated(repeats: Repeats, figures: Figures) -> Repeated:
-    """The scans with the scatter of their figures, which ``figures`` makes for lenses."""
+def make_repeated(repeats: Repeats, quantities: Sequence[Quantity], figures: Figures) -> Repeated:
+    """The scans with the scatter of the quantities, which ``figures`` makes."""
     numbers = [figures(each.scan)[0] for each in repeats.spectra]
-    columns = zip(LENS, zip(*numbers, strict=True), strict=True)
+    columns = zip(quantities, zip(*numbers, strict=True), strict=True)
     scatter = {record.key: Scatter.of(column) for record, column in columns}
     return Repeated(repeats.spectra, scatter)

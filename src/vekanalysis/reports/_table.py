@@ -5,7 +5,18 @@ from collections.abc import Sequence
 from typing import TYPE_CHECKING, Any, Literal, NamedTuple
 
 from ..errors import Refusal
-from ..quantities import LENS, LIGHT, PHOTOMETER, REFERENCES, Figures, Value, measurand, on_grid
+from ..quantities import (
+    LENS,
+    LENS_FULL,
+    LIGHT,
+    PHOTOMETER,
+    REFERENCES,
+    Figures,
+    Value,
+    measurand,
+    on_grid,
+    quantity,
+)
 from ..spectrum import Spectrum
 from ._inputs import as_spectra
 from ._lens import lens
@@ -42,8 +53,8 @@ class Table:
         Of a table of light sources, as `light` takes them.
     budget
         Adds columns for the uncertainty of each quantity, behind all others.
-    grid
-        Of a table of lenses, as `lens` takes it.
+    grid, full
+        Of a table of lenses, as `lens` takes them.
 
     Attributes
     ----------
@@ -61,13 +72,18 @@ class Table:
         f1_prime: bool = False,
         budget: Budget | None = None,
         grid: float | None = None,
+        full: bool = False,
     ) -> None:
+        self._full = full
         self._grid = grid
         self._budget = budget
         self._kind = kind
         self._white = white
         self._f1_prime = f1_prime
-        quantities = LENS if kind == "lens" else LIGHT + (PHOTOMETER if f1_prime else ())
+        if kind == "lens":
+            quantities = LENS_FULL if full else LENS
+        else:
+            quantities = LIGHT + (PHOTOMETER if f1_prime else ())
         doubtful = {item.name for item in REFERENCES if item.status == "reconstruction"}
         self._columns = tuple(quantity.key for quantity in quantities)
         self.keys = (*FACTS, *self._columns)
@@ -99,7 +115,9 @@ class Table:
         (rows,) = self.rows_of_files([spectra])
         if rows is None:
             # It says what the matter is, and of which of them.
-            report = lens(spectra, clear_lens=False, budget=self._budget, grid=self._grid)
+            report = lens(
+                spectra, clear_lens=False, full=self._full, budget=self._budget, grid=self._grid
+            )
             return report.rows()
         return rows
 
@@ -137,7 +155,7 @@ class Table:
     def _row(self, spectrum: Spectrum) -> _Made:
         """The row that `reports.lens` has of a spectrum, without the report."""
         if self._figures is None:
-            self._figures = Figures(LENS)
+            self._figures = Figures(self._columns)
         lens = measurand(spectrum, "transmittance")
         if self._grid is not None:
             lens = on_grid(lens, self._grid, thinned=self._budget is not None)
@@ -155,7 +173,7 @@ class Table:
         from ..uncertainty import Propagator
 
         if self._propagator is None:
-            self._propagator = Propagator(budget, LENS)
+            self._propagator = Propagator(budget, map(quantity, self._columns))
         lenses, numbers = [item.lens for item in made], [item.numbers for item in made]
         u, expanded, k, _ = self._propagator(lenses, numbers)
         keys = self.keys[-len(UNCERTAIN) * len(self._columns) :]

@@ -96,6 +96,8 @@ def _possible(record: Quantity, value: quantities.Value) -> Interval:
         return 0.0, 1.0 if clear is None else clear
     if "chromaticity" in record.key:
         return 0.0, 1.0
+    if record.is_quotient:
+        return 0.0, math.inf
     is_amount = record.unit != "1" or record.symbol == "L*"
     return 0.0 if is_amount else -math.inf, math.inf
 

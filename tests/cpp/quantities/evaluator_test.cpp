@@ -128,6 +128,7 @@ std::vector<double> one_by_one(std::span<const Quantity> quantities, const Scan&
 /// All catalogues, with what is had from functions alone.
 std::vector<Quantity> everything() {
     std::vector<Quantity> all(lens().begin(), lens().end());
+    for (const Quantity& quantity : derived()) all.push_back(quantity);
     for (const Quantity& quantity : light("A")) all.push_back(quantity);
     for (const Quantity& quantity : photometer()) all.push_back(quantity);
     return all;

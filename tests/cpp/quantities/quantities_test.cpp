@@ -26,7 +26,7 @@ Value value_of(const Quantity& quantity, const Scan& spectrum) {
 
 TEST(Records, AreCompleteAndTheirKeysDiffer) {
     const std::vector<Quantity> of_light = light("D65");
-    for (const auto catalogue : {lens(), std::span<const Quantity>(of_light), photometer()}) {
+    for (const auto catalogue : {lens(), derived(), std::span<const Quantity>(of_light), photometer()}) {
         std::set<std::string> keys;
         for (const Quantity& quantity : catalogue) {
             EXPECT_TRUE(keys.insert(quantity.key).second) << quantity.key;
