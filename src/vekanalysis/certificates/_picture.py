@@ -29,6 +29,7 @@ _LOOKS: Final = {
     "band": 'text-anchor="middle" fill="#5d5d5d"',
     "left": 'text-anchor="end" fill="#5d5d5d"',
     "below": 'text-anchor="middle" fill="#5d5d5d"',
+    "side": 'text-anchor="middle" fill="#5d5d5d"',
     "between": 'text-anchor="middle" fill="#5d5d5d"',
 }
 _CLASS: Final = re.compile(r'class="([a-z-]+)"')
@@ -196,7 +197,7 @@ def _side(axes: _Axes, title: str, percent: bool) -> str:
     """What the values are."""
     y = 0.5 * (axes.height - _BOTTOM + _TOP)
     return (
-        f'<text class="below" transform="rotate(-90 17 {y:g})" x="17" y="{y:g}">'
+        f'<text class="side" transform="rotate(-90 17 {y:g})" x="17" y="{y:g}">'
         f"{escape(title + (' / %' if percent else ''))}</text>"
     )
 
