@@ -1,6 +1,7 @@
 #include "io/vekfile_json.hpp"
 
-#include <algorithm>
+#include <array>
+#include <cmath>
 #include <cstddef>
 #include <nlohmann/json.hpp>
 #include <span>
@@ -15,28 +16,19 @@ namespace {
 
 using nlohmann::json;
 
-/// An array of numbers as the library writes it. It is emptied before its own destructor sees it:
-/// that allocates for the elements it finds, and ends the program where there is no memory.
-class Numbers {
-public:
-    Numbers() = default;
-    Numbers(const Numbers&) = delete;
-    Numbers& operator=(const Numbers&) = delete;
-    ~Numbers() { elements().clear(); }
-
-    /// "[1.0,2.0]"; null for what is not finite.
-    [[nodiscard]] std::string written(std::span<const double> values) {
-        elements().assign(values.begin(), values.end());
-        return document_.dump();
+/// Appends a number with the digits that the library's writer gives it; null if it is not finite.
+void append_number(double value, std::string& text) {
+    if (!std::isfinite(value)) {
+        text += "null";
+        return;
     }
+    std::array<char, 64> buffer{};
+    const char* const begin = buffer.data();
+    const char* const end = nlohmann::detail::to_chars(buffer.data(), begin + buffer.size(), value);
+    text.append(begin, end);
+}
 
-private:
-    json::array_t& elements() { return document_.get_ref<json::array_t&>(); }
-
-    json document_ = json::array();
-};
-
-/// Writes a document front to back, laid out as the library does it. Texts and floating-point
+/// Writes a document front to back, laid out as the library does it. Texts and the digits of
 /// numbers are the library's own writing. There is never a tree of the document, which would take
 /// many times its size.
 class Writer {
@@ -84,6 +76,14 @@ public:
         member(key, [&] { inside('[', ']', [&] { elements(values); }); });
     }
 
+    /// Makes room for so many numbers in arrays within arrays; what is not written takes no memory.
+    void expect_numbers(std::size_t count) {
+        constexpr std::size_t digits = 19;
+        constexpr std::size_t level = 5;
+        const std::size_t blanks = indent_ < 0 ? 0 : level * static_cast<std::size_t>(indent_) + 1;
+        text_.reserve(count * (digits + blanks + 1));
+    }
+
     [[nodiscard]] std::string text() && noexcept { return std::move(text_); }
 
 private:
@@ -108,20 +108,19 @@ private:
         first_ = false;
         break_line();
     }
-    /// The elements of an array of numbers, some thousand at a time.
     void elements(std::span<const double> values) {
-        constexpr std::size_t at_once = 4096;
-        while (!values.empty()) {
-            const std::size_t count = std::min(values.size(), at_once);
-            const std::string written = numbers_.written(values.first(count));
-            std::string_view rest(written.data() + 1, written.size() - 2);
-            values = values.subspan(count);
-            while (!rest.empty()) {
-                const std::size_t length = std::min(rest.find(','), rest.size());
+        std::string between(1, ',');
+        if (indent_ >= 0) {
+            between += '\n';
+            between.append(level_ * static_cast<std::size_t>(indent_), ' ');
+        }
+        for (const double value : values) {
+            if (first_) {
                 begin_item();
-                text_ += rest.substr(0, length);
-                rest.remove_prefix(std::min(length + 1, rest.size()));
+            } else {
+                text_ += between;
             }
+            append_number(value, text_);
         }
     }
 
@@ -130,7 +129,6 @@ private:
     std::size_t level_ = 0;
     bool first_ = true;
     std::string text_;
-    Numbers numbers_;
 };
 
 void write(Writer& writer, std::string_view key, const MeasurementTypeUnits& units) {
@@ -205,6 +203,11 @@ std::string vekfile_to_json(const VekFile<DataSet<DataNative>>& file, int indent
         throw std::invalid_argument("vekfile_to_json: indent must not exceed 1024");
     }
     Writer writer(indent, ensure_ascii);
+    std::size_t numbers = 0;
+    for (const auto& data_set : file.data_sets) {
+        numbers += data_set.data.x.size() + data_set.data.y.size();
+    }
+    writer.expect_numbers(numbers);
     writer.object([&] {
         writer.member("data_info", [&] { write(writer, file.data_info); });
         if (!file.data_sets.empty()) {
