@@ -468,6 +468,10 @@ private:
             shape.width = sides.right - sides.left;
         }
         if (sides.has_area) shape.area = area(sides);
+        // Slopes of values near the largest overflow, and then widths and areas are of no curve.
+        if (!std::isfinite(shape.area + shape.prominence + shape.width.value_or(0.0))) {
+            throw std::invalid_argument("utils::peaks: the numbers are too large or too small");
+        }
         return shape;
     }
 

@@ -64,8 +64,10 @@ struct PeakShape {
 /// O(n log n) for n points.
 /// @throws std::invalid_argument  "utils::peaks: an option is not a number",
 ///                                "utils::peaks: distance, prominence and width must not be
-///                                negative", "utils::peaks: a point is not finite" or
-///                                "utils::peaks: a polynomial through all points is not taken"
+///                                negative", "utils::peaks: a point is not finite",
+///                                "utils::peaks: a polynomial through all points is not taken" or,
+///                                where a width or an area is no number,
+///                                "utils::peaks: the numbers are too large or too small"
 /// @throws std::runtime_error     the spline's errors
 [[nodiscard]] std::vector<PeakShape> peaks(const Scan& scan, const PeakOptions& options = {});
 

@@ -201,6 +201,9 @@ TEST(PeakShapes, RefuseWhatHasNoPeaksAndNamesTheReason) {
     EXPECT_EQ(text(good, {}), "no exception");
     EXPECT_EQ(text(Scan{{1, 0}, {2, NAN}, {3, 0}, {4, 0}, {5, 0}}, {}), not_finite);
     EXPECT_EQ(text(Scan{{1, 0}, {2, 1}, {3, 0}, {4, 0}, {INFINITY, 0}}, {}), not_finite);
+    const std::string too_large = "utils::peaks: the numbers are too large or too small";
+    EXPECT_EQ(text(Scan({1, 2, 3, 4, 5}, {0, 1.7e308, -1.7e308, 1e308, 0}), {}), too_large);
+    EXPECT_EQ(text(Scan({1e307, 2e307, 3e307, 4e307, 5e307}, {0, 1, 0, 3, 0}), {}), too_large);
     EXPECT_EQ(text(good, {.width = NAN}), "utils::peaks: an option is not a number");
     EXPECT_EQ(text(good, {.distance = -1.0}), negative);
     EXPECT_EQ(text(Scan{{1, 0}, {2, 1}}, {}), "Cannot initialize a spline, too few points");
