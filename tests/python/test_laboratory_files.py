@@ -470,6 +470,7 @@ WRITTEN = [
     Spectrum(Scan(GRID, VALUES), "transmittance", "1", "lens 7, grey"),
     Spectrum(Scan(GRID, VALUES * 30), "transmittance", "%", 'Glas "A" <µ> & ß'),
     Spectrum(Scan(np.linspace(380, 780, 401), np.sin(np.arange(401.0))), "reflectance", "1", "T"),
+    Spectrum(Scan([400.0, 401.0, 402.0], [-0.0, 0.0, -0.0]), "counts", "counts", "evenly spaced"),
     Spectrum(Scan(GRID, VALUES), "absorbance", "OD", "##x $$ y"),
     Spectrum(Scan(GRID, VALUES * 1e-7), "irradiance", "mW m-2 nm-1"),
     Spectrum(Scan(GRID, VALUES * 1e200), "radiance", "W m-2 sr-1 nm-1", "lamp"),

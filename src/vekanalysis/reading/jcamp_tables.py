@@ -218,7 +218,9 @@ class _Decoder:
 
     def _absolute(self, token: str) -> float:
         head = token[0]
-        return self._checked(_parsed(_SQZ[head] + token[1:] if head in _SQZ else token))
+        value = _parsed(_SQZ[head] + token[1:] if head in _SQZ else token)
+        # No whole number is below 0 and 0.
+        return self._checked(-0.0 if value == 0 and head == "-" else value)
 
     def _checked(self, value: float) -> float:
         if not -_LARGEST < value < _LARGEST and isinstance(value, int):
