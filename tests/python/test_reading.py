@@ -187,6 +187,8 @@ REFUSED: dict[str, tuple[str, dict[str, Any], str, str]] = {
     "no thousands": ("nm;T\n400;0.5\n410;1'00\n", {}, "no groups of three digits", "--skip 3-3"),
     "no order": ("400 1\n410 2\n405 3\n", {}, "line 3: wavelength 405 after 410", "--sort"),
     "half a pair": ("nm;T;nm;T\n400;1;;1\n", {}, "line 2: there is no wavelength", ""),
+    "beyond nm": ("um;T\n0.4;1\n1e306;1\n", {}, "a wavelength in um is too large", ""),
+    "below nm": ("um;T\n1e-20;1\n0.4;1\n", {}, "a wavelength in um is too small", ""),
     "empty": ("", {}, "the file is empty", ""),
     "no codec": ("400;1", {"encoding": "undefined"}, "line 1: the bytes are not undefined", ""),
     "too long": (f'400;"{"1" * 200_000}"', {}, "line 1: '1{59}…' is too large a number", ""),

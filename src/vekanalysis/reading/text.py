@@ -28,6 +28,7 @@ from .wavelengths import (
     check_likely,
     check_nm,
     check_wavelength_unit,
+    in_nm,
     stated_unit,
 )
 
@@ -282,6 +283,10 @@ def _wavelengths_in_nm(
             stated = header.wavelength_unit
         unit = _wavelength_unit(ends, stated, options.wavelength_unit, numbers.source, follows)
         if unit != "nm":
+            for end in in_nm(ends[:2], "", unit, numbers.source):
+                if not 0.0 < end < math.inf:
+                    size = "large" if end else "small"
+                    raise Refusal(f"{numbers.source}: a wavelength in {unit} is too {size}")
             numbers.core.convert(numbers.places[column], *TO_NM[unit])
             converted[unit] = None
     return [f"wavelengths converted from {unit} to nm" for unit in converted]
