@@ -481,7 +481,10 @@ def _from_pint(name: str) -> _Atom | None:
     for spelling in spellings:
         if not _may_be_unit(spelling):
             continue
-        quantity = _registry().Quantity(1.0, spelling)
+        try:
+            quantity = _registry().Quantity(1.0, spelling)
+        except AttributeError:
+            continue  # what pint raises for the plural of a symbol, such as nms
         base = quantity.to_base_units()
         ((dimension, _),) = base.dimensionality.items()
         symbol = f"{quantity.units:~}"

@@ -29,6 +29,7 @@ SPELLINGS = {
     ("W m-2 Å-1", 10.0, "irradiance"): "W/m2/Å | W/m2/Angstrom",
     ("erg cm-2 s-1 Å-1", 0.01, "irradiance"): "erg/s/cm2/Å | erg s-1 cm-2 angstrom-1",
     ("W m-2", 1.0, "irradiance"): "W/m2 | W m^-2",
+    ("nm s", 1e-9, None): "nms",
     ("W m-2 sr-1 nm-1", 1.0, "radiance"): """
         W/(m2 sr nm) | W m-2 sr-1 nm-1 | W/m²/sr/nm | W/sr/m²/nm | W/sr m2 nm | W/m^2-sr-nm""",
     ("mW m-2 sr-1 nm-1", 1e-3, "radiance"): "mW/(m²·sr·nm)",
