@@ -11,6 +11,7 @@ FUZZ = Path(__file__).resolve().parents[2] / "fuzz"
 sys.path.insert(0, str(FUZZ))
 import fuzz_objects  # noqa: E402
 import fuzz_read  # noqa: E402
+import fuzz_toml  # noqa: E402
 
 sys.path.remove(str(FUZZ))
 
@@ -21,6 +22,14 @@ def test_damage_at_random_is_read_or_refused(form: str) -> None:
     outcomes = [fuzz_read.check(next(inputs)) for _ in range(300)]
     # Most damage is refused, and some cannot be seen.
     assert 5 < sum(outcomes) < 250
+
+
+@pytest.mark.parametrize("sort", fuzz_toml.READERS)
+def test_damaged_settings_are_taken_or_refused(sort: str, tmp_path: Path) -> None:
+    chance = random.Random(sort)
+    inputs = [fuzz_toml.an_input(sort, chance) for _ in range(150)]
+    outcomes = [fuzz_toml.check(sort, content, tmp_path) for content in inputs]
+    assert 5 < sum(outcomes) < 140
 
 
 @pytest.mark.parametrize(("name", "fewest"), [("states", 20), ("arithmetic", 250)])
