@@ -3,6 +3,7 @@
 #include <pybind11/stl.h>
 
 #include <exception>
+#include <new>
 #include <vector>
 
 #include "fitting/fit.hpp"
@@ -121,6 +122,8 @@ void add_fitting_module(py::module_& m) {
         [](const Scan& data, FitWavelengthParams& params, const FitWavelengthParamsFree& free) {
             try {
                 return fitting::fit_wavelength(data, params, free);
+            } catch (const std::bad_alloc&) {
+                throw;
             } catch (const std::exception& error) {
                 throw py::value_error(error.what());
             }

@@ -61,12 +61,15 @@ Converter converter_for(const char* format) noexcept {
 
 /// `source` as NumPy's own float64 array; empty where NumPy finds no safe conversion.
 py::object as_float64_array(py::handle source) {
+    // That there is no NumPy, or no memory for it, is no property of the source.
+    const py::module_ numpy = py::module_::import("numpy");
     try {
-        const py::object array = py::module_::import("numpy").attr("asarray")(source);
+        const py::object array = numpy.attr("asarray")(source);
         return array.attr("astype")("float64", py::arg("casting") = "same_kind",
                                     py::arg("copy") = false);
     } catch (py::error_already_set& error) {
-        if (!error.matches(PyExc_Exception)) throw;
+        error.restore();
+        clear_refusal();
         return {};
     }
 }

@@ -1,20 +1,34 @@
 #include "python/registration.hpp"
 
+#include <exception>
+#include <new>
 #include <string>
+#include <utility>
 
 namespace vekanalysis::python {
 
 namespace {
 
+/// Of the binding layer's own caller, which takes a null for an object.
+PyObject* guarded_alloc(PyTypeObject* type, Py_ssize_t count) {
+    PyObject* const object = PyType_GenericAlloc(type, count);
+    if (object == nullptr) throw py::error_already_set();
+    return object;
+}
+
 extern "C" PyObject* guarded_new(PyTypeObject* type, PyObject* args, PyObject* kwargs) {
     try {
         if (!py::detail::all_type_info(type).empty()) {
+            // Classes that Python code derives are made with the plain one.
+            type->tp_alloc = guarded_alloc;
             return py::detail::pybind11_object_new(type, args, kwargs);
         }
         const std::string text = "cannot create '" + std::string(type->tp_name) + "' instances";
         PyErr_SetString(PyExc_TypeError, text.c_str());
     } catch (py::error_already_set& error) {
         error.restore();
+    } catch (const std::bad_alloc&) {
+        PyErr_NoMemory();
     } catch (const std::exception& error) {
         PyErr_SetString(PyExc_RuntimeError, error.what());
     }
@@ -63,9 +77,26 @@ void refuse_interpolation(py::handle source) {
                          "; interpolation= is the argument for it");
 }
 
+void clear_refusal() {
+    if (PyErr_ExceptionMatches(PyExc_Exception) == 0 ||
+        PyErr_ExceptionMatches(PyExc_MemoryError) != 0) {
+        throw py::error_already_set();
+    }
+    PyErr_Clear();
+}
+
+void keep_memory_errors() {
+    py::register_local_exception_translator([](std::exception_ptr error) {
+        const bool is_known =
+            PyErr_Occurred() != nullptr && PyErr_ExceptionMatches(PyExc_MemoryError) != 0;
+        if (!is_known) std::rethrow_exception(std::move(error));
+    });
+}
+
 void guard_base_class() {
     auto* const base = reinterpret_cast<PyTypeObject*>(py::detail::get_internals().instance_base);
     base->tp_new = guarded_new;
+    base->tp_alloc = guarded_alloc;
     static PyGetSetDef guarded_class{"__class__", get_class, set_class, "The class of the object.",
                                      nullptr};
     const auto descriptor =

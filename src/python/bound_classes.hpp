@@ -76,8 +76,13 @@ void require_constructed(pybind11::handle source, const pybind11::detail::type_i
 
 /// Makes two things a TypeError at which the binding layer would end the process: an object of its
 /// own base class, which copy and pickle try to create with old protocols, and an assignment to
-/// `__class__` of a class that holds something else.
+/// `__class__` of a class that holds something else. Of a third, an object that finds no memory, a
+/// MemoryError.
 void guard_base_class();
+
+/// Leaves the MemoryError of a Python object that could not be made as it is, of which the binding
+/// layer makes a RuntimeError.
+void keep_memory_errors();
 
 }  // namespace vekanalysis::python
 

@@ -24,8 +24,7 @@ using BufferView = std::unique_ptr<Py_buffer, ReleaseBuffer>;
     if (PyObject_CheckBuffer(source.ptr()) == 0) return nullptr;
     auto view = std::make_unique<Py_buffer>();
     if (PyObject_GetBuffer(source.ptr(), view.get(), flags) != 0) {
-        if (PyErr_ExceptionMatches(PyExc_Exception) == 0) throw py::error_already_set();
-        PyErr_Clear();
+        clear_refusal();
         return nullptr;
     }
     return BufferView(view.release());

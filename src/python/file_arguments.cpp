@@ -20,7 +20,7 @@ std::optional<ByteBuffer> ByteBuffer::from(py::handle source) {
     }
     result.copied_.resize(size);
     if (PyBuffer_ToContiguous(result.copied_.data(), &view, view.len, 'C') != 0) {
-        PyErr_Clear();
+        clear_refusal();
         return std::nullopt;
     }
     result.bytes_ = result.copied_;
@@ -34,7 +34,7 @@ std::optional<FilePath> FilePath::from(py::handle source) {
         path = py::reinterpret_steal<py::object>(PyUnicode_EncodeFSDefault(path.ptr()));
     }
     if (!path) {
-        PyErr_Clear();
+        clear_refusal();
         return std::nullopt;
     }
     return FilePath{std::string(py::reinterpret_borrow<py::bytes>(path))};

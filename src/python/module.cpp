@@ -10,6 +10,7 @@ constexpr const char* package_version = VEKANALYSIS_VERSION;
 
 PYBIND11_MODULE(_core, m) {
     guard_base_class();
+    keep_memory_errors();
     m.doc() = "Ostrel Instruments spectral analysis package.";
     m.def(
         "version", [] { return package_version; },

@@ -11,6 +11,10 @@ namespace vekanalysis::python {
 /// Throws TypeError if `source` is a member of Interpolation.
 void refuse_interpolation(pybind11::handle source);
 
+/// Clears the Python error that says that an argument is of another kind. Throws it where it says
+/// that memory ran out, which is no property of the argument, or something as grave.
+void clear_refusal();
+
 }  // namespace vekanalysis::python
 
 namespace pybind11::detail {
@@ -28,14 +32,16 @@ public:
         }
         value = PyFloat_AsDouble(source.ptr());
         if (value == -1.0 && PyErr_Occurred() != nullptr) {
-            PyErr_Clear();
+            vekanalysis::python::clear_refusal();
             return false;
         }
         return true;
     }
 
     static handle cast(double number, return_value_policy /*policy*/, handle /*parent*/) {
-        return PyFloat_FromDouble(number);
+        PyObject* const result = PyFloat_FromDouble(number);
+        if (result == nullptr) throw error_already_set();
+        return result;
     }
 };
 

@@ -239,53 +239,6 @@ def test_a_batch_passes_what_is_no_regular_file(
     assert first["error"] == "cannot be read: Not a regular file"
 
 
-_LIMITED = """
-import resource, sys
-import vekanalysis.__main__, vekanalysis.reports, vekanalysis.reading, vekanalysis.batch
-import vekanalysis.commands._spectra, vekanalysis.commands._terminal
-from vekanalysis.__main__ import main
-pages = int(open("/proc/self/statm").read().split()[0])
-limit = pages * resource.getpagesize() + int(sys.argv[1])
-resource.setrlimit(resource.RLIMIT_AS, (limit, limit))
-sys.exit(main(sys.argv[2:]))
-"""
-
-
-@pytest.mark.skipif(sys.platform != "linux", reason="reads /proc")
-@pytest.mark.parametrize(
-    "command",
-    [
-        ("report",),
-        ("light",),
-        ("peaks",),
-        ("info", "--json"),
-        ("stitch", "@"),
-        ("report", "--csv", "-"),
-    ],
-    ids=" ".join,
-)
-def test_memory_that_is_not_enough_is_told(command: tuple[str, ...], tmp_path: Path) -> None:
-    path = tmp_path / "a.csv"
-    path.write_text("".join(f"{300 + i / 1000:.3f};{i % 7 / 10}\n" for i in range(400_000)))
-    words = [str(path) if word == "@" else word for word in command]
-    statuses = set()
-    for megabytes in (1, 8, 32):
-        arguments = [str(megabytes << 20), *words, str(path)]
-        done = subprocess.run(
-            [sys.executable, "-c", _LIMITED, *arguments], capture_output=True, timeout=100
-        )
-        told = done.stderr.decode().splitlines()
-        assert b"Traceback" not in done.stderr, done.stderr
-        if done.returncode == 2:
-            assert told == ["vekanalysis: not enough memory"]
-        elif "--csv" in command:
-            assert (done.returncode, "1 failed: not enough memory" in told[-1]) == (1, True)
-        else:
-            assert done.returncode == 0, told
-        statuses.add(done.returncode)
-    assert statuses & {1, 2}
-
-
 NASTY = "A\x1b]0;x\x07\x9b1m\x7f"
 
 
