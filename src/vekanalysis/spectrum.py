@@ -102,11 +102,24 @@ class Spectrum:
     ) -> None:
         if not isinstance(scan, Scan):
             raise TypeError(f"Spectrum needs a Scan; got {type(scan).__name__}")
+        self._set(_copied(scan), kind, unit, label, source, metadata, notes)
+
+    def _set(
+        self,
+        scan: Scan,
+        kind: Kind,
+        unit: str | None,
+        label: str,
+        source: Source,
+        metadata: Mapping[str, str],
+        notes: tuple[str, ...],
+    ) -> None:
+        """Check and take what it is made of; the scan as it is, which nobody changes."""
         if not units.is_kind(kind):
             known = ", ".join(repr(name) for name in units.KINDS)
             raise Refusal(f"kind is {kind!r}; it must be one of {known}")
         values = {
-            "_scan": _copied(scan),
+            "_scan": scan,
             "_kind": kind,
             "_unit": None if unit is None else _checked_unit(kind, unit),
             "_label": str(label),
@@ -243,7 +256,11 @@ class Spectrum:
         unknown = changes.keys() - names
         if unknown:
             raise TypeError(f"a Spectrum has no {sorted(unknown)[0]!r}; it has {', '.join(names)}")
-        return Spectrum(**self._attributes() | changes)
+        if "scan" in changes:
+            return Spectrum(**self._attributes() | changes)
+        made = object.__new__(Spectrum)
+        made._set(**self._attributes() | changes)
+        return made
 
     def _attributes(self) -> dict[str, Any]:
         return {name.removeprefix("_"): getattr(self, name) for name in self.__slots__}
