@@ -149,7 +149,7 @@ CALLS = {
     "a text out of a scan": ("scan = Scan(range(90_000), range(90_000))", "str(scan)"),
     "records out of a search": (
         "scan = Scan(range(90_000), [i % 3 for i in range(90_000)])",
-        "utils.measure_peaks(scan)",
+        "vekanalysis.peaks(scan)",
     ),
     "bytes in a list": (
         "image = list(open(sys.argv[1], 'rb').read())",

@@ -50,7 +50,6 @@
 #include "uncertainty/error_model.hpp"
 #include "utils/averaging.hpp"
 #include "utils/element_wise.hpp"
-#include "utils/measure_peaks.hpp"
 #include "utils/peak_shapes.hpp"
 #include "utils/peaks.hpp"
 #include "utils/statistics.hpp"
@@ -308,8 +307,6 @@ const Call calls[]{
          utils::uniform_wavelength_range(w.lamp, 400.5, 500.0, 1.0, &w.blue);
          return Numbers();
      }},
-    {"measure_peaks",
-     [](World& w) { return numbers(static_cast<double>(utils::measure_peaks(w.lamp).size())); }},
     {"peaks", [](World& w) { return numbers(static_cast<double>(utils::peaks(w.lamp).size())); }},
     {"peak_search",
      [](World& w) {

@@ -25,7 +25,7 @@
 #include "quantities/evaluator.hpp"
 #include "uncertainty/error_model.hpp"
 #include "utils/averaging.hpp"
-#include "utils/measure_peaks.hpp"
+#include "utils/peak_shapes.hpp"
 
 namespace vekanalysis {
 
@@ -110,7 +110,7 @@ TEST(Threads, WorkOnScansOfTheirOwn) {
         const std::array<const Scan*, 2> both{&own, &own};
         Numbers results = utils::mean(both).scan.get_values();
         results.push_back(own.integral());
-        results.push_back(static_cast<double>(utils::measure_peaks(own).size()));
+        results.push_back(static_cast<double>(utils::peaks(own).size()));
         std::array<double, 2> body{};
         results.push_back(fitting::fit_black_body(lighting::reference("D50"), body) ? body[1] : 0);
         results.push_back(static_cast<double>(io::parse_csv("400,1e-400 401,2").size()));
