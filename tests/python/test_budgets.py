@@ -81,7 +81,7 @@ def test_the_example_says_what_its_sizes_are() -> None:
 )
 def test_a_mistake_is_told_with_its_line(tmp_path: Path, lines: str, line: int, words: str) -> None:
     (tmp_path / "uneven.csv").write_text("wavelength,size\n400,1\n410,1,1\n")
-    (tmp_path / "square.csv").write_text("400,2,0\n410,0,2\n")
+    (tmp_path / "square.csv").write_text("400,1.01,0\n410,0,1.01\n")
     (tmp_path / "beyond.csv").write_text("400,1,1.1\n410,1.1,1\n")
     (tmp_path / "negative.csv").write_text("400,1,.9,-.9\n410,.9,1,.9\n420,-.9,.9,1\n")
     (tmp_path / "pair.csv").write_text("400,0.5\n410,0.6\n")

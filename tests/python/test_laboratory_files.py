@@ -1,6 +1,7 @@
 """The laboratories' formats: JCAMP-DX, SPC, lensmeter XML and TM-27, read and written."""
 
 import contextlib
+import io
 import struct
 import time
 from pathlib import Path
@@ -122,6 +123,26 @@ def test_what_a_file_says_of_itself_goes_along() -> None:
     assert "in vacuum" in vacuum.notes[0]
     (old,) = vek.read(FILES / "spc-old-even-nm.spc")
     assert "taken as per cent: no unit is stated, and the highest value is 90" in old.notes
+
+
+@pytest.mark.parametrize(
+    ("flags", "steps", "z"),
+    [
+        # Even steps from the first one's place, which without a step tells where the next is.
+        (4, (0.5, 7.0), ["3 min", "3.5 min", "4 min"]),
+        (4, (0.0, 7.0), ["3 min", "7 min", "11 min"]),
+        # Each has its own place.
+        (4 + 8, (0.5, 7.0), ["3 min", "1 min", "2 min"]),
+        (4 + 16, (0.0, 7.0), ["3 min", "1 min", "2 min"]),
+    ],
+)
+def test_places_of_several_spc_spectra(
+    flags: int, steps: tuple[float, float], z: list[str]
+) -> None:
+    step, following = (struct.pack("<f", number) for number in steps)
+    first = struct.pack("<f", 3.0) + following
+    content = patched(MULTIPLE, flags=bytes([flags]), at_312=step, at_516=first)
+    assert [spectrum.metadata["Z"] for spectrum in vek.read(io.BytesIO(content))] == z
 
 
 def test_options_choose_fill_gaps_and_contradict_nothing() -> None:
