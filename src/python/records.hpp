@@ -87,7 +87,7 @@ public:
     }
 
     RecordClass& read_write() {
-        for_each_field([this](const auto& field) { add_attribute(field); });
+        for_each_field([this](const auto& field) { this->add_attribute(field); });
         return *this;
     }
 
