@@ -8,6 +8,7 @@
 #include "core/text.hpp"
 #include "lighting/chebyshev.hpp"
 #include "lighting/correlated_colour_temperature.hpp"
+#include "lighting/visible_sums.hpp"
 
 namespace vekanalysis::lighting {
 
@@ -176,7 +177,9 @@ ColourRendering colour_rendering(const Scan& scan, int step, std::optional<doubl
     }
     const internal::VisibleSpectrum spectrum(scan, step);
     Colours<15> source;
-    internal::rendering_samples(step).under(spectrum.values(), &source);
+    const double* const light = spectrum.values().data();
+    const colorimetry::CIEXYZ xyz = internal::colour_matching(1931, step)(spectrum.values());
+    internal::rendering_colours({&light, 1}, {&xyz, 1}, step, 15, {&source, 1});
     const UV colour = internal::uv_of(source.light);
     const auto temperature = internal::nearest_temperature(colour, step);
     internal::require_defined(temperature);

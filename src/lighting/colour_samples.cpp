@@ -65,27 +65,6 @@ OnPrintedGrid carried_to_5_nm(std::span<const double> light,
     return result;
 }
 
-/// Sums of the stimuli times the factors of the first samples.
-template <std::size_t n, std::size_t count>
-void add_samples(std::span<const double> factors, const std::array<OnPrintedGrid, 3>& stimuli,
-                 Colours<n>* colours) noexcept {
-    std::array<double, count> X{};
-    std::array<double, count> Y{};
-    std::array<double, count> Z{};
-    for (std::size_t i = 0; i < printed_points; ++i) {
-        const double* const row = factors.data() + i * n;
-        const double x = stimuli[0][i];
-        const double y = stimuli[1][i];
-        const double z = stimuli[2][i];
-        for (std::size_t j = 0; j < count; ++j) X[j] += x * row[j];
-        for (std::size_t j = 0; j < count; ++j) Y[j] += y * row[j];
-        for (std::size_t j = 0; j < count; ++j) Z[j] += z * row[j];
-    }
-    std::copy_n(X.begin(), count, colours->X.begin());
-    std::copy_n(Y.begin(), count, colours->Y.begin());
-    std::copy_n(Z.begin(), count, colours->Z.begin());
-}
-
 }  // namespace
 
 template <std::size_t n>
@@ -93,13 +72,12 @@ ColourSamples<n>::ColourSamples(std::span<const double> factors, int observer, i
     : factors_(factors), matching_(colour_matching(observer, step)) {
     const DaylightComponents& components = daylight_components(step);
     for (std::size_t k = 0; k < 3; ++k) {
-        sums({components[k].data(), matching_.points}, &under_components_[k], n);
+        sums({components[k].data(), matching_.points}, &under_components_[k]);
     }
 }
 
 template <std::size_t n>
-void ColourSamples<n>::sums(std::span<const double> light, Colours<n>* colours,
-                            std::size_t count) const noexcept {
+void ColourSamples<n>::sums(std::span<const double> light, Colours<n>* colours) const noexcept {
     std::array<OnPrintedGrid, 3> stimuli;
     for (std::size_t k = 0; k < 3; ++k) {
         const auto& function = matching_.functions[k];
@@ -110,12 +88,15 @@ void ColourSamples<n>::sums(std::span<const double> light, Colours<n>* colours,
         }
     }
     colours->light = matching_(light);
-    // Of so few the sums stay in registers.
-    constexpr std::size_t of_general_index = 8;
-    if (count == of_general_index) {
-        add_samples<n, of_general_index>(factors_, stimuli, colours);
-    } else {
-        add_samples<n, n>(factors_, stimuli, colours);
+    for (auto* const values : {&colours->X, &colours->Y, &colours->Z}) values->fill(0.0);
+    for (std::size_t i = 0; i < printed_points; ++i) {
+        const double* const row = factors_.data() + i * n;
+        const double x = stimuli[0][i];
+        const double y = stimuli[1][i];
+        const double z = stimuli[2][i];
+        for (std::size_t j = 0; j < n; ++j) colours->X[j] += x * row[j];
+        for (std::size_t j = 0; j < n; ++j) colours->Y[j] += y * row[j];
+        for (std::size_t j = 0; j < n; ++j) colours->Z[j] += z * row[j];
     }
 }
 
@@ -135,10 +116,9 @@ void scale_to_100(Colours<n>* colours, std::size_t count) noexcept {
 }  // namespace
 
 template <std::size_t n>
-void ColourSamples<n>::under(std::span<const double> light, Colours<n>* colours,
-                             std::size_t count) const noexcept {
-    sums(light, colours, count);
-    scale_to_100(colours, count);
+void ColourSamples<n>::under(std::span<const double> light, Colours<n>* colours) const noexcept {
+    sums(light, colours);
+    scale_to_100(colours, n);
 }
 
 template <std::size_t n>
@@ -172,6 +152,22 @@ const EvaluationSamples& evaluation_samples(int step) {
     static const EvaluationSamples in_5_nm(data::colour_evaluation_samples().figures, 1964, 5);
     static const EvaluationSamples in_1_nm(data::colour_evaluation_samples().figures, 1964, 1);
     return step == 5 ? in_5_nm : in_1_nm;
+}
+
+double factor_between(const double* printed, std::size_t stride, std::size_t i) noexcept {
+    const auto at = [printed, stride](std::ptrdiff_t place) {
+        constexpr auto last = static_cast<std::ptrdiff_t>(printed_points) - 1;
+        return printed[static_cast<std::size_t>(std::clamp<std::ptrdiff_t>(place, 0, last)) *
+                       stride];
+    };
+    const auto before = static_cast<std::ptrdiff_t>(i / 5);
+    if (i % 5 == 0) return at(before);
+    static const auto weights = sprague_weights();
+    double sum = 0.0;
+    for (std::ptrdiff_t q = 0; q < 6; ++q) {
+        sum += weights[i % 5 - 1][static_cast<std::size_t>(q)] * at(before - 2 + q);
+    }
+    return sum;
 }
 
 void planckian_on_grid(double T, int step, std::span<double> values) noexcept {

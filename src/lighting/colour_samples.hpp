@@ -38,15 +38,15 @@ public:
     /// Colours under a light.
     ///
     /// @param light  values on the grid of `step`
-    /// @param count  how many of the samples, from the first on, are wanted; others may stay unset
-    void under(std::span<const double> light, Colours<n>* colours,
-               std::size_t count = n) const noexcept;
+    void under(std::span<const double> light, Colours<n>* colours) const noexcept;
 
     /// Colours under the phase of daylight of the formula's T, from those under its components.
+    ///
+    /// @param count  how many of the samples, from the first on, are wanted; others may stay unset
     void under_daylight(double T, Colours<n>* colours, std::size_t count = n) const noexcept;
 
 private:
-    void sums(std::span<const double> light, Colours<n>* colours, std::size_t count) const noexcept;
+    void sums(std::span<const double> light, Colours<n>* colours) const noexcept;
 
     std::span<const double> factors_;
     const ColourMatching& matching_;
@@ -61,6 +61,13 @@ using EvaluationSamples = ColourSamples<99>;
 
 /// The samples of CIE 224, for the 1964 observer.
 [[nodiscard]] const EvaluationSamples& evaluation_samples(int step);
+
+/// A radiance factor `i` nm beyond 380 nm from those printed every 5 nm, by the interpolation that
+/// `ColourSamples` names.
+///
+/// @param printed  the first of them; others follow every `stride`
+[[nodiscard]] double factor_between(const double* printed, std::size_t stride,
+                                    std::size_t i) noexcept;
 
 /// Values of the Planckian radiator of temperature T on the grid of `step`, relative.
 ///

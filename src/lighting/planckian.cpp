@@ -50,7 +50,7 @@ PlanckianLocus locus_in_5_nm() {
     return {std::move(wavelengths), matching};
 }
 
-/// Half the derivative by m of the squared distance to a place, sign turned.
+/// Half the derivative of the squared distance to a place, sign turned.
 double pull(const UV& colour, const UV& at, const UV& slope) noexcept {
     return (colour.u - at.u) * slope.u + (colour.v - at.v) * slope.v;
 }
@@ -110,6 +110,23 @@ PlanckianLocus::Place PlanckianLocus::place(std::size_t interval, double t) cons
     return p;
 }
 
+/// Where in an interval the foot lies, by the inverse of the pull and its derivative at both ends.
+double PlanckianLocus::guess(std::size_t interval, const UV& colour) const noexcept {
+    const auto inverse = [&colour](const Place& p) {
+        return 1.0 /
+               (pull(colour, p.at, p.curvature) - (p.slope.u * p.slope.u + p.slope.v * p.slope.v));
+    };
+    const Place& low = ends_[interval];
+    const Place& high = ends_[interval + 1];
+    const double from = pull(colour, low.at, low.slope);
+    const double to = pull(colour, high.at, high.slope);
+    const double width = to - from;
+    const double s = -from / width;
+    const double r = 1.0 - s;
+    return s * s * (1.0 + 2.0 * r) - r * r * (1.0 + 2.0 * s) +
+           s * r * width * (r * inverse(low) - s * inverse(high));
+}
+
 PlanckianLocus::Foot PlanckianLocus::nearest(const UV& colour) const noexcept {
     // The last interval that begins before the foot.
     std::size_t low = 0;
@@ -121,7 +138,8 @@ PlanckianLocus::Foot PlanckianLocus::nearest(const UV& colour) const noexcept {
     // A little beyond the interval, lest rounding keep Newton from a foot at its end.
     double from = -1.01;
     double to = 1.01;
-    double t = 0.0;
+    double t = guess(low, colour);
+    if (!(t >= from && t <= to)) t = 0.0;
     Place p = place(low, t);
     for (int i = 0; i < 40; ++i) {
         const double g = pull(colour, p.at, p.slope);
@@ -130,11 +148,18 @@ PlanckianLocus::Foot PlanckianLocus::nearest(const UV& colour) const noexcept {
             pull(colour, p.at, p.curvature) - (p.slope.u * p.slope.u + p.slope.v * p.slope.v);
         double next = t - g / g_slope;
         if (!(next >= from && next <= to)) next = 0.5 * (from + to);
-        const double move = std::abs(next - t);
+        const double move = next - t;
         t = next;
+        // The error that is left is of the order of the square of the last move; the place follows
+        // from the one before.
+        if (!(std::abs(move) > 1e-8)) {
+            p.at.u += move * p.slope.u;
+            p.at.v += move * p.slope.v;
+            p.slope.u += move * p.curvature.u;
+            p.slope.v += move * p.curvature.v;
+            break;
+        }
         p = place(low, t);
-        // The error that is left is of the order of the square of the last move.
-        if (!(move > 1e-8)) break;
     }
     constexpr double half_width = 0.5 * (highest_mired - lowest_mired) / intervals;
     const double mired = lowest_mired + half_width * (2.0 * static_cast<double>(low) + 1.0 + t);

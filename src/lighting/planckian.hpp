@@ -56,6 +56,7 @@ private:
         UV curvature;
     };
     [[nodiscard]] Place place(std::size_t interval, double t) const noexcept;
+    [[nodiscard]] double guess(std::size_t interval, const UV& colour) const noexcept;
 
     std::array<std::array<UV, terms>, intervals> coefficients_;
     std::array<Place, intervals + 1> ends_;

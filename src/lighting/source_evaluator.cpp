@@ -11,6 +11,7 @@
 #include "lighting/colour_rendering.hpp"
 #include "lighting/correlated_colour_temperature.hpp"
 #include "lighting/lanes.hpp"
+#include "lighting/visible_sums.hpp"
 
 namespace vekanalysis::lighting {
 
@@ -113,9 +114,10 @@ std::span<const double> VisibleGrid::sample(std::span<const double> values,
         fill(values, *scratch, memory);
         grid = memory.first(n_);
     }
-    if (is_mostly_negative(widths_, visible)) return {};
-    *xyz = colour_matching(1931, step_)(grid);
-    if (judge(grid, *xyz) != Obstacle::NONE) return {};
+    const VisibleSums sums = colour_matching(1931, step_).sums(grid);
+    *xyz = sums.xyz;
+    if ((!takes_all_ || sums.lowest < 0.0) && is_mostly_negative(widths_, visible)) return {};
+    if (judge(grid, sums) != Obstacle::NONE) return {};
     if (own_weights_[0].empty()) return grid;
     const colorimetry::CIEXYZ own{dot(own_weights_[0], visible), dot(own_weights_[1], visible),
                                   dot(own_weights_[2], visible)};
@@ -180,8 +182,10 @@ using Fields = std::array<double, max_fields>;
 /// What the functions give for values on a grid; each is called when first asked for.
 class Results {
 public:
-    Results(std::span<const double> grid, int step, const colorimetry::CIEXYZ& xyz) noexcept
-        : grid_(grid), step_(step), xyz_(xyz) {}
+    /// @param under  the rendering samples under it; not read where nothing of these is asked for
+    Results(std::span<const double> grid, int step, const colorimetry::CIEXYZ& xyz,
+            const internal::Colours<15>& under) noexcept
+        : grid_(grid), step_(step), xyz_(xyz), under_(under) {}
 
     /// @param rendering_samples  how many of the rendering indices are wanted
     [[nodiscard]] const Fields& operator()(std::size_t function, std::size_t rendering_samples) {
@@ -225,9 +229,7 @@ private:
         internal::RenderingReference reference;
         if (std::isnan(cct) || !internal::rendering_reference(cct, step_, &reference, samples))
             return;
-        internal::Colours<15> source;
-        internal::rendering_samples(step_).under(grid_, &source, samples);
-        const auto R = internal::rendering_indices(source, reference, samples);
+        const auto R = internal::rendering_indices(under_, reference, samples);
         fields[0] = internal::general_index(R);
         std::copy(R.begin(), R.end(), fields.begin() + 1);
         fields[16] = internal::distance(internal::uv_of(xyz_), reference.white());
@@ -260,6 +262,7 @@ private:
     std::span<const double> grid_;
     int step_;
     colorimetry::CIEXYZ xyz_;
+    const internal::Colours<15>& under_;
     std::array<bool, RATIO + 1> is_known_{};
     std::array<Fields, RATIO + 1> fields_;
 };
@@ -279,7 +282,9 @@ std::span<const double> checked(std::span<const double> wavelengths, double epsi
 SourceEvaluator::SourceEvaluator(std::span<const double> wavelengths,
                                  std::span<const std::string> keys, spline::Type type,
                                  double epsilon)
-    : natural_(checked(wavelengths, epsilon), natural_step(wavelengths), type, epsilon),
+    : points_(wavelengths.size()),
+      key_count_(keys.size()),
+      natural_(checked(wavelengths, epsilon), natural_step(wavelengths), type, epsilon),
       fine_(wavelengths, 1, type, epsilon) {
     for (std::size_t i = 0; i < keys.size(); ++i) {
         const auto& all = key_list();
@@ -311,26 +316,55 @@ const std::vector<std::string>& SourceEvaluator::keys() {
 }
 
 void SourceEvaluator::evaluate(const VisibleGrid& grid, std::span<const Item> items,
-                               std::span<const double> values, std::span<double> results,
+                               std::span<const double* const> spectra, std::span<double> results,
                                Scratch* scratch) const {
-    colorimetry::CIEXYZ xyz;
-    const auto sampled = grid.sample(values, &scratch->spline, scratch->grid, &xyz);
-    if (sampled.empty()) {
-        for (const Item& item : items) {
-            results[item.result] = std::numeric_limits<double>::quiet_NaN();
+    static_assert(group == internal::lights_at_once);
+    std::array<std::span<const double>, group> sampled;
+    std::array<colorimetry::CIEXYZ, group> xyz{};
+    // Of the spectra that are lights, side by side.
+    std::array<const double*, group> lights{};
+    std::array<colorimetry::CIEXYZ, group> xyz_of_lights{};
+    std::size_t light_count = 0;
+    for (std::size_t k = 0; k < spectra.size(); ++k) {
+        sampled[k] =
+            grid.sample({spectra[k], points_}, &scratch->spline, scratch->grids[k], &xyz[k]);
+        if (sampled[k].empty()) continue;
+        lights[light_count] = sampled[k].data();
+        xyz_of_lights[light_count++] = xyz[k];
+    }
+    const bool wants_rendering = std::any_of(
+        items.begin(), items.end(), [](const Item& item) { return item.function == RENDERING; });
+    std::array<internal::Colours<15>, group> under;
+    if (wants_rendering && light_count > 0) {
+        internal::rendering_colours(std::span(lights).first(light_count), xyz_of_lights,
+                                    grid.step(), rendering_samples_, under);
+    }
+    const internal::Colours<15>* under_light = under.data();
+    for (std::size_t k = 0; k < spectra.size(); ++k) {
+        const auto of_spectrum = results.subspan(k * key_count_, key_count_);
+        if (sampled[k].empty()) {
+            for (const Item& item : items) {
+                of_spectrum[item.result] = std::numeric_limits<double>::quiet_NaN();
+            }
+            continue;
         }
-        return;
+        Results of(sampled[k], grid.step(), xyz[k], *under_light++);
+        for (const Item& item : items) {
+            of_spectrum[item.result] = of(item.function, rendering_samples_)[item.field];
+        }
     }
-    Results of(sampled, grid.step(), xyz);
-    for (const Item& item : items) {
-        results[item.result] = of(item.function, rendering_samples_)[item.field];
-    }
+}
+
+void SourceEvaluator::operator()(std::span<const double* const> spectra, std::span<double> results,
+                                 Scratch* scratch) const {
+    if (!in_natural_step_.empty()) evaluate(natural_, in_natural_step_, spectra, results, scratch);
+    if (!in_1_nm_.empty()) evaluate(fine_, in_1_nm_, spectra, results, scratch);
 }
 
 void SourceEvaluator::operator()(std::span<const double> values, std::span<double> results,
                                  Scratch* scratch) const {
-    if (!in_natural_step_.empty()) evaluate(natural_, in_natural_step_, values, results, scratch);
-    if (!in_1_nm_.empty()) evaluate(fine_, in_1_nm_, values, results, scratch);
+    const double* const spectrum = values.data();
+    (*this)({&spectrum, 1}, results, scratch);
 }
 
 }  // namespace vekanalysis::lighting

@@ -66,18 +66,21 @@ private:
 /// Light quantities of many spectra on one grid of wavelengths, spectrum by spectrum.
 ///
 /// The keys are those of the functions' results, "correlated_colour_temperature.cct" or
-/// "alpha_opic.melanopic.edi". Results are those of the functions, to 1e-9; NaN where they refuse
-/// the spectrum. Temperature, chromaticity and rendering are summed in the `natural_step` of the
-/// grid, fidelity and what CIE S 026 and S/P are in 1 nm.
+/// "alpha_opic.melanopic.edi". Results are those of the functions, to 1e-12 (of indices, relative
+/// to 100); NaN where they refuse the spectrum. Temperature, chromaticity and rendering are summed
+/// in the `natural_step` of the grid, fidelity and what CIE S 026 and S/P are in 1 nm.
 ///
 /// Nothing is written after construction: any number of threads may share one, each with a scratch
 /// of its own.
 class SourceEvaluator {
 public:
+    /// How many spectra are taken at once.
+    static constexpr std::size_t group = 4;
+
     /// Memory that is used again from spectrum to spectrum.
     struct Scratch {
         numerical::Spline spline;
-        std::array<double, internal::max_visible_points> grid;
+        std::array<std::array<double, internal::max_visible_points>, group> grids;
     };
 
     /// @param wavelengths  shape (N), nm, ascending
@@ -91,8 +94,17 @@ public:
     /// Every key that there is.
     [[nodiscard]] static const std::vector<std::string>& keys();
 
+    /// What a spectrum gives does not depend on those beside it.
+    ///
+    /// @param spectra  the first of the N values of each of up to `group` spectra
+    /// @param results  shape (spectra, Q), receives the quantities in the order of the keys
+    void operator()(std::span<const double* const> spectra, std::span<double> results,
+                    Scratch* scratch) const;
+
+    /// The same of one spectrum.
+    ///
     /// @param values   shape (N)
-    /// @param results  shape (Q), receives the quantities in the order of the keys
+    /// @param results  shape (Q)
     void operator()(std::span<const double> values, std::span<double> results,
                     Scratch* scratch) const;
 
@@ -104,9 +116,11 @@ private:
         std::size_t result;
     };
     void evaluate(const internal::VisibleGrid& grid, std::span<const Item> items,
-                  std::span<const double> values, std::span<double> results,
+                  std::span<const double* const> spectra, std::span<double> results,
                   Scratch* scratch) const;
 
+    std::size_t points_;
+    std::size_t key_count_;
     std::size_t rendering_samples_ = 8;
     std::vector<Item> in_natural_step_;
     std::vector<Item> in_1_nm_;

@@ -80,6 +80,25 @@ void check_structure(std::span<const double> wavelengths, std::span<const double
                                 (step == 1 ? "; average it over 1 nm" : "; use step 1"));
 }
 
+void check_finite(std::span<const double> wavelengths, std::span<const double> values) {
+    for (std::size_t i = 0; i < values.size(); ++i) {
+        if (std::isfinite(values[i])) continue;
+        throw std::invalid_argument("lighting: the value at " + general(wavelengths[i]) +
+                                    " nm is not finite");
+    }
+}
+
+/// Whether wavelengths are those of the grid themselves.
+bool is_grid(std::span<const double> wavelengths, std::size_t points, int step) noexcept {
+    if (wavelengths.size() != points) return false;
+    std::size_t same = 0;
+    for (std::size_t i = 0; i < points; ++i) {
+        const int wl = static_cast<int>(visible_from) + static_cast<int>(i) * step;
+        same += wavelengths[i] == static_cast<double>(wl) ? 1 : 0;
+    }
+    return same == points;
+}
+
 void require(internal::Obstacle obstacle) {
     switch (obstacle) {
         case internal::Obstacle::DARK:
@@ -118,25 +137,6 @@ std::size_t visible_points(int step) {
     if (step == 5) return 81;
     if (step == 1) return max_visible_points;
     throw std::invalid_argument("lighting: step must be 1 or 5");
-}
-
-colorimetry::CIEXYZ ColourMatching::operator()(std::span<const double> values) const noexcept {
-    constexpr std::size_t lanes = 4;
-    std::array<std::array<double, lanes>, 3> parts{};
-    std::size_t i = 0;
-    for (; i + lanes <= points; i += lanes) {
-        for (std::size_t k = 0; k < 3; ++k) {
-            const double* const f = functions[k].data() + i;
-            for (std::size_t j = 0; j < lanes; ++j) parts[k][j] += f[j] * values[i + j];
-        }
-    }
-    for (; i < points; ++i) {
-        for (std::size_t k = 0; k < 3; ++k) parts[k][0] += functions[k][i] * values[i];
-    }
-    const auto sum = [](const std::array<double, lanes>& part) {
-        return (part[0] + part[1]) + (part[2] + part[3]);
-    };
-    return {sum(parts[0]), sum(parts[1]), sum(parts[2])};
 }
 
 const ColourMatching& colour_matching(int observer, int step) {
@@ -227,11 +227,12 @@ bool is_shifted(const colorimetry::CIEXYZ& on_grid, const colorimetry::CIEXYZ& o
     return !(distance(uv_of(on_grid), uv_of(own)) < max_uv_shift);
 }
 
-Obstacle judge(std::span<const double> values, const colorimetry::CIEXYZ& xyz) noexcept {
+Obstacle judge(std::span<const double> values, const VisibleSums& sums) noexcept {
+    const colorimetry::CIEXYZ& xyz = sums.xyz;
     if (!(xyz.Y > 0.0)) return Obstacle::DARK;
     if (!std::isfinite(xyz.X + 15.0 * xyz.Y + 3.0 * xyz.Z)) return Obstacle::TOO_LARGE;
     // Few spectra have a value below zero, and only those are summed again.
-    if (!(lowest_in_lanes(values) < 0.0)) return Obstacle::NONE;
+    if (!(sums.lowest < 0.0)) return Obstacle::NONE;
     const auto sum_of = [values](const auto& term) {
         return sum_in_lanes(values.size(), [&](std::size_t i) { return term(values[i]); });
     };
@@ -241,32 +242,43 @@ Obstacle judge(std::span<const double> values, const colorimetry::CIEXYZ& xyz) n
     return 2.0 * below > sum ? Obstacle::NOISY : Obstacle::NONE;
 }
 
+/// The values of the interpolant on the grid.
+void VisibleSpectrum::take_from(const Scan& scan) {
+    const double low = scan.min_wavelength();
+    const double high = scan.max_wavelength();
+    ScanCursor at(scan);
+    for (std::size_t i = 0; i < n_; ++i) {
+        double wl = visible_from + static_cast<double>(i) * static_cast<double>(step_);
+        if (wl < low && low - wl <= end_reach) wl = low;
+        if (wl > high && wl - high <= end_reach) wl = high;
+        values_[i] = at(wl);
+    }
+}
+
 VisibleSpectrum::VisibleSpectrum(const Scan& scan, int step)
     : step_(step), n_(visible_points(step)) {
     check_reach(scan);
     const auto [first, last] = visible_range(scan.data().keys());
     const auto own_wavelengths = scan.data().keys().subspan(first, last - first);
     const auto own_values = scan.data().values().subspan(first, last - first);
-    for (std::size_t i = 0; i < own_values.size(); ++i) {
-        if (std::isfinite(own_values[i])) continue;
-        throw std::invalid_argument("lighting: the value at " + general(own_wavelengths[i]) +
-                                    " nm is not finite");
+    const bool on_grid = is_grid(own_wavelengths, n_, step);
+    if (on_grid) {
+        std::copy(own_values.begin(), own_values.end(), values_.begin());
+    } else {
+        check_finite(own_wavelengths, own_values);
+        take_from(scan);
     }
-    const double low = scan.min_wavelength();
-    const double high = scan.max_wavelength();
-    ScanCursor at(scan);
-    for (std::size_t i = 0; i < n_; ++i) {
-        double wl = visible_from + static_cast<double>(i) * static_cast<double>(step);
-        if (wl < low && low - wl <= end_reach) wl = low;
-        if (wl > high && wl - high <= end_reach) wl = high;
-        values_[i] = at(wl);
-    }
-    const colorimetry::CIEXYZ xyz = colour_matching(1931, step)(values());
-    if (is_mostly_negative(visible_widths(own_wavelengths), own_values)) {
+    const VisibleSums sums = colour_matching(1931, step).sums(values());
+    // Any value that is not finite makes the sums so, with a weight of 0, too.
+    if (on_grid && !std::isfinite(sums.xyz.X)) check_finite(own_wavelengths, own_values);
+    if ((!on_grid || sums.lowest < 0.0) &&
+        is_mostly_negative(visible_widths(own_wavelengths), own_values)) {
         throw std::invalid_argument(mostly_negative);
     }
-    require(judge(values(), xyz));
-    if (is_finer(own_values.size(), n_)) check_structure(own_wavelengths, own_values, xyz, step);
+    require(judge(values(), sums));
+    if (is_finer(own_values.size(), n_)) {
+        check_structure(own_wavelengths, own_values, sums.xyz, step);
+    }
 }
 
 }  // namespace internal

@@ -37,17 +37,27 @@ inline constexpr std::size_t max_visible_points = 401;
 /// @throws std::invalid_argument  "lighting: step must be 1 or 5"
 [[nodiscard]] std::size_t visible_points(int step);
 
+/// Sums of a spectrum times the colour-matching functions, without a constant, and its lowest
+/// value, NaN apart.
+struct VisibleSums {
+    colorimetry::CIEXYZ xyz;
+    double lowest;
+};
+
 /// Colour-matching functions at 380 nm, 380 nm + step, ..., 780 nm, shape (N) each. In steps of
 /// 5 nm they are the tables of the observers printed so, in steps of 1 nm those printed so.
 struct ColourMatching {
     std::array<std::array<double, max_visible_points>, 3> functions;
     std::size_t points;
 
-    /// Sums of the spectrum times the functions, without a constant; in the order of
-    /// `sum_in_lanes`.
+    /// Summed in the order of `sum_in_lanes`, the same on every machine.
     ///
     /// @param values  shape (points)
-    [[nodiscard]] colorimetry::CIEXYZ operator()(std::span<const double> values) const noexcept;
+    [[nodiscard]] VisibleSums sums(std::span<const double> values) const noexcept;
+
+    [[nodiscard]] colorimetry::CIEXYZ operator()(std::span<const double> values) const noexcept {
+        return sums(values).xyz;
+    }
 };
 
 /// @param observer  1931 or 1964
@@ -106,9 +116,8 @@ inline constexpr double end_reach = 0.5;
 [[nodiscard]] bool is_shifted(const colorimetry::CIEXYZ& on_grid,
                               const colorimetry::CIEXYZ& own) noexcept;
 
-/// Judges values on a grid and their tristimulus values.
-[[nodiscard]] Obstacle judge(std::span<const double> values,
-                             const colorimetry::CIEXYZ& xyz) noexcept;
+/// Judges values on a grid and their sums.
+[[nodiscard]] Obstacle judge(std::span<const double> values, const VisibleSums& sums) noexcept;
 
 /// A spectrum on the grid of a standard: its values at 380 nm, 380 nm + step, ..., 780 nm.
 ///
@@ -128,6 +137,8 @@ public:
     [[nodiscard]] std::span<const double> values() const noexcept { return {values_.data(), n_}; }
 
 private:
+    void take_from(const Scan& scan);
+
     int step_;
     std::size_t n_;
     std::array<double, max_visible_points> values_;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstdint>
 #include <cstring>
 #include <functional>
 #include <limits>
@@ -126,6 +127,42 @@ double smallest(std::span<const Four> values, std::size_t lane) noexcept {
     return result;
 }
 
+/// A group of spectra as arrays, read where they are if they are such.
+class RowValues {
+public:
+    explicit RowValues(std::size_t size) : size_(size) {}
+
+    void take(std::span<const Evaluator::Row> rows) {
+        count_ = rows.size();
+        for (std::size_t k = 0; k < count_; ++k) {
+            const Evaluator::Row& row = rows[k];
+            const auto address = reinterpret_cast<std::uintptr_t>(row.values);
+            const bool is_array =
+                !row.is_single && row.step == sizeof(double) && address % alignof(double) == 0;
+            if (is_array) {
+                first_[k] = reinterpret_cast<const double*>(row.values);
+                continue;
+            }
+            copies_[k].resize(size_);
+            for (std::size_t i = 0; i < size_; ++i) copies_[k][i] = value_at(row, i);
+            first_[k] = copies_[k].data();
+        }
+    }
+
+    [[nodiscard]] std::span<const double> operator[](std::size_t k) const {
+        return {first_[k], size_};
+    }
+    [[nodiscard]] std::span<const double* const> first_of_each() const {
+        return std::span(first_).first(count_);
+    }
+
+private:
+    std::size_t size_;
+    std::size_t count_ = 0;
+    std::array<const double*, lane_count> first_{};
+    std::array<std::vector<double>, lane_count> copies_;
+};
+
 /// Of a spectrum what `lighting::internal::is_mostly_negative` says.
 class NegativeLight {
 public:
@@ -133,13 +170,9 @@ public:
         : first_(lighting::internal::visible_range(wavelengths).first),
           widths_(lighting::internal::visible_widths(wavelengths)) {}
 
-    [[nodiscard]] bool operator()(std::span<const Four> spectrum, std::size_t lane,
-                                  std::vector<double>& memory) const {
-        memory.resize(widths_.size());
-        for (std::size_t i = 0; i < memory.size(); ++i) {
-            memory[i] = spectrum[first_ + i].lanes[lane];
-        }
-        return lighting::internal::is_mostly_negative(widths_, memory);
+    [[nodiscard]] bool operator()(std::span<const double> spectrum) const {
+        return lighting::internal::is_mostly_negative(widths_,
+                                                      spectrum.subspan(first_, widths_.size()));
     }
 
 private:
@@ -161,7 +194,7 @@ struct Evaluator::Plan {
     std::vector<std::size_t> source_of{};     // of each quantity, its place among those of `source`
     std::vector<char> refused{};              // of each quantity
     std::vector<char> is_of_light{};          // whether a quantity is of visible light
-    std::optional<NegativeLight> negative{};  // where one of them is
+    std::optional<NegativeLight> negative{};  // where one of them is, and not of `source`
     std::optional<lighting::SourceEvaluator> source{};
     std::size_t source_count = 0;
     std::vector<Snapshot> tables{};
@@ -237,11 +270,28 @@ struct Evaluator::Plan {
         }
         for (const Quantity& quantity : quantities) {
             is_of_light.push_back(quantity.is_of_visible_light() ? 1 : 0);
-            if (is_of_light.back() != 0 && !negative) negative.emplace(wavelengths);
+        }
+        for (std::size_t i = 0; i < quantities.size() && !negative; ++i) {
+            // `source` looks for itself.
+            const bool looks = is_of_light[i] != 0 && function_of[i] != nowhere;
+            if (looks) negative.emplace(wavelengths);
         }
         integrator.finish();
         source_count = keys.size();
         if (!keys.empty()) source.emplace(wavelengths, keys, type, epsilon);
+    }
+
+    /// Whether something follows from spectra side by side.
+    [[nodiscard]] bool needs_lanes() const noexcept {
+        return std::any_of(functions.begin(), functions.end(),
+                           [](const PlannedFunction& planned) { return !planned.by_function; });
+    }
+
+    /// Whether something follows from spectra as they are.
+    [[nodiscard]] bool needs_rows() const noexcept {
+        return source || negative ||
+               std::any_of(functions.begin(), functions.end(),
+                           [](const PlannedFunction& planned) { return planned.by_function; });
     }
 
     void compute(const PlannedFunction& planned, const Scan& scan, std::span<double> fields) const {
@@ -362,28 +412,26 @@ void Evaluator::evaluate(std::span<const Row> rows, std::span<const Results> res
     for (const PlannedFunction& planned : plan.functions) {
         fields.emplace_back(planned.function->field_count);
     }
-    std::vector<double> spectrum(plan.wavelengths.size());
-    std::vector<double> visible;
-    std::vector<double> of_source(plan.source_count);
+    RowValues values(plan.wavelengths.size());
+    std::vector<double> of_source(lane_count * plan.source_count);
     lighting::SourceEvaluator::Scratch scratch;
     std::optional<Scan> scan;
     for (std::size_t begin = 0; begin < rows.size(); begin += lane_count) {
-        const std::size_t count = std::min(lane_count, rows.size() - begin);
-        load(rows.subspan(begin, count), workspace);
-        plan.integrator.integrate(workspace);
-        for (std::size_t lane = 0; lane < count; ++lane) {
-            if (plan.source || needs_functions()) {
-                for (std::size_t i = 0; i < spectrum.size(); ++i) {
-                    spectrum[i] = workspace.spectrum[i].lanes[lane];
-                }
-            }
-            if (plan.source) (*plan.source)(spectrum, of_source, &scratch);
-            if (needs_functions()) scan = plan.scan_of(spectrum);
+        const auto group = rows.subspan(begin, std::min(lane_count, rows.size() - begin));
+        if (plan.needs_lanes()) {
+            load(group, workspace);
+            plan.integrator.integrate(workspace);
+        }
+        if (plan.needs_rows()) values.take(group);
+        if (plan.source) {
+            (*plan.source)(values.first_of_each(), of_source, &scratch);
+        }
+        for (std::size_t lane = 0; lane < group.size(); ++lane) {
+            if (needs_functions()) scan = plan.scan_of(values[lane]);
             for (std::size_t i = 0; i < fields.size(); ++i) {
                 plan.fields_of(plan.functions[i], workspace, lane, scan, fields[i]);
             }
-            const bool is_negative =
-                plan.negative && (*plan.negative)(workspace.spectrum, lane, visible);
+            const bool is_negative = plan.negative && (*plan.negative)(values[lane]);
             for (std::size_t i = 0; i < plan.quantities.size(); ++i) {
                 double value = none;
                 if (is_negative && plan.is_of_light[i] != 0) {
@@ -391,7 +439,7 @@ void Evaluator::evaluate(std::span<const Row> rows, std::span<const Results> res
                     continue;
                 }
                 if (plan.source_of[i] != nowhere) {
-                    value = of_source[plan.source_of[i]];
+                    value = of_source[lane * plan.source_count + plan.source_of[i]];
                 } else if (plan.function_of[i] != nowhere) {
                     value = fields[plan.function_of[i]][plan.quantities[i].field];
                 }

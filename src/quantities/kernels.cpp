@@ -2,14 +2,34 @@
 
 #include <cstring>
 
-#include "quantities/lanes.hpp"
+#include "numerical/lanes.hpp"
 
 namespace vekanalysis::quantities::internal {
 
 namespace {
 
+using numerical::abs_of;
+using numerical::bits_of;
+using numerical::Lanes;
+using numerical::Mask;
+using numerical::read;
+using numerical::select;
+using numerical::splat;
+using numerical::Square;
+using numerical::transposed;
+
+static_assert(lane_count == numerical::lane_count);
+
 // Everything below is inlined by force into the kernels at the end, so that it is compiled for the
 // same machine as they are: a vector must not pass from a function for one to one for another.
+
+VEKANALYSIS_INLINE Lanes load(const Four& four) {
+    return read<double>(four.lanes.data());
+}
+
+VEKANALYSIS_INLINE void store(const Lanes& lanes, Four& four) {
+    numerical::write(lanes, four.lanes.data());
+}
 
 VEKANALYSIS_INLINE Lanes larger_of(Lanes largest, Lanes x) {
     const Lanes magnitude = abs_of(x);

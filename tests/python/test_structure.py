@@ -29,10 +29,10 @@ ARROWS = {("chromaticity", "colorimetry"), ("radiometry", "colorimetry")}
 # Headers that users of the library do not include, and that are not installed.
 PRIVATE_HEADERS = """
     colorimetry/data/make_table core/text io/file lighting/cam02 lighting/chebyshev
-    lighting/data/tables lighting/lanes numerical/cubic numerical/stable_order quantities/even_sum
-    quantities/finish quantities/form quantities/forms quantities/integrator quantities/kernels
-    quantities/lanes quantities/light_functions quantities/products quantities/record_parts
-    utils/extremes
+    lighting/data/tables lighting/lanes lighting/visible_sums numerical/cubic numerical/lanes
+    numerical/stable_order quantities/even_sum quantities/finish quantities/form quantities/forms
+    quantities/integrator quantities/kernels quantities/light_functions quantities/products
+    quantities/record_parts utils/extremes
 """
 
 # As the areas, for the package: the modules and folders of one room a line. A room takes from

@@ -1,13 +1,15 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
 
-#include "quantities/kernels.hpp"
-
 // Vectors of four numbers as GCC and Clang have them on every machine (they take two registers of
-// SSE2 or NEON, or one of AVX2), and as plain loops for other compilers. For kernels.cpp alone.
-namespace vekanalysis::quantities::internal {
+// SSE2 or NEON, or one of AVX2), and as plain loops for other compilers. For files of kernels
+// alone, in which all that takes or gives a vector is inlined.
+namespace numerical {
+
+inline constexpr std::size_t lane_count = 4;
 
 #if defined(__GNUC__)
 
@@ -19,11 +21,8 @@ using Mask [[gnu::vector_size(32), gnu::may_alias]] = std::int64_t;
 VEKANALYSIS_INLINE Lanes splat(double x) {
     return Lanes{x, x, x, x};
 }
-VEKANALYSIS_INLINE Lanes load(const Four& four) {
-    return *reinterpret_cast<const Lanes*>(&four);
-}
-VEKANALYSIS_INLINE void store(Lanes lanes, Four& four) {
-    *reinterpret_cast<Lanes*>(&four) = lanes;
+VEKANALYSIS_INLINE void write(Lanes lanes, double* place) {
+    __builtin_memcpy(place, &lanes, sizeof lanes);
 }
 VEKANALYSIS_INLINE Lanes abs_of(Lanes x) {
     return (Lanes)((Mask)x & (Mask{} + INT64_MAX));
@@ -31,8 +30,8 @@ VEKANALYSIS_INLINE Lanes abs_of(Lanes x) {
 VEKANALYSIS_INLINE Lanes select(Mask mask, Lanes yes, Lanes no) {
     return (Lanes)(((Mask)yes & mask) | ((Mask)no & ~mask));
 }
-template <class Number>
-VEKANALYSIS_INLINE Lanes read(const std::byte* place) {
+template <class Number, class Place>
+VEKANALYSIS_INLINE Lanes read(const Place* place) {
     using Numbers [[gnu::vector_size(lane_count * sizeof(Number))]] = Number;
     Numbers numbers;
     __builtin_memcpy(&numbers, place, sizeof numbers);
@@ -54,8 +53,8 @@ VEKANALYSIS_INLINE Square transposed(const Square& rows) {
             __builtin_shufflevector(ab_even, cd_even, 2, 3, 6, 7),
             __builtin_shufflevector(ab_odd, cd_odd, 2, 3, 6, 7)};
 }
-VEKANALYSIS_INLINE LaneMask bits_of(Mask mask) {
-    return static_cast<LaneMask>((mask[0] & 1) | (mask[1] & 2) | (mask[2] & 4) | (mask[3] & 8));
+VEKANALYSIS_INLINE unsigned bits_of(Mask mask) {
+    return static_cast<unsigned>((mask[0] & 1) | (mask[1] & 2) | (mask[2] & 4) | (mask[3] & 8));
 }
 
 #else
@@ -100,11 +99,8 @@ inline Mask operator~(const Mask& a) {
 inline Lanes splat(double x) {
     return {x, x, x, x};
 }
-inline Lanes load(const Four& four) {
-    return each<Lanes>([&](std::size_t i) { return four.lanes[i]; });
-}
-inline void store(const Lanes& lanes, Four& four) {
-    for (std::size_t i = 0; i < lane_count; ++i) four.lanes[i] = lanes.lanes[i];
+inline void write(const Lanes& lanes, double* place) {
+    std::memcpy(place, lanes.lanes, sizeof lanes.lanes);
 }
 inline Lanes abs_of(const Lanes& x) {
     return each<Lanes>([&](std::size_t i) { return x.lanes[i] < 0.0 ? -x.lanes[i] : x.lanes[i]; });
@@ -112,8 +108,8 @@ inline Lanes abs_of(const Lanes& x) {
 inline Lanes select(const Mask& mask, const Lanes& yes, const Lanes& no) {
     return each<Lanes>([&](std::size_t i) { return mask.lanes[i] ? yes.lanes[i] : no.lanes[i]; });
 }
-template <class Number>
-inline Lanes read(const std::byte* place) {
+template <class Number, class Place>
+inline Lanes read(const Place* place) {
     Number numbers[lane_count];
     std::memcpy(numbers, place, sizeof numbers);
     return each<Lanes>([&](std::size_t i) { return static_cast<double>(numbers[i]); });
@@ -130,12 +126,12 @@ inline Square transposed(const Square& rows) {
     };
     return {column(0), column(1), column(2), column(3)};
 }
-inline LaneMask bits_of(const Mask& mask) {
-    LaneMask bits = 0;
+inline unsigned bits_of(const Mask& mask) {
+    unsigned bits = 0;
     for (std::size_t i = 0; i < lane_count; ++i) bits |= mask.lanes[i] ? 1U << i : 0U;
     return bits;
 }
 
 #endif
 
-}  // namespace vekanalysis::quantities::internal
+}  // namespace numerical
