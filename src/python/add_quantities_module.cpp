@@ -1,9 +1,14 @@
 #include "python/quantity_class.hpp"
 
 #include <algorithm>
+#include <cstdint>
 #include <functional>
+#include <map>
 #include <string>
+#include <utility>
 #include <vector>
+
+#include "quantities/own_tables.hpp"
 
 namespace vekanalysis::python {
 
@@ -81,6 +86,30 @@ void add_quantity_class(py::module_& m) {
             },
             "Names of the built-in spectra that the spectrum is multiplied by.")
         .def_property_readonly(
+            "tables",
+            [](const Quantity& self) {
+                return to_tuple(self.tables(),
+                                [](const Table* table) { return py::str(table->name); });
+            },
+            "Names of all built-in spectra that its figure depends on: the weights, and those of "
+            "what it is divided by.")
+        .def_property_readonly(
+            "own_tables",
+            [](const Quantity& self) {
+                py::dict own;
+                if (self.own) {
+                    for (const auto& [table, spectrum] : *self.own) {
+                        own[table->name] = py::cast(Scan(*spectrum));
+                    }
+                }
+                return own;
+            },
+            "Copies of the spectra that are there in place of built-in ones, by their names.")
+        .def_property_readonly(
+            "table_set",
+            [](const Quantity& self) { return reinterpret_cast<std::uintptr_t>(self.own.get()); },
+            "Tells sets of own tables apart while there are quantities with them; 0 without.")
+        .def_property_readonly(
             "notes",
             [](const Quantity& self) {
                 return to_tuple(self.notes, [](const std::string& note) { return py::str(note); });
@@ -148,6 +177,42 @@ Raises
 ------
 ValueError
     If there is none; the text has the nearest key.
+)doc");
+    m.def("is_replaceable", &quantities::is_replaceable, "table"_a,
+          "Whether `with_tables` takes a table in place of the built-in one of that name.");
+    m.def(
+        "with_tables",
+        [](const std::vector<std::reference_wrapper<const Quantity>>& wanted,
+           const std::map<std::string, std::pair<Scan, std::string>>& tables) {
+            const std::vector<Quantity> all(wanted.begin(), wanted.end());
+            std::vector<quantities::OwnTable> own;
+            own.reserve(tables.size());
+            for (const auto& [name, table] : tables) {
+                own.push_back({name, table.first, table.second});
+            }
+            return catalogue(quantities::with_tables(all, own));
+        },
+        "quantities"_a, "tables"_a,
+        R"doc(Quantities with tables of one's own in place of built-in ones.
+
+Parameters
+----------
+quantities : list of Quantity
+    What is wanted.
+tables : dict of str to (Scan, str)
+    By the names of the built-in spectra: what takes their place, and a note on it.
+
+Returns
+-------
+tuple of Quantity
+    Those that do not depend on one of the tables as they were.
+
+Raises
+------
+ValueError
+    If a table is none that can be replaced.
+RuntimeError
+    If a table has too few points to interpolate.
 )doc");
     m.def(
         "count_points", [](const Scan& scan) { return scan.size(); }, "scan"_a,

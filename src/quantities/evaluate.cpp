@@ -7,9 +7,11 @@
 #include <map>
 #include <new>
 #include <stdexcept>
+#include <utility>
 
 #include "core/text.hpp"
 #include "lighting/visible_spectrum.hpp"
+#include "quantities/by_form.hpp"
 
 namespace vekanalysis::quantities {
 
@@ -37,12 +39,14 @@ public:
 
     /// @throws std::runtime_error  what the function has thrown
     double of(const Quantity& quantity) {
-        const auto [place, is_new] = computed_.try_emplace(quantity.function);
+        const auto [place, is_new] =
+            computed_.try_emplace(std::pair(quantity.function, quantity.own.get()));
         Result& result = place->second;
         if (is_new) {
             result.fields.resize(quantity.function->field_count);
             try {
-                quantity.function->compute(spectrum_, white_, result.fields);
+                internal::compute(*quantity.function, quantity.own.get(), spectrum_, white_,
+                                  result.fields);
             } catch (const std::bad_alloc&) {
                 throw;
             } catch (const std::exception& error) {
@@ -52,6 +56,15 @@ public:
         }
         if (result.failed) throw std::runtime_error(result.error);
         return result.fields[quantity.field];
+    }
+
+    /// Why a quantity is NaN where others of its function are not; empty where nobody knows.
+    [[nodiscard]] std::string why_missing(const Quantity& quantity) const {
+        const auto why = quantity.function->why_missing;
+        if (why == nullptr) return {};
+        return quantity.own ? internal::why_missing_with(*quantity.function, *quantity.own,
+                                                         spectrum_, white_)
+                            : why(spectrum_, quantity.field);
     }
 
     /// Whether the spectrum is below zero over most of the visible.
@@ -68,7 +81,7 @@ private:
     };
     const Scan& spectrum_;
     const Scan& white_;
-    std::map<const Function*, Result> computed_;
+    std::map<std::pair<const Function*, const OwnTables*>, Result> computed_;
     std::optional<bool> is_negative_;
 };
 
@@ -98,11 +111,12 @@ Value evaluate_one(const Quantity& quantity, const Scan& spectrum, Results& resu
     Value value;
     value.needed = quantity.needed();
     if (value.needed) {
+        const OwnTables* const own = quantity.own.get();
         const auto lacks = [&](const Range& range) { return !covered_of(range, spectrum); };
         const auto part = std::ranges::find_if(
-            quantity.parts, [&](const Part& each) { return lacks(each.needed()); });
+            quantity.parts, [&](const Part& each) { return lacks(each.needed(own)); });
         if (part != quantity.parts.end() || lacks(*value.needed)) {
-            const Range missing = part != quantity.parts.end() ? part->needed() : *value.needed;
+            const Range missing = part != quantity.parts.end() ? part->needed(own) : *value.needed;
             value.problem = "No data within " + interval(missing) + " nm";
             return value;
         }
@@ -115,10 +129,9 @@ Value evaluate_one(const Quantity& quantity, const Scan& spectrum, Results& resu
     try {
         const double number = results.of(quantity);
         if (!std::isfinite(number)) {
-            const auto why = quantity.function->why_missing;
-            value.problem = std::isnan(number) && why != nullptr
-                                ? "Not computable: " + why(spectrum, quantity.field)
-                                : "The result is not a finite number";
+            const std::string why = std::isnan(number) ? results.why_missing(quantity) : "";
+            value.problem =
+                why.empty() ? "The result is not a finite number" : "Not computable: " + why;
             return value;
         }
         if (!quantity.is_possible(number)) {

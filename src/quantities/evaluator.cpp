@@ -14,6 +14,7 @@
 
 #include "lighting/source_evaluator.hpp"
 #include "lighting/visible_spectrum.hpp"
+#include "quantities/by_form.hpp"
 #include "quantities/finish.hpp"
 #include "quantities/integrator.hpp"
 
@@ -30,6 +31,7 @@ constexpr double none = std::numeric_limits<double>::quiet_NaN();
 /// A function of which some quantities are wanted.
 struct PlannedFunction {
     const Function* function;
+    std::shared_ptr<const OwnTables> own{};
     Form form{};
     std::vector<std::size_t> integrals{};
     std::size_t first = 0;  // of the points that count, for the smallest of them
@@ -204,6 +206,19 @@ struct Evaluator::Plan {
         return {wavelengths, values, epsilon, type};
     }
 
+    /// Whether a quantity's function throws, which for those that have a form the grid decides.
+    [[nodiscard]] bool throws(const Quantity& quantity, const Scan& spectrum) const {
+        std::vector<double> fields(quantity.function->field_count);
+        try {
+            internal::compute(*quantity.function, quantity.own.get(), spectrum, white, fields);
+        } catch (const std::bad_alloc&) {
+            throw;
+        } catch (const std::exception&) {
+            return true;
+        }
+        return false;
+    }
+
     void find_coverage() {
         const Scan clear = scan_of(std::vector<double>(wavelengths.size(), 1.0));
         const std::vector<std::reference_wrapper<const Quantity>> all(quantities.begin(),
@@ -212,8 +227,10 @@ struct Evaluator::Plan {
         for (std::size_t i = 0; i < coverage.size(); ++i) {
             Value& value = coverage[i];
             const bool uncovered = value.needed && !value.covered;
+            // A quotient or an amount may be impossible for a clear lens alone.
             const bool fails = quantities[i].function->form != nullptr &&
-                               value.problem.rfind("Not computable", 0) == 0;
+                               value.problem.rfind("Not computable", 0) == 0 &&
+                               throws(quantities[i], clear);
             refused.push_back(uncovered || fails ? 1 : 0);
             if (refused.back() == 0) value.problem.clear();
             if (quantities[i].is_transmittance) value.clear_lens = value.value;
@@ -221,15 +238,17 @@ struct Evaluator::Plan {
         }
     }
 
-    /// The place of a function among those planned; planned now if it is not yet.
-    std::size_t place_of(const Function& function) {
-        const auto found = std::find_if(functions.begin(), functions.end(),
-                                        [&](const auto& f) { return f.function == &function; });
+    /// The place of a quantity's function among those planned; planned now if it is not yet.
+    std::size_t place_of(const Quantity& quantity) {
+        const Function& function = *quantity.function;
+        const auto found = std::find_if(functions.begin(), functions.end(), [&](const auto& f) {
+            return f.function == &function && f.own == quantity.own;
+        });
         if (found != functions.end()) return static_cast<std::size_t>(found - functions.begin());
-        PlannedFunction& planned = functions.emplace_back(PlannedFunction{&function});
+        PlannedFunction& planned = functions.emplace_back(PlannedFunction{&function, quantity.own});
         planned.by_function = function.form == nullptr;
         if (planned.by_function) return functions.size() - 1;
-        planned.form = function.form(white);
+        planned.form = function.form(white, planned.own ? *planned.own : OwnTables());
         for (const Integral& integral : planned.form.integrals) {
             for (const Factor& factor : integral.factors) keep_tables(factor);
             const auto index = integrator.add(integral);
@@ -251,10 +270,12 @@ struct Evaluator::Plan {
     }
 
     void keep_tables(const Factor& factor) {
-        for (const auto* const table : factor.tables) {
+        for (const auto& [table, own] : factor.tables) {
+            if (own) continue;
+            const auto* const wanted = table;
             const bool known = std::any_of(tables.begin(), tables.end(),
-                                           [&](const Snapshot& s) { return s.table == table; });
-            if (!known) tables.push_back({table, table->spectrum()});
+                                           [&](const Snapshot& s) { return s.table == wanted; });
+            if (!known) tables.push_back({wanted, wanted->spectrum()});
         }
     }
 
@@ -266,7 +287,7 @@ struct Evaluator::Plan {
             source_of.push_back(by_source ? keys.size() : nowhere);
             if (by_source) keys.push_back(quantities[i].key);
             const bool is_planned = refused[i] == 0 && !by_source;
-            function_of.push_back(is_planned ? place_of(*quantities[i].function) : nowhere);
+            function_of.push_back(is_planned ? place_of(quantities[i]) : nowhere);
         }
         for (const Quantity& quantity : quantities) {
             is_of_light.push_back(quantity.is_of_visible_light() ? 1 : 0);
@@ -296,7 +317,7 @@ struct Evaluator::Plan {
 
     void compute(const PlannedFunction& planned, const Scan& scan, std::span<double> fields) const {
         try {
-            planned.function->compute(scan, white, fields);
+            internal::compute(*planned.function, planned.own.get(), scan, white, fields);
         } catch (const std::bad_alloc&) {
             throw;
         } catch (const std::exception&) {

@@ -1,14 +1,25 @@
 #pragma once
 
+#include <memory>
 #include <vector>
 
 #include "quantity.hpp"
 
 namespace vekanalysis::quantities {
 
+/// A table, or what takes its place.
+struct Weight {
+    const colorimetry::data::Table* table;
+    std::shared_ptr<const Scan> own{};
+
+    [[nodiscard]] const Scan& spectrum() const { return own ? *own : table->spectrum(); }
+
+    friend bool operator==(const Weight&, const Weight&) = default;
+};
+
 /// What a spectrum is multiplied by: a table, or the product of two.
 struct Factor {
-    std::vector<const colorimetry::data::Table*> tables;
+    std::vector<Weight> tables;
     bool on_left = false;  // whether it is the left operand, which decides the interpolation
 
     friend bool operator==(const Factor&, const Factor&) = default;
@@ -36,6 +47,8 @@ struct Form {
     std::vector<double> scales{};
     std::vector<double> divisors{};
     Range band{};
+    /// What all divisors come from, where that is the weighting of one field.
+    std::vector<Weight> divided_by{};
 };
 
 }  // namespace vekanalysis::quantities

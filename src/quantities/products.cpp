@@ -31,8 +31,8 @@ Scan grid_of(const Product& product) {
 }
 
 Scan scan_of(const Factor& factor) {
-    const Scan& first = factor.tables[0]->spectrum();
-    return factor.tables.size() == 1 ? Scan(first) : first * factor.tables[1]->spectrum();
+    const Scan& first = factor.tables[0].spectrum();
+    return factor.tables.size() == 1 ? Scan(first) : first * factor.tables[1].spectrum();
 }
 
 /// The piece of an interpolant that holds x, as numerical::Spline finds it.

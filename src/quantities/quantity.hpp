@@ -1,6 +1,8 @@
 #pragma once
 
 #include <cstddef>
+#include <map>
+#include <memory>
 #include <optional>
 #include <span>
 #include <string>
@@ -23,6 +25,9 @@ struct Range {
 
 struct Form;
 
+/// Tables in place of built-in ones.
+using OwnTables = std::map<const colorimetry::data::Table*, std::shared_ptr<const Scan>>;
+
 /// A function of the library with all that it gives for one spectrum.
 struct Function {
     const char* name;
@@ -31,9 +36,9 @@ struct Function {
     /// @param fields  shape (field_count), receives the results
     /// @throws what the function throws
     void (*compute)(const Scan& spectrum, const Scan& white, std::span<double> fields);
-    /// How it follows from integrals of products, of the tables as they are; null where it does
-    /// not.
-    Form (*form)(const Scan& white) = nullptr;
+    /// How it follows from integrals of products, of the tables as they are but for those of one's
+    /// own; null where it does not.
+    Form (*form)(const Scan& white, const OwnTables& own) = nullptr;
     /// Why one field is NaN where the others have values; null where that does not happen.
     std::string (*why_missing)(const Scan& spectrum, std::size_t field) = nullptr;
 };
@@ -44,7 +49,7 @@ struct Part {
     std::vector<const colorimetry::data::Table*> weights{};
 
     /// The part of the band where the weights are.
-    [[nodiscard]] Range needed() const;
+    [[nodiscard]] Range needed(const OwnTables* own) const;
 };
 
 /// One quantity of a report.
@@ -71,10 +76,15 @@ struct Quantity {
 
     const Function* function = nullptr;
     std::size_t field = 0;
+    /// What it is computed with in place of built-in tables; null where with these alone.
+    std::shared_ptr<const OwnTables> own{};
 
     /// The part of the band where the weights are, of a quotient all that one of its parts needs;
     /// none without a band.
     [[nodiscard]] std::optional<Range> needed() const;
+
+    /// All tables that its figure depends on: the weights, and those of what it is divided by.
+    [[nodiscard]] std::vector<const colorimetry::data::Table*> tables() const;
 
     /// Whether it tells of light that is mostly visible, so that a spectrum below zero over most of
     /// the visible has none.

@@ -9,9 +9,6 @@ namespace {
 
 namespace data = colorimetry::data;
 
-constexpr const char* reconstructed =
-    "The signal table is a reconstruction, not the printed one: not for conformity decisions.";
-
 std::string filled(std::string_view pattern, std::string_view word) {
     std::string text(pattern);
     const std::size_t place = text.find("{}");
@@ -30,9 +27,10 @@ std::vector<const data::Table*> tables_of(std::initializer_list<const char*> nam
     return tables;
 }
 
-Range overlap(Range range, std::span<const data::Table* const> weights) {
+Range overlap(Range range, std::span<const data::Table* const> weights, const OwnTables* own) {
     for (const auto* const table : weights) {
-        const Scan& weight = table->spectrum();
+        const bool is_replaced = own != nullptr && own->contains(table);
+        const Scan& weight = is_replaced ? *own->at(table) : table->spectrum();
         range.from = std::max(range.from, weight.min_wavelength());
         range.to = std::min(range.to, weight.max_wavelength());
     }
@@ -45,23 +43,23 @@ Quantity with_weights(Quantity quantity, std::initializer_list<const char*> name
     if (std::any_of(quantity.weights.begin(), quantity.weights.end(), [](const auto* table) {
             return table->facts.standing == data::Standing::RECONSTRUCTION;
         })) {
-        quantity.notes.insert(quantity.notes.begin(), reconstructed);
+        quantity.notes.insert(quantity.notes.begin(), internal::reconstructed);
     }
     return quantity;
 }
 
 }  // namespace
 
-Range Part::needed() const {
-    return overlap(band, weights);
+Range Part::needed(const OwnTables* own) const {
+    return overlap(band, weights, own);
 }
 
 std::optional<Range> Quantity::needed() const {
     if (!band) return std::nullopt;
-    if (parts.empty()) return overlap(*band, weights);
-    Range range = parts.front().needed();
+    if (parts.empty()) return overlap(*band, weights, own.get());
+    Range range = parts.front().needed(own.get());
     for (const Part& part : parts) {
-        const auto [from, to] = part.needed();
+        const auto [from, to] = part.needed(own.get());
         range = {std::min(range.from, from), std::max(range.to, to)};
     }
     return range;

@@ -16,6 +16,9 @@ inline constexpr const char* CIE_15 = "CIE 15:2004";
 inline constexpr const char* stored_points =
     "The smallest of the measured points; nothing between them is interpolated.";
 
+inline constexpr const char* reconstructed =
+    "The signal table is a reconstruction, not the printed one: not for conformity decisions.";
+
 /// A field of a function's result: what follows the point in its key, and its symbol.
 struct Field {
     const char* name;
@@ -29,7 +32,8 @@ inline constexpr std::array lab_fields{Field{"L_star", "L*"}, Field{"a_star", "a
 
 /// Function whose result is one number.
 template <double (*function)(const Scan&)>
-[[nodiscard]] constexpr Function number(const char* name, Form (*form)(const Scan&) = nullptr) {
+[[nodiscard]] constexpr Function number(const char* name,
+                                        Form (*form)(const Scan&, const OwnTables&) = nullptr) {
     return {name, 1,
             [](const Scan& spectrum, const Scan&, std::span<double> fields) {
                 fields[0] = function(spectrum);

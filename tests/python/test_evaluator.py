@@ -2,6 +2,7 @@
 
 import math
 import pickle
+import random
 import subprocess
 import sys
 from concurrent.futures import ThreadPoolExecutor
@@ -307,3 +308,21 @@ def test_the_example_of_a_cube_runs_on_two_processes() -> None:
         [sys.executable, example, "60"], capture_output=True, text=True, timeout=120, check=True
     )
     assert done.stdout == "{'row': 60, 'column': 200} tau_v 0.099 to 0.895\n"
+
+
+def test_what_a_clear_lens_has_not_other_spectra_may_have() -> None:
+    # A polynomial through ones may go below zero between and beyond; the grid is not to blame.
+    generator = random.Random(3)
+    polynomial = vek.Interpolation.POLYNOMIAL
+    found = 0
+    for _ in range(40):
+        grid = sorted(generator.uniform(390, 760) for _ in range(9))
+        values = [generator.random() for _ in grid]
+        scan = vek.Scan(grid, values, interpolation=polynomial)
+        keys = ["illuminance", "ANSI_Z80_3_Q.green"]
+        with np.errstate(invalid="ignore"):
+            row = quantities.Evaluator(grid, keys, interpolation=polynomial)(values)
+        for number, value in zip(row, quantities.evaluate(scan, keys).values(), strict=True):
+            assert np.isnan(number) == (value.value is None)
+            found += value.value is not None
+    assert found > 10

@@ -30,9 +30,9 @@ ARROWS = {("chromaticity", "colorimetry"), ("radiometry", "colorimetry")}
 PRIVATE_HEADERS = """
     colorimetry/data/make_table core/text io/file lighting/cam02 lighting/chebyshev
     lighting/data/tables lighting/lanes lighting/visible_sums numerical/cubic numerical/lanes
-    numerical/stable_order quantities/even_sum quantities/finish quantities/form quantities/forms
-    quantities/integrator quantities/kernels quantities/light_functions quantities/products
-    quantities/record_parts utils/extremes
+    numerical/stable_order quantities/by_form quantities/even_sum quantities/finish
+    quantities/form quantities/forms quantities/integrator quantities/kernels
+    quantities/light_functions quantities/products quantities/record_parts utils/extremes
 """
 
 # As the areas, for the package: the modules and folders of one room a line. A room takes from

@@ -9,10 +9,20 @@ from itertools import groupby
 from types import MappingProxyType
 from typing import Any, Final
 
-from .._core import colorimetry, version
+from .._core import Scan, colorimetry, version
 from .._toml import nearest
 from ..errors import Refusal
-from ..quantities import DERIVED, LENS, LENS_FULL, Quantity, Repeats, Value, quantity
+from ..quantities import (
+    DERIVED,
+    LENS,
+    LENS_FULL,
+    OwnTable,
+    Quantity,
+    Repeats,
+    Value,
+    quantity,
+    with_tables,
+)
 from ..reports import Report
 from ..reports import lens as lens_report
 from ..spectrum import Spectrum
@@ -50,11 +60,15 @@ class Certificate:
         Step in nm to which the spectrum is brought first: see `reports.lens`.
     full : bool
         Whether a page without settings has the derived quantities, too.
+    tables : sequence of OwnTable
+        In place of built-in ones, before those of the settings.
 
     Attributes
     ----------
     report : Report
         All quantities of lenses; the derived ones where one of them is asked for.
+    tables : tuple of OwnTable
+        All that take the place of built-in ones.
     fields : mapping of str to str
         As they are on the page.
     conformity : Conformity or None
@@ -79,8 +93,11 @@ class Certificate:
         fields: Mapping[str, str] = MappingProxyType({}),
         grid: float | None = None,
         full: bool = False,
+        tables: Sequence[OwnTable] = (),
     ) -> None:
         self._full = full
+        own = {each.name: each for each in (*(settings or _PLAIN).tables, *tables)}
+        self.tables = tuple(own.values())
         self.settings = settings
         self.limits = limits
         self.grid = grid
@@ -88,7 +105,7 @@ class Certificate:
         if budget is not None and not budget.components and not budget.of_repeats:
             budget = None
         self.report: Report = lens_report(
-            spectrum, budget=budget, grid=grid, full=self._needs_derived()
+            spectrum, budget=budget, grid=grid, full=self._needs_derived(), tables=self.tables
         )
         said = self.report.uncertainty
         self.budget = None if said is None else said.budget
@@ -124,7 +141,9 @@ class Certificate:
         results, decision = self.results, limits.decision
         if results is not None and decision is not None and decision.coverage is not None:
             results = results.covering(decision.coverage)
-        return assess(limits, self.report.values[0], results, purposes=self.purposes)
+        trusted = [table.name for table in self.tables]
+        values = self.report.values[0]
+        return assess(limits, values, results, purposes=self.purposes, trusted=trusted)
 
     def document(self) -> dict[str, Any]:
         """All that was computed, as plain Python objects."""
@@ -159,8 +178,15 @@ class Certificate:
             digest = hashlib.sha256(file.read_bytes()).hexdigest()
             own = settings.templates is not None and file.parent == settings.templates
             found.append(("template", f"{settings.templates_name}/{name}" if own else name, digest))
-        tables = sorted({name for each in self.quantities for name in each.weights})
-        found += [("table", name, _table_digest(name)) for name in tables]
+        tables = {table.name: table for table in self.tables}
+        for name in sorted({name for each in self.quantities for name in each.tables}):
+            table = tables.get(name)
+            if table is None:
+                found.append(("table", name, _table_digest(name)))
+            else:
+                # Of the file, as of all others; without one, of the numbers.
+                digest = table.sha256 or _digest_of(table.scan)
+                found.append(("table", f"{name}: {table.file or ''}", digest))
         return [
             {"role": role, "name": name, "sha256": digest}
             for role, name, digest in found
@@ -175,8 +201,10 @@ class Certificate:
     def quantities(self) -> list[Quantity]:
         """Those of the page, in its order."""
         if self.settings is None:
-            return [*(LENS_FULL if self._full else LENS)]
-        return [quantity(key) for key in self.settings.quantities]
+            wanted = LENS_FULL if self._full else LENS
+        else:
+            wanted = tuple(quantity(key) for key in self.settings.quantities)
+        return [*with_tables(wanted, self.tables)]
 
 
 def page(certificates: Sequence[Certificate]) -> str:
@@ -224,8 +252,12 @@ def _fields(
 
 
 def _table_digest(name: str) -> str:
-    """Of the numbers of a reference table: wavelengths, then values, as 64-bit little-endian."""
-    scan = getattr(colorimetry.data, name)()
+    scan: Scan = getattr(colorimetry.data, name)()
+    return _digest_of(scan)
+
+
+def _digest_of(scan: Scan) -> str:
+    """Of the numbers of a table: wavelengths, then values, as 64-bit little-endian."""
     wavelengths, values = scan.to_lists()
     content = struct.pack(f"<{2 * len(values)}d", *wavelengths, *values)
     return hashlib.sha256(content).hexdigest()

@@ -299,7 +299,7 @@ class _Judge:
                 return f"{which}{value.problem}"
             if not value.complete:
                 return f"{which}the data do not cover the band"
-            if self._doubtful.intersection(self._records[key].weights):
+            if self._doubtful.intersection(self._records[key].tables):
                 return f"{which}it rests on a reconstructed table"
             if self._results is None:
                 return "no uncertainty is stated"

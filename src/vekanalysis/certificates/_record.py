@@ -11,7 +11,7 @@ from typing import Any, Final, NamedTuple
 from .._core import version
 from .._files import read_regular
 from ..errors import Refusal
-from ..quantities import DERIVED, Repeats
+from ..quantities import DERIVED, OwnTable, Repeats
 from ..reading import read
 from ..reports import json_text
 from ..spectrum import Spectrum
@@ -64,7 +64,7 @@ def record(
     Raises
     ------
     Refusal
-        If the spectrum is from no file.
+        If the spectrum or one of the tables is from no file.
     """
     for spectrum in certificate.scans:
         if spectrum.source.file is None or spectrum.source.sha256 is None:
@@ -81,6 +81,11 @@ def record(
         part = getattr(certificate, role)
         if part is not None and part.file is not None:
             files[role] = placed(part.file)
+    for table in certificate.tables:
+        if table.file is None:
+            raise Refusal(f"table '{table.name}': a record needs a table from a file")
+    if certificate.tables:
+        files["tables"] = {table.name: placed(str(table.file)) for table in certificate.tables}
     content: dict[str, Any] = {
         "format": _FORMAT,
         "version": version(),
@@ -156,9 +161,14 @@ def _again(path: Path, stated: Mapping[str, Any]) -> Certificate:
         if role in files:
             part = reader.read(path.parent / files[role]["path"])
             parts[role] = dataclasses.replace(part, file=files[role]["name"])
+    tables = [
+        OwnTable.read(name, path.parent / each["path"])._replace(file=each["name"])
+        for name, each in files.get("tables", {}).items()
+    ]
     return Certificate(
         _measured(path.parent, stated),
         **parts,
+        tables=tables,
         purposes=stated["purposes"],
         fields=stated["fields"],
         grid=stated["grid_nm"],

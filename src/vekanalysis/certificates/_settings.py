@@ -10,7 +10,7 @@ from typing import Any, Final, NamedTuple, Self
 from .._files import open_regular
 from .._toml import Place, TomlFile, nearest
 from ..errors import Refusal
-from ..quantities import LENS, LENS_FULL
+from ..quantities import LENS, LENS_FULL, REPLACEABLE, OwnTable
 
 LANGUAGES: Final = ("en", "de")
 FIELDS: Final = (
@@ -25,6 +25,7 @@ _TABLES: Final = {
     "laboratory": ("name", "address", "logo"),
     "page": ("title", "language", "decimal", "figures", "decimals", "quantities", "templates"),
     "fields": FIELDS,
+    "tables": REPLACEABLE,
 }
 _MOST_LOGO: Final = 1 << 20
 # How pictures begin, and what they are called.
@@ -79,6 +80,8 @@ class Settings:
     templates : Path or None
         A folder whose templates take the place of those of the package.
     fields : mapping of str to Field
+    tables : tuple of OwnTable
+        In place of built-in ones.
     file, sha256 : str or None
         Where they were read, and the SHA-256 digest of that file's bytes.
     """
@@ -96,6 +99,7 @@ class Settings:
     templates: Path | None = None
     templates_name: str | None = None
     fields: Mapping[str, Field] = field(default_factory=lambda: MappingProxyType({}))
+    tables: tuple[OwnTable, ...] = ()
     file: str | None = None
     sha256: str | None = None
 
@@ -140,7 +144,20 @@ class _Reader:
         fields = {
             name: self._field(name, each) for name, each in document.get("fields", {}).items()
         }
-        return values | {"fields": MappingProxyType(fields)}
+        tables = tuple(self._table(name, each) for name, each in document.get("tables", {}).items())
+        return values | {"fields": MappingProxyType(fields), "tables": tables}
+
+    def _table(self, name: str, value: Any) -> OwnTable:
+        if not isinstance(value, str) or not value:
+            raise self._wrong(f"{name} must be the name of a file", "tables", name)
+        path = self.file.path.parent / value
+        try:
+            return OwnTable.read(name, path)
+        except OSError as error:
+            reason = f"{name}: {path}: cannot be read: {error.strerror or error}"
+        except Refusal as error:
+            reason = f"{name}: {error.reason}"
+        raise self._wrong(reason, "tables", name)
 
     def _laboratory(self, table: dict[str, Any]) -> dict[str, Any]:
         values: dict[str, Any] = {"name": self._text(table, "laboratory", "name")}

@@ -55,7 +55,7 @@ class Words:
         if nothing:
             return self("no_data", range=nothing[1].replace("-", _DASH))
         found = sentences.get(english)
-        return self._or_kept(english, found)
+        return self._or_kept(english, self._notes(english) if found is None else found)
 
     def note(self, english: str) -> str:
         """A note on a spectrum, as far as the catalogue has it."""

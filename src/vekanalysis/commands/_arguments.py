@@ -187,6 +187,28 @@ def _grid(text: str) -> float:
     return number
 
 
+def add_tables(add: Arguments) -> None:
+    """Tables of the laboratory's own."""
+    add.add_argument("--table", metavar="NAME=FILE", action="append", default=[], help=SUPPRESS)
+
+
+def own_tables(arguments: Namespace) -> list[Any]:
+    """The tables that take the place of built-in ones."""
+    from ..quantities import OwnTable
+
+    found = []
+    for text in arguments.table:
+        name, sign, path = text.partition("=")
+        if not (name and sign and path):
+            raise CommandError(f"--table {text}: must be a built-in table and a file: NAME=FILE")
+        try:
+            found.append(OwnTable.read(name, path))
+        except OSError as error:
+            reason = f"{path}: cannot be read: {error.strerror or error}"
+            raise CommandError(f"--table: {reason}") from None
+    return found
+
+
 def add_uncertainty(add: Arguments) -> None:
     """The uncertainty of the figures."""
     option = add.add_argument

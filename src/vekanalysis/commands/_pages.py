@@ -65,4 +65,5 @@ def limits_of(arguments: Namespace) -> list[str]:
     """The files that options of a command name, as far as they are given."""
     names = ("settings", "uncertainty", "limits")
     found = [getattr(arguments, name, None) for name in names]
-    return [name for name in found if name is not None]
+    tables = [text.partition("=")[2] for text in arguments.table]
+    return [*(name for name in found if name is not None), *tables]

@@ -7,7 +7,16 @@ from typing import Any, NamedTuple
 
 from ..quantities import Repeats
 from ..spectrum import Spectrum
-from ._arguments import Arguments, add_data_set, add_grid, add_layout, add_units, reading_options
+from ._arguments import (
+    Arguments,
+    add_data_set,
+    add_grid,
+    add_layout,
+    add_tables,
+    add_units,
+    own_tables,
+    reading_options,
+)
 from ._errors import CommandError
 from ._groups import add_group, grouped_if_asked
 
@@ -37,6 +46,7 @@ def add_arguments(arguments: Arguments) -> None:
     option("--overwrite", action="store_true", help="replace what is there")
     option("--pattern", help=SUPPRESS)
     add_grid(arguments)
+    add_tables(arguments)
     add_group(arguments, SUPPRESS)
     add_layout(arguments)
 
@@ -166,6 +176,7 @@ def _common(arguments: Namespace) -> dict[str, Any]:
         "purposes": arguments.purpose,
         "fields": fields(arguments.set),
         "grid": arguments.grid,
+        "tables": own_tables(arguments),
     }
     for name, kind, path in (
         ("settings", Settings, arguments.settings),

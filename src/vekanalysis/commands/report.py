@@ -11,10 +11,12 @@ from ._arguments import (
     add_grid,
     add_layout,
     add_table,
+    add_tables,
     add_uncertainty,
     add_units,
     add_width,
     budget_options,
+    own_tables,
     table_budget,
     table_is_asked,
 )
@@ -39,6 +41,7 @@ def add_arguments(arguments: Arguments) -> None:
     add_table(arguments)
     add_uncertainty(arguments)
     add_grid(arguments)
+    add_tables(arguments)
     add_group(arguments, "the mean of scans of one object: '{object}_*'")
     add_page(arguments, "also write a page; --overwrite replaces one")
     add_figures(arguments)
@@ -52,6 +55,7 @@ def run(arguments: Namespace) -> int | None:
 
     if arguments.figures == "percent" and (arguments.json or table_is_asked(arguments)):
         raise CommandError("--figures percent is for the text; JSON and tables have fractions")
+    tables = own_tables(arguments)
     if table_is_asked(arguments):
         for option in ("html", "group"):
             if getattr(arguments, option):
@@ -62,10 +66,12 @@ def run(arguments: Namespace) -> int | None:
             "budget": table_budget(arguments),
             "grid": arguments.grid,
             "full": arguments.full,
+            "tables": tables,
         }
         return write_table(arguments, reports.Table("lens", **options))
     refuse_directories(arguments.files)
-    options = budget_options(arguments) | {"grid": arguments.grid, "full": arguments.full}
+    common = {"grid": arguments.grid, "full": arguments.full, "tables": tables}
+    options = budget_options(arguments) | common
     if arguments.html:
         inputs = [*arguments.files, *limits_of(arguments)]
         check_targets([arguments.html], inputs, arguments.overwrite)
@@ -77,10 +83,7 @@ def run(arguments: Namespace) -> int | None:
         from ..certificates import Certificate, page
 
         certificates = [
-            Certificate(
-                each, budget=options.get("budget"), grid=arguments.grid, full=arguments.full
-            )
-            for each in spectra
+            Certificate(each, budget=options.get("budget"), **common) for each in spectra
         ]
         write_page(arguments.html, page(certificates))
     percent = arguments.figures == "percent"

@@ -22,6 +22,7 @@ from ._figures import Figures, evaluator_for
 from ._grid import TABLES, on_grid
 from ._measurand import measurand
 from ._repeats import Repeats, Scatter
+from ._tables import REPLACEABLE, OwnTable, with_tables
 from ._values import LENS_FULL, Value, evaluate, illuminant
 
 __all__ = [
@@ -31,9 +32,11 @@ __all__ = [
     "LIGHT",
     "PHOTOMETER",
     "REFERENCES",
+    "REPLACEABLE",
     "TABLES",
     "Evaluator",
     "Figures",
+    "OwnTable",
     "Quantity",
     "Reference",
     "Repeats",
@@ -46,6 +49,7 @@ __all__ = [
     "measurand",
     "on_grid",
     "quantity",
+    "with_tables",
 ]
 
 LIGHT: tuple[Quantity, ...] = light()

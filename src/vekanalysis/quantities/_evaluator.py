@@ -1,10 +1,10 @@
 """Quantities of arrays of spectra."""
 
-from collections.abc import Iterable, Sequence
+from collections.abc import Iterable, Mapping, Sequence
 from typing import TYPE_CHECKING, Any, Final
 
 from .._core import Interpolation, Scan
-from .._core.quantities import DERIVED, LENS, PHOTOMETER, Quantity, light
+from .._core.quantities import DERIVED, LENS, PHOTOMETER, Quantity, light, with_tables
 from .._core.quantities import Evaluator as CompiledEvaluator
 from ..spectrum import Spectrum
 from ._values import Value, illuminant, records_of, white_of
@@ -36,7 +36,7 @@ class Evaluator:
 
     Parameters
     ----------
-    wavelengths : array of shape (n)
+    wavelengths : array of shape (N)
         In nm, ascending by more than ``epsilon``.
     keys : iterable of Quantity or str
         A catalogue, or records and keys of any of them, as `evaluate` takes them; by default that
@@ -85,6 +85,8 @@ class Evaluator:
         self._form = interpolation, epsilon
         self._core = CompiledEvaluator(wavelengths, records, self._white, epsilon, interpolation)
         self._names = tuple((record.kind, record.key) for record in records)
+        self._sets = tuple(record.table_set for record in records)
+        self._own = {record.table_set: record.own_tables for record in records if record.table_set}
         self._coverage = tuple(map(Value._make, self._core.coverage))
 
     def __call__(self, values: ArrayLike, out: Floats | None = None) -> Floats:
@@ -92,7 +94,7 @@ class Evaluator:
 
         Parameters
         ----------
-        values : array of shape (..., n)
+        values : array of shape (..., N)
             Float64 or float32 of any strides, from NumPy or anything that lends its memory, which
             is read where it is; lists of numbers are converted. In the unit that the quantities
             want: fractions for transmittances.
@@ -120,12 +122,12 @@ class Evaluator:
 
         Parameters
         ----------
-        values : array of shape (n), optional
+        values : array of shape (N), optional
             The spectrum for which it is wanted; not needed when all quantities are `linear`.
 
         Returns
         -------
-        array of shape (q, n)
+        array of shape (q, N)
             Unit of the quantity per unit of the values; NaN for refused quantities. By differences
             where an interpolant or the function is not linear, exact elsewhere.
 
@@ -148,7 +150,7 @@ class Evaluator:
 
     @property
     def wavelengths(self) -> Floats:
-        """The grid in nm, shape (n), a copy."""
+        """The grid in nm, shape (N), a copy."""
         return self._core.wavelengths
 
     @property
@@ -204,7 +206,8 @@ class Evaluator:
 
     def __reduce__(self) -> tuple[Any, ...]:
         white = self._illuminant or self._white
-        return _made_anew, (self.wavelengths, self._names, *self._form, white)
+        own = self._sets, self._own
+        return _made_anew, (self.wavelengths, self._names, *self._form, white, own)
 
 
 def _made_anew(
@@ -213,10 +216,19 @@ def _made_anew(
     interpolation: Interpolation,
     epsilon: float,
     white: Scan | str,
+    own: tuple[Sequence[int], Mapping[int, Mapping[str, Scan]]],
 ) -> Evaluator:
     every = (*LENS, *DERIVED, *light(), *PHOTOMETER)
     by_name = {(record.kind, record.key): record for record in every}
     records = [by_name[name] for name in names]
+    sets, tables = own
+    for table_set, scans in tables.items():
+        # Notes are no concern of an evaluator.
+        replaced = with_tables(records, {name: (scan, "") for name, scan in scans.items()})
+        records = [
+            new if each == table_set else old
+            for each, new, old in zip(sets, replaced, records, strict=True)
+        ]
     return Evaluator(
         wavelengths, records, interpolation=interpolation, epsilon=epsilon, white=white
     )

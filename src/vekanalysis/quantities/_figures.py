@@ -17,8 +17,13 @@ from ._values import Value, evaluate, records_of, white_of
 _KEPT: Final = 16
 
 
+# Of quantities: kinds, keys, and what their own tables are.
+type _Names = tuple[tuple[str, str, int], ...]
+
+
 class _Kept(NamedTuple):
-    names: tuple[tuple[str, str], ...]
+    # Their own tables live as long as the evaluator, so that no others can look like them.
+    names: _Names
     evaluator: Evaluator
 
 
@@ -51,11 +56,15 @@ def evaluator_for(
         If a key or the illuminant is not known.
     """
     records, white = records_of(keys), white_of(white)
-    return _evaluator_for(scan, records, tuple((r.kind, r.key) for r in records), white)
+    return _evaluator_for(scan, records, _names_of(records), white)
+
+
+def _names_of(records: Sequence[Quantity]) -> _Names:
+    return tuple((record.kind, record.key, record.table_set) for record in records)
 
 
 def _evaluator_for(
-    scan: Scan, records: Sequence[Quantity], names: tuple[tuple[str, str], ...], white: Scan
+    scan: Scan, records: Sequence[Quantity], names: _Names, white: Scan
 ) -> Evaluator:
     with _lock:
         candidates = tuple(_kept)
@@ -81,7 +90,7 @@ class _Group(NamedTuple):
     # Where they are among all.
     columns: tuple[int, ...]
     records: tuple[Quantity, ...]
-    names: tuple[tuple[str, str], ...]
+    names: _Names
 
 
 class Figures:
@@ -107,8 +116,7 @@ class Figures:
         for kind in dict.fromkeys(record.kind for record in self._records):
             columns = tuple(i for i, each in enumerate(self._records) if each.kind == kind)
             records = tuple(self._records[i] for i in columns)
-            names = tuple((record.kind, record.key) for record in records)
-            self._groups.append(_Group(kind, columns, records, names))
+            self._groups.append(_Group(kind, columns, records, _names_of(records)))
         # What was said of the last spectrum, with the parts that it was put together of.
         self._last: tuple[list[tuple[Value, ...]], tuple[Value, ...]] = [], ()
 

@@ -3,7 +3,16 @@
 from collections.abc import Sequence
 from typing import TYPE_CHECKING, Any
 
-from ..quantities import LENS, LENS_FULL, Figures, Repeats, measurand, on_grid
+from ..quantities import (
+    LENS,
+    LENS_FULL,
+    Figures,
+    OwnTable,
+    Repeats,
+    measurand,
+    on_grid,
+    with_tables,
+)
 from ..spectrum import Spectrum
 from ._inputs import Objects, as_objects
 from ._repeated import make_repeated
@@ -39,6 +48,7 @@ def lens(
     draws: Draws = None,
     seed: int | None = None,
     grid: float | None = None,
+    tables: Sequence[OwnTable] = (),
 ) -> Report:
     """What the standards say of lenses and filters.
 
@@ -61,6 +71,8 @@ def lens(
     grid : float, optional
         Step in nm to which the spectra are brought first: see `quantities.on_grid`. With a budget
         all points must have been measured.
+    tables : sequence of OwnTable
+        Of the laboratory's own, in place of built-in ones: see `quantities.with_tables`.
 
     Returns
     -------
@@ -84,7 +96,7 @@ def lens(
     thinned = budget is not None
     measured = [_measured(each, grid, thinned=thinned) for each in as_objects(spectra)]
     transmittances = [each.mean if isinstance(each, Repeats) else each for each in measured]
-    wanted = LENS_FULL if full else LENS
+    wanted = with_tables(LENS_FULL if full else LENS, tables)
     figures = Figures(wanted)
     values = [figures.values(spectrum.scan) for spectrum in transmittances]
     if not clear_lens:

@@ -1,7 +1,8 @@
 """Tables of figures: plain rows, a row a spectrum."""
 
 import math
-from collections.abc import Sequence
+import os
+from collections.abc import Mapping, Sequence
 from typing import TYPE_CHECKING, Any, Literal, NamedTuple
 
 from ..errors import Refusal
@@ -12,10 +13,12 @@ from ..quantities import (
     PHOTOMETER,
     REFERENCES,
     Figures,
+    OwnTable,
+    Quantity,
     Value,
     measurand,
     on_grid,
-    quantity,
+    with_tables,
 )
 from ..spectrum import Spectrum
 from ._inputs import as_spectra
@@ -53,7 +56,7 @@ class Table:
         Of a table of light sources, as `light` takes them.
     budget
         Adds columns for the uncertainty of each quantity, behind all others.
-    grid, full
+    grid, full, tables
         Of a table of lenses, as `lens` takes them.
 
     Attributes
@@ -61,7 +64,8 @@ class Table:
     keys : tuple of str
         The keys of each row, in their order.
     titles : tuple of str
-        How the head of the table names them: with what rests on a reconstructed table.
+        How the head of the table names them: with what rests on a reconstructed table, or on one of
+        the laboratory's own.
     """
 
     def __init__(
@@ -73,29 +77,20 @@ class Table:
         budget: Budget | None = None,
         grid: float | None = None,
         full: bool = False,
+        tables: Sequence[OwnTable] = (),
     ) -> None:
+        self._tables = tuple(tables)
         self._full = full
         self._grid = grid
         self._budget = budget
         self._kind = kind
         self._white = white
         self._f1_prime = f1_prime
-        if kind == "lens":
-            quantities = LENS_FULL if full else LENS
-        else:
-            quantities = LIGHT + (PHOTOMETER if f1_prime else ())
-        doubtful = {item.name for item in REFERENCES if item.status == "reconstruction"}
+        quantities = self._quantities()
         self._columns = tuple(quantity.key for quantity in quantities)
         self.keys = (*FACTS, *self._columns)
-        self.titles = (
-            *FACTS,
-            *(
-                f"{quantity.key} [reconstructed table]"
-                if doubtful.intersection(quantity.weights)
-                else quantity.key
-                for quantity in quantities
-            ),
-        )
+        files = {table.name: table.file or "" for table in self._tables}
+        self.titles = (*FACTS, *(_title_of(quantity, files) for quantity in quantities))
         if budget is not None:
             more = tuple(f"{q.key}_{name}" for q in quantities for name in UNCERTAIN)
             self.keys, self.titles = self.keys + more, self.titles + more
@@ -103,6 +98,11 @@ class Table:
         self._propagator: Propagator | None = None
         # What is said of figures, for the last spectrum.
         self._notes: tuple[tuple[Value, ...], list[str]] = (), []
+
+    def _quantities(self) -> tuple[Quantity, ...]:
+        if self._kind == "lens":
+            return with_tables(LENS_FULL if self._full else LENS, self._tables)
+        return LIGHT + (PHOTOMETER if self._f1_prime else ())
 
     def __getstate__(self) -> dict[str, Any]:
         # Made again where it arrives.
@@ -116,7 +116,12 @@ class Table:
         if rows is None:
             # It says what the matter is, and of which of them.
             report = lens(
-                spectra, clear_lens=False, full=self._full, budget=self._budget, grid=self._grid
+                spectra,
+                clear_lens=False,
+                full=self._full,
+                budget=self._budget,
+                grid=self._grid,
+                tables=self._tables,
             )
             return report.rows()
         return rows
@@ -155,7 +160,7 @@ class Table:
     def _row(self, spectrum: Spectrum) -> _Made:
         """The row that `reports.lens` has of a spectrum, without the report."""
         if self._figures is None:
-            self._figures = Figures(self._columns)
+            self._figures = Figures(self._quantities())
         lens = measurand(spectrum, "transmittance")
         if self._grid is not None:
             lens = on_grid(lens, self._grid, thinned=self._budget is not None)
@@ -173,7 +178,7 @@ class Table:
         from ..uncertainty import Propagator
 
         if self._propagator is None:
-            self._propagator = Propagator(budget, map(quantity, self._columns))
+            self._propagator = Propagator(budget, self._quantities())
         lenses, numbers = [item.lens for item in made], [item.numbers for item in made]
         u, expanded, k, _ = self._propagator(lenses, numbers)
         keys = self.keys[-len(UNCERTAIN) * len(self._columns) :]
@@ -183,6 +188,18 @@ class Table:
         for item, row in zip(made, rows.tolist(), strict=True):
             numbers_or_none = map(_or_none, row) if lacks_some else row
             item.row.update(zip(keys, numbers_or_none, strict=True))
+
+
+_DOUBTFUL = {item.name for item in REFERENCES if item.status == "reconstruction"}
+
+
+def _title_of(quantity: Quantity, files: Mapping[str, str]) -> str:
+    """The title of a column, with what its reader must know of the tables that it rests on."""
+    own = quantity.own_tables
+    said = [f"table {os.path.basename(files[name])}" for name in quantity.tables if name in own]
+    if _DOUBTFUL.intersection(quantity.tables).difference(own):
+        said.append("reconstructed table")
+    return f"{quantity.key} [{', '.join(said)}]" if said else quantity.key
 
 
 def _or_none(number: float) -> float | None:

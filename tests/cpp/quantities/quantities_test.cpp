@@ -5,7 +5,9 @@
 #include <vector>
 
 #include "colorimetry/transmittance.hpp"
+#include "core/scan_arithmetic.hpp"
 #include "quantities/evaluate.hpp"
+#include "quantities/own_tables.hpp"
 #include "thrown_text.hpp"
 
 namespace vekanalysis::quantities {
@@ -26,7 +28,8 @@ Value value_of(const Quantity& quantity, const Scan& spectrum) {
 
 TEST(Records, AreCompleteAndTheirKeysDiffer) {
     const std::vector<Quantity> of_light = light("D65");
-    for (const auto catalogue : {lens(), derived(), std::span<const Quantity>(of_light), photometer()}) {
+    for (const auto catalogue :
+         {lens(), derived(), std::span<const Quantity>(of_light), photometer()}) {
         std::set<std::string> keys;
         for (const Quantity& quantity : catalogue) {
             EXPECT_TRUE(keys.insert(quantity.key).second) << quantity.key;
@@ -99,6 +102,32 @@ TEST(Evaluate, GivesAReasonWhereThereIsNoValue) {
         EXPECT_EQ(value.problem, problem) << key;
         EXPECT_FALSE(value.value) << key;
     }
+}
+
+TEST(OwnTables, CopiesOfTheBuiltInOnesGiveTheSameBits) {
+    std::vector<OwnTable> copies;
+    for (const auto& table : colorimetry::data::tables()) {
+        if (is_replaceable(table.name)) copies.push_back({table.name, table.spectrum(), "own"});
+    }
+    ASSERT_EQ(copies.size(), 14u);
+    const Scan lens_of_steps = flat(250.0, 830.0, 0.4) * flat(250.0, 605.0, 0.7);
+    for (const Quantity& quantity : with_tables(lens(), copies)) {
+        const auto own = value_of(quantity, lens_of_steps);
+        const auto built_in = value_of(find(quantity.key), lens_of_steps);
+        EXPECT_EQ(own.value, built_in.value) << quantity.key;
+        EXPECT_EQ(quantity.own != nullptr, quantity.notes.size() > 0 && quantity.notes[0] == "own");
+    }
+}
+
+TEST(OwnTables, AreOfKnownNamesOnce) {
+    const Scan table = flat(380.0, 780.0, 1.0);
+    const auto refused = [&](const std::vector<OwnTable>& tables) {
+        return thrown_text([&] { (void)with_tables(lens(), tables); });
+    };
+    EXPECT_EQ(refused({{"cie_illuminant_a", table, ""}}),
+              "with_tables: 'cie_illuminant_a' is no table that can be replaced");
+    EXPECT_EQ(refused({{"ISO8980_3_led_red", table, ""}, {"ISO8980_3_led_red", table, ""}}),
+              "with_tables: 'ISO8980_3_led_red' is there twice");
 }
 
 }  // namespace
