@@ -287,3 +287,9 @@ def test_time_is_in_proportion_to_the_input(text: str | bytes) -> None:
             reader(io.BytesIO(text.encode() if isinstance(text, str) else text))
     # What took 20 s and more takes 1 s on a slow machine.
     assert time.process_time() - started < 8.0
+
+
+def test_the_cell_at_fault_is_named_among_chosen_columns() -> None:
+    content = io.StringIO(",wl,T\n0,400,0.25\n1,410,04403 2831 1678")
+    with pytest.raises(vek.Refusal, match="'04403 2831 1678' has no groups of three digits"):
+        vek.read(content, columns=("wl", "T"))

@@ -11,6 +11,7 @@ from typing import NamedTuple
 
 from .. import units
 from ..units import Kind, Unit
+from .encoding import shortened
 
 # Words by their beginnings, in lower case and without accents. Of words within others the longer
 # one counts: "irradiance" is no radiance, "luminance energetique" no luminance.
@@ -158,7 +159,7 @@ def taken(statement: Statement) -> Reading:
     """What follows from a statement."""
     kind, text, unit, words = statement
     if text and unit is None:
-        return Reading("other", text, f"the unit '{text}' is not understood")
+        return Reading("other", text, f"the unit '{shortened(text)}' is not understood")
     if _head(words) == "A" and kind is None and (unit is None or unit.kind is None):
         name = unit.name if unit else None
         return Reading("other", name, "'A' may be absorbance or the name of a sample")

@@ -34,6 +34,8 @@ from .wavelengths import (
 
 type Duplicates = Literal["refuse", "first", "last", "mean"]
 _DUPLICATES: tuple[str, ...] = get_args(Duplicates.__value__)
+# Columns whose names an error lists.
+_NAMED = 8
 
 
 class TextOptions(NamedTuple):
@@ -222,7 +224,9 @@ def _find_column(source: str, names: list[str], column: int | str) -> int:
         index for index, name in enumerate(names) if _without_unit(name) == column
     ]
     if len(found) != 1:
-        there = ", ".join(f"'{shortened(name)}'" for name in names[:50])
+        there = ", ".join(f"'{shortened(name)}'" for name in names[:_NAMED])
+        if len(names) > _NAMED:
+            there += f" and {len(names) - _NAMED} more"
         what = "several columns" if found else "no column"
         raise Refusal(f"{source}: there is {what} named '{column}'; the columns are: {there}")
     return found[0]
@@ -241,7 +245,7 @@ def _numbers(lines: Lines, layout: Layout, block: Block, chosen: Iterable[_Chose
     index, place, is_too_large = core.problem
     if index is not None and place is not None:
         text = lines.core.line(index).decode(errors="replace")
-        cell = shortened(split_cells(text, layout.delimiter)[columns[place]])
+        cell = shortened(split_cells(text, layout.delimiter)[place])
         if is_too_large:
             raise lines.error(index, f"'{cell}' is too large a number")
         raise lines.error(

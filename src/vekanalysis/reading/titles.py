@@ -196,7 +196,8 @@ def _title_cells(line: str, delimiter: str, width: int) -> list[str]:
         if filled == 2 and _is_key(cells[0]):
             return []
         if 1 < filled <= width:
-            return [*cells[:filled], *[""] * (width - filled)]
+            titles = [cell[:_LONGEST_TITLE] for cell in cells[:filled]]
+            return [*titles, *[""] * (width - filled)]
     return []
 
 
