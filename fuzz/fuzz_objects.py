@@ -17,18 +17,17 @@ import operator
 import pickle
 import random
 import sys
-import time
 import warnings
 from collections.abc import Callable, Iterator
-from itertools import pairwise
+from itertools import count, pairwise
 from typing import Any
 
 import numpy as np
+from campaign import Fault, parser_for, run
 
 import vekanalysis as vek
 from vekanalysis import Interpolation, Scan, colorimetry, fitting, interop, utils
 
-SLOWEST = 10.0
 KINDS = (
     *(Interpolation.AKIMA, Interpolation.CUBIC, Interpolation.LINEAR),
     *(Interpolation.NONE, Interpolation.POLYNOMIAL),
@@ -45,10 +44,6 @@ STRANGERS: tuple[Any, ...] = (
 ORDINARY = (
     *(ValueError, TypeError, AttributeError, RuntimeError, IndexError, KeyError, OverflowError),
 )
-
-
-class Fault(Exception):
-    """A law that was broken."""
 
 
 def a_scan(chance: random.Random) -> Scan:
@@ -213,37 +208,20 @@ CHECKS = {"states": check_state, "arithmetic": check_arithmetic}
 
 def fuzz(name: str, arguments: argparse.Namespace) -> int:
     """Run one of the checks; how many kinds of fault there were."""
-    end = time.monotonic() + arguments.seconds
-    count = went = 0
-    kinds: set[str] = set()
-    while count != arguments.inputs and (arguments.inputs or time.monotonic() < end):
-        count += 1
-        seed = f"{name} {arguments.seed} {count}"
-        # A hang ends the run, with where it was.
-        faulthandler.dump_traceback_later(6 * SLOWEST, exit=True)
-        try:
-            went += CHECKS[name](random.Random(seed))
-        except Exception as error:
-            kind = f"{type(error).__name__} {str(error)[:25]}"
-            if kind not in kinds:
-                kinds.add(kind)
-                print(f"{name}: {type(error).__name__}: {error} (random.Random({seed!r}))")
-    faulthandler.cancel_dump_traceback_later()
-    outcome = f"{len(kinds)} kinds of fault" if kinds else "no fault"
-    print(f"{name}: {count} inputs, {went} of them taken, {outcome} (seed {arguments.seed})")
-    return len(kinds)
+    seeds = (f"{name} {arguments.seed} {number}" for number in count(1))
+
+    def keep(seed: str) -> str:
+        return f"random.Random({seed!r})"
+
+    return run(name, seeds, lambda seed: CHECKS[name](random.Random(seed)), arguments, keep=keep)
 
 
 def main() -> int:
-    parser = argparse.ArgumentParser(description="Damage states of pickles, calculate with scans.")
-    parser.add_argument("checks", nargs="*", metavar="check", help=f"of {', '.join(CHECKS)}")
-    parser.add_argument("--seconds", type=float, default=10.0, help="for each check")
-    parser.add_argument("--inputs", type=int, help="how many for each, instead of seconds")
-    parser.add_argument("--seed", type=int, default=time.time_ns())
+    parser = parser_for("Damage states of pickles, calculate with scans.", CHECKS, "check")
     arguments = parser.parse_args()
     faulthandler.enable()
     warnings.simplefilter("error")
-    return min(1, sum(fuzz(name, arguments) for name in arguments.checks or CHECKS))
+    return min(1, sum(fuzz(name, arguments) for name in arguments.parts or CHECKS))
 
 
 if __name__ == "__main__":

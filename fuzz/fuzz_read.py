@@ -12,7 +12,6 @@ usage: fuzz/fuzz_read.py [--seconds S | --inputs N] [--found FOLDER] [--seed N] 
 
 import argparse
 import faulthandler
-import hashlib
 import math
 import pkgutil
 import random
@@ -20,21 +19,19 @@ import re
 import struct
 import sys
 import time
-import traceback
 import unicodedata
 import warnings
 from collections.abc import Iterable, Iterator, Sequence
 from itertools import pairwise
-from pathlib import Path
 from typing import Any
 
 from branches import Branches
+from campaign import ROOT, SLOWEST, Fault, add_found, parser_for, run, saved
 
 import vekanalysis.reading
 from vekanalysis import Refusal, Spectrum
 from vekanalysis.reading import read_content
 
-ROOT = Path(__file__).resolve().parent.parent
 SAMPLES = ROOT / "tests" / "data" / "labfiles"
 PATTERNS = {
     "jcamp": ["*.jdx"],
@@ -50,7 +47,6 @@ LONGEST_REFUSAL = 600
 LONGEST_FACT = 600
 # A title of a table, with a number behind where others have it, too.
 LONGEST_LABEL = 2020
-SLOWEST = 10.0
 MOST_MEMORY = 2 << 30
 
 NUMBERS = (
@@ -78,10 +74,6 @@ BINARY = (
     *(b"\0", b"\x7f", b"\x80", b"\xff", b"\x44", b"\xe4"),
 )
 _NUMBER = re.compile(rb"[0-9]+(?:\.[0-9]+)?(?:[eE][+-]?[0-9]+)?")
-
-
-class Fault(Exception):
-    """A promise of the reader that was broken."""
 
 
 def seeds(form: str) -> list[bytes]:
@@ -211,60 +203,26 @@ def _limit_memory() -> None:
     resource.setrlimit(resource.RLIMIT_AS, (MOST_MEMORY, MOST_MEMORY))
 
 
-def _arguments() -> argparse.Namespace:
-    parser = argparse.ArgumentParser(description="Damage files and read them.")
-    parser.add_argument("formats", nargs="*", metavar="format", help=f"of {', '.join(PATTERNS)}")
-    parser.add_argument("--seconds", type=float, default=10.0, help="for each format")
-    parser.add_argument("--inputs", type=int, help="how many for each format, instead of seconds")
-    parser.add_argument("--seed", type=int, default=time.time_ns())
-    parser.add_argument("--branches", action="store_true", help="tell which the readers took")
-    parser.add_argument("--found", type=Path, default=ROOT / "build" / "fuzz" / "found")
-    return parser.parse_args()
-
-
 def fuzz(form: str, arguments: argparse.Namespace) -> int:
     """Read damaged files of a format; how many kinds of fault there were."""
     chance = random.Random(f"{form} {arguments.seed}")
-    end = time.monotonic() + arguments.seconds
-    count = read = 0
-    kinds: set[str] = set()
-    for content in inputs(form, chance):
-        if count == arguments.inputs or (arguments.inputs is None and time.monotonic() > end):
-            break
-        count += 1
-        # A hang ends the run, with where it was.
-        faulthandler.dump_traceback_later(6 * SLOWEST, exit=True)
-        try:
-            read += check(content)
-        except Exception as error:
-            kind = kind_of(error)
-            if kind not in kinds:
-                kinds.add(kind)
-                arguments.found.mkdir(parents=True, exist_ok=True)
-                path = arguments.found / f"{form}-{hashlib.sha256(content).hexdigest()[:12]}"
-                path.write_bytes(content)
-                print(f"{form}: {kind}: {error} ({path.name})")
-    faulthandler.cancel_dump_traceback_later()
-    outcome = f"{len(kinds)} kinds of fault" if kinds else "no fault"
-    print(f"{form}: {count} inputs, {read} of them read, {outcome} (seed {arguments.seed})")
-    return len(kinds)
 
+    def keep(content: bytes) -> str:
+        return saved(arguments.found, form, content)
 
-def kind_of(error: Exception) -> str:
-    """What faults have in common that are reported once."""
-    if isinstance(error, Fault):
-        return str(error)[:30]
-    place = traceback.extract_tb(error.__traceback__)[-1]
-    return f"{type(error).__name__} at {Path(place.filename).name}:{place.lineno}"
+    return run(form, inputs(form, chance), check, arguments, keep=keep, taken="read")
 
 
 def main() -> int:
-    arguments = _arguments()
+    parser = parser_for("Damage files and read them.", PATTERNS, "format")
+    add_found(parser)
+    parser.add_argument("--branches", action="store_true", help="tell which the readers took")
+    arguments = parser.parse_args()
     _limit_memory()
     faulthandler.enable()
     warnings.simplefilter("error")
     branches = Branches() if arguments.branches else None
-    faults = sum(fuzz(form, arguments) for form in arguments.formats or PATTERNS)
+    faults = sum(fuzz(form, arguments) for form in arguments.parts or PATTERNS)
     if branches is not None:
         _print_branches(branches)
     return min(1, faults)

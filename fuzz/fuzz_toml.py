@@ -10,22 +10,22 @@ usage: fuzz/fuzz_toml.py [--seconds S | --inputs N] [--found FOLDER] [--seed N] 
 
 import argparse
 import faulthandler
-import hashlib
 import random
 import sys
 import tempfile
 import time
 import warnings
 from collections.abc import Callable
+from itertools import count
 from pathlib import Path
 
-from fuzz_read import LONGEST_REFUSAL, SLOWEST, Fault, damaged, is_a_line, kind_of
+from campaign import ROOT, SLOWEST, Fault, add_found, parser_for, run, saved
+from fuzz_read import LONGEST_REFUSAL, damaged, is_a_line
 
 from vekanalysis import Refusal
 from vekanalysis.certificates import Limits, Settings
 from vekanalysis.uncertainty import Budget
 
-ROOT = Path(__file__).resolve().parent.parent
 EXAMPLES = ROOT / "examples"
 READERS: dict[str, tuple[str, Callable[[Path], object]]] = {
     "budget": ("budget.toml", Budget.read),
@@ -152,42 +152,22 @@ def check(sort: str, content: bytes, folder: Path) -> bool:
 def fuzz(sort: str, arguments: argparse.Namespace, folder: Path) -> int:
     """Read damaged files of a sort; how many kinds of fault there were."""
     chance = random.Random(f"{sort} {arguments.seed}")
-    end = time.monotonic() + arguments.seconds
-    count = taken = 0
-    kinds: set[str] = set()
-    while count != arguments.inputs and (arguments.inputs or time.monotonic() < end):
-        count += 1
-        content = an_input(sort, chance)
-        # A hang ends the run, with where it was.
-        faulthandler.dump_traceback_later(6 * SLOWEST, exit=True)
-        try:
-            taken += check(sort, content, folder)
-        except Exception as error:
-            kind = kind_of(error)
-            if kind not in kinds:
-                kinds.add(kind)
-                arguments.found.mkdir(parents=True, exist_ok=True)
-                found = arguments.found / f"{sort}-{hashlib.sha256(content).hexdigest()[:12]}.toml"
-                found.write_bytes(content)
-                print(f"{sort}: {kind}: {error} ({found.name})")
-    faulthandler.cancel_dump_traceback_later()
-    outcome = f"{len(kinds)} kinds of fault" if kinds else "no fault"
-    print(f"{sort}: {count} inputs, {taken} of them taken, {outcome} (seed {arguments.seed})")
-    return len(kinds)
+
+    def keep(content: bytes) -> str:
+        return saved(arguments.found, sort, content, ".toml")
+
+    inputs = (an_input(sort, chance) for _ in count())
+    return run(sort, inputs, lambda content: check(sort, content, folder), arguments, keep=keep)
 
 
 def main() -> int:
-    parser = argparse.ArgumentParser(description="Damage TOML files and read them.")
-    parser.add_argument("sorts", nargs="*", metavar="sort", help=f"of {', '.join(READERS)}")
-    parser.add_argument("--seconds", type=float, default=10.0, help="for each sort")
-    parser.add_argument("--inputs", type=int, help="how many for each sort, instead of seconds")
-    parser.add_argument("--seed", type=int, default=time.time_ns())
-    parser.add_argument("--found", type=Path, default=ROOT / "build" / "fuzz" / "found")
+    parser = parser_for("Damage TOML files and read them.", READERS, "sort")
+    add_found(parser)
     arguments = parser.parse_args()
     faulthandler.enable()
     warnings.simplefilter("error")
     with tempfile.TemporaryDirectory() as folder:
-        return min(1, sum(fuzz(s, arguments, Path(folder)) for s in arguments.sorts or READERS))
+        return min(1, sum(fuzz(s, arguments, Path(folder)) for s in arguments.parts or READERS))
 
 
 if __name__ == "__main__":
