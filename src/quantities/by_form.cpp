@@ -17,9 +17,7 @@ std::vector<double> integrals_of(const Form& form, const Scan& spectrum) {
     for (const Integral& integral : form.integrals) {
         Scan product = spectrum;
         for (const Factor& factor : integral.factors) {
-            const Scan& first = factor.tables[0].spectrum();
-            const Scan weight =
-                factor.tables.size() == 1 ? first : first * factor.tables[1].spectrum();
+            const Scan weight = factor.spectrum();
             product = factor.on_left ? weight * product : product * weight;
         }
         integrals.push_back(product(integral.band.from, integral.band.to));

@@ -22,6 +22,8 @@ struct Factor {
     std::vector<Weight> tables;
     bool on_left = false;  // whether it is the left operand, which decides the interpolation
 
+    [[nodiscard]] Scan spectrum() const;
+
     friend bool operator==(const Factor&, const Factor&) = default;
 };
 

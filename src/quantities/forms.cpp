@@ -6,7 +6,14 @@
 #include "colorimetry/tristimulus.hpp"
 #include "core/scan_arithmetic.hpp"
 
-namespace vekanalysis::quantities::forms {
+namespace vekanalysis::quantities {
+
+Scan Factor::spectrum() const {
+    const Scan& first = tables[0].spectrum();
+    return tables.size() == 1 ? first : first * tables[1].spectrum();
+}
+
+namespace forms {
 
 namespace {
 
@@ -135,7 +142,7 @@ Form signal_led(const Scan& /*white*/, const OwnTables& own) {
 
 Form traffic_signal(const Scan& /*white*/, const OwnTables& own) {
     const Factor w{{weight("cie_1931_standard_observer_y", own), weight("cie_illuminant_a", own)}};
-    const Scan weights = w.tables[0].spectrum() * w.tables[1].spectrum();
+    const Scan weights = w.spectrum();
     Form form;
     for (const char* const colour : {"red", "yellow", "green"}) {
         const Factor lens = factor(
@@ -162,7 +169,7 @@ Form relative_signal(const Scan& white, const OwnTables& own) {
     form.divided_by.clear();
     for (std::size_t i = 0; i < form.integrals.size(); ++i) {
         const auto& factors = form.integrals[i].factors;
-        const Scan weights = factors[0].tables[0].spectrum() * factors[0].tables[1].spectrum();
+        const Scan weights = factors[0].spectrum();
         form.divisors[i] = (weights * factors[1].tables[0].spectrum())(visible.from, visible.to);
     }
     return form;
@@ -240,4 +247,6 @@ Form illuminance(const Scan& /*white*/, const OwnTables& own) {
             .divisors = {1.0}};
 }
 
-}  // namespace vekanalysis::quantities::forms
+}  // namespace forms
+
+}  // namespace vekanalysis::quantities

@@ -30,11 +30,6 @@ Scan grid_of(const Product& product) {
             product.type};
 }
 
-Scan scan_of(const Factor& factor) {
-    const Scan& first = factor.tables[0].spectrum();
-    return factor.tables.size() == 1 ? Scan(first) : first * factor.tables[1].spectrum();
-}
-
 /// The piece of an interpolant that holds x, as numerical::Spline finds it.
 std::size_t piece_of(std::span<const double> knots, double x) {
     if (!(x > knots.front())) return 0;
@@ -78,7 +73,7 @@ std::size_t Products::product_of(std::size_t parent, const Factor& factor) {
     if (same != products_.end()) return static_cast<std::size_t>(same - products_.begin());
 
     const Scan values = grid_of(products_[parent]);
-    const Scan table = scan_of(factor);
+    const Scan table = factor.spectrum();
     const Scan& left = factor.on_left ? table : values;
     const Scan& right = factor.on_left ? values : table;
     Product product{.parent = parent, .factor = factor};

@@ -11,7 +11,6 @@ from .._core.quantities import REFERENCES, Quantity, is_replaceable
 from .._core.quantities import with_tables as compiled_with_tables
 from .._toml import nearest
 from ..errors import Refusal
-from ..reading import read
 
 REPLACEABLE: Final = tuple(each.name for each in REFERENCES if is_replaceable(each.name))
 """The built-in tables that one's own may take the place of."""
@@ -62,8 +61,9 @@ class OwnTable(NamedTuple):
             If it is no table that can take that place: without all wavelengths of the built-in
             one, in coarser steps, with values below zero, or in per cent.
         """
-        if name not in REPLACEABLE:
-            raise Refusal(f"there is no table '{name}' to replace{nearest(name, REPLACEABLE)}")
+        from ..reading import read  # imported when a file is read
+
+        _check_name(name)
         path = os.fspath(path)
         spectra = read(path)
         if len(spectra) != 1:
@@ -119,12 +119,15 @@ def with_tables(quantities: Iterable[Quantity], tables: Iterable[OwnTable]) -> t
     """
     found = {}
     for table in tables:
-        if table.name not in REPLACEABLE:
-            known = nearest(table.name, REPLACEABLE)
-            raise Refusal(f"there is no table '{table.name}' to replace{known}")
+        _check_name(table.name)
         _check(table.file or f"table '{table.name}'", table.name, table.scan)
         found[table.name] = (table.scan, table.note)
     return compiled_with_tables(list(quantities), found) if found else tuple(quantities)
+
+
+def _check_name(name: str) -> None:
+    if name not in REPLACEABLE:
+        raise Refusal(f"there is no table '{name}' to replace{nearest(name, REPLACEABLE)}")
 
 
 def _check(where: str, name: str, scan: Scan) -> None:
