@@ -227,6 +227,7 @@ REFUSED_JCAMP = {
     "repeated repeat": ("400A0TT", "a repeat count behind another"),
     "behind a missing one": ("400 ? K 1 1 1", "behind a missing ordinate"),
     "no number": ("400 10 12 14 x 18", "is not a line of ordinates"),
+    "separators": (",\n400 1 2 3 4 5", "line 10: ',' is not a line of ordinates"),
     "no ordinate": ("400\n400 1 2 3 4 5", "there is no ordinate behind x"),
     "half a pair": ("##XYPOINTS= (XY..XY)\n400 1 410", "line 10: a number without its partner"),
     "two tables": ("400 1 2 3 4 5\n##XYDATA= (X++(Y..Y))\n400 1", "a second XYDATA in one block"),

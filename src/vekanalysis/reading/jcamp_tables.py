@@ -142,7 +142,7 @@ class _Decoder:
     def take(self, line: Line, *, is_last: bool) -> None:
         before, (self._line, text) = self._line, line
         tokens = _TOKEN.findall(text)
-        if sum(map(len, tokens)) != len(text.translate(_SEPARATORS)):
+        if not tokens or sum(map(len, tokens)) != len(text.translate(_SEPARATORS)):
             raise self._refuse(f"'{shortened(text)}' is not a line of ordinates")
         if len(max(tokens, key=len)) > _LONGEST_TOKEN:
             raise self._refuse(f"'{shortened(max(tokens, key=len))}' is too long a number")
