@@ -10,6 +10,7 @@ import sys
 import threading
 import time
 from collections.abc import Sequence
+from contextlib import suppress
 from functools import partial
 from pathlib import Path
 
@@ -18,6 +19,8 @@ from cli import GREY, ROOT, Runner, flat, write_csv, write_vek
 
 from vekanalysis.batch import COLUMNS, report_rows
 from vekanalysis.commands import _processes
+from vekanalysis.commands._errors import CommandError
+from vekanalysis.commands._output import Output
 from vekanalysis.commands._processes import CannotStart, Lost, map_in_order
 
 VEK = str(ROOT / "examples/two-lenses.vek")
@@ -103,6 +106,54 @@ def test_processes_that_cannot_start_end_the_batch(monkeypatch: pytest.MonkeyPat
     monkeypatch.setattr(_processes, "_begin", partial(os._exit, 3))
     with pytest.raises(CannotStart):
         next(map_in_order(list, [1, 2, 3], 2))
+
+
+def _break_off(_: Sequence[int], begun: Path) -> list[int]:
+    """Half of a result, and then nothing."""
+    frame = sys._getframe()
+    while "result_queue" not in frame.f_locals:
+        assert frame.f_back is not None
+        frame = frame.f_back
+    os.write(frame.f_locals["result_queue"]._writer.fileno(), b"\0\0\1\0half")
+    begun.touch()
+    time.sleep(600)
+    return []
+
+
+def leave_amidst_a_result(begun: Path) -> None:
+    def interrupt() -> None:
+        while not begun.exists():
+            time.sleep(0.01)
+        os.kill(os.getpid(), signal.SIGINT)
+
+    threading.Thread(target=interrupt, daemon=True).start()
+    with suppress(KeyboardInterrupt):
+        next(map_in_order(partial(_break_off, begun=begun), [1], 1))
+
+
+@posix
+def test_half_a_result_of_a_process_that_was_ended_is_not_waited_for(tmp_path: Path) -> None:
+    begun = tmp_path / "begun"
+    program = "import pathlib, sys; from test_cli_batch import leave_amidst_a_result as leave; "
+    subprocess.run(
+        [sys.executable, "-c", program + "leave(pathlib.Path(sys.argv[1]))", begun],
+        env=dict(os.environ, PYTHONPATH=os.pathsep.join(sys.path)),
+        preexec_fn=partial(signal.signal, signal.SIGINT, signal.SIG_DFL),
+        timeout=60,
+        check=True,
+    )
+    assert begun.exists()
+
+
+@posix
+def test_a_table_whose_place_was_taken_meanwhile_cannot_be_written(tmp_path: Path) -> None:
+    table = tmp_path / "table.csv"
+    with (
+        pytest.raises(CommandError, match=r"table\.csv: cannot be written: Is a directory"),
+        Output(str(table)),
+    ):
+        table.mkdir()
+    assert [*tmp_path.iterdir()] == [table]
 
 
 @posix
