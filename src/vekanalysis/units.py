@@ -101,7 +101,7 @@ _WORDS: dict[str, Unit] = {
             "od o.d. abs abs. absunits absorbance absorbanceunit absorbanceunits absorbanz "
             "opticaldensity optischedichte densitéoptique",
         ),
-        (Unit("mOD", 0.001, "OD", "absorbance"), "mod mabs mabs."),
+        (Unit("mOD", 0.001, "OD", "absorbance"), "mod mabs mabs. mau"),
     )
     for word in words.split()
 }

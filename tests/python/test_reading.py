@@ -66,6 +66,15 @@ Transmittance [W/m2/nm] -> other W m-2 nm-1 8
 log T -> other None 8
 uncertainty of T -> other None 8
 Transmission (of a reflectance standard) -> other None 8
+Absorbance (mAU) -> absorbance OD 0.008
+Absorbance (ln) -> other None 8
+Napierian absorbance -> other None 8
+Transmission (dB) -> other None 8
+AU -> other None 8
+Reflektanz [1] -> reflectance 1 8
+u(T) -> other None 8
+U [%] -> other % 8
+StdDev -> other None 8
 """
 
 
@@ -83,6 +92,12 @@ def test_titles_state_kind_and_unit(case: str) -> None:
 FILES: dict[str, tuple[str, dict[str, Any], list[tuple[str, str, str | None, list[float]]]]] = {
     "pairs": ("400 1\n410 2\n", {}, [("lens", "unknown", None, [1, 2])]),
     "commas": ("400,1\n410,2\n", {}, [("lens", "unknown", None, [1, 2])]),
+    "a title overruled": (
+        "Channel;T\n400;1\n410;2\n",
+        {"wavelength_unit": "nm"},
+        [("lens", "transmittance", None, [1, 2])],
+    ),
+    "a time": ("Time\t12:30\n400\t1\n410\t2\n", {}, [("lens", "unknown", None, [1, 2])]),
     "unit row": (
         "Wavelength;a;b\nnm;%;W m-2 nm-1\n400;5;1\n410;6;2\n",
         {},
@@ -180,6 +195,10 @@ REFUSED: dict[str, tuple[str, dict[str, Any], str, str]] = {
         "--wavelength-unit",
     ),
     "wavenumbers": ("Wavenumber [cm-1];T\n400;1", {}, "is in cm-1, not a wavelength", ""),
+    "axis": ("Frequency;T\n400;1", {}, "'Frequency' is no title of wavelengths", "--columns"),
+    "axis by its unit": ("x [K];T\n400;1", {}, "'x [K]' is no title", "--wavelength-unit nm"),
+    "axis by its kind": ("Absorbance;T\n4;1", {}, "'Absorbance' is no title", ""),
+    "axis of times": ("Time (s);T\n400;1", {}, "'Time (s)' is no title of wavelengths", ""),
     "two units": ("nm;T\n400;5 %\n410;6 mW\n", {}, "line 3: column 1 has 'mW' behind", ""),
     "title and cells": ("nm;T [1]\n400;5 %\n", {}, "in 1 by its title and in % by its cells", ""),
     "thousands": ("nm;E\n999.5;1.5\n1000.5;2,000\n", {}, "read in two ways", "--decimal '.'"),

@@ -21,7 +21,11 @@ _WORDS: tuple[tuple[Kind, str], ...] = (
         "transmittan transmitan transmissi trasmittan trasmission transmisi transmissao "
         "透过率 透過率 透射率 durchlassgrad",
     ),
-    ("reflectance", "reflectan reflecti reflexi riflettan riflession remission albedo 反射率"),
+    (
+        "reflectance",
+        "reflectan reflecti reflektan reflekti reflexi riflettan riflession remission albedo "
+        "反射率",
+    ),
     (
         "absorbance",
         "absorbanc absorbanz absorbancia assorbanza extinktion extinction 吸光度 "
@@ -58,7 +62,8 @@ _WORDS: tuple[tuple[Kind, str], ...] = (
         "koeffizient refractive brechungsindex brechzahl thickness uncertaint unsicherheit "
         "incertitude deviation abweichung ecart stdev std_dev std. error fehler sigma "
         "variance derivative ableitung efficien wirkungsgrad density dichte densite haze "
-        "log( log10 ln( 1-t 1-r 1/t 1/r",
+        "log( log10 ln( 1-t 1-r 1/t 1/r natural_log base_e naper napier neper decibel attenuat "
+        "attenuaz atenua dampfung insertion_loss return_loss stddev ± +/- δ",
     ),
 )
 # An underscore stands for a blank.
@@ -107,6 +112,15 @@ _QUALIFIERS = frozenset(
     | {"λ", "total", "mean", "measured", "value", "values", "mittel", "gemessen", "wert", "werte"}
 )
 _LOGARITHMS = frozenset(["log", "lg", "ln"])
+# Of these also in the brackets behind: absorbances to the base e, and levels.
+_OTHER_SCALES = frozenset(["ln", "dB", "DB", "db", "Np"])
+_SPREADS = frozenset(["sd", "rsd", "sem", "stdev"])
+# Letters that may be the name of a sample, or stand for what is no spectrum of a sample.
+_DOUBTFUL = {
+    "A": "absorbance",
+    "AU": "absorbance in absorbance units, a signal in arbitrary units",
+    **dict.fromkeys(("U", "u", "s", "σ"), "an uncertainty"),  # noqa: RUF001
+}
 _PERCENT_WORDS = ("percent", "per cent", "prozent", "procent", "pourcent", "pct")
 # Kinds that are said loosely: their unit says it better.
 LOOSE = frozenset(["intensity", "flux", "counts"])
@@ -160,9 +174,11 @@ def taken(statement: Statement) -> Reading:
     kind, text, unit, words = statement
     if text and unit is None:
         return Reading("other", text, f"the unit '{shortened(text)}' is not understood")
-    if _head(words) == "A" and kind is None and (unit is None or unit.kind is None):
+    letter = _head(words)
+    if letter in _DOUBTFUL and kind is None and (unit is None or unit.kind is None):
         name = unit.name if unit else None
-        return Reading("other", name, "'A' may be absorbance or the name of a sample")
+        problem = f"'{letter}' may be {_DOUBTFUL[letter]} or the name of a sample"
+        return Reading("other", name, problem)
     if unit is None:
         return Reading(kind or "unknown", "OD" if kind == "absorbance" else None)
     if kind is None:
@@ -287,7 +303,7 @@ def _kind(words: str) -> Kind | None:
             found.add(_STEMS[stem])
             plain = plain.replace(stem, " ")
     spelled = [word for word in _split(_head(words)) if word.lower() not in _QUALIFIERS]
-    if not _LOGARITHMS.isdisjoint(spelled):
+    if not (_LOGARITHMS.isdisjoint(spelled) and _OTHER_SCALES.isdisjoint(_split(words))):
         return "other"
     if not found and all(word.lower() in _ABBREVIATIONS for word in spelled):
         found = {_ABBREVIATIONS[word.lower()] for word in spelled}

@@ -285,6 +285,14 @@ def _wavelengths_in_nm(
         stated = titles.wavelength_title(column) or numbers.block.suffixes[column]
         if stated_unit(stated) is None and header.wavelength_unit:
             stated = header.wavelength_unit
+        elif options.wavelength_unit is None and titles.names_no_wavelengths(column):
+            raise Refusal(
+                f"{numbers.source}: '{shortened(stated)}' is no title of wavelengths",
+                Remedy(
+                    "choose them with {}, or pass {} if it holds wavelengths",
+                    (("columns", ...), ("wavelength_unit", "nm")),
+                ),
+            )
         unit = _wavelength_unit(ends, stated, options.wavelength_unit, numbers.source, follows)
         if unit != "nm":
             for end in in_nm(ends[:2], "", unit, numbers.source):

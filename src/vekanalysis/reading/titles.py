@@ -20,6 +20,13 @@ _WAVELENGTH = re.compile(
 )
 _WAVELENGTH_SYMBOL = re.compile(r"\bwl\b|lambda|λ|^\W*(?:nm|[µμu]m|Å)\W*$", re.IGNORECASE)
 _OTHER_SPECTRAL = re.compile(r"wave ?number|wellenzahl|frequen|photon energy", re.IGNORECASE)
+# What stands on the x axis of measurements that are no spectra.
+_OTHER_AXIS = re.compile(
+    r"frequen|fr[ée]quen|frecuen|energ|[ée]nerg|raman|pixel|channel|kanal|canal|angle|winkel|"
+    r"angolo|[áa]ngulo|\b(?:time|zeit|temps|tiempo|tempo)\b|temp[ée]rat|position|volt|spannung|"
+    r"tension|\bstrom\b|current|con[cz]entra",
+    re.IGNORECASE,
+)
 # A header is no longer, and what is longer is no header.
 _LONGEST_TITLE = 2000
 _LONGEST_FACT = 500
@@ -100,6 +107,18 @@ class Titles(NamedTuple):
             return self.title(column)
         is_title = _is_wavelength(self.free_text) or _OTHER_SPECTRAL.search(self.free_text)
         return self.free_text if is_title else ""
+
+    def names_no_wavelengths(self, column: int) -> bool:
+        """Whether the title of a column says that something else than wavelengths is in it."""
+        if not self.names or not self.found[column]:
+            return False
+        title = " ".join(self.title(column).split())
+        if len(title) > _LONGEST_TITLE or stated_unit(title) is not None:
+            return False
+        kind, _, unit, _ = self.statement(column)
+        if unit is not None and unit.base != "1":
+            return True
+        return not _is_wavelength(title) and (kind is not None or bool(_OTHER_AXIS.search(title)))
 
     def value_title(self, column: int) -> str:
         return self.title(column) if self.names else self.free_text
@@ -193,7 +212,7 @@ def _title_cells(line: str, delimiter: str, width: int) -> list[str]:
         ways.append(_with_their_units(line))
     for cells in ways:
         filled = filled_width(cells)
-        if filled == 2 and _is_key(cells[0]):
+        if filled == 2 and _is_key(cells[0]) and not _is_time_axis(*cells[:2]):
             return []
         if 1 < filled <= width:
             titles = [cell[:_LONGEST_TITLE] for cell in cells[:filled]]
@@ -260,6 +279,12 @@ def _is_key(cell: str) -> bool:
     """Whether a cell names a fact that headers have."""
     name = _key_and_unit(cell.rstrip(" :="))[0].lower()
     return name in _FACTS or name in _UNIT_KEYS or name in _KIND_KEYS or name in _X_UNIT_KEYS
+
+
+def _is_time_axis(key: str, value: str) -> bool:
+    """Whether ``Time (s)`` stands above a column: a fact about the time has digits in it."""
+    name = _FACTS.get(_key_and_unit(key)[0].lower(), "")
+    return name == "time" and not any(char.isdigit() for char in value)
 
 
 def _key_and_unit(key: str) -> tuple[str, str]:
