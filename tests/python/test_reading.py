@@ -98,6 +98,16 @@ FILES: dict[str, tuple[str, dict[str, Any], list[tuple[str, str, str | None, lis
         [("lens", "transmittance", None, [1, 2])],
     ),
     "a time": ("Time\t12:30\n400\t1\n410\t2\n", {}, [("lens", "unknown", None, [1, 2])]),
+    "wavelengths in names": (
+        "Title;x\nE 400[nm];0,5\nE 410,5 [nm];0,6\nUnit;W/m2/nm\n",
+        {},
+        [("lens", "irradiance", "W m-2 nm-1", [0.5, 0.6])],
+    ),
+    "unit in a header": (
+        "Unit: mW/m2/nm\n400;1000\n410;2000\n",
+        {},
+        [("lens", "irradiance", "W m-2 nm-1", [1, 2])],
+    ),
     "unit row": (
         "Wavelength;a;b\nnm;%;W m-2 nm-1\n400;5;1\n410;6;2\n",
         {},
@@ -204,6 +214,13 @@ REFUSED: dict[str, tuple[str, dict[str, Any], str, str]] = {
     "thousands": ("nm;E\n999.5;1.5\n1000.5;2,000\n", {}, "read in two ways", "--decimal '.'"),
     "mixed signs": ("nm;T\n400;0.5\n410;0,600\n", {}, "read in two ways", "--decimal '.'"),
     "no thousands": ("nm;T\n400;0.5\n410;1'00\n", {}, "no groups of three digits", "--skip 3-3"),
+    "two tables": (
+        "Peak;nm;T\n1;400;5\n\nPoints\n400;1\n410;2\n",
+        {},
+        "line 5: 2 columns where line 2 has 3; pass skip=2",
+        "--skip 2",
+    ),
+    "names of two": ("E 400[nm];5\nL 410[nm];6\n", {}, "got 'E 400[nm];5', need lines", ""),
     "no order": ("400 1\n410 2\n405 3\n", {}, "line 3: wavelength 405 after 410", "--sort"),
     "half a pair": ("nm;T;nm;T\n400;1;;1\n", {}, "line 2: there is no wavelength", ""),
     "beyond nm": ("um;T\n0.4;1\n1e306;1\n", {}, "a wavelength in um is too large", ""),

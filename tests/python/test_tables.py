@@ -77,7 +77,7 @@ REFUSED = {
     "400;1\n410;\x1d.2": (r"line 2: .* is not a row", "skip"),
     "400;1\n410;2\n4": (r"line 3: '4' is not a row", "skip"),
     "400;1\n410;2\n420;-x": (r"line 3: '420;-x' is not a row", "skip"),
-    "400;1;2\n410;2": (r"line 2: 2 columns where line 1 has 3", ""),
+    "400;1;2\n410;2": (r"line 2: 2 columns where line 1 has 3$", ""),
     "400;1e999\n410;2": (r"line 1: '1e999' is too large a number", ""),
     "wl;a\n400;1\n-;2": (r"line 3: there is no wavelength", ""),
     "0;1\n5;2": (r"line 1: the wavelength is 0; it must be above zero", ""),

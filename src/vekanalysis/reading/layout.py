@@ -7,7 +7,7 @@ time than in proportion to the length of a line.
 
 import operator
 import re
-from collections.abc import Collection, Iterable, Sequence
+from collections.abc import Collection, Iterable, Sequence, Set
 from functools import lru_cache
 from typing import NamedTuple
 
@@ -375,8 +375,23 @@ def _check_widths(lines: Lines, layout: Layout, rows: dict[int, Row], width: int
         raise two_readings(lines, index)
     widest = min(lines.shapes[shape].first for shape in rows if shape not in narrow)
     raise lines.error(
-        index, f"{len(rows[shape].suffixes)} columns where line {widest + 1} has {width}"
+        index,
+        f"{len(rows[shape].suffixes)} columns where line {widest + 1} has {width}",
+        _second_table(lines, rows, {*narrow}),
     )
+
+
+def _second_table(lines: Lines, rows: Collection[int], narrow: Set[int]) -> Remedy | None:
+    """How to read the second of two tables with text between them; None if that is not certain."""
+    wide = {*rows} - narrow
+    for above, below in (narrow, wide), (wide, narrow):
+        last = max(lines.shapes[shape].last for shape in above)
+        first = min(lines.shapes[shape].first for shape in below)
+        texts = (lines.shapes[shape] for shape in lines.filled if shape not in rows)
+        is_parted = any(last < line < first for text in texts for line in (text.first, text.last))
+        if is_parted and sum(lines.shapes[shape].lines for shape in below) > 1:
+            return Remedy("pass {} to leave the table above out", (("skip", last + 1),))
+    return None
 
 
 def _check_others(lines: Lines, layout: Layout, block: Block) -> None:

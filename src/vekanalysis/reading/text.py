@@ -19,6 +19,7 @@ from .layout import (
     split_cells,
     two_readings,
 )
+from .named_rows import without_names
 from .statements import Statement, state_unit
 from .titles import Header, Titles, find_header, find_titles
 from .wavelengths import (
@@ -145,8 +146,7 @@ def read_text(
     """
     check_options(options)
     text, encoding = to_utf8(source, content, options.encoding)
-    lines = Lines(source, text, options.skip)
-    layout = find_layout(lines, options.delimiter, options.decimal)
+    lines, layout, names_note = _lines(source, text, options)
     block = find_block(lines, layout)
     titles = find_titles(layout, block)
     if layout.is_doubtful and not all(titles.found):
@@ -158,6 +158,7 @@ def read_text(
     numbers = _numbers(lines, layout, block, chosen)
     notes = _wavelengths_in_nm(numbers, chosen, titles, header, options, follows=follows)
     conversions = len(notes)
+    notes += names_note
     columns: list[Column] = []
     for pair in chosen:
         if options.columns is None and _counts_rows(numbers, pair):
@@ -170,6 +171,20 @@ def read_text(
     columns = _with_distinct_names(columns)
     skipped = _skipped(lines, block.texts, titles)
     return TextFile(source, encoding, layout, columns, notes, conversions, skipped, titles, header)
+
+
+def _lines(source: str, text: bytes, options: TextOptions) -> tuple[Lines, Layout, list[str]]:
+    """The lines and how they are laid out, and a note where names of rows were left out."""
+    lines = Lines(source, text, options.skip)
+    try:
+        return lines, find_layout(lines, options.delimiter, options.decimal), []
+    except Refusal:
+        unnamed = without_names(text)
+        if unnamed is None:
+            raise
+    lines = Lines(source, unnamed.text, options.skip)
+    note = f"the wavelengths stand in the names of the rows, as '{shortened(unnamed.example)}'"
+    return lines, find_layout(lines, options.delimiter, options.decimal), [note]
 
 
 def _refuse_factors(source: str, header: Header) -> None:
@@ -289,7 +304,7 @@ def _wavelengths_in_nm(
             raise Refusal(
                 f"{numbers.source}: '{shortened(stated)}' is no title of wavelengths",
                 Remedy(
-                    "choose them with {}, or pass {} if it holds wavelengths",
+                    "choose them with {}, or give {} if it holds wavelengths",
                     (("columns", ...), ("wavelength_unit", "nm")),
                 ),
             )

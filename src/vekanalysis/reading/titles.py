@@ -261,7 +261,7 @@ def find_header(texts: dict[int, str], titles: Titles, delimiter: str) -> Header
             _add_fact(facts, key, value)
         else:
             others.append(index)
-        if name in _UNIT_KEYS and not statements["unit"] and stated_unit(value) is None:
+        if name in _UNIT_KEYS and not statements["unit"] and not _is_of_wavelengths(value):
             statements["unit"] = value
             source = text.strip()
         elif name in _KIND_KEYS and not statements["kind"]:
@@ -273,6 +273,11 @@ def find_header(texts: dict[int, str], titles: Titles, delimiter: str) -> Header
     return Header(
         facts, statement, "" if statement == Statement() else source, wavelength_unit, others
     )
+
+
+def _is_of_wavelengths(unit: str) -> bool:
+    """Whether a unit is one of wavelengths, such as nm, and not W/m2/nm."""
+    return stated_unit(unit) is not None and state(unit).unit is None
 
 
 def _is_key(cell: str) -> bool:
