@@ -75,6 +75,17 @@ Reflektanz [1] -> reflectance 1 8
 u(T) -> other None 8
 U [%] -> other % 8
 StdDev -> other None 8
+Lens 7 (%R) -> reflectance 1 0.08
+%T Lens 7 -> transmittance 1 0.08
+A (%T) -> transmittance 1 0.08
+u(%T) -> other % 8
+100-%T -> other % 8
+Abs1 -> absorbance OD 8
+ABS 3 -> unknown None 8
+Power (dBm) -> other None 8
+Reintransmissionsgrad -> other None 8
+T ratio -> other None 8
+V/nm -> other V nm-1 8
 """
 
 
@@ -107,6 +118,11 @@ FILES: dict[str, tuple[str, dict[str, Any], list[tuple[str, str, str | None, lis
         "Unit: mW/m2/nm\n400;1000\n410;2000\n",
         {},
         [("lens", "irradiance", "W m-2 nm-1", [1, 2])],
+    ),
+    "eyes": (
+        "nm;OD;OS\n400;1;2\n410;2;3\n",
+        {},
+        [("OD", "unknown", None, [1, 2]), ("OS", "unknown", None, [2, 3])],
     ),
     "unit row": (
         "Wavelength;a;b\nnm;%;W m-2 nm-1\n400;5;1\n410;6;2\n",

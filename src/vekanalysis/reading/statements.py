@@ -1,10 +1,11 @@
 """What titles and headers state of a column: the kind of measurement and its unit.
 
 Words of the trade in several languages, the letters that stand for quantities, and units behind,
-in brackets, after a slash or a comma. Nothing here is a regular expression: every step is linear
-in the length of the title.
+in brackets, after a slash or a comma. Every step is linear in the length of the title: no regular
+expression here repeats anything.
 """
 
+import re
 import unicodedata
 from functools import lru_cache
 from typing import NamedTuple
@@ -63,7 +64,10 @@ _WORDS: tuple[tuple[Kind, str], ...] = (
         "incertitude deviation abweichung ecart stdev std_dev std. error fehler sigma "
         "variance derivative ableitung efficien wirkungsgrad density dichte densite haze "
         "log( log10 ln( 1-t 1-r 1/t 1/r natural_log base_e naper napier neper decibel attenuat "
-        "attenuaz atenua dampfung insertion_loss return_loss stddev ± +/- δ",
+        "attenuaz atenua dampfung stddev ± +/- δ photons photonen photon_flux kubelka k/s "
+        "f(r) 100-t 100_-t 100-_t "
+        # Without the losses at the surfaces.
+        "internal_transm transmission_interne reintransmission",
     ),
 )
 # An underscore stands for a blank.
@@ -83,6 +87,7 @@ _ABBREVIATIONS: dict[str, Kind] = {
     "ext": "absorbance",
     "spd": "flux",
     "power": "flux",
+    **dict.fromkeys(("qe", "eqe", "iqe", "ppfd", "cri", "yi", "τi"), "other"),
     "signal": "counts",
     "cts": "counts",
     "adc": "counts",
@@ -113,17 +118,24 @@ _QUALIFIERS = frozenset(
 )
 _LOGARITHMS = frozenset(["log", "lg", "ln"])
 # Of these also in the brackets behind: absorbances to the base e, and levels.
-_OTHER_SCALES = frozenset(["ln", "dB", "DB", "db", "Np"])
-_SPREADS = frozenset(["sd", "rsd", "sem", "stdev"])
+_OTHER_SCALES = frozenset(["ln", "dB", "DB", "db", "dBm", "Np"])
+# What with the name of a kind, or alone, is another quantity.
+_DERIVED = frozenset(
+    ["sd", "rsd", "sem", "loss", "losses", "verlust", "difference", "ratio", "internal"]
+)
+# Abbreviations that say the kind beside the name of a sample, too. ABS is a plastic.
+_CLEAR = frozenset(["Abs", "abs", "Refl", "refl"])
 # Letters that may be the name of a sample, or stand for what is no spectrum of a sample.
+_UNCERTAINTIES = ("U", "u", "s", "σ")  # noqa: RUF001
 _DOUBTFUL = {
     "A": "absorbance",
     "AU": "absorbance in absorbance units, a signal in arbitrary units",
-    **dict.fromkeys(("U", "u", "s", "σ"), "an uncertainty"),  # noqa: RUF001
+    **dict.fromkeys(_UNCERTAINTIES, "an uncertainty"),
 }
 _PERCENT_WORDS = ("percent", "per cent", "prozent", "procent", "pourcent", "pct")
 # Kinds that are said loosely: their unit says it better.
 LOOSE = frozenset(["intensity", "flux", "counts"])
+_LETTER_AT_PERCENT = re.compile(r"(?<!-)%[ \t]?([TRA])(?![^\W\d_])|(?<![^\W_])([TRA])[ \t]?%")
 _IN_EXPRESSIONS = tuple("/*·⋅^.")
 _UNIT_LIKE = frozenset("/^%°·⋅*²⁻")
 # Titles beyond that are texts; their kind is looked for, their unit at the end only.
@@ -204,7 +216,7 @@ def _with_unit(title: str) -> tuple[str, str, Unit | None]:
     if (
         whole is not None
         and title not in ("1", "-")
-        and (whole.kind is not None or whole.base == "1")
+        and (whole.kind is not None or whole.base == "1" or "/" in title)
     ):
         return title if whole.kind == "absorbance" else "", title, whole
     groups = _brackets(title)
@@ -283,8 +295,12 @@ def _at_the_end(title: str) -> tuple[str, str, Unit | None] | None:
 
 
 def _percent(title: str) -> tuple[str, str, Unit | None] | None:
-    """``%T``, ``Percent Transmittance``."""
+    """``%T``, ``Percent Transmittance``, ``Lens 7 (%T)``."""
     lowered = title.lower()
+    if (letter := _LETTER_AT_PERCENT.search(title)) is not None:
+        rest = f"{title[: letter.start()]} {title[letter.end() :]}"
+        if _kind(rest) is None and _head(rest) not in _UNCERTAINTIES:
+            return letter[1] or letter[2], "%", units.known("%")
     for word in ("%", "\N{FULLWIDTH PERCENT SIGN}", *_PERCENT_WORDS):
         if word in lowered:
             place = lowered.index(word)
@@ -305,10 +321,18 @@ def _kind(words: str) -> Kind | None:
     spelled = [word for word in _split(_head(words)) if word.lower() not in _QUALIFIERS]
     if not (_LOGARITHMS.isdisjoint(spelled) and _OTHER_SCALES.isdisjoint(_split(words))):
         return "other"
-    if not found and all(word.lower() in _ABBREVIATIONS for word in spelled):
-        found = {_ABBREVIATIONS[word.lower()] for word in spelled}
-    if not found and len(spelled) == 1:
-        found = {kind for letter, kind in _LETTERS.items() if letter == spelled[0]}
+    rest = [word for word in spelled if word.lower() not in _DERIVED]
+    if not found and all(word.lower() in _ABBREVIATIONS for word in rest):
+        found = {_ABBREVIATIONS[word.lower()] for word in rest}
+    if not found and len(rest) == 1:
+        found = {kind for letter, kind in _LETTERS.items() if letter == rest[0]}
+    found = found or {
+        _ABBREVIATIONS[bare.lower()]
+        for word in spelled
+        if (bare := word.rstrip("0123456789")) in _CLEAR
+    }
+    if len(rest) < len(spelled) and (found or not rest):
+        return "other"
     if len(found) > 1 and "other" not in found:
         found -= LOOSE if found - LOOSE else set()
     if not found:

@@ -436,8 +436,9 @@ def _column(
     statement = titles.statement(pair.values)
     title = titles.value_title(pair.values)
     words = title if titles.found[-1:] != [""] or statement != Statement() else ""
-    if statement.words == "A" and titles.has_letters:
-        statement = statement._replace(words="")
+    if statement.words in titles.letters:
+        is_telling = statement.unit is not None and statement.unit.kind != "absorbance"
+        statement = statement._replace(kind=None, words="") if is_telling else Statement()
     suffix = numbers.block.suffixes[pair.values]
     if suffix:
         statement = _with_suffix(numbers, name, statement, suffix)

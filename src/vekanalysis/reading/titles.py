@@ -65,6 +65,7 @@ _KIND_KEYS = words(
     "y-axis|yaxis|y title|y label|quantity|modus|messmodus|messgröße|messgrösse|data mode|"
     "measurement type|messart|spectrum type|grandeur|data type"
 )
+_SAMPLES = ({"A", "B"}, {"R", "L"}, {"OD", "OS"}, {"OD", "OG"})
 # No instrument writes as many; each spectrum of the file has all of them.
 _MOST_FACTS = 1000
 _X_UNIT_KEYS = words(
@@ -85,8 +86,8 @@ class Titles(NamedTuple):
     # The line above the numbers where it has no names.
     free_text: str
     lines: dict[int, str]
-    # Whether single letters name samples: there is more than one.
-    has_letters: bool = False
+    # Letters that name samples here, since others beside them do.
+    letters: frozenset[str] = frozenset()
 
     def title(self, column: int) -> str:
         parts = [self.names[column], self.units[column] if self.units else ""]
@@ -173,11 +174,16 @@ def find_titles(layout: Layout, block: Block) -> Titles:
         index, names = titled.pop(0)
         found[index] = "column names"
     named = [name or f"column {column}" for column, name in enumerate(names)]
-    letters = {name.split("[")[0].split("(")[0].strip() for name in named}
-    titles = Titles(named, units_row, names, [], "", found, has_letters={"A", "B"} <= letters)
+    titles = Titles(named, units_row, names, [], "", found, letters=_letters(named))
     if titled and layout.delimiter != " ":
         titles = _with_samples(titles, *titled[0])
     return titles
+
+
+def _letters(names: list[str]) -> frozenset[str]:
+    """Which letters among titles name samples: A and B, right and left, OD and OS of eyes."""
+    there = {name.split("[")[0].split("(")[0].strip() for name in names}
+    return frozenset(letter for letters in _SAMPLES if letters <= there for letter in letters)
 
 
 def _with_samples(titles: Titles, index: int, cells: list[str]) -> Titles:
