@@ -1,6 +1,6 @@
 """The report of light sources."""
 
-from collections.abc import Iterator, Mapping, Sequence
+from collections.abc import Iterable, Iterator, Mapping, Sequence
 from typing import TYPE_CHECKING, Any
 
 from .. import units
@@ -76,16 +76,16 @@ def light(
     >>> round(vek.reports.light(sun).rows()[0]["illuminance"])
     109495
     """
-    name = _white_name(white)
+    name = white_name(white)
     quantities = light_quantities(name) + (PHOTOMETER if f1_prime else ())
-    sources = [_with_warnings(spectrum) for spectrum in as_spectra(spectra)]
+    sources = [with_warnings(spectrum) for spectrum in as_spectra(spectra)]
     figures = Figures(quantities, white)
     values = [figures.values(spectrum) for spectrum in sources]
-    hidden = _hidden(quantities, values, full=full)
+    numbers = [{key: value.value for key, value in found.items()} for found in values]
+    amounts = shown_amounts(numbers)
     uncertainty = None
     if budget is not None:
-        shown = [q for q in quantities if q.key not in hidden]
-        known = [q for q in shown if name == "D65" or not q.key.startswith("CIELAB")]
+        known = uncertain(quantities, amounts, name, full=full)
         uncertainty = make_uncertainty(sources, known, [budget] * len(sources), draws, seed)
     notes = (_STEPS, *_limits(sources, values))
 
@@ -95,10 +95,11 @@ def light(
         return light_figure(spectra, values)
 
     title = "Light source report"
+    hidden = _hidden(quantities, amounts, full=full)
     return Report(title, sources, quantities, values, notes, draw, uncertainty, hidden)
 
 
-def _with_warnings(spectrum: Spectrum) -> Spectrum:
+def with_warnings(spectrum: Spectrum) -> Spectrum:
     """The spectrum, with a note where its values are not those of a light yet."""
     unit = None if spectrum.unit is None else units.parse(spectrum.unit)
     if spectrum.kind != "counts" and (unit is None or unit.kind != "counts"):
@@ -106,21 +107,27 @@ def _with_warnings(spectrum: Spectrum) -> Spectrum:
     return spectrum.replace(notes=(*spectrum.notes, _COUNTS))
 
 
-def _hidden(
-    quantities: Sequence[Quantity], values: Sequence[Mapping[str, Value]], *, full: bool
-) -> set[str]:
-    """Keys that the text leaves out: details, and the irradiances or radiances of no spectrum."""
-    hidden = {q.key for q in quantities if q.is_detail and not full}
-    kinds = [
-        kind
-        for kind, key in (("irradiance", "illuminance"), ("radiance", "luminance"))
-        if any(found[key].value is not None for found in values)
-    ]
+def shown_amounts(rows: Sequence[Mapping[str, object]]) -> tuple[str, ...]:
+    """Whether the text has irradiances or radiances, or both, by the numbers of its sources."""
+    kinds = (("irradiance", "illuminance"), ("radiance", "luminance"))
+    found = tuple(kind for kind, key in kinds if any(row[key] is not None for row in rows))
     # Where there is neither, the reason is given of the one that most sources are measured in.
-    shown = kinds or ["irradiance"]
-    return hidden | {
-        q.key for q in quantities if q.kind in ("irradiance", "radiance") and q.kind not in shown
-    }
+    return found or ("irradiance",)
+
+
+def uncertain(
+    quantities: Iterable[Quantity], amounts: Sequence[str], white: str, *, full: bool = False
+) -> list[Quantity]:
+    """The quantities in the text; of L*a*b* no other white than D65 is known there."""
+    hidden = _hidden(quantities, amounts, full=full)
+    shown = [q for q in quantities if q.key not in hidden]
+    return [q for q in shown if white == "D65" or not q.key.startswith("CIELAB")]
+
+
+def _hidden(quantities: Iterable[Quantity], amounts: Sequence[str], *, full: bool) -> set[str]:
+    """Keys that the text leaves out: details, and the irradiances or radiances of no spectrum."""
+    others = {"irradiance", "radiance"}.difference(amounts)
+    return {q.key for q in quantities if (q.is_detail and not full) or q.kind in others}
 
 
 def _limits(spectra: Sequence[Spectrum], values: Sequence[Mapping[str, Value]]) -> Iterator[str]:
@@ -133,7 +140,8 @@ def _limits(spectra: Sequence[Spectrum], values: Sequence[Mapping[str, Value]]) 
             )
 
 
-def _white_name(white: Spectrum | Scan | str) -> str:
+def white_name(white: Spectrum | Scan | str) -> str:
+    """The name of a white; Refusal if it cannot be one."""
     if isinstance(white, str):
         return white.upper()
     spectrum = white if isinstance(white, Spectrum) else Spectrum(white, label="white")

@@ -2,7 +2,7 @@
 
 import math
 import os
-from collections.abc import Mapping, Sequence
+from collections.abc import Iterable, Mapping, Sequence
 from typing import TYPE_CHECKING, Any, Literal, NamedTuple
 
 from ..errors import Refusal
@@ -23,7 +23,8 @@ from ..quantities import (
 from ..spectrum import Spectrum
 from ._inputs import as_spectra
 from ._lens import lens
-from ._light import light
+from ._light import light, shown_amounts, uncertain, white_name, with_warnings
+from ._report import Report
 from ._rows import FACTS, UNCERTAIN, Row, facts_of, notes_of
 
 if TYPE_CHECKING:
@@ -42,8 +43,16 @@ class _Made(NamedTuple):
     """A row, and what it was made of."""
 
     row: Row
-    lens: Spectrum
+    spectrum: Spectrum
     numbers: Sequence[float | None]
+
+
+class _Known(NamedTuple):
+    """Quantities that have an uncertainty: where they are among all, and the keys of these."""
+
+    columns: tuple[int, ...]
+    keys: tuple[str, ...]
+    propagator: Propagator
 
 
 class Table:
@@ -92,10 +101,12 @@ class Table:
         files = {table.name: table.file or "" for table in self._tables}
         self.titles = (*FACTS, *(_title_of(quantity, files) for quantity in quantities))
         if budget is not None:
-            more = tuple(f"{q.key}_{name}" for q in quantities for name in UNCERTAIN)
+            more = _uncertain_keys(self._columns)
             self.keys, self.titles = self.keys + more, self.titles + more
         self._figures: Figures | None = None
-        self._propagator: Propagator | None = None
+        self._white_name = ""
+        # By the kinds of amounts of light.
+        self._known: dict[tuple[str, ...], _Known] = {}
         # What is said of figures, for the last spectrum.
         self._notes: tuple[tuple[Value, ...], list[str]] = (), []
 
@@ -106,25 +117,13 @@ class Table:
 
     def __getstate__(self) -> dict[str, Any]:
         # Made again where it arrives.
-        return self.__dict__ | {"_figures": None, "_propagator": None}
+        return self.__dict__ | {"_figures": None, "_known": {}}
 
     def rows(self, spectra: Sequence[Spectrum]) -> list[Row]:
         """The rows of spectra; Refusal if one is not what the table is of."""
-        if self._kind == "light":
-            return light(spectra, self._white, f1_prime=self._f1_prime, budget=self._budget).rows()
         (rows,) = self.rows_of_files([spectra])
-        if rows is None:
-            # It says what the matter is, and of which of them.
-            report = lens(
-                spectra,
-                clear_lens=False,
-                full=self._full,
-                budget=self._budget,
-                grid=self._grid,
-                tables=self._tables,
-            )
-            return report.rows()
-        return rows
+        # The report says what the matter is, and of which of them.
+        return self._report(spectra).rows() if rows is None else rows
 
     def rows_of_files(self, files: Sequence[Sequence[Spectrum]]) -> list[list[Row] | None]:
         """The rows of the spectra of each of some files, in a fraction of the time.
@@ -132,17 +131,14 @@ class Table:
         None for files that are to be taken by themselves, by `rows`: what there is to be said of
         one concerns no other.
         """
-        if self._kind == "light":
-            return [None] * len(files)
         made = [self._rows(spectra) for spectra in files]
         rows: list[list[Row] | None] = [
             None if each is None else [row for row, _, _ in each] for each in made
         ]
         if self._budget is None:
             return rows
-        flat = [item for each in made if each is not None for item in each]
         try:
-            self._add_uncertainties(flat, self._budget)
+            self._add_uncertainties([each for each in made if each], self._budget)
         except Refusal, RuntimeError:
             return [None] * len(files)
         return rows
@@ -151,6 +147,18 @@ class Table:
         """The row of a file without figures."""
         return dict.fromkeys(self.keys) | {"file": file, "error": reason.removeprefix(f"{file}: ")}
 
+    def _report(self, spectra: Sequence[Spectrum]) -> Report:
+        if self._kind == "light":
+            return light(spectra, self._white, f1_prime=self._f1_prime, budget=self._budget)
+        return lens(
+            spectra,
+            clear_lens=False,
+            full=self._full,
+            budget=self._budget,
+            grid=self._grid,
+            tables=self._tables,
+        )
+
     def _rows(self, spectra: Sequence[Spectrum]) -> list[_Made] | None:
         try:
             return [self._row(spectrum) for spectrum in as_spectra(spectra)]
@@ -158,36 +166,73 @@ class Table:
             return None
 
     def _row(self, spectrum: Spectrum) -> _Made:
-        """The row that `reports.lens` has of a spectrum, without the report."""
-        if self._figures is None:
-            self._figures = Figures(self._quantities())
-        lens = measurand(spectrum, "transmittance")
-        if self._grid is not None:
-            lens = on_grid(lens, self._grid, thinned=self._budget is not None)
-        numbers, said = self._figures(lens.scan)
+        """The row that the report has of a spectrum, without the report."""
+        if self._kind == "light":
+            spectrum = with_warnings(spectrum)
+            numbers, said = self._figures_of()(spectrum)
+        else:
+            spectrum = measurand(spectrum, "transmittance")
+            if self._grid is not None:
+                spectrum = on_grid(spectrum, self._grid, thinned=self._budget is not None)
+            numbers, said = self._figures_of()(spectrum.scan)
         last, notes = self._notes
         if said is not last:
             notes = notes_of(dict(zip(self._columns, said, strict=True)))
             self._notes = said, notes
-        row = facts_of(lens, notes) | dict(zip(self._columns, numbers, strict=True))
-        return _Made(row, lens, numbers)
+        row = facts_of(spectrum, notes) | dict(zip(self._columns, numbers, strict=True))
+        return _Made(row, spectrum, numbers)
 
-    def _add_uncertainties(self, made: Sequence[_Made], budget: Budget) -> None:
-        import numpy as np
+    def _figures_of(self) -> Figures:
+        if self._figures is None:
+            if self._kind == "light":
+                self._white_name = white_name(self._white)
+                self._figures = Figures(self._quantities(), self._white)
+            else:
+                self._figures = Figures(self._quantities())
+        return self._figures
 
+    def _add_uncertainties(self, files: Sequence[Sequence[_Made]], budget: Budget) -> None:
+        """Add them to the rows of each of some files, the spectra of which are in one report."""
+        together: dict[tuple[str, ...], list[_Made]] = {}
+        for made in files:
+            amounts = shown_amounts([item.row for item in made]) if self._kind == "light" else ()
+            together.setdefault(amounts, []).extend(made)
+        for amounts, made in together.items():
+            if amounts not in self._known:
+                self._known[amounts] = self._make_known(amounts, budget)
+            self._add_known(self._known[amounts], made)
+
+    def _make_known(self, amounts: tuple[str, ...], budget: Budget) -> _Known:
         from ..uncertainty import Propagator
 
-        if self._propagator is None:
-            self._propagator = Propagator(budget, self._quantities())
-        lenses, numbers = [item.lens for item in made], [item.numbers for item in made]
-        u, expanded, k, _ = self._propagator(lenses, numbers)
-        keys = self.keys[-len(UNCERTAIN) * len(self._columns) :]
+        known = quantities = self._quantities()
+        if self._kind == "light":
+            known = tuple(uncertain(quantities, amounts, self._white_name))
+        columns = tuple(self._columns.index(quantity.key) for quantity in known)
+        keys = _uncertain_keys([quantity.key for quantity in known])
+        return _Known(columns, keys, Propagator(budget, known))
+
+    def _add_known(self, known: _Known, made: Sequence[_Made]) -> None:
+        import numpy as np
+
+        spectra, numbers = [item.spectrum for item in made], [item.numbers for item in made]
+        if len(known.columns) < len(self._columns):
+            numbers = [[row[i] for i in known.columns] for row in numbers]
+            none = dict.fromkeys(_uncertain_keys(self._columns))
+            for item in made:
+                item.row.update(none)
+        u, expanded, k, _ = known.propagator(spectra, numbers)
         # u, U and k of each quantity, one quantity after another.
         rows = np.stack((u, expanded, k), axis=-1).reshape(len(made), -1)
         lacks_some = bool(np.isnan(rows).any())
         for item, row in zip(made, rows.tolist(), strict=True):
             numbers_or_none = map(_or_none, row) if lacks_some else row
-            item.row.update(zip(keys, numbers_or_none, strict=True))
+            item.row.update(zip(known.keys, numbers_or_none, strict=True))
+
+
+def _uncertain_keys(keys: Iterable[str]) -> tuple[str, ...]:
+    """The keys of the uncertainties of quantities, one quantity after another."""
+    return tuple(f"{key}_{name}" for key in keys for name in UNCERTAIN)
 
 
 _DOUBTFUL = {item.name for item in REFERENCES if item.status == "reconstruction"}

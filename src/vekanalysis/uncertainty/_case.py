@@ -112,7 +112,7 @@ def case_of(spectrum: Spectrum | Scan, budget: Budget, keys: Keys | None) -> Cas
     """
     _check_complete(budget)
     records = _records(spectrum, keys)
-    kinds = _in_units(spectrum, records)
+    kinds = _in_units(spectrum, [record.kind for record in records])
     values = quantities.evaluate(spectrum, records)
     found = [record for record in records if values[record.key].value is not None]
     principal = next(iter(kinds.values()))
@@ -137,6 +137,8 @@ class Cases:
     def __init__(self, budget: Budget, records: Iterable[Quantity]) -> None:
         self._budget = budget
         self._records = tuple(records)
+        self._kinds = tuple(dict.fromkeys(record.kind for record in self._records))
+        self._all = tuple(range(len(self._records)))
         # Relative uncertainties of figures are of what the functions themselves give.
         self._needs_values = any(
             component.kind == "figure" and component.relative for component in budget.components
@@ -147,10 +149,12 @@ class Cases:
         _check_complete(self._budget)
         if self._needs_values:
             return case_of(spectrum, self._budget, self._records)
-        kinds = _in_units(spectrum, self._records)
+        kinds = _in_units(spectrum, self._kinds)
         principal = next(iter(kinds.values()))
         scan = principal.scan
-        found = tuple(i for i, number in enumerate(numbers) if number is not None)
+        found = self._all
+        if None in numbers:
+            found = tuple(i for i, number in enumerate(numbers) if number is not None)
         units_of_kinds = tuple((kind, measured.unit) for kind, measured in kinds.items())
         grid = principal.wavelengths.tobytes(), scan.epsilon, scan.interpolation
         common = self._common.get((grid, units_of_kinds, found))
@@ -190,9 +194,9 @@ def _records(spectrum: Spectrum | Scan, keys: Keys | None) -> list[Quantity]:
     return list(quantities.PHOTOMETER if spectrum.kind == "responsivity" else quantities.LIGHT)
 
 
-def _in_units(spectrum: Spectrum | Scan, records: Iterable[Quantity]) -> dict[str, Measured]:
-    """The spectrum as each kind that the quantities need, of those that it can be."""
-    kinds = dict.fromkeys(record.kind for record in records)
+def _in_units(spectrum: Spectrum | Scan, needed: Iterable[str]) -> dict[str, Measured]:
+    """The spectrum as each of the kinds that quantities need, of those that it can be."""
+    kinds = dict.fromkeys(needed)
     if isinstance(spectrum, Scan):
         return dict.fromkeys(kinds, _measured(spectrum, None))
     measured: dict[str, Measured] = {}

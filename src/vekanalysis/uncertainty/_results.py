@@ -89,7 +89,8 @@ class Results(Mapping[str, Uncertain]):
         self._effects = effects
         self._dof = dof
         names = list(effects)
-        self._parts = np.array([part_of(effects[name]) for name in names]).reshape(-1, len(keys))
+        parts = [part_of(effects[name]) for name in names]
+        self._parts = np.array(parts).reshape(len(names), len(keys))
         self._names = names
         self._u, self._effective = combined(self._parts, [dof[name] for name in names])
 
