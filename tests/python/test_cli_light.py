@@ -57,6 +57,15 @@ def test_the_scale_of_the_white_counts_only_where_it_should(run: Runner, tmp_pat
     assert file.value(f"{LAB}.L_star")["value"] == pytest.approx(100.0)
 
 
+@pytest.mark.parametrize(("unit", "note"), [("counts", "responsivity"), ("nA", "power per nm")])
+def test_a_note_says_when_the_colours_of_a_signal_are_right(unit: str, note: str) -> None:
+    lamp = vek.lighting.reference("LED-B3")
+    (row,) = vek.reports.light(vek.Spectrum(lamp, "other", unit)).rows()
+    assert f"values are {'in nA' if unit == 'nA' else unit}: colours are right only" in row["notes"]
+    assert note in row["notes"]
+    assert row["correlated_colour_temperature.cct"] == pytest.approx(4102.6, abs=0.1)
+
+
 UNITS = {
     "Irradiance / W m-2 nm-1": 1.0,
     "Irradiance / W/(m^2 nm)": 1.0,

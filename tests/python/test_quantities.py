@@ -68,6 +68,9 @@ def test_a_spectrum_becomes_what_is_wanted(
         (1, "irradiance", None, "irradiance", "irradiance of which the unit is not stated"),
         (1, "radiance", "W m-2 sr-1 nm-1", "irradiance", "it: radiance, not an irradiance"),
         (1, "transmittance", "1", "light", "it: transmittance, not a light source"),
+        (1, "other", "µmol m-2 s-1 nm-1", "light", "it: not known to be a light source; its unit"),
+        (1, "other", "W m-2 eV-1", "light", "it: not known to be a light source"),
+        (1, "other", None, "light", "it: not known to be a light source; its unit is not stated"),
         (1, "irradiance", "W m-2 nm-1", "responsivity", "it: irradiance, not a responsivity"),
     ],
 )

@@ -11,6 +11,8 @@ from ..spectrum import Spectrum
 _LOWEST_FRACTION, _HIGHEST_FRACTION = -0.5, 1.5
 _HIGHEST_PERCENT = 100.0 * _HIGHEST_FRACTION
 
+# Signals of detectors, as far as their unit is stated.
+_SIGNALS = ("A", "V")
 # What no light source has.
 _OF_MATTER = ("transmittance", "reflectance", "absorbance", "responsivity")
 
@@ -25,7 +27,8 @@ def measurand(spectrum: Spectrum, kind: str) -> Spectrum:
     kind : str
         "transmittance" gives fractions: per cent are divided, a stated absorbance is converted,
         and values of which nothing is stated are taken for fractions if they can be. "light" is
-        any spectrum of a source, and stays in its unit. "responsivity" may be relative. Other
+        any spectrum of a source or a detector's signal, and stays in its unit; what is stated to be
+        another quantity, such as photons, is none. "responsivity" may be relative. Other
         kinds of ``vekanalysis.units.KINDS`` come in their coherent unit.
 
     Returns
@@ -49,7 +52,7 @@ def measurand(spectrum: Spectrum, kind: str) -> Spectrum:
         case "transmittance":
             return _checked_fractions(_as_transmittance(spectrum))
         case "light":
-            if spectrum.kind in _OF_MATTER:
+            if spectrum.kind in _OF_MATTER or _is_no_light(spectrum):
                 raise _other_kind(spectrum, "light source")
             return spectrum
         case "responsivity":
@@ -59,6 +62,14 @@ def measurand(spectrum: Spectrum, kind: str) -> Spectrum:
     if not units.is_kind(kind) or kind == "unknown":
         raise ValueError(f"kind is {kind!r}; it must be 'light' or one of {units.KINDS[:-1]}")
     return _in_coherent_unit(spectrum, kind)
+
+
+def _is_no_light(spectrum: Spectrum) -> bool:
+    """Whether a spectrum is stated to be of what is not in proportion to the power per nm."""
+    if spectrum.kind != "other" or spectrum.unit is None:
+        return spectrum.kind == "other"
+    unit = units.parse(spectrum.unit)
+    return unit is not None and unit.kind is None and unit.base not in _SIGNALS
 
 
 def _kind_of(spectrum: Spectrum) -> units.Kind:

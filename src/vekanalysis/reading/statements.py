@@ -64,8 +64,8 @@ _WORDS: tuple[tuple[Kind, str], ...] = (
         "incertitude deviation abweichung ecart stdev std_dev std. error fehler sigma "
         "variance derivative ableitung efficien wirkungsgrad density dichte densite haze "
         "log( log10 ln( 1-t 1-r 1/t 1/r natural_log base_e naper napier neper decibel attenuat "
-        "attenuaz atenua dampfung stddev ± +/- δ photons photonen photon_flux kubelka k/s "
-        "f(r) 100-t 100_-t 100-_t "
+        "attenuaz atenua dampfung stddev ± +/- δ photons photonen photon_flux photon_irr "
+        "photon_rad quantum_flux kubelka k/s f(r) 100-t 100_-t 100-_t "
         # Without the losses at the surfaces.
         "internal_transm transmission_interne reintransmission",
     ),
@@ -216,7 +216,7 @@ def _with_unit(title: str) -> tuple[str, str, Unit | None]:
     if (
         whole is not None
         and title not in ("1", "-")
-        and (whole.kind is not None or whole.base == "1" or "/" in title)
+        and (whole.kind is not None or whole.base == "1" or _is_quotient(title))
     ):
         return title if whole.kind == "absorbance" else "", title, whole
     groups = _brackets(title)
@@ -237,6 +237,11 @@ def _with_unit(title: str) -> tuple[str, str, Unit | None]:
     if slash and right.strip():
         return left, right.strip(), units.parse(right)
     return title, "", None
+
+
+def _is_quotient(title: str) -> bool:
+    """``µmol/m2/s/nm``, which no sample is named."""
+    return "/" in title and not any(char in " [(" for char in title)
 
 
 def _is_like_a_unit(text: str, bracket: str) -> bool:

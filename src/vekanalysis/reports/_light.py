@@ -27,6 +27,7 @@ _COUNTS = (
     "values are counts: colours are right only if these are corrected for the spectral "
     "responsivity of the instrument"
 )
+_SIGNAL = "colours are right only if these are in proportion to the power per nm"
 # CIE 13.3-1995: how far in CIE 1960 uv a source may be from its reference.
 _RENDERING_LIMIT = 0.0054
 
@@ -102,9 +103,13 @@ def light(
 def with_warnings(spectrum: Spectrum) -> Spectrum:
     """The spectrum, with a note where its values are not those of a light yet."""
     unit = None if spectrum.unit is None else units.parse(spectrum.unit)
-    if spectrum.kind != "counts" and (unit is None or unit.kind != "counts"):
-        return spectrum
-    return spectrum.replace(notes=(*spectrum.notes, _COUNTS))
+    if spectrum.kind == "counts" or (unit is not None and unit.kind == "counts"):
+        return spectrum.replace(notes=(*spectrum.notes, _COUNTS))
+    if spectrum.kind == "other" and spectrum.unit is not None and (unit is None or not unit.kind):
+        return spectrum.replace(
+            notes=(*spectrum.notes, f"values are in {spectrum.unit}: {_SIGNAL}")
+        )
+    return spectrum
 
 
 def shown_amounts(rows: Sequence[Mapping[str, object]]) -> tuple[str, ...]:
