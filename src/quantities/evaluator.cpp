@@ -22,6 +22,7 @@ namespace vekanalysis::quantities {
 
 namespace {
 
+using internal::change_for;
 using internal::Four;
 using internal::Integrator;
 using internal::lane_count;
@@ -42,13 +43,6 @@ struct PlannedFunction {
 
 /// In place of an index.
 constexpr std::size_t nowhere = std::numeric_limits<std::size_t>::max();
-
-/// By how much values change for a derivative.
-double change_for(std::span<const double> values) noexcept {
-    double largest = 0.0;
-    for (const double value : values) largest = std::max(largest, std::abs(value));
-    return largest > 0.0 ? 1e-6 * largest : 1e-6;
-}
 
 /// A quantity that `lighting::SourceEvaluator` has.
 bool is_of_source(const Quantity& quantity) {

@@ -57,6 +57,12 @@ Pieces pieces_in(std::span<Four> memory) noexcept {
 
 }  // namespace
 
+double change_for(std::span<const double> values) noexcept {
+    double largest = 0.0;
+    for (const double value : values) largest = std::max(largest, std::abs(value));
+    return largest > 0.0 ? 1e-6 * largest : 1e-6;
+}
+
 Integrator::Integrator(std::span<const double> wavelengths, double epsilon, spline::Type type)
     : size_(wavelengths.size()), products_(wavelengths, epsilon, type) {}
 
@@ -324,18 +330,47 @@ void Integrator::differentiate(std::size_t integral, std::span<const double> val
                   gradient.begin() + static_cast<std::ptrdiff_t>(begin));
         return;
     }
-    if (is_linear(integral)) {
+    for (std::size_t i = 0; i < values.size(); ++i) workspace.spectrum[i].lanes.fill(values[i]);
+    if (way == Way::EVEN) {
         const EvenSum& sum = even_sums_[index];
         for (std::size_t i = 0; i < sum.factors.weights.size(); ++i) {
             gradient[sum.factors.begin + i] = sum.step * sum.factors.weights[i];
         }
         for (const auto& [place, weight] : sum.corrections) gradient[place] += weight;
-        return;
+        if (is_linear(integral)) return;
+        const bool holds =
+            workspace.unsure[index] == 0 && std::isfinite(workspace.sums[index].lanes[0]);
+        if (holds && add_slopes(sum, change_for(values), gradient, workspace)) return;
     }
-    double largest = 0.0;
-    for (const double value : values) largest = std::max(largest, std::abs(value));
-    const double change = largest > 0.0 ? 1e-6 * largest : 1e-6;
-    for (std::size_t i = 0; i < size_; ++i) workspace.spectrum[i].lanes.fill(values[i]);
+    differentiate_generally(planned, values, gradient, workspace);
+}
+
+/// Adds what the slopes of a sum do by central differences.
+///
+/// @return false, with part of them added, where a change makes one undefined
+bool Integrator::add_slopes(const EvenSum& sum, double change, std::span<double> gradient,
+                            Workspace& workspace) {
+    for (const KnotOfSpectrum& knot : sum.slopes) {
+        for (std::size_t i = knot.begin; i < knot.begin + knot.count; ++i) {
+            Four& point = workspace.spectrum[i];
+            const Four unchanged = point;
+            point.lanes[0] += change;
+            point.lanes[1] -= change;
+            Four slope;
+            const LaneMask undefined = kernels().slope(knot, workspace.spectrum, slope);
+            point = unchanged;
+            if (undefined != 0) return false;
+            gradient[i] += knot.weight * (slope.lanes[0] - slope.lanes[1]) / (2.0 * change);
+        }
+    }
+    return true;
+}
+
+/// The derivative by central differences of the integral over all points that matter.
+void Integrator::differentiate_generally(const PlannedIntegral& planned,
+                                         std::span<const double> values, std::span<double> gradient,
+                                         Workspace& workspace) const {
+    const double change = change_for(values);
     const auto integrate_anew = [&] {
         std::fill(workspace.has_values.begin(), workspace.has_values.end(), char{0});
         Four result;

@@ -9,6 +9,9 @@
 
 namespace vekanalysis::quantities::internal {
 
+/// By how much values change for a derivative by differences.
+[[nodiscard]] double change_for(std::span<const double> values) noexcept;
+
 /// Integral that is a weighted sum of the spectrum's values.
 struct WeightedSum {
     std::size_t begin = 0;  // first value that counts
@@ -66,9 +69,11 @@ public:
 
     /// Derivative of an integral with respect to each value of a spectrum.
     ///
-    /// Exact where the integral is a sum, else by central differences over the points that matter.
-    /// @param values    shape (N); not read where the integral is a sum
-    /// @param gradient  shape (N), receives the result
+    /// Exact where the integral is a sum, else by central differences over the points that matter;
+    /// of an even sum only its slopes are such.
+    /// @param values     shape (N); empty only where the integral is a sum
+    /// @param gradient   shape (N), receives the result
+    /// @param workspace  with the integrals of these values
     void differentiate(std::size_t integral, std::span<const double> values,
                        std::span<double> gradient, Workspace& workspace) const;
 
@@ -95,6 +100,10 @@ private:
     [[nodiscard]] WeightedSum weighted_sum(const PlannedIntegral& integral) const;
     [[nodiscard]] std::size_t keep(EvenSum sum);
     void choose_way(Plan& plan);
+    [[nodiscard]] static bool add_slopes(const EvenSum& sum, double change,
+                                         std::span<double> gradient, Workspace& workspace);
+    void differentiate_generally(const PlannedIntegral& planned, std::span<const double> values,
+                                 std::span<double> gradient, Workspace& workspace) const;
     void sum_evenly(std::size_t index, Workspace& workspace) const;
     [[nodiscard]] std::span<const Four> values_of(std::size_t index, Workspace& workspace) const;
     void general(const PlannedIntegral& integral, Workspace& workspace, Four& result) const;

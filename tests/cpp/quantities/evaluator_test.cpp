@@ -224,7 +224,7 @@ TEST(Evaluator, KnowsWhatIsLinearAndHowMuch) {
             EXPECT_NEAR(sum, results[k], 1e-12 * std::max(1.0, results[k])) << lens()[k].key;
         }
         // Against what the quantity itself does.
-        for (const std::size_t place : {10UL, 64UL, 150UL, 230UL, 300UL}) {
+        for (std::size_t place = 0; place < n; ++place) {
             auto changed = values;
             const double step = 1e-5;
             changed[place] += step;
