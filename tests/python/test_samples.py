@@ -14,8 +14,7 @@ EXAMPLES = Path(__file__).resolve().parents[2] / "examples"
 @pytest.mark.parametrize("name", samples.names())
 def test_samples_are_what_is_said_of_them(name: str) -> None:
     sample = samples.get(name)
-    (example,) = EXAMPLES.rglob(sample.file)
-    assert samples.path(name).read_bytes() == example.read_bytes()
+    assert samples.path(name).read_bytes() == (EXAMPLES / sample.file).read_bytes()
     spectra = samples.read(name)
     assert len(spectra) == sample.spectra
     for spectrum in spectra:
@@ -44,6 +43,11 @@ def test_the_samples_are_written_into_a_folder_and_overwrite_nothing(tmp_path: P
     done = write(folder)
     assert (done.returncode, done.stderr.count("is there already")) == (0, 1)
     assert (folder / "line-lamp.csv").read_text() == "mine"
-    assert len([*folder.iterdir()]) == len(samples.names())
+    written = [path.relative_to(folder) for path in folder.rglob("*.*")]
+    assert {*map(Path, (samples.get(name).file for name in samples.names()))} < {*written}
+    for path in written:
+        is_mine = path.name == "line-lamp.csv"
+        assert is_mine or (folder / path).read_bytes() == (EXAMPLES / path).read_bytes()
+    assert {path.suffix for path in written} == {".csv", ".vek", ".toml", ".json"}
     refused = write(folder / "line-lamp.csv")
     assert (refused.returncode, "Traceback" in refused.stderr) == (1, False)

@@ -30,7 +30,7 @@ _DESCRIPTION = """\
 Reports on lenses, filters and light sources from measured spectra: text files,
 measurement files (.vek), or built-in ones."""
 _EPILOG = """\
-examples:
+examples (python -m vekanalysis.samples examples writes the files):
   %(prog)s report examples/two-lenses.vek
   %(prog)s report --help
 

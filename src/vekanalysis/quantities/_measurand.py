@@ -83,9 +83,14 @@ def _kind_of(spectrum: Spectrum) -> units.Kind:
 def _other_kind(spectrum: Spectrum, wanted: str) -> Refusal:
     article = "an" if wanted[0] in "aeiou" else "a"
     unit = "its unit is not stated" if spectrum.unit is None else f"its unit is {spectrum.unit}"
+    remedy = None
+    if spectrum.source.data_set is not None:
+        remedy = Remedy("choose another with {}", (("data_sets", ...),))
+    elif spectrum.source.column is not None:
+        remedy = Remedy("choose other columns with {}", (("columns", ...),))
     if (kind := _kind_of(spectrum)) in ("other", "unknown"):
-        return Refusal(f"{spectrum.where}: not known to be {article} {wanted}; {unit}")
-    return Refusal(f"{spectrum.where}: {kind}, not {article} {wanted}; {unit}")
+        return Refusal(f"{spectrum.where}: not known to be {article} {wanted}; {unit}", remedy)
+    return Refusal(f"{spectrum.where}: {kind}, not {article} {wanted}; {unit}", remedy)
 
 
 def _in_coherent_unit(spectrum: Spectrum, kind: units.Kind) -> Spectrum:

@@ -269,10 +269,10 @@ def find_header(texts: dict[int, str], titles: Titles, delimiter: str) -> Header
             others.append(index)
         if name in _UNIT_KEYS and not statements["unit"] and not _is_of_wavelengths(value):
             statements["unit"] = value
-            source = text.strip()
+            source = " ".join(text.split())
         elif name in _KIND_KEYS and not statements["kind"]:
             statements["kind"] = value
-            source = source or text.strip()
+            source = source or " ".join(text.split())
         elif name in _X_UNIT_KEYS and not wavelength_unit and stated_unit(value) is not None:
             wavelength_unit = value
     statement = _stated(**statements)

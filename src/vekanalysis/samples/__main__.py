@@ -4,27 +4,25 @@ import argparse
 import sys
 from pathlib import Path
 
-from . import get, names, path
+from ._samples import write
 
 
 def main() -> int:
     parser = argparse.ArgumentParser(
         prog="python -m vekanalysis.samples",
-        description="Write the sample spectra into a folder, which is made where it is missing. "
-        "Files that are there already are left alone.",
+        description="Write the sample spectra, and settings, budgets and limits to start from, "
+        "into a folder, which is made where it is missing. Files that are there already are left "
+        "alone.",
         allow_abbrev=False,
     )
     parser.add_argument("folder", type=Path, metavar="FOLDER")
     folder: Path = parser.parse_args().folder
     try:
-        folder.mkdir(parents=True, exist_ok=True)
-        for name in names():
-            target = folder / path(name).name
-            if target.exists():
+        for target, title in write(folder):
+            if title:
+                print(f"{target}: {title}")
+            else:
                 print(f"{target} is there already", file=sys.stderr)
-                continue
-            target.write_bytes(path(name).read_bytes())
-            print(f"{target}: {get(name).title}")
     except OSError as error:
         print(f"{parser.prog}: {error}", file=sys.stderr)
         return 1

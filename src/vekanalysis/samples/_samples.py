@@ -1,5 +1,6 @@
 """The files, and what is known of them."""
 
+from collections.abc import Iterator
 from pathlib import Path
 from typing import NamedTuple
 
@@ -23,7 +24,7 @@ class Sample(NamedTuple):
     name : str
         The name that `get`, `path` and `read` take.
     file : str
-        The file's own name.
+        The file, below the folder of the samples.
     spectra : int
         How many spectra it holds.
     title : str
@@ -68,7 +69,7 @@ _SAMPLES = {
             *("transmittance", "1"),
         ),
         Sample(
-            *("repeats", "repeats.csv", 10, "Ten scans of the grey glass"),
+            *("repeats", "uncertainty/repeats.csv", 10, "Ten scans of the grey glass"),
             f"{_GLASS} Made up on top of that: noise of 0.05 % at each point, and 0.08 % of the "
             "value from placing it anew.",
             "transmittance",
@@ -85,6 +86,43 @@ _SAMPLES = {
         ),
     )
 }
+
+
+# What certificates, budgets and calibrations start from, by file below the folder.
+_STARTERS = {
+    "lab.toml": "Settings of a laboratory, for certificates",
+    "budget.toml": "Uncertainty budget",
+    "limits-categories.toml": "Limits of filter categories, to be checked against the standard",
+    "uncertainty/repeats.toml": "Uncertainty budget of the mean of repeats",
+    "calibration/steps.csv": "Micro-steps and wavelengths of a monochromator",
+    "calibration/start.json": "Parameters of its drawings",
+}
+
+
+def write(folder: Path) -> Iterator[tuple[Path, str]]:
+    """Write all samples, and files to start from, into a folder, which is made where it is missing.
+
+    Each file is written when its turn comes; one that is there already is left alone.
+
+    Yields
+    ------
+    tuple of (Path, str)
+        The file and what it is of; an empty text for one that was there already.
+
+    Raises
+    ------
+    OSError
+        If a file or a folder cannot be written.
+    """
+    titles = {sample.file: sample.title for sample in _SAMPLES.values()} | _STARTERS
+    for file, title in titles.items():
+        target = folder / file
+        target.parent.mkdir(parents=True, exist_ok=True)
+        if target.exists():
+            yield target, ""
+            continue
+        target.write_bytes((_FOLDER / file).read_bytes())
+        yield target, title
 
 
 def names() -> tuple[str, ...]:
