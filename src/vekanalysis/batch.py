@@ -34,6 +34,7 @@ def report_rows(
     *,
     percent: bool = False,
     data_sets: Sequence[str] = (),
+    full: bool = False,
     **reading: Any,
 ) -> list[Row]:
     """The quantities of the lens report of one file, one row a spectrum.
@@ -47,25 +48,28 @@ def report_rows(
         Whether values of which the unit is not stated are per cent, the same as ``unit="%"``.
     data_sets
         The names of the data sets wanted, each of which must be there; by default all are.
+    full
+        Whether there are also the derived quantities, as of `reports.lens`.
     **reading
         Other arguments of `vekanalysis.read`; of ``duplicates``, "last" is the default here.
 
     Returns
     -------
     list of dict
-        Each with the keys ``COLUMNS``: the file, the data set or column (None for the only one of a
-        text file), the reason for which there are no figures, notes on the spectrum and its figures
-        (what its unit was, which figures rest on data for a part of their band, which are missing
-        and why), the number of points, the range in nm, and the quantities under the names of the
-        library's functions, with the field of the result after a point
-        (``ISO8980_3_tau_signal_led.red``). Transmittances are fractions, tristimulus values are in
-        nm, all others have the unit 1. What there is not is None.
+        Each with the keys ``COLUMNS``, with ``full`` also those of ``quantities.DERIVED``: the
+        file, the data set or column (None for the only one of a text file), the reason for which
+        there are no figures, notes on the spectrum and its figures (what its unit was, which
+        figures rest on data for a part of their band, which are missing and why), the number of
+        points, the range in nm, and the quantities under the names of the library's functions, with
+        the field of the result after a point (``ISO8980_3_tau_signal_led.red``). Transmittances are
+        fractions, tristimulus values are in nm, all others have the unit 1. What there is not is
+        None.
 
         A file that cannot be read, or is no transmittance, raises nothing: it gives one row that
         has no more than ``file`` and ``error``.
     """
     options = reading | {"data_sets": data_sets} | ({"unit": "%"} if percent else {})
-    return file_rows(path, _LENSES, options)
+    return file_rows(path, _lens_table(full), options)
 
 
 def light_rows(
@@ -96,9 +100,13 @@ def light_rows(
     return file_rows(path, _light_table(white, f1_prime), reading | {"data_sets": data_sets})
 
 
-_LENSES = Table("lens")
 # Spectra with so many points are worked on together.
 _POINTS = 100_000
+
+
+@cache
+def _lens_table(full: bool) -> Table:
+    return Table("lens", full=full)
 
 
 @cache
@@ -124,7 +132,6 @@ def rows_of_files(
     words: Callable[[Refusal], str] = str,
 ) -> list[list[Row]]:
     """The rows of each of some files in a table, as `file_rows` has them, in less time."""
-    options = {"duplicates": "last"} | dict(reading)
     rows: list[list[Row]] = []
     # Those that were read, with their places, and how many points they have.
     waiting: list[tuple[int, str, list[Spectrum]]] = []
@@ -137,14 +144,14 @@ def rows_of_files(
             made = [None] * len(waiting)
         for (place, file, spectra), found in zip(waiting, made, strict=True):
             if found is None:
-                found, reason = _tried(partial(table.rows, spectra), words)
+                found, reason = tried(partial(table.rows, spectra), words)
                 found = [table.failed(file, reason)] if found is None else found
             rows[place] = found
         waiting.clear()
 
     for place, path in enumerate(paths):
         file = os.fspath(path)
-        spectra, reason = _tried(partial(read, file, **options), words)
+        spectra, reason = spectra_of(file, reading, words)
         rows.append([] if spectra is not None else [table.failed(file, reason)])
         if spectra is None:
             continue
@@ -157,7 +164,14 @@ def rows_of_files(
     return rows
 
 
-def _tried[Result](
+def spectra_of(
+    file: str, reading: Mapping[str, Any], words: Callable[[Refusal], str] = str
+) -> tuple[list[Spectrum] | None, str]:
+    """The spectra of a file of a table, or None and the reason why there are none."""
+    return tried(partial(read, file, **{"duplicates": "last"} | dict(reading)), words)
+
+
+def tried[Result](
     work: Callable[[], Result], words: Callable[[Refusal], str]
 ) -> tuple[Result | None, str]:
     """What work on a file gives, or None and the reason why it failed."""

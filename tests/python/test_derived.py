@@ -11,6 +11,7 @@ from cli import GREY, ROOT, Runner
 
 import vekanalysis as vek
 from vekanalysis import colorimetry, quantities
+from vekanalysis.batch import report_rows
 from vekanalysis.certificates import Certificate, Limits, assess, verify
 from vekanalysis.quantities import DERIVED, LENS, LENS_FULL, Evaluator
 from vekanalysis.uncertainty import Budget, Component, propagate, simulate
@@ -149,6 +150,7 @@ def test_reports_have_them_when_they_are_asked_for(run: Runner, tmp_path: Path) 
         assert [key for key in marks if key in derived] == derived * bool(options)
     assert float(marks[LED_RED]) == pytest.approx(0.954863, abs=5e-7)
     assert f"{LED_RED} [reconstructed table]" in row
+    assert report_rows(GREY, full=True)[0][LED_RED] == float(marks[LED_RED])
     assert "Q      LED red / τ_V [4]" in run("report", GREY, "--full").out
     budget = ROOT / "examples/budget.toml"
     out = run("report", GREY, "--csv", "-", "--full", "--uncertainty", budget).out

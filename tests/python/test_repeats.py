@@ -1,5 +1,7 @@
 """Scans of one object: which they are, their mean, their scatter, and what is made of it."""
 
+import csv
+import io
 import json
 import random
 import re
@@ -22,6 +24,7 @@ repeats = true
 """
 LINE = re.compile(r'class="repeat".* d="([^"]+)"')
 POINT = re.compile(r"([0-9.]+) ([0-9.]+)")
+GAIN = '[[component]]\nname = "gain"\nkind = "gain"\nstandard = 0.01\n'
 OBSERVED = BUDGET + 'correlation = "observed"\n'
 
 
@@ -213,7 +216,8 @@ def test_grid_brings_repeats_together_as_far_as_they_reach(run: Runner, tmp_path
         (["--group", "{object}{object}"], "once at most"),
         (["--group", "{object}_*"], "its name 'lens-07-1.csv' does not fit"),
         (["--group", "*", "--reference", "cie_illuminant_a"], "--group is for files"),
-        (["--group", "*", "--csv", "-"], "--group is for reports"),
+        (["--group", "", "--csv", "-"], "must be a pattern"),
+        (["--group", "*", "--csv", "-", "--jobs", "2"], "leave out --jobs and --cluster"),
     ],
 )
 def test_wrong_groups_are_refused(
@@ -223,6 +227,75 @@ def test_wrong_groups_are_refused(
     (tmp_path / "lens-07_1.csv").rename(tmp_path / "lens-07-1.csv")
     files = [tmp_path / "lens-07-1.csv", tmp_path / "lens-07_2.csv"]
     assert told in run.refuse("report", *arguments, *files)
+
+
+@pytest.mark.parametrize("budget", [None, OBSERVED, GAIN])
+def test_a_table_of_means_has_what_the_report_of_each_object_has(
+    run: Runner, tmp_path: Path, budget: str | None
+) -> None:
+    folder = tmp_path / "scans"
+    folder.mkdir()
+    three(folder, "b")
+    three(folder, "a", (0.3, 0.2))
+    options = ["--group", "{object}_*", "--full", "--grid", "10"]
+    if budget is not None:
+        (tmp_path / "b.toml").write_text(budget)
+        options += ["--uncertainty", tmp_path / "b.toml"]
+    table = run("report", *options, "--csv", "-", folder)
+    assert (table.status, table.err) == (0, "vekanalysis: 5 files, 2 objects; none failed\n")
+    rows = [*csv.DictReader(io.StringIO(table.out))]
+    assert [(row["object"], row["n"], row["error"]) for row in rows] == [
+        ("a", "2", ""),
+        ("b", "3", ""),
+    ]
+    for row in rows:
+        assert f"mean of {row['n']} scans: {folder / row['object']}_1.csv; " in row["notes"]
+        assert ("not in the uncertainty" in row["notes"]) == (budget == GAIN)
+        found = {
+            key.partition(" [")[0]: float(text) if text else None
+            for key, text in [*row.items()][4:]
+        }
+        files = sorted(folder.glob(f"{row['object']}_*"))
+        quantities = run("report", *options, "--json", *files).document["quantities"]
+        names = {"": "value", "_s": "s"} | ({"_u": "u", "_U": "U", "_k": "k"} if budget else {})
+        expected = {
+            f"{each['key']}{end}": each["values"][0].get(name)
+            for each in quantities
+            for end, name in names.items()
+        }
+        assert expected == {key: found[key] for key in expected}
+        assert len(found) == 3 + len(expected)
+
+
+def test_what_has_no_mean_costs_no_other_object(run: Runner, tmp_path: Path) -> None:
+    three(tmp_path, "good")
+    three(tmp_path, "short")
+    write_csv(tmp_path / "short_2.csv", flat(0.5, last=770))
+    three(tmp_path, "empty")
+    (tmp_path / "empty_3.csv").write_text("")
+    (tmp_path / "gone_1.csv").write_text("no numbers")
+    write_csv(tmp_path / "stray.csv", flat(0.5))
+    (tmp_path / "x.csv").write_text("")
+    names = "".join(f"{wl},0.5,0.6,0.7\n" for wl in range(380, 781, 5))
+    (tmp_path / "set_1.csv").write_text(f"nm,p_1,p_2,q\n{names}")
+    table = run("report", "--group", "{object}_*", "--csv", "-", tmp_path)
+    assert table.status == 1
+    rows = [*csv.DictReader(io.StringIO(table.out))]
+    told = [(row["object"], row["n"], row["error"].removeprefix(f"{tmp_path}/")) for row in rows]
+    empty = "empty_3.csv: the file is empty"
+    assert told[0] == ("", "", "stray.csv: its name 'stray.csv' does not fit to --group")
+    assert told[1] == ("", "", "x.csv: the file is empty")
+    assert told[2] == ("empty", "", f"{empty}; its object has no mean without it")
+    assert told[3][0] == "gone"
+    assert told[4] == ("good", "3", "")
+    assert [each[:2] for each in told[5:]] == [("set_1.csv: p", "2"), ("set", "1"), ("short", "")]
+    assert "short_2.csv: 99 points from 280 to 770 nm, and " in told[-1][2]
+    assert not any(row[TAU_V] for row in rows if row["error"])
+    assert "13 files, 3 objects; 5 failed: " in table.err
+    out = tmp_path / "table"
+    several = run.refuse("report", "--group", "*: {object}_?", "--csv", out, tmp_path)
+    assert not out.exists()
+    assert several.endswith(f"{empty}; nobody knows which objects lack a scan")
 
 
 def certified(run: Runner, folder: Path, *arguments: object) -> str:

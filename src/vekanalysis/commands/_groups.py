@@ -35,16 +35,16 @@ def grouped(spectra: Sequence[Spectrum], pattern: str) -> list[Repeats]:
     CommandError
         If the pattern is none, or a name does not fit to it.
     """
-    if not pattern:
-        raise CommandError("--group: must be a pattern of names, such as '{object}-*'")
-    if pattern.count(_OBJECT) > 1:
-        raise CommandError(f"--group {pattern}: {_OBJECT} stands in it once at most")
+    check_pattern(pattern)
     objects: dict[str | None, list[Spectrum]] = {}
     for spectrum in spectra:
-        name = _name(spectrum, folders="/" in pattern)
+        file, part = place_of(spectrum)
+        if file is None:
+            raise CommandError(f"{spectrum.where}: --group is for files")
+        name = name_of(file, part, pattern)
         found = object_in(name, pattern)
         if found is None:
-            raise CommandError(f"{spectrum.where}: its name '{name}' does not fit to --group")
+            raise CommandError(f"{spectrum.where}: {misfit(name)}")
         objects.setdefault(found or None, []).append(spectrum)
     return [Repeats(scans, label) for label, scans in objects.items()]
 
@@ -53,6 +53,30 @@ def grouped_if_asked(
     spectra: Sequence[Spectrum], arguments: Namespace
 ) -> Sequence[Spectrum] | Sequence[Repeats]:
     return spectra if arguments.group is None else grouped(spectra, arguments.group)
+
+
+def check_pattern(pattern: str) -> None:
+    if not pattern:
+        raise CommandError("--group: must be a pattern of names, such as '{object}-*'")
+    if pattern.count(_OBJECT) > 1:
+        raise CommandError(f"--group {pattern}: {_OBJECT} stands in it once at most")
+
+
+def misfit(name: str) -> str:
+    return f"its name '{name}' does not fit to --group"
+
+
+def place_of(spectrum: Spectrum) -> tuple[str | None, str | None]:
+    """Its file, and the data set or column."""
+    source = spectrum.source
+    return source.file, source.data_set if source.data_set is not None else source.column
+
+
+def name_of(file: str, part: str | None, pattern: str) -> str:
+    """The name that a pattern is of."""
+    file = file.replace("\\", "/")
+    name = file if "/" in pattern else file.rpartition("/")[2]
+    return name if part is None else f"{name}: {part}"
 
 
 def object_in(name: str, pattern: str) -> str | None:
@@ -88,13 +112,3 @@ def _with_stars(states: set[int], pattern: str) -> set[int]:
             state += 1
             states.add(state)
     return states
-
-
-def _name(spectrum: Spectrum, *, folders: bool) -> str:
-    source = spectrum.source
-    if source.file is None:
-        raise CommandError(f"{spectrum.where}: --group is for files")
-    file = source.file.replace("\\", "/")
-    part = source.data_set if source.data_set is not None else source.column
-    name = file if folders else file.rpartition("/")[2]
-    return name if part is None else f"{name}: {part}"

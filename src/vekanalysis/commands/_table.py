@@ -3,18 +3,21 @@
 import os
 import sys
 from argparse import Namespace
-from collections.abc import Generator, Sequence
+from collections.abc import Generator, Mapping, Sequence
 from contextlib import closing, nullcontext
 from functools import partial
 from itertools import batched
+from typing import Any
 
 from .._files import csv_line
 from ..batch import rows_of_files
 from ..errors import for_command_line
-from ..reports import FACTS, Row, Table
+from ..reports import Row, Table
 from ._arguments import reading_options
 from ._errors import CannotStart, CommandError, Lost
 from ._files import input_files
+from ._groups import check_pattern
+from ._objects import Step, rows_of_objects
 from ._output import Output, interrupts_held
 from ._tally import Tally
 from ._terminal import Progress, note
@@ -36,23 +39,29 @@ def write_table(arguments: Namespace, table: Table) -> int:
     if arguments.jobs and arguments.cluster:
         raise CommandError("--jobs is for processes here, --cluster for those elsewhere: not both")
     output = arguments.csv or "-"
+    pattern = getattr(arguments, "group", None)
+    if pattern is not None:
+        check_pattern(pattern)
+        if arguments.jobs or arguments.cluster:
+            raise CommandError("--group reads all files here: leave out --jobs and --cluster")
     files = input_files(arguments.files, output, arguments.pattern)
-    tally = Tally(len(files))
+    tally = Tally(len(files), "spectrum" if pattern is None else "object")
     try:
         with (
             Output(output) as out,
             Progress(len(files), hidden=output == "-" and sys.stdout.isatty()) as progress,
-            closing(_results(arguments, files, table)) as results,
+            closing(_steps(arguments, files, table)) as steps,
         ):
-            texts, numbers = table.keys[: len(FACTS)], table.keys[len(FACTS) :]
+            facts = len(table.facts)
+            texts, numbers = table.keys[:facts], table.keys[facts:]
             out.write(csv_line(table.titles, []))
-            for file, rows in zip(files, results, strict=True):
+            for name, rows, read in steps:
                 # All rows of a file, counted, or none; a pipe may take for ever, so there not.
                 with interrupts_held() if output != "-" else nullcontext():
                     for row in rows:
                         text = csv_line([row[key] for key in texts], [row[key] for key in numbers])
                         out.write(text)
-                    tally.add(file, rows)
+                    tally.add(name, rows, read)
                 progress.show(tally.done, tally.failed)
     except CannotStart as error:
         raise CommandError(f"a process for the files could not be started: {error}") from None
@@ -63,9 +72,20 @@ def write_table(arguments: Namespace, table: Table) -> int:
     return _SOME_FAILED if tally.failed else 0
 
 
-def _results(arguments: Namespace, files: Sequence[str], table: Table) -> Generator[list[Row]]:
-    """The rows of each file, in their order."""
+def _steps(arguments: Namespace, files: Sequence[str], table: Table) -> Generator[Step]:
     options = reading_options(arguments) | {"data_sets": arguments.data_set}
+    if getattr(arguments, "group", None) is not None:
+        yield from rows_of_objects(files, table, options, arguments.group)
+        return
+    with closing(_results(arguments, files, table, options)) as results:
+        for file, rows in zip(files, results, strict=True):
+            yield Step(file, rows)
+
+
+def _results(
+    arguments: Namespace, files: Sequence[str], table: Table, options: Mapping[str, Any]
+) -> Generator[list[Row]]:
+    """The rows of each file, in their order."""
     compute = partial(rows_of_files, table=table, reading=options, words=for_command_line)
     if arguments.cluster is None and (jobs := _jobs(arguments.jobs, len(files))) == 1:
         for bundle in batched(files, _BUNDLE, strict=False):

@@ -57,9 +57,8 @@ def run(arguments: Namespace) -> int | None:
         raise CommandError("--figures percent is for the text; JSON and tables have fractions")
     tables = own_tables(arguments)
     if table_is_asked(arguments):
-        for option in ("html", "group"):
-            if getattr(arguments, option):
-                raise CommandError(f"--{option} is for reports; a table is made with --csv alone")
+        if arguments.html:
+            raise CommandError("--html is for reports; a table is made with --csv alone")
         from ._table import write_table
 
         options = {
@@ -67,6 +66,7 @@ def run(arguments: Namespace) -> int | None:
             "grid": arguments.grid,
             "full": arguments.full,
             "tables": tables,
+            "of_objects": arguments.group is not None,
         }
         return write_table(arguments, reports.Table("lens", **options))
     refuse_directories(arguments.files)

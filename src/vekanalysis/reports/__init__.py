@@ -27,7 +27,6 @@ if TYPE_CHECKING:
     from ._references import built_in_names as built_in_names
     from ._references import reference_document as reference_document
     from ._report import Report
-    from ._rows import FACTS as FACTS
     from ._rows import Row
     from ._stitching import Stitching, stitching
     from ._table import COLUMNS, LIGHT_COLUMNS, Table
@@ -61,7 +60,7 @@ _MODULES = {
     "_points": "PointTable",
     "_references": "ReferenceList built_in built_in_names reference_document",
     "_report": "Report",
-    "_rows": "FACTS Row",
+    "_rows": "Row",
     "_stitching": "Stitching stitching",
     "_table": "COLUMNS LIGHT_COLUMNS Table",
 }

@@ -33,7 +33,7 @@ _SCATTER = (
     "s is the standard deviation of the figures of the single scans; the figure beside it is that "
     "of their mean."
 )
-_LEFT_OUT = (
+SCATTER_LEFT_OUT = (
     "The scatter of the repeats is not in the uncertainty: the budget has no noise of them "
     "(repeats = true)."
 )
@@ -112,7 +112,7 @@ def lens(
     if budget is not None:
         scans = [None if each is None else each.scans for each in repeats]
         budgets = [budget if each is None else budget.with_repeats(each) for each in scans]
-        notes += [_LEFT_OUT] * (any(scans) and not budget.of_repeats)
+        notes += [SCATTER_LEFT_OUT] * (any(scans) and not budget.of_repeats)
         uncertainty = make_uncertainty(transmittances, wanted, budgets, draws, seed)
     return Report(
         "Lens report", transmittances, wanted, values, notes, _figure, uncertainty, repeats=repeats

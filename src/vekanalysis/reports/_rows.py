@@ -15,6 +15,7 @@ else:
 type Row = dict[str, str | int | float | None]
 
 FACTS = ("file", "data_set", "error", "notes", "points", "from_nm", "to_nm")
+FACTS_OF_OBJECTS = ("object", "n", *FACTS[2:])
 
 
 def make_row(

@@ -15,6 +15,7 @@ from ..quantities import (
     Figures,
     OwnTable,
     Quantity,
+    Repeats,
     Value,
     measurand,
     on_grid,
@@ -22,10 +23,10 @@ from ..quantities import (
 )
 from ..spectrum import Spectrum
 from ._inputs import as_spectra
-from ._lens import lens
+from ._lens import SCATTER_LEFT_OUT, lens
 from ._light import light, shown_amounts, uncertain, white_name, with_warnings
 from ._report import Report
-from ._rows import FACTS, UNCERTAIN, Row, facts_of, notes_of
+from ._rows import FACTS, FACTS_OF_OBJECTS, UNCERTAIN, Row, facts_of, notes_of
 
 if TYPE_CHECKING:
     from ..uncertainty import Budget, Propagator
@@ -67,9 +68,14 @@ class Table:
         Adds columns for the uncertainty of each quantity, behind all others.
     grid, full, tables
         Of a table of lenses, as `lens` takes them.
+    of_objects
+        Of a table of lenses: whether a row is that of the mean of some scans, and has the standard
+        deviation of each figure, that of a single scan, behind the figures.
 
     Attributes
     ----------
+    facts : tuple of str
+        The keys of each row before its figures.
     keys : tuple of str
         The keys of each row, in their order.
     titles : tuple of str
@@ -87,6 +93,7 @@ class Table:
         grid: float | None = None,
         full: bool = False,
         tables: Sequence[OwnTable] = (),
+        of_objects: bool = False,
     ) -> None:
         self._tables = tuple(tables)
         self._full = full
@@ -97,12 +104,13 @@ class Table:
         self._f1_prime = f1_prime
         quantities = self._quantities()
         self._columns = tuple(quantity.key for quantity in quantities)
-        self.keys = (*FACTS, *self._columns)
+        self.facts = FACTS_OF_OBJECTS if of_objects else FACTS
         files = {table.name: table.file or "" for table in self._tables}
-        self.titles = (*FACTS, *(_title_of(quantity, files) for quantity in quantities))
-        if budget is not None:
-            more = _uncertain_keys(self._columns)
-            self.keys, self.titles = self.keys + more, self.titles + more
+        titles = tuple(_title_of(quantity, files) for quantity in quantities)
+        more = tuple(f"{key}_s" for key in self._columns) if of_objects else ()
+        more += () if budget is None else _uncertain_keys(self._columns)
+        self.keys = (*self.facts, *self._columns, *more)
+        self.titles = (*self.facts, *titles, *more)
         self._figures: Figures | None = None
         self._white_name = ""
         # By the kinds of amounts of light.
@@ -143,12 +151,27 @@ class Table:
             return [None] * len(files)
         return rows
 
+    def row_of_object(self, scans: Repeats) -> Row:
+        """The row of the mean of some scans; Refusal if there is none."""
+        report = self._report(scans)
+        (row,), (repeated,) = report.rows(), report.repeats
+        assert repeated is not None
+        row |= {f"{key}_s": scatter.s for key, scatter in repeated.scatter.items()}
+        row |= {"object": scans.label, "n": len(scans)}
+        if self._budget is not None and not self._budget.of_repeats:
+            row["notes"] = f"{row['notes']}; {SCATTER_LEFT_OUT}"
+        return {key: row[key] for key in self.keys}
+
     def failed(self, file: str, reason: str) -> Row:
         """The row of a file without figures."""
         return dict.fromkeys(self.keys) | {"file": file, "error": reason.removeprefix(f"{file}: ")}
 
-    def _report(self, spectra: Sequence[Spectrum]) -> Report:
-        if self._kind == "light":
+    def failed_object(self, label: str | None, reason: str) -> Row:
+        """The row of an object without figures, or of a file that is of none that is known."""
+        return dict.fromkeys(self.keys) | {"object": label, "error": reason}
+
+    def _report(self, spectra: Sequence[Spectrum] | Repeats) -> Report:
+        if self._kind == "light" and not isinstance(spectra, Repeats):
             return light(spectra, self._white, f1_prime=self._f1_prime, budget=self._budget)
         return lens(
             spectra,
