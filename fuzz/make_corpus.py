@@ -115,12 +115,30 @@ TEXT_SEEDS = {
 }
 
 
+# Of each: the interpolation, the tolerance, four quantities, half the count of points, the step,
+# where it starts, and the values.
+EVALUATOR_SEEDS = {
+    "akima-1nm": bytes((0, 1, 0, 3, 6, 9, 250, 1, 50, 0, *range(5, 250, 7))),
+    "akima-5nm": bytes((0, 1, 1, 4, 7, 10, 52, 4, 30, 0, *range(250, 5, -11))),
+    "akima-10nm-runs": bytes((0, 1, 2, 5, 8, 11, 30, 5, 30, 0, 9, 9, 9, 60, 60, 200, 200, 200)),
+    "akima-uneven": bytes((1, 1, 0, 5, 10, 12, 120, 9, 40, 1, 30, 7, 99, 250, 14, 61, 3, 180)),
+    "akima-wide-tolerance": bytes((1, 0, 0, 1, 3, 6, 120, 1, 50, 1, 10, 80, 200, 250, 251)),
+    "linear-thirds": bytes((2, 1, 0, 3, 5, 16, 200, 7, 60, 2, 200, 10, 90, 40, 77)),
+    "cubic-5nm": bytes((3, 1, 2, 6, 9, 13, 60, 4, 40, 0, *range(0, 255, 13))),
+    "polynomial": bytes((4, 1, 3, 6, 9, 40, 7, 10, 100, 0, 20, 90, 160, 80)),
+    "points": bytes((5, 1, 0, 3, 11, 30, 220, 1, 50, 0, *range(30, 200, 3))),
+    "light": bytes((0, 1, 25, 30, 35, 38, 210, 3, 100, 0, *range(10, 240, 9))),
+    "empty": b"",
+}
+
+
 def main() -> None:
     seeds = {
         "contents": stream_seeds(),
         "container": container_seeds(),
         "csv": CSV_SEEDS.items(),
         "text": TEXT_SEEDS.items(),
+        "evaluator": EVALUATOR_SEEDS.items(),
     }
     for target, files in seeds.items():
         (CORPUS / target).mkdir(parents=True, exist_ok=True)

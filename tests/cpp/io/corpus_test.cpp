@@ -5,6 +5,7 @@
 #include <iterator>
 #include <vector>
 
+#include "fuzz/evaluator_target.hpp"
 #include "fuzz/targets.hpp"
 
 namespace {
@@ -28,6 +29,10 @@ TEST(FuzzCorpus, IsReadOrRefused) {
     EXPECT_GE(replay("container", fuzz::container), 10U);
     EXPECT_GE(replay("contents", fuzz::contents), 7U);
     EXPECT_GE(replay("csv", fuzz::csv), 5U);
+}
+
+TEST(FuzzCorpus, IsEvaluatedAsTheFunctionsDoIt) {
+    EXPECT_GE(replay("evaluator", fuzz::evaluator), 10U);
 }
 
 }  // namespace
