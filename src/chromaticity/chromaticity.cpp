@@ -8,6 +8,7 @@
 #include "colorimetry/tristimulus.hpp"
 #include "core/scan_arithmetic.hpp"
 #include "core/text.hpp"
+#include "numerical/fused.hpp"
 
 namespace vekanalysis {
 
@@ -59,7 +60,8 @@ bool contains(const std::vector<ChromaticityPoint>& polygon,
         const std::uint32_t j = i == n - 1 ? 0 : i + 1;
         const ChromaticityPoint a{polygon[i].x - point.x, polygon[i].y - point.y};
         const ChromaticityPoint b{polygon[j].x - point.x, polygon[j].y - point.y};
-        sum += std::atan2(std::fma(b.y, a.x, -(b.x * a.y)), std::fma(b.x, a.x, a.y * b.y));
+        sum += std::atan2(numerical::fused(b.y, a.x, -(b.x * a.y)),
+                          numerical::fused(b.x, a.x, a.y * b.y));
     }
     return std::abs(sum) > 3.141592653589793;
 }

@@ -5,6 +5,7 @@
 
 #include "core/scan_arithmetic.hpp"
 #include "core/text.hpp"
+#include "numerical/fused.hpp"
 
 namespace vekanalysis::colorimetry {
 
@@ -43,7 +44,7 @@ CIEXYZ CIE_relative_tristimulus_values(const Scan& scan, const Scan& white_point
 double CIELAB_f(double t) noexcept {
     constexpr double threshold = 0.008856451679035631;  // 216/24389
     if (t > threshold) return std::pow(t, 0.3333333333333333);
-    return std::fma(t, 7.787037037037037, 0.13793103448275862);  // 841/108, 4/29
+    return numerical::fused(t, 7.787037037037037, 0.13793103448275862);  // 841/108, 4/29
 }
 
 CIELAB CIELAB_tristimulus_values(const Scan& scan, const Scan& white_point_reference,

@@ -6,6 +6,8 @@
 #include <utility>
 #include <vector>
 
+#include "numerical/fused.hpp"
+
 namespace vekanalysis::curves {
 
 namespace {
@@ -31,11 +33,11 @@ Scan sample(double min_wl, double max_wl, double step_wl, const F& value) {
     std::vector<double> values;
     wavelengths.reserve(static_cast<std::size_t>(steps) + 2);
     values.reserve(static_cast<std::size_t>(steps) + 2);
-    double wl = std::fma(0.0, step_wl, min_wl);
+    double wl = numerical::fused(0.0, step_wl, min_wl);
     for (double i = 1.0; wl <= max_wl; ++i) {
         wavelengths.push_back(wl);
         values.push_back(value(wl));
-        wl = std::fma(i, step_wl, min_wl);
+        wl = numerical::fused(i, step_wl, min_wl);
         if (wl <= wavelengths.back()) {
             throw std::invalid_argument("curves: step_wl too small to advance");
         }

@@ -5,6 +5,8 @@
 #include <utility>
 #include <vector>
 
+#include "numerical/fused.hpp"
+
 namespace vekanalysis::monochromator::slit_function {
 
 namespace {
@@ -44,7 +46,7 @@ Scan uniform_fibres(double central_wavelength, double bandwidth, unsigned int po
     const unsigned int last = points - 1;
     const double step = 2.0 * R / last;
     const auto offset = [R, step](unsigned int i) {
-        return std::fma(static_cast<double>(i), step, -R);
+        return numerical::fused(static_cast<double>(i), step, -R);
     };
     std::vector<double> wavelengths(points);
     std::vector<double> values(points);

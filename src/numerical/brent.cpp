@@ -4,6 +4,8 @@
 #include <cmath>
 #include <utility>
 
+#include "numerical/fused.hpp"
+
 namespace numerical {
 
 namespace {
@@ -14,7 +16,7 @@ constexpr double smallest_relative_step = 0x1p-26;
 constexpr double machine_epsilon = 0x1p-52;
 
 double tolerance(double abs_tolerance, double rel_tolerance, double p, double q) {
-    return std::fma(rel_tolerance, std::min(std::abs(p), std::abs(q)), abs_tolerance);
+    return fused(rel_tolerance, std::min(std::abs(p), std::abs(q)), abs_tolerance);
 }
 
 bool evaluate(const std::function<double(double)>& f, double x, double* value) {

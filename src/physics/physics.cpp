@@ -3,6 +3,8 @@
 #include <cmath>
 #include <cstddef>
 
+#include "numerical/fused.hpp"
+
 namespace vekanalysis {
 
 namespace {
@@ -65,7 +67,7 @@ double planks_law_sr_deriv_T(double T, double wl) noexcept {
 double planks_law_sr_deriv_wl(double T, double wl) noexcept {
     const double ex = std::exp(hc / (wl * k * T));
     const double em1 = ex - 1.0;
-    return std::fma(ex, hc, wl * minus_5k * T * em1) * two_hc2 /
+    return numerical::fused(ex, hc, wl * minus_5k * T * em1) * two_hc2 /
            (std::pow(wl, 7.0) * k * T * (em1 * em1));
 }
 

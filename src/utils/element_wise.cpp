@@ -6,6 +6,8 @@
 #include <numeric>
 #include <stdexcept>
 
+#include "numerical/fused.hpp"
+
 namespace vekanalysis::internal {
 
 Scan with_keys(const Scan& scan, std::span<const double> wavelengths) {
@@ -33,7 +35,7 @@ std::vector<double> uniform_grid(double lo, double hi, double step) {
     const auto last = quotient > 0.0 ? static_cast<std::uint32_t>(quotient) : 0U;
     std::vector<double> grid(std::size_t{last} + 1);
     for (std::size_t i = 0; i < grid.size(); ++i) {
-        grid[i] = std::fma(static_cast<double>(i), step, lo);
+        grid[i] = numerical::fused(static_cast<double>(i), step, lo);
     }
     return grid;
 }
@@ -127,7 +129,7 @@ void uniform_wavelength_range(const Scan& scan, double lo, double hi, double ste
 
 bool are_equal(double x, double y, double n) noexcept {
     const double unit = std::nextafter(x, std::numeric_limits<double>::infinity()) - x;
-    return std::fma(-n, unit, x) <= y && y <= std::fma(n, unit, x);
+    return numerical::fused(-n, unit, x) <= y && y <= numerical::fused(n, unit, x);
 }
 
 bool compare(const Scan& a, const Scan& b, double tolerance) {

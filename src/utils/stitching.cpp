@@ -12,6 +12,7 @@
 #include "core/float_comparator.hpp"
 #include "core/point_map.hpp"
 #include "core/scan_arithmetic.hpp"
+#include "numerical/fused.hpp"
 #include "utils/peaks.hpp"
 
 namespace vekanalysis::utils {
@@ -69,8 +70,8 @@ StitchResults stitch_scans(const Scan& scan_1, const Scan& scan_2, double min_wl
     double sum_12 = 0.0;
     double sum_22 = 0.0;
     for (std::size_t i = 0; i < n; ++i) {
-        sum_12 = std::fma(s1[i], s2[i], sum_12);
-        sum_22 = std::fma(s2[i], s2[i], sum_22);
+        sum_12 = numerical::fused(s1[i], s2[i], sum_12);
+        sum_22 = numerical::fused(s2[i], s2[i], sum_22);
     }
     if (sum_22 == 0.0) {
         throw std::invalid_argument("Division by zero. scan_2(wl) is zero across [min_wl, max_wl]");

@@ -6,6 +6,7 @@
 #include <stdexcept>
 
 #include "monochromator/slit_function.hpp"
+#include "numerical/fused.hpp"
 
 namespace vekanalysis {
 
@@ -33,7 +34,7 @@ TEST(Filters, GridPointsAreFusedNotAccumulated) {
     const Scan edge = curves::longpass_filter(1, 1, 0.1, 7.5, 0.7);
     ASSERT_EQ(edge.size(), 11U);  // 0.7 does not divide 7.4; the last point is 7.1
     double i = 0.0;
-    for (const auto& [wl, value] : edge) EXPECT_EQ(wl, std::fma(i++, 0.7, 0.1));
+    for (const auto& [wl, value] : edge) EXPECT_EQ(wl, numerical::fused(i++, 0.7, 0.1));
     EXPECT_EQ(curves::longpass_filter(0, 1, -1e308, 1e308, 1e308).size(), 3U);
     EXPECT_FALSE(std::signbit(curves::longpass_filter(5, 1, -0.0, 10, 1).min_wavelength()));
 }
