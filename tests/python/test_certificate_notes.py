@@ -47,6 +47,11 @@ def note(english: str) -> str | None:
             "skipped, since there are no numbers: line 3, 5",
             "übergangen, weil dort keine Zahlen stehen: Zeile 3, 5",
         ),
+        (
+            "points are up to 42.5 nm apart (480-522.5 nm); what lies between was not measured",
+            "Messpunkte liegen bis zu 42,5 nm auseinander (480\N{EN DASH}522,5 nm); was dazwischen "
+            "liegt, ist nicht gemessen",
+        ),
         ("left out: something", None),
         ("column 1 'x': divided by 100, left out", None),
         ("column 1: column 1: in %", None),

@@ -82,6 +82,31 @@ def test_another_kind_is_refused(
     assert reason in refusal.value.reason
 
 
+@pytest.mark.parametrize(
+    ("left_out", "note"),
+    [
+        ((480, 500), None),
+        (
+            (480, 505),
+            "points are up to 25 nm apart (480-505 nm); what lies between was not measured",
+        ),
+        (
+            (775, 900),
+            "points are up to 125 nm apart (775-900 nm); what lies between was not measured",
+        ),
+        ((780, 900), None),
+        ((200, 280), None),
+    ],
+)
+def test_a_gap_in_the_bands_of_lenses_is_told_once(
+    left_out: tuple[int, int], note: str | None
+) -> None:
+    grid = [float(wl) for wl in range(200, 1005, 5) if not left_out[0] < wl < left_out[1]]
+    lens = vek.Spectrum(vek.Scan(grid, [0.5] * len(grid)), "transmittance", "1")
+    made = quantities.measurand(quantities.measurand(lens, "transmittance"), "transmittance")
+    assert made.notes == (() if note is None else (note,))
+
+
 def test_values_that_look_like_per_cent_have_a_remedy() -> None:
     with pytest.raises(vek.Refusal, match="pass unit='%' if the values are per cent"):
         quantities.measurand(spectrum(50), "transmittance")

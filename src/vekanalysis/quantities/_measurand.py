@@ -2,6 +2,8 @@
 
 import math
 
+import numpy as np
+
 from .. import units
 from .._core.quantities import lie_within
 from ..errors import Refusal, Remedy
@@ -10,6 +12,9 @@ from ..spectrum import Spectrum
 # No transmittance lies outside, whatever the noise of the measurement.
 _LOWEST_FRACTION, _HIGHEST_FRACTION = -0.5, 1.5
 _HIGHEST_PERCENT = 100.0 * _HIGHEST_FRACTION
+# nm: what lies between points further apart is told, within the bands of the lens quantities.
+_WIDEST_STEP = 20.0
+_BANDS = (280.0, 780.0)
 
 # Signals of detectors, as far as their unit is stated.
 _SIGNALS = ("A", "V")
@@ -50,7 +55,7 @@ def measurand(spectrum: Spectrum, kind: str) -> Spectrum:
     """
     match kind:
         case "transmittance":
-            return _checked_fractions(_as_transmittance(spectrum))
+            return _with_gap_told(_checked_fractions(_as_transmittance(spectrum)))
         case "light":
             if spectrum.kind in _OF_MATTER or _is_no_light(spectrum):
                 raise _other_kind(spectrum, "light source")
@@ -123,6 +128,24 @@ def _as_transmittance(spectrum: Spectrum) -> Spectrum:
     elif kind == "unknown":
         notes += (f"values in {unit.name}, taken for a transmittance",)
     return spectrum.replace(kind="transmittance", unit=unit.name, notes=notes).to("1")
+
+
+def _with_gap_told(spectrum: Spectrum) -> Spectrum:
+    """With a note on the widest gap between points where quantities of lenses are computed."""
+    wavelengths = spectrum.scan.to_numpy()[0]
+    steps = np.diff(wavelengths)
+    steps[(wavelengths[1:] <= _BANDS[0]) | (wavelengths[:-1] >= _BANDS[1])] = 0.0
+    if steps.max(initial=0.0) <= _WIDEST_STEP:
+        return spectrum
+    place = int(steps.argmax())
+    start, end = wavelengths[place], wavelengths[place + 1]
+    note = (
+        f"points are up to {end - start:.10g} nm apart ({start:.10g}-{end:.10g} nm); what lies "
+        "between was not measured"
+    )
+    if note in spectrum.notes:
+        return spectrum
+    return spectrum.replace(notes=(*spectrum.notes, note))
 
 
 def _checked_fractions(spectrum: Spectrum) -> Spectrum:
