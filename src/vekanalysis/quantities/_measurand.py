@@ -2,8 +2,6 @@
 
 import math
 
-import numpy as np
-
 from .. import units
 from .._core.quantities import lie_within
 from ..errors import Refusal, Remedy
@@ -133,9 +131,11 @@ def _as_transmittance(spectrum: Spectrum) -> Spectrum:
 def _with_gap_told(spectrum: Spectrum) -> Spectrum:
     """With a note on the widest gap between points where quantities of lenses are computed."""
     wavelengths = spectrum.scan.to_numpy()[0]
-    steps = np.diff(wavelengths)
+    steps = wavelengths[1:] - wavelengths[:-1]
+    if not steps.size or steps.max() <= _WIDEST_STEP:
+        return spectrum
     steps[(wavelengths[1:] <= _BANDS[0]) | (wavelengths[:-1] >= _BANDS[1])] = 0.0
-    if steps.max(initial=0.0) <= _WIDEST_STEP:
+    if steps.max() <= _WIDEST_STEP:
         return spectrum
     place = int(steps.argmax())
     start, end = wavelengths[place], wavelengths[place + 1]
