@@ -124,6 +124,16 @@ FILES: dict[str, tuple[str, dict[str, Any], list[tuple[str, str, str | None, lis
         {},
         [("OD", "unknown", None, [1, 2]), ("OS", "unknown", None, [2, 3])],
     ),
+    "quoted decimal commas": (
+        '"nm","E"\n"400,5","1,25"\n"410,0","2,0"\n"420,5","3,5"\n',
+        {},
+        [("lens", "irradiance", None, [1.25, 2, 3.5])],
+    ),
+    "a first point far off": (
+        "2 9\n400 1\n410 2\n420 3\n",
+        {"skip": 1},
+        [("lens", "unknown", None, [1, 2, 3])],
+    ),
     "unit row": (
         "Wavelength;a;b\nnm;%;W m-2 nm-1\n400;5;1\n410;6;2\n",
         {},
@@ -237,6 +247,19 @@ REFUSED: dict[str, tuple[str, dict[str, Any], str, str]] = {
         "--skip 2",
     ),
     "names of two": ("E 400[nm];5\nL 410[nm];6\n", {}, "got 'E 400[nm];5', need lines", ""),
+    "a count": (
+        "3 1\n400 1\n410 2\n420 3\n",
+        {},
+        "line 1: 3 is far from the wavelengths below it, 400 and on; pass skip={1} to",
+        "--skip 1-1",
+    ),
+    "a count above titles": ("3;1\nnm;T\n400;1\n410;1\n", {}, "line 2: 'nm;T' is not a row", ""),
+    "rows for columns": (
+        "400;410;420;430\n0,5;0,6;0,7;0,8\n",
+        {},
+        "line 1: its numbers go from 400 to 430 in even steps",
+        "exchange the rows and columns",
+    ),
     "no order": ("400 1\n410 2\n405 3\n", {}, "line 3: wavelength 405 after 410", "--sort"),
     "half a pair": ("nm;T;nm;T\n400;1;;1\n", {}, "line 2: there is no wavelength", ""),
     "beyond nm": ("um;T\n0.4;1\n1e306;1\n", {}, "a wavelength in um is too large", ""),

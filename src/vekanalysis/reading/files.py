@@ -164,10 +164,10 @@ def _from_pairs(
     pairs = io._read_pairs(content)
     if pairs is None:
         return None
-    _, _, lowest, highest, _, _ = pairs.facts(0)
+    lowest = pairs.facts(0)[2]
     _, repeat, turn = pairs.order(0)
     in_order = turn is None and (repeat is None or takes_last)
-    if not in_order or not 1.0 < lowest < 2500.0 or highest < 20.0:
+    if not in_order or not 100.0 <= lowest < 2500.0:
         return None
     scan, merged = pairs.scan(0, 1, text.epsilon, text.interpolation)
     notes = _repeated(merged)

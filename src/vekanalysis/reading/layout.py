@@ -73,6 +73,10 @@ class Layout(NamedTuple):
     is_doubtful: bool = False
 
 
+# Decimal commas within quotes, and commas between.
+_QUOTED = Layout(",", ",")
+
+
 class Block(NamedTuple):
     """The rows of numbers: their shapes, the lines from first to last, and the columns."""
 
@@ -230,16 +234,17 @@ def find_layout(lines: Lines, delimiter: str | None, decimal: str | None) -> Lay
     of digits alone, since it may be a decimal sign.
     """
     plain, grouped = _layouts(delimiter, decimal)
+    quoted = (_QUOTED,) if delimiter in (None, ",") and decimal in (None, ",") else ()
     best = _most_rows(lines, plain)
     if best is None:
-        best = _most_rows(lines, grouped)
+        best = _most_rows(lines, grouped) or _most_rows(lines, quoted)
         if best is None:
             raise _no_rows(lines, delimiter, decimal)
     else:
         best = _with_group(lines, best)
     if best.group:
         _check_group(lines, best, decimal)
-    is_guess = delimiter is None and decimal is None and best.delimiter == ","
+    is_guess = delimiter is None and decimal is None and best.delimiter == "," != best.decimal
     shapes = [lines.shapes[shape].text for shape in _rows(lines, best)]
     return best._replace(is_doubtful=is_guess and not _are_delimiters(shapes))
 
@@ -277,6 +282,8 @@ _remembered_fits = lru_cache(maxsize=8192)(_fits)
 
 def _most_rows(lines: Lines, layouts: tuple[Layout, ...]) -> Layout | None:
     """The layout that makes most lines rows, the first of equals."""
+    if not layouts:
+        return None
     fitting = [0] * len(layouts)
     for index in lines.candidates:
         text, count, _, _ = lines.shapes[index]

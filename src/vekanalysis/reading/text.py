@@ -19,6 +19,7 @@ from .layout import (
     split_cells,
     two_readings,
 )
+from .misplaced import refuse_count, refuse_row_of_wavelengths
 from .named_rows import without_names
 from .statements import Statement, state_unit
 from .titles import Header, Titles, find_header, find_titles
@@ -151,6 +152,7 @@ def read_text(
     titles = find_titles(layout, block)
     if layout.is_doubtful and not all(titles.found):
         raise two_readings(lines, block.first)
+    refuse_row_of_wavelengths(lines, layout, block)
     header = find_header(block.texts, titles, layout.delimiter)
     _refuse_factors(source, header)
     names = titles.names or [f"column {index}" for index in range(block.width)]
@@ -358,6 +360,8 @@ def _check_wavelengths(
         raise numbers.error(
             first_not_positive, f"the wavelength is {number:g}; it must be above zero"
         )
+    if lowest < 100.0 and options.wavelength_unit is None:
+        refuse_count(numbers.lines, numbers.line_of(0), numbers.core.column(place))
     if not options.sort:
         _check_order(numbers, place, may_repeat=options.duplicates != "refuse")
     elif options.duplicates == "refuse":
