@@ -29,8 +29,8 @@ ARROWS = {("chromaticity", "colorimetry"), ("radiometry", "colorimetry")}
 # Headers that users of the library do not include, and that are not installed.
 PRIVATE_HEADERS = """
     colorimetry/data/make_table core/text io/file lighting/cam02 lighting/chebyshev
-    lighting/data/tables lighting/lanes lighting/visible_sums numerical/cubic numerical/lanes
-    numerical/stable_order quantities/by_form quantities/even_sum quantities/finish
+    lighting/data/tables lighting/lanes lighting/visible_sums numerical/cubic numerical/fused
+    numerical/lanes numerical/stable_order quantities/by_form quantities/even_sum quantities/finish
     quantities/form quantities/forms quantities/integrator quantities/kernels
     quantities/light_functions quantities/products quantities/record_parts utils/extremes
 """
