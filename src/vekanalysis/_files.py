@@ -11,6 +11,11 @@ from typing import Any, BinaryIO, Final
 
 from ._core.io import _number_cells
 
+# A pipe that nobody writes to would wait to be opened, else.
+_FLAGS: Final = os.O_RDONLY | getattr(os, "O_NONBLOCK", 0) | getattr(os, "O_BINARY", 0)
+# What is read at a time of a file that is longer than it was.
+_PART: Final = 1_000_000
+
 
 def open_regular(path: str | os.PathLike[str]) -> BinaryIO:
     """Open a file to read its bytes.
@@ -18,10 +23,8 @@ def open_regular(path: str | os.PathLike[str]) -> BinaryIO:
     OSError of what is none, such as a pipe or a device: there may be nothing in it for ever, or no
     end to it.
     """
-    # A pipe that nobody writes to would wait to be opened, else.
-    flags = os.O_RDONLY | getattr(os, "O_NONBLOCK", 0) | getattr(os, "O_BINARY", 0)
     _check(os.stat(path), path)
-    file = open(path, "rb", opener=lambda name, _: os.open(name, flags))  # noqa: SIM115
+    file = open(path, "rb", opener=lambda name, _: os.open(name, _FLAGS))  # noqa: SIM115
     try:
         _check(os.fstat(file.fileno()), path)
     except OSError:
@@ -39,8 +42,18 @@ def _check(found: os.stat_result, path: str | os.PathLike[str]) -> None:
 
 def read_regular(path: str | os.PathLike[str]) -> bytes:
     """What is in a file; raises as `open_regular`."""
-    with open_regular(path) as file:
-        return file.read()
+    _check(os.stat(path), path)
+    descriptor = os.open(path, _FLAGS)
+    try:
+        found = os.fstat(descriptor)
+        _check(found, path)
+        # One byte more, so that one look tells that a file as long as it was has ended.
+        parts = [os.read(descriptor, found.st_size + 1)]
+        while parts[-1]:
+            parts.append(os.read(descriptor, _PART))
+        return parts[0] if len(parts) == 2 else b"".join(parts)
+    finally:
+        os.close(descriptor)
 
 
 def save(path: str | os.PathLike[str], content: bytes) -> None:

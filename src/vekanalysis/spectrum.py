@@ -118,19 +118,16 @@ class Spectrum:
         if not units.is_kind(kind):
             known = ", ".join(repr(name) for name in units.KINDS)
             raise Refusal(f"kind is {kind!r}; it must be one of {known}")
-        values = {
-            "_scan": scan,
-            "_kind": kind,
-            "_unit": None if unit is None else _checked_unit(kind, unit),
-            "_label": str(label),
-            "_source": Source(*source),
-            "_metadata": metadata
-            if isinstance(metadata, MappingProxyType)
-            else MappingProxyType(dict(metadata)),
-            "_notes": tuple(notes),
-        }
-        for name, value in values.items():
-            object.__setattr__(self, name, value)
+        if not isinstance(metadata, MappingProxyType):
+            metadata = MappingProxyType(dict(metadata))
+        take = object.__setattr__
+        take(self, "_unit", None if unit is None else _checked_unit(kind, unit))
+        take(self, "_source", source if type(source) is Source else Source(*source))
+        take(self, "_scan", scan)
+        take(self, "_kind", kind)
+        take(self, "_label", str(label))
+        take(self, "_metadata", metadata)
+        take(self, "_notes", tuple(notes))
 
     def __setattr__(self, name: str, value: object) -> None:
         raise AttributeError(f"a Spectrum cannot be changed; replace({name.strip('_')}=...) does")
@@ -252,18 +249,26 @@ class Spectrum:
 
     def replace(self, **changes: Any) -> Spectrum:
         """The same spectrum with other attributes, by the names of the parameters."""
-        names = [name.removeprefix("_") for name in self.__slots__]
-        unknown = changes.keys() - names
-        if unknown:
-            raise TypeError(f"a Spectrum has no {sorted(unknown)[0]!r}; it has {', '.join(names)}")
+        attributes = self._attributes()
+        if not changes.keys() <= attributes.keys():
+            unknown, known = sorted(changes.keys() - attributes.keys()), ", ".join(attributes)
+            raise TypeError(f"a Spectrum has no {unknown[0]!r}; it has {known}")
         if "scan" in changes:
-            return Spectrum(**self._attributes() | changes)
+            return Spectrum(**attributes | changes)
         made = object.__new__(Spectrum)
-        made._set(**self._attributes() | changes)
+        made._set(**attributes | changes)
         return made
 
     def _attributes(self) -> dict[str, Any]:
-        return {name.removeprefix("_"): getattr(self, name) for name in self.__slots__}
+        return {
+            "kind": self._kind,
+            "label": self._label,
+            "metadata": self._metadata,
+            "notes": self._notes,
+            "scan": self._scan,
+            "source": self._source,
+            "unit": self._unit,
+        }
 
     def _changed(
         self, convert: Callable[[Scan], Scan], unit: str, kind: Kind | None = None

@@ -10,8 +10,8 @@ from .._files import beside
 from ._errors import CommandError
 from ._terminal import emit
 
-# How the first line of a table starts.
-_MARK = b"file,data_set,error,notes,"
+# How the first line of a table starts, of files or of objects.
+_MARKS = (b"file,data_set,error,notes,", b"object,n,error,notes,")
 
 
 class Output:
@@ -79,8 +79,8 @@ def _check_that_nothing_is_lost(path: str) -> None:
     if not os.path.isfile(path):
         return
     with open(path, "rb") as file:
-        start = file.read(len(_MARK))
-    if start not in (b"", _MARK):
+        start = file.read(max(map(len, _MARKS)))
+    if start and not start.startswith(_MARKS):
         raise CommandError(
             f"{path}: is no table of an earlier report, and is not overwritten; name another file"
         )

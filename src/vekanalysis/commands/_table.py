@@ -3,16 +3,15 @@
 import os
 import sys
 from argparse import Namespace
-from collections.abc import Generator, Mapping, Sequence
+from collections.abc import Generator, Sequence
 from contextlib import closing, nullcontext
 from functools import partial
 from itertools import batched
-from typing import Any
 
 from .._files import csv_line
 from ..batch import rows_of_files
 from ..errors import for_command_line
-from ..reports import Row, Table
+from ..reports import Table
 from ._arguments import reading_options
 from ._errors import CannotStart, CommandError, Lost
 from ._files import input_files
@@ -50,18 +49,23 @@ def write_table(arguments: Namespace, table: Table) -> int:
         with (
             Output(output) as out,
             Progress(len(files), hidden=output == "-" and sys.stdout.isatty()) as progress,
-            closing(_steps(arguments, files, table)) as steps,
+            closing(_steps(arguments, files, table)) as bundles,
         ):
             facts = len(table.facts)
             texts, numbers = table.keys[:facts], table.keys[facts:]
             out.write(csv_line(table.titles, []))
-            for name, rows, read in steps:
+            for bundle in bundles:
+                lines = [
+                    csv_line([row[key] for key in texts], [row[key] for key in numbers])
+                    for step in bundle
+                    for row in step.rows
+                ]
                 # All rows of a file, counted, or none; a pipe may take for ever, so there not.
                 with interrupts_held() if output != "-" else nullcontext():
-                    for row in rows:
-                        text = csv_line([row[key] for key in texts], [row[key] for key in numbers])
-                        out.write(text)
-                    tally.add(name, rows, read)
+                    if lines:
+                        out.write("".join(lines))
+                    for name, rows, read in bundle:
+                        tally.add(name, rows, read)
                 progress.show(tally.done, tally.failed)
     except CannotStart as error:
         raise CommandError(f"a process for the files could not be started: {error}") from None
@@ -72,24 +76,17 @@ def write_table(arguments: Namespace, table: Table) -> int:
     return _SOME_FAILED if tally.failed else 0
 
 
-def _steps(arguments: Namespace, files: Sequence[str], table: Table) -> Generator[Step]:
+def _steps(arguments: Namespace, files: Sequence[str], table: Table) -> Generator[Sequence[Step]]:
+    """Steps to the table, those together that are there together."""
     options = reading_options(arguments) | {"data_sets": arguments.data_set}
     if getattr(arguments, "group", None) is not None:
-        yield from rows_of_objects(files, table, options, arguments.group)
+        for step in rows_of_objects(files, table, options, arguments.group):
+            yield [step]
         return
-    with closing(_results(arguments, files, table, options)) as results:
-        for file, rows in zip(files, results, strict=True):
-            yield Step(file, rows)
-
-
-def _results(
-    arguments: Namespace, files: Sequence[str], table: Table, options: Mapping[str, Any]
-) -> Generator[list[Row]]:
-    """The rows of each file, in their order."""
     compute = partial(rows_of_files, table=table, reading=options, words=for_command_line)
     if arguments.cluster is None and (jobs := _jobs(arguments.jobs, len(files))) == 1:
         for bundle in batched(files, _BUNDLE, strict=False):
-            yield from compute(bundle)
+            yield [*map(Step, bundle, compute(bundle), strict=True)]
         return
     if arguments.cluster is None:
         from ._processes import map_in_order
@@ -101,7 +98,8 @@ def _results(
         mapped = map_on_cluster(compute, files, arguments.cluster)
     with closing(mapped) as results:
         for file, result in zip(files, results, strict=True):
-            yield [table.failed(file, result.reason)] if isinstance(result, Lost) else result
+            rows = [table.failed(file, result.reason)] if isinstance(result, Lost) else result
+            yield [Step(file, rows)]
 
 
 def _jobs(asked: int | None, files: int) -> int:

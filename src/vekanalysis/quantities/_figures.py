@@ -178,8 +178,9 @@ class Figures:
                 )
         evaluator = _evaluator_for(scan, group.records, group.names, self._white)
         numbers, said = evaluator.row(scan), evaluator.coverage
-        missing = [i for i, n in enumerate(numbers) if n is not None and not math.isfinite(n)]
-        if missing:
+        # All but None and 0 are looked at.
+        if not all(map(math.isfinite, filter(None, numbers))):
+            missing = [i for i, n in enumerate(numbers) if n is not None and not math.isfinite(n)]
             # The functions say what the matter is.
             found = evaluate(scan, [group.records[i] for i in missing], white=self._white)
             all_said = [*said]

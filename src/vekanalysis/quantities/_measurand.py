@@ -125,7 +125,8 @@ def _as_transmittance(spectrum: Spectrum) -> Spectrum:
         notes += (f"{what} not stated; the values are taken for fractions",)
     elif kind == "unknown":
         notes += (f"values in {unit.name}, taken for a transmittance",)
-    return spectrum.replace(kind="transmittance", unit=unit.name, notes=notes).to("1")
+    taken = spectrum.replace(kind="transmittance", unit=unit.name, notes=notes)
+    return taken if unit.name == "1" else taken.to("1")
 
 
 def _with_gap_told(spectrum: Spectrum) -> Spectrum:
