@@ -19,7 +19,9 @@ using Lanes [[gnu::vector_size(32), gnu::may_alias]] = double;
 using Mask [[gnu::vector_size(32), gnu::may_alias]] = std::int64_t;
 
 VEKANALYSIS_INLINE Lanes splat(double x) {
-    return Lanes{x, x, x, x};
+    // GCC broadcasts a shuffled number straight from memory, and a list of four in two steps.
+    const Lanes first{x};
+    return __builtin_shufflevector(first, first, 0, 0, 0, 0);
 }
 VEKANALYSIS_INLINE void write(Lanes lanes, double* place) {
     __builtin_memcpy(place, &lanes, sizeof lanes);
@@ -29,6 +31,14 @@ VEKANALYSIS_INLINE Lanes abs_of(Lanes x) {
 }
 VEKANALYSIS_INLINE Lanes select(Mask mask, Lanes yes, Lanes no) {
     return (Lanes)(((Mask)yes & mask) | ((Mask)no & ~mask));
+}
+/// b where either is NaN.
+VEKANALYSIS_INLINE Lanes smaller_of(Lanes a, Lanes b) {
+    return a < b ? a : b;
+}
+/// The same.
+VEKANALYSIS_INLINE Lanes larger_of(Lanes a, Lanes b) {
+    return a > b ? a : b;
 }
 template <class Number, class Place>
 VEKANALYSIS_INLINE Lanes read(const Place* place) {
@@ -107,6 +117,16 @@ inline Lanes abs_of(const Lanes& x) {
 }
 inline Lanes select(const Mask& mask, const Lanes& yes, const Lanes& no) {
     return each<Lanes>([&](std::size_t i) { return mask.lanes[i] ? yes.lanes[i] : no.lanes[i]; });
+}
+/// b where either is NaN.
+inline Lanes smaller_of(const Lanes& a, const Lanes& b) {
+    return each<Lanes>(
+        [&](std::size_t i) { return a.lanes[i] < b.lanes[i] ? a.lanes[i] : b.lanes[i]; });
+}
+/// The same.
+inline Lanes larger_of(const Lanes& a, const Lanes& b) {
+    return each<Lanes>(
+        [&](std::size_t i) { return a.lanes[i] > b.lanes[i] ? a.lanes[i] : b.lanes[i]; });
 }
 template <class Number, class Place>
 inline Lanes read(const Place* place) {

@@ -11,6 +11,7 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <utility>
 
 #include "lighting/source_evaluator.hpp"
 #include "lighting/visible_spectrum.hpp"
@@ -37,8 +38,15 @@ struct PlannedFunction {
     std::vector<std::size_t> integrals{};
     std::size_t first = 0;  // of the points that count, for the smallest of them
     std::size_t last = 0;   // behind the last of these
+    std::size_t place = 0;  // of its first field among the numbers of a spectrum
     bool by_function = false;
-    bool refused = false;
+};
+
+/// Where the number of a quantity comes from, and when it is none.
+struct Outlet {
+    std::size_t place = 0;  // among the numbers of a spectrum
+    bool is_of_light = false;
+    bool is_never_negative = false;
 };
 
 /// In place of an index.
@@ -103,6 +111,18 @@ void load(std::span<const Evaluator::Row> rows, Integrator::Workspace& workspace
     internal::kernels().find_largest(spectrum, workspace.largest);
 }
 
+/// Where the next spectra are, as far as their values lie side by side.
+Integrator::Upcoming memory_of(std::span<const Evaluator::Row> rows, std::size_t size) noexcept {
+    Integrator::Upcoming upcoming;
+    for (std::size_t i = 0; i < std::min(lane_count, rows.size()); ++i) {
+        const std::size_t bytes = rows[i].is_single ? sizeof(float) : sizeof(double);
+        if (rows[i].step == static_cast<std::ptrdiff_t>(bytes)) {
+            upcoming.rows[i] = {rows[i].values, size * bytes};
+        }
+    }
+    return upcoming;
+}
+
 void store(const Evaluator::Results& results, std::size_t i, double value) noexcept {
     std::memcpy(results.values + static_cast<std::ptrdiff_t>(i) * results.step, &value,
                 sizeof value);
@@ -110,17 +130,6 @@ void store(const Evaluator::Results& results, std::size_t i, double value) noexc
 
 bool is_smallest(const Form& form) noexcept {
     return form.finish == Form::Finish::SMALLEST || form.finish == Form::Finish::SMALLEST_QUOTIENT;
-}
-
-/// NaN where one of them is.
-double smallest(std::span<const Four> values, std::size_t lane) noexcept {
-    double result = values[0].lanes[lane];
-    for (const Four& four : values) {
-        const double value = four.lanes[lane];
-        if (value < result || std::isnan(value)) result = value;
-        if (std::isnan(result)) break;
-    }
-    return result;
 }
 
 /// A group of spectra as arrays, read where they are if they are such.
@@ -189,10 +198,11 @@ struct Evaluator::Plan {
     std::vector<std::size_t> function_of{};   // of each quantity
     std::vector<std::size_t> source_of{};     // of each quantity, its place among those of `source`
     std::vector<char> refused{};              // of each quantity
-    std::vector<char> is_of_light{};          // whether a quantity is of visible light
+    std::vector<Outlet> outlets{};            // of each quantity
     std::optional<NegativeLight> negative{};  // where one of them is, and not of `source`
     std::optional<lighting::SourceEvaluator> source{};
     std::size_t source_count = 0;
+    std::size_t source_place = 0;  // of the first of these among the numbers of a spectrum
     std::vector<Snapshot> tables{};
     Integrator integrator;
 
@@ -283,17 +293,35 @@ struct Evaluator::Plan {
             const bool is_planned = refused[i] == 0 && !by_source;
             function_of.push_back(is_planned ? place_of(quantities[i]) : nowhere);
         }
-        for (const Quantity& quantity : quantities) {
-            is_of_light.push_back(quantity.is_of_visible_light() ? 1 : 0);
-        }
+        plan_outlets();
         for (std::size_t i = 0; i < quantities.size() && !negative; ++i) {
             // `source` looks for itself.
-            const bool looks = is_of_light[i] != 0 && function_of[i] != nowhere;
+            const bool looks = outlets[i].is_of_light && function_of[i] != nowhere;
             if (looks) negative.emplace(wavelengths);
         }
         integrator.finish();
         source_count = keys.size();
         if (!keys.empty()) source.emplace(wavelengths, keys, type, epsilon);
+    }
+
+    /// The numbers of a spectrum are first none, for what is refused, then the fields of the
+    /// functions, then what `source` has.
+    void plan_outlets() {
+        std::size_t place = 1;
+        for (PlannedFunction& planned : functions) {
+            planned.place = std::exchange(place, place + planned.function->field_count);
+        }
+        source_place = place;
+        for (std::size_t i = 0; i < quantities.size(); ++i) {
+            const Quantity& quantity = quantities[i];
+            Outlet& outlet = outlets.emplace_back();
+            outlet.is_of_light = quantity.is_of_visible_light();
+            outlet.is_never_negative = !quantity.is_possible(-1.0);
+            if (source_of[i] != nowhere) outlet.place = source_place + source_of[i];
+            if (function_of[i] != nowhere) {
+                outlet.place = functions[function_of[i]].place + quantity.field;
+            }
+        }
     }
 
     /// Whether something follows from spectra side by side.
@@ -321,9 +349,10 @@ struct Evaluator::Plan {
 
     /// The fields of a function for one lane of the workspace.
     ///
-    /// @param scan  the spectrum of that lane, for what is had from functions alone
+    /// @param smallest  of each lane, where the function takes it
+    /// @param scan      the spectrum of that lane, for what is had from functions alone
     void fields_of(const PlannedFunction& planned, const Integrator::Workspace& workspace,
-                   std::size_t lane, const std::optional<Scan>& scan,
+                   const Four& smallest, std::size_t lane, const std::optional<Scan>& scan,
                    std::span<double> fields) const {
         if (planned.by_function) {
             compute(planned, *scan, fields);
@@ -334,8 +363,7 @@ struct Evaluator::Plan {
             integrals[i] = workspace.integrals[planned.integrals[i]].lanes[lane];
         }
         if (is_smallest(planned.form)) {
-            const std::span<const Four> all = workspace.spectrum;
-            fields[0] = smallest(all.subspan(planned.first, planned.last - planned.first), lane);
+            fields[0] = smallest.lanes[lane];
             if (planned.form.finish == Form::Finish::SMALLEST_QUOTIENT) {
                 fields[0] =
                     internal::quotient(fields[0], internal::number_of(planned.form, integrals, 0));
@@ -343,6 +371,16 @@ struct Evaluator::Plan {
             return;
         }
         internal::finish(planned.form, integrals, fields);
+    }
+
+    /// For each function that takes it the smallest value of each lane in its band.
+    void find_smallest(std::span<const Four> spectrum, std::span<Four> smallest) const {
+        for (std::size_t i = 0; i < functions.size(); ++i) {
+            const PlannedFunction& planned = functions[i];
+            if (planned.by_function || !is_smallest(planned.form)) continue;
+            internal::kernels().smallest(
+                spectrum.subspan(planned.first, planned.last - planned.first), smallest[i]);
+        }
     }
 
     struct Derivatives;
@@ -422,44 +460,47 @@ const char* Evaluator::changed_table() const {
 
 void Evaluator::evaluate(std::span<const Row> rows, std::span<const Results> results) const {
     const Plan& plan = *plan_;
+    const bool needs_lanes = plan.needs_lanes();
+    const bool needs_rows = plan.needs_rows();
+    const bool needs_scans = needs_functions();
+    const std::size_t n = plan.wavelengths.size();
     auto workspace = plan.integrator.make_workspace();
-    std::vector<std::vector<double>> fields;
-    for (const PlannedFunction& planned : plan.functions) {
-        fields.emplace_back(planned.function->field_count);
-    }
-    RowValues values(plan.wavelengths.size());
+    std::vector<Four> smallest(plan.functions.size());
+    RowValues values(n);
     std::vector<double> of_source(lane_count * plan.source_count);
+    std::vector<double> numbers(plan.source_place + plan.source_count, none);
     lighting::SourceEvaluator::Scratch scratch;
     std::optional<Scan> scan;
     for (std::size_t begin = 0; begin < rows.size(); begin += lane_count) {
         const auto group = rows.subspan(begin, std::min(lane_count, rows.size() - begin));
-        if (plan.needs_lanes()) {
+        if (needs_lanes) {
             load(group, workspace);
+            workspace.upcoming = memory_of(rows.subspan(begin + group.size()), n);
             plan.integrator.integrate(workspace);
+            plan.find_smallest(workspace.spectrum, smallest);
         }
-        if (plan.needs_rows()) values.take(group);
+        if (needs_rows) values.take(group);
         if (plan.source) {
             (*plan.source)(values.first_of_each(), of_source, &scratch);
         }
         for (std::size_t lane = 0; lane < group.size(); ++lane) {
-            if (needs_functions()) scan = plan.scan_of(values[lane]);
-            for (std::size_t i = 0; i < fields.size(); ++i) {
-                plan.fields_of(plan.functions[i], workspace, lane, scan, fields[i]);
+            if (needs_scans) scan = plan.scan_of(values[lane]);
+            for (std::size_t i = 0; i < plan.functions.size(); ++i) {
+                const PlannedFunction& planned = plan.functions[i];
+                plan.fields_of(
+                    planned, workspace, smallest[i], lane, scan,
+                    std::span(numbers).subspan(planned.place, planned.function->field_count));
             }
+            std::copy_n(of_source.begin() + static_cast<std::ptrdiff_t>(lane * plan.source_count),
+                        plan.source_count,
+                        numbers.begin() + static_cast<std::ptrdiff_t>(plan.source_place));
             const bool is_negative = plan.negative && (*plan.negative)(values[lane]);
-            for (std::size_t i = 0; i < plan.quantities.size(); ++i) {
-                double value = none;
-                if (is_negative && plan.is_of_light[i] != 0) {
-                    store(results[begin + lane], i, none);
-                    continue;
-                }
-                if (plan.source_of[i] != nowhere) {
-                    value = of_source[lane * plan.source_count + plan.source_of[i]];
-                } else if (plan.function_of[i] != nowhere) {
-                    value = fields[plan.function_of[i]][plan.quantities[i].field];
-                }
-                store(results[begin + lane], i,
-                      plan.quantities[i].is_possible(value) ? value : none);
+            for (std::size_t i = 0; i < plan.outlets.size(); ++i) {
+                const Outlet& outlet = plan.outlets[i];
+                const double value = numbers[outlet.place];
+                const bool is_none = (is_negative && outlet.is_of_light) ||
+                                     (outlet.is_never_negative && value < 0.0);
+                store(results[begin + lane], i, is_none ? none : value);
             }
         }
     }

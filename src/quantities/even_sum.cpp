@@ -123,6 +123,23 @@ std::optional<double> unevenness(std::span<const double> x, std::size_t begin, s
     return largest;
 }
 
+/// Kinks are looked for up to two points beyond the factors that are not 0. Further out all is
+/// straight, which would look like the one side of a kink.
+void find_where_to_look(EvenSum& sum) {
+    const auto& weights = sum.factors.weights;
+    const auto counts = [](double weight) { return weight != 0.0; };
+    const auto first = std::find_if(weights.begin(), weights.end(), counts);
+    const auto last = std::find_if(weights.rbegin(), weights.rend(), counts);
+    const auto before = static_cast<std::size_t>(first - weights.begin());
+    const auto behind = static_cast<std::size_t>(last - weights.rbegin());
+    const std::size_t from = before - std::min<std::size_t>(before, 2);
+    const std::size_t to = weights.size() - (behind - std::min<std::size_t>(behind, 2));
+    // With fewer only the first or the last factor is not 0, and there is no kink.
+    if (from + 4 > to) return;
+    sum.look_from = from;
+    sum.look_to = to;
+}
+
 }  // namespace
 
 std::optional<EvenSum> make_even_sum(std::span<const Product* const> chain,
@@ -156,6 +173,7 @@ std::optional<EvenSum> make_even_sum(std::span<const Product* const> chain,
     }
     // A second difference of products, each with a few roundings, of steps that are not quite even.
     sum.tolerance = largest_factor * (16.0 * epsilon + 4.0 * *uneven / step);
+    find_where_to_look(sum);
     return sum;
 }
 

@@ -200,40 +200,6 @@ Integrator::Workspace Integrator::make_workspace() const {
     return workspace;
 }
 
-/// The sum of one, and in which lanes it does not hold.
-void Integrator::sum_evenly(std::size_t index, Workspace& workspace) const {
-    const Four& largest = workspace.largest;
-    const EvenSum& sum = even_sums_[index];
-    const Kernels& kernel = kernels();
-    const std::span<const Four> spectrum = workspace.spectrum;
-    const auto values = spectrum.subspan(sum.factors.begin, sum.factors.weights.size());
-    const double* const factors = sum.factors.weights.data();
-    Four tolerance;
-    LaneMask unsure = 0;
-    for (std::size_t i = 0; i < lane_count; ++i) {
-        tolerance.lanes[i] = sum.tolerance * largest.lanes[i];
-        // Rules that agree on numbers need not do so on what follows from infinities.
-        if (std::isinf(largest.lanes[i])) unsure |= 1U << i;
-    }
-    Four& result = workspace.sums[index];
-    const LaneMask suspects = kernel.sum(values, factors, tolerance, result);
-    if (suspects != 0) unsure |= kernel.kinks(values, factors, tolerance);
-    for (double& lane : result.lanes) lane *= sum.step;
-    for (const auto& [place, weight] : sum.corrections) {
-        for (std::size_t i = 0; i < lane_count; ++i) {
-            result.lanes[i] += weight * spectrum[place].lanes[i];
-        }
-    }
-    for (const KnotOfSpectrum& knot : sum.slopes) {
-        Four slope;
-        unsure |= kernel.slope(knot, spectrum, slope);
-        for (std::size_t i = 0; i < lane_count; ++i) {
-            result.lanes[i] += knot.weight * slope.lanes[i];
-        }
-    }
-    workspace.unsure[index] = unsure;
-}
-
 // NOLINTNEXTLINE(misc-no-recursion): as deep as a product has factors
 std::span<const Four> Integrator::values_of(std::size_t index, Workspace& workspace) const {
     if (index == 0) return workspace.spectrum;
@@ -263,7 +229,15 @@ void Integrator::general(const PlannedIntegral& integral, Workspace& workspace,
 
 void Integrator::integrate(Workspace& workspace) const {
     std::fill(workspace.has_values.begin(), workspace.has_values.end(), char{0});
-    for (std::size_t i = 0; i < even_sums_.size(); ++i) sum_evenly(i, workspace);
+    const std::size_t sums = even_sums_.size();
+    for (std::size_t i = 0; i < sums; ++i) {
+        workspace.unsure[i] = kernels().even_sum(even_sums_[i], workspace.spectrum,
+                                                 workspace.largest, workspace.sums[i]);
+        for (const auto& row : workspace.upcoming.rows) {
+            const std::size_t done = row.size() * i / sums;
+            fetch(row.subspan(done, row.size() * (i + 1) / sums - done));
+        }
+    }
     for (std::size_t i = 0; i < planned_.size(); ++i) {
         const auto& [integral, way, index] = planned_[i];
         Four& result = workspace.integrals[i];

@@ -12,29 +12,6 @@ namespace vekanalysis::quantities::internal {
 /// By how much values change for a derivative by differences.
 [[nodiscard]] double change_for(std::span<const double> values) noexcept;
 
-/// Integral that is a weighted sum of the spectrum's values.
-struct WeightedSum {
-    std::size_t begin = 0;  // first value that counts
-    std::vector<double> weights{};
-};
-
-/// Integral of an Akima interpolant over even steps: there the slopes at the inner knots cancel,
-/// and what remains is the trapezoidal rule and the slopes at the ends.
-///
-/// That holds but for a kink between straight runs, where an Akima interpolant does not round the
-/// corner; `tolerance` finds these.
-struct EvenSum {
-    WeightedSum factors{};
-    double step = 0.0;
-    struct Correction {
-        std::size_t index;
-        double weight;
-    };
-    std::vector<Correction> corrections{};  // the ends of the rule
-    std::vector<KnotOfSpectrum> slopes{};   // that do not cancel and are not linear
-    double tolerance = 0.0;                 // of a second difference, of the largest value
-};
-
 /// Integrals of products of a spectrum on one grid, planned once; immutable.
 class Integrator {
 public:
@@ -51,6 +28,11 @@ public:
     /// Whether an integral is linear in the values, ties of slopes apart.
     [[nodiscard]] bool is_linear(std::size_t integral) const noexcept;
 
+    /// Memory that is read after this group of spectra: it may as well arrive meanwhile.
+    struct Upcoming {
+        std::array<std::span<const std::byte>, lane_count> rows{};
+    };
+
     /// Memory for one group of spectra at a time.
     struct Workspace {
         std::vector<Four> spectrum;             // (N)
@@ -61,10 +43,11 @@ public:
         std::vector<Four> sums;        // of the even sums
         std::vector<LaneMask> unsure;  // lanes in which they do not hold
         std::vector<Four> integrals;   // results
+        Upcoming upcoming;
     };
     [[nodiscard]] Workspace make_workspace() const;
 
-    /// Fills `integrals` from `spectrum` and `largest`.
+    /// Fills `integrals` from `spectrum` and `largest`, and has `upcoming` fetched.
     void integrate(Workspace& workspace) const;
 
     /// Derivative of an integral with respect to each value of a spectrum.
@@ -104,7 +87,6 @@ private:
                                          std::span<double> gradient, Workspace& workspace);
     void differentiate_generally(const PlannedIntegral& planned, std::span<const double> values,
                                  std::span<double> gradient, Workspace& workspace) const;
-    void sum_evenly(std::size_t index, Workspace& workspace) const;
     [[nodiscard]] std::span<const Four> values_of(std::size_t index, Workspace& workspace) const;
     void general(const PlannedIntegral& integral, Workspace& workspace, Four& result) const;
 

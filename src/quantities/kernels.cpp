@@ -1,6 +1,7 @@
 #include "quantities/kernels.hpp"
 
 #include <cstring>
+#include <limits>
 
 #include "numerical/lanes.hpp"
 
@@ -11,9 +12,11 @@ namespace {
 using numerical::abs_of;
 using numerical::bits_of;
 using numerical::Lanes;
+using numerical::larger_of;
 using numerical::Mask;
 using numerical::read;
 using numerical::select;
+using numerical::smaller_of;
 using numerical::splat;
 using numerical::Square;
 using numerical::transposed;
@@ -31,17 +34,27 @@ VEKANALYSIS_INLINE void store(const Lanes& lanes, Four& four) {
     numerical::write(lanes, four.lanes.data());
 }
 
-VEKANALYSIS_INLINE Lanes larger_of(Lanes largest, Lanes x) {
-    const Lanes magnitude = abs_of(x);
-    // NOLINTNEXTLINE(misc-redundant-expression): false for NaN
-    const Mask is_number = magnitude == magnitude;
-    return select(magnitude <= largest, largest, select(is_number, magnitude, largest));
+VEKANALYSIS_INLINE Lanes larger_magnitude(Lanes x, Lanes largest) {
+    return larger_of(abs_of(x), largest);
 }
 
 VEKANALYSIS_INLINE void find_largest_body(std::span<const Four> spectrum, Four& result) {
     Lanes largest = splat(0.0);
-    for (const Four& four : spectrum) largest = larger_of(largest, load(four));
+    for (const Four& four : spectrum) largest = larger_magnitude(load(four), largest);
     store(largest, result);
+}
+
+VEKANALYSIS_INLINE void smallest_body(std::span<const Four> values, Four& result) {
+    Lanes smallest = splat(std::numeric_limits<double>::infinity());
+    Mask are_numbers = splat(0.0) <= smallest;
+    for (const Four& four : values) {
+        const Lanes value = load(four);
+        smallest = smaller_of(value, smallest);
+        // NOLINTNEXTLINE(misc-redundant-expression): false for NaN
+        const Mask is_number = value == value;
+        are_numbers = are_numbers & is_number;
+    }
+    store(select(are_numbers, smallest, splat(std::numeric_limits<double>::quiet_NaN())), result);
 }
 
 template <class Number>
@@ -65,14 +78,14 @@ VEKANALYSIS_INLINE void load_rows(const std::array<const std::byte*, lane_count>
         store(square.b, spectrum[i + 1]);
         store(square.c, spectrum[i + 2]);
         store(square.d, spectrum[i + 3]);
-        largest = larger_of(larger_of(largest, square.a), square.b);
-        largest = larger_of(larger_of(largest, square.c), square.d);
+        largest = larger_magnitude(square.b, larger_magnitude(square.a, largest));
+        largest = larger_magnitude(square.d, larger_magnitude(square.c, largest));
     }
     for (; i < spectrum.size(); ++i) {
         for (std::size_t lane = 0; lane < lane_count; ++lane) {
             spectrum[i].lanes[lane] = number_at<Number>(rows[lane], i);
         }
-        largest = larger_of(largest, load(spectrum[i]));
+        largest = larger_magnitude(load(spectrum[i]), largest);
     }
     store(largest, result);
 }
@@ -81,11 +94,6 @@ VEKANALYSIS_INLINE void load_body(const std::array<const std::byte*, lane_count>
                                   bool is_single, std::span<Four> spectrum, Four& largest) {
     is_single ? load_rows<float>(rows, spectrum, largest)
               : load_rows<double>(rows, spectrum, largest);
-}
-
-VEKANALYSIS_INLINE Lanes product_at(std::span<const Four> values, const double* factors,
-                                    std::size_t i) {
-    return load(values[i]) * splat(factors[i]);
 }
 
 VEKANALYSIS_INLINE void dot_body(std::span<const Four> values, const double* factors,
@@ -101,63 +109,60 @@ VEKANALYSIS_INLINE void dot_body(std::span<const Four> values, const double* fac
     store(even + odd, result);
 }
 
-/// Second difference of three neighbours, within the tolerance of 0.
-VEKANALYSIS_INLINE Mask is_straight(Lanes left, Lanes middle, Lanes right, Lanes tolerance) {
-    return abs_of((left + right) - (middle + middle)) <= tolerance;
+/// Magnitude of the second difference of three neighbours.
+VEKANALYSIS_INLINE Lanes bend_of(Lanes outer_two, Lanes middle) {
+    return abs_of(outer_two - (middle + middle));
 }
 
-/// Points in fours, of which the inner two are looked at: of any two points that are two apart one
-/// is among them, so no kink, which needs both its neighbours straight, escapes.
-VEKANALYSIS_INLINE LaneMask sum_body(std::span<const Four> values, const double* factors,
-                                     const Four& tolerance, Four& result) {
-    const Lanes limit = load(tolerance);
-    Lanes even = splat(0.0);
-    Lanes odd = splat(0.0);
-    Mask straight = splat(1.0) <= splat(0.0);
-    std::size_t i = 0;
-    for (; i + 4 <= values.size(); i += 4) {
-        const Lanes p0 = product_at(values, factors, i);
-        const Lanes p1 = product_at(values, factors, i + 1);
-        const Lanes p2 = product_at(values, factors, i + 2);
-        const Lanes p3 = product_at(values, factors, i + 3);
+/// The products of an even sum.
+class EvenProducts {
+public:
+    VEKANALYSIS_INLINE EvenProducts(const EvenSum& sum, std::span<const Four> spectrum)
+        : values_(spectrum.data() + sum.factors.begin), factors_(sum.factors.weights.data()) {}
+
+    [[nodiscard]] VEKANALYSIS_INLINE Lanes operator[](std::size_t i) const {
+        return load(values_[i]) * splat(factors_[i]);
+    }
+
+    /// Adds the four from `i` on to sums of even and odd ones.
+    ///
+    /// @return the smaller of the bends at the inner two
+    VEKANALYSIS_INLINE Lanes add_four(std::size_t i, Lanes& even, Lanes& odd) const {
+        const Lanes p0 = (*this)[i];
+        const Lanes p1 = (*this)[i + 1];
+        const Lanes p2 = (*this)[i + 2];
+        const Lanes p3 = (*this)[i + 3];
         const Lanes outer = p0 + p2;
         const Lanes inner = p1 + p3;
         even = even + outer;
         odd = odd + inner;
-        straight = straight | (abs_of(outer - (p1 + p1)) <= limit);
-        straight = straight | (abs_of(inner - (p2 + p2)) <= limit);
+        return smaller_of(bend_of(outer, p1), bend_of(inner, p2));
     }
-    const std::size_t rest = i < 4 ? 1 : i - 2;
-    for (; i < values.size(); ++i) even = even + product_at(values, factors, i);
-    for (std::size_t k = rest; k + 1 < values.size(); ++k) {
-        straight = straight |
-                   is_straight(product_at(values, factors, k - 1), product_at(values, factors, k),
-                               product_at(values, factors, k + 1), limit);
-    }
-    store(even + odd, result);
-    return bits_of(straight);
-}
 
-VEKANALYSIS_INLINE LaneMask kinks_body(std::span<const Four> values, const double* factors,
-                                       const Four& tolerance) {
-    if (values.size() < 5) return 0;
-    const Lanes limit = load(tolerance);
-    Lanes left = load(values[0]) * splat(factors[0]);
-    Lanes middle = load(values[1]) * splat(factors[1]);
-    Mask none = splat(1.0) <= splat(0.0);
+private:
+    const Four* values_;
+    const double* factors_;
+};
+
+/// Where products have a kink: the bends on either side of a point are 0 within the tolerance, and
+/// its own is not.
+VEKANALYSIS_INLINE Mask kinks_of(const EvenProducts& products, std::size_t size, Lanes tolerance) {
+    Lanes left = products[0];
+    Lanes middle = products[1];
+    const Mask none = splat(1.0) <= splat(0.0);
     Mask before = none;
     Mask here = none;
     Mask found = none;
-    for (std::size_t i = 2; i < values.size(); ++i) {
-        const Lanes right = load(values[i]) * splat(factors[i]);
-        const Mask after = is_straight(left, middle, right, limit);
+    for (std::size_t i = 2; i < size; ++i) {
+        const Lanes right = products[i];
+        const Mask after = bend_of(left + right, middle) <= tolerance;
         found = found | (before & ~here & after);
         before = here;
         here = after;
         left = middle;
         middle = right;
     }
-    return bits_of(found);
+    return found;
 }
 
 /// The slopes of the intervals of an Akima interpolant, those beyond the ends extrapolated.
@@ -205,8 +210,7 @@ struct KnotSlope {
     }
 };
 
-VEKANALYSIS_INLINE LaneMask slope_body(const KnotOfSpectrum& knot, std::span<const Four> spectrum,
-                                       Four& slope) {
+VEKANALYSIS_INLINE KnotSlope slope_at(const KnotOfSpectrum& knot, std::span<const Four> spectrum) {
     Lanes p[5];
     for (std::size_t i = 0; i < knot.count; ++i) {
         p[i] = load(spectrum[knot.begin + i]);
@@ -219,9 +223,53 @@ VEKANALYSIS_INLINE LaneMask slope_body(const KnotOfSpectrum& knot, std::span<con
     }
     if (knot.left_missing) m[0] = splat(2.0) * m[1] - m[2];
     if (knot.right_missing) m[3] = splat(2.0) * m[2] - m[1];
-    const KnotSlope at_knot(m[0], m[1], m[2], m[3]);
+    return {m[0], m[1], m[2], m[3]};
+}
+
+VEKANALYSIS_INLINE LaneMask slope_body(const KnotOfSpectrum& knot, std::span<const Four> spectrum,
+                                       Four& slope) {
+    const KnotSlope at_knot = slope_at(knot, spectrum);
     store(at_knot.slope, slope);
     return bits_of(at_knot.is_straight);
+}
+
+/// The bends are looked at in fours of points, at the inner two: of any two points that are two
+/// apart one is among them, so no kink, which needs both its neighbours straight, escapes.
+VEKANALYSIS_INLINE LaneMask even_sum_body(const EvenSum& sum, std::span<const Four> spectrum,
+                                          const Four& largest, Four& result) {
+    const EvenProducts products(sum, spectrum);
+    const Lanes infinity = splat(std::numeric_limits<double>::infinity());
+    const Lanes tolerance = splat(sum.tolerance) * load(largest);
+    Lanes even = splat(0.0);
+    Lanes odd = splat(0.0);
+    Lanes least_bend = infinity;
+    std::size_t i = 0;
+    for (; i < sum.look_from; ++i) even = even + products[i];
+    for (; i + 4 <= sum.look_to; i += 4) {
+        least_bend = smaller_of(products.add_four(i, even, odd), least_bend);
+    }
+    for (; i < sum.factors.weights.size(); ++i) even = even + products[i];
+    // Rules that agree on numbers need not do so on what follows from infinities.
+    Mask unsure = load(largest) == infinity;
+    if (sum.look_from < sum.look_to) {
+        // The last four once more, with those that were left over.
+        Lanes unused = even;
+        least_bend = smaller_of(products.add_four(sum.look_to - 4, unused, unused), least_bend);
+        if (bits_of(least_bend <= tolerance) != 0) {
+            unsure = unsure | kinks_of(products, sum.factors.weights.size(), tolerance);
+        }
+    }
+    Lanes total = (even + odd) * splat(sum.step);
+    for (const auto& [index, weight] : sum.corrections) {
+        total = total + splat(weight) * load(spectrum[index]);
+    }
+    for (const KnotOfSpectrum& knot : sum.slopes) {
+        const KnotSlope at_knot = slope_at(knot, spectrum);
+        total = total + splat(knot.weight) * at_knot.slope;
+        unsure = unsure | at_knot.is_straight;
+    }
+    store(total, result);
+    return bits_of(unsure);
 }
 
 struct Piece {
@@ -401,44 +449,44 @@ VEKANALYSIS_INLINE void multiply_body(const Product& product, std::span<const Fo
     }
 }
 
-#define VEKANALYSIS_KERNELS(name, attribute)                                                       \
-    namespace name {                                                                               \
-    attribute void load(const std::array<const std::byte*, lane_count>& rows, bool is_single,      \
-                        std::span<Four> spectrum, Four& largest) {                                 \
-        load_body(rows, is_single, spectrum, largest);                                             \
-    }                                                                                              \
-    attribute void find_largest(std::span<const Four> spectrum, Four& largest) {                   \
-        find_largest_body(spectrum, largest);                                                      \
-    }                                                                                              \
-    attribute void dot(std::span<const Four> values, const double* factors, Four& result) {        \
-        dot_body(values, factors, result);                                                         \
-    }                                                                                              \
-    attribute LaneMask sum(std::span<const Four> values, const double* factors,                    \
-                           const Four& tolerance, Four& result) {                                  \
-        return sum_body(values, factors, tolerance, result);                                       \
-    }                                                                                              \
-    attribute LaneMask kinks(std::span<const Four> values, const double* factors,                  \
-                             const Four& tolerance) {                                              \
-        return kinks_body(values, factors, tolerance);                                             \
-    }                                                                                              \
-    attribute LaneMask slope(const KnotOfSpectrum& knot, std::span<const Four> spectrum,           \
-                             Four& result) {                                                       \
-        return slope_body(knot, spectrum, result);                                                 \
-    }                                                                                              \
-    attribute void integral(const Product& product, std::span<const Four> values,                  \
-                            const PlannedIntegral& planned, Four& result) {                        \
-        integral_body(product, values, planned, result);                                           \
-    }                                                                                              \
-    attribute void pieces(const Product& product, std::span<const Four> values,                    \
-                          const Pieces& wanted) {                                                  \
-        pieces_body(product, values, wanted);                                                      \
-    }                                                                                              \
-    attribute void multiply(const Product& product, std::span<const Four> parent,                  \
-                            const Pieces& coefficients, std::span<const std::uint32_t> wanted,     \
-                            std::span<Four> values) {                                              \
-        multiply_body(product, parent, coefficients, wanted, values);                              \
-    }                                                                                              \
-    constexpr Kernels all{load, find_largest, dot, sum, kinks, slope, integral, pieces, multiply}; \
+#define VEKANALYSIS_KERNELS(name, attribute)                                                   \
+    namespace name {                                                                           \
+    attribute void load(const std::array<const std::byte*, lane_count>& rows, bool is_single,  \
+                        std::span<Four> spectrum, Four& largest) {                             \
+        load_body(rows, is_single, spectrum, largest);                                         \
+    }                                                                                          \
+    attribute void find_largest(std::span<const Four> spectrum, Four& largest) {               \
+        find_largest_body(spectrum, largest);                                                  \
+    }                                                                                          \
+    attribute void smallest(std::span<const Four> values, Four& result) {                      \
+        smallest_body(values, result);                                                         \
+    }                                                                                          \
+    attribute void dot(std::span<const Four> values, const double* factors, Four& result) {    \
+        dot_body(values, factors, result);                                                     \
+    }                                                                                          \
+    attribute LaneMask even_sum(const EvenSum& sum, std::span<const Four> spectrum,            \
+                                const Four& largest, Four& result) {                           \
+        return even_sum_body(sum, spectrum, largest, result);                                  \
+    }                                                                                          \
+    attribute LaneMask slope(const KnotOfSpectrum& knot, std::span<const Four> spectrum,       \
+                             Four& result) {                                                   \
+        return slope_body(knot, spectrum, result);                                             \
+    }                                                                                          \
+    attribute void integral(const Product& product, std::span<const Four> values,              \
+                            const PlannedIntegral& planned, Four& result) {                    \
+        integral_body(product, values, planned, result);                                       \
+    }                                                                                          \
+    attribute void pieces(const Product& product, std::span<const Four> values,                \
+                          const Pieces& wanted) {                                              \
+        pieces_body(product, values, wanted);                                                  \
+    }                                                                                          \
+    attribute void multiply(const Product& product, std::span<const Four> parent,              \
+                            const Pieces& coefficients, std::span<const std::uint32_t> wanted, \
+                            std::span<Four> values) {                                          \
+        multiply_body(product, parent, coefficients, wanted, values);                          \
+    }                                                                                          \
+    constexpr Kernels all{load,  find_largest, smallest, dot,     even_sum,                    \
+                          slope, integral,     pieces,   multiply};                            \
     }
 
 VEKANALYSIS_KERNELS(baseline, )
@@ -447,6 +495,16 @@ VEKANALYSIS_KERNELS(avx2, __attribute__((target("avx2"))))
 #endif
 
 }  // namespace
+
+void fetch(std::span<const std::byte> memory) noexcept {
+#if defined(__GNUC__)
+    constexpr std::size_t line = 64;
+    for (std::size_t i = 0; i < memory.size(); i += line)
+        __builtin_prefetch(memory.data() + i, 0, 2);
+#else
+    static_cast<void>(memory);
+#endif
+}
 
 const Kernels& kernels() noexcept {
 #if defined(__GNUC__) && defined(__x86_64__)

@@ -3,6 +3,7 @@
 #include <array>
 #include <cstddef>
 #include <span>
+#include <vector>
 
 #include "quantities/products.hpp"
 
@@ -41,6 +42,32 @@ struct KnotOfSpectrum {
     std::vector<std::array<double, 5>> factors{};  // of each multiplication
 };
 
+/// Integral that is a weighted sum of the spectrum's values.
+struct WeightedSum {
+    std::size_t begin = 0;  // first value that counts
+    std::vector<double> weights{};
+};
+
+/// Integral of an Akima interpolant over even steps: there the slopes at the inner knots cancel,
+/// and what remains is the trapezoidal rule and the slopes at the ends.
+///
+/// That holds but for a kink between straight runs, where an Akima interpolant does not round the
+/// corner; `tolerance` finds these.
+struct EvenSum {
+    WeightedSum factors{};
+    double step = 0.0;
+    struct Correction {
+        std::size_t index;
+        double weight;
+    };
+    std::vector<Correction> corrections{};  // the ends of the rule
+    std::vector<KnotOfSpectrum> slopes{};   // that do not cancel and are not linear
+    double tolerance = 0.0;                 // of a second difference, of the largest value
+    /// Where points of a kink may be, of the factors; at least four, or none.
+    std::size_t look_from = 0;
+    std::size_t look_to = 0;
+};
+
 /// They write to memory that they are given: compilers do not align every copy of a returned Four.
 struct Kernels {
     /// Spectra side by side, and the largest magnitude of each, NaN left out.
@@ -52,19 +79,19 @@ struct Kernels {
     /// The largest magnitude of each spectrum, NaN left out.
     void (*find_largest)(std::span<const Four> spectrum, Four& largest);
 
+    /// The smallest value of each spectrum, NaN where one of them is.
+    void (*smallest)(std::span<const Four> values, Four& result);
+
     /// Sum of values[i] * factors[i].
     void (*dot)(std::span<const Four> values, const double* factors, Four& result);
 
-    /// The same.
+    /// An even sum.
     ///
-    /// @return the lanes in which a second difference of the products is so small, against the
-    ///         tolerance, that there may be a kink between straight runs
-    LaneMask (*sum)(std::span<const Four> values, const double* factors, const Four& tolerance,
-                    Four& result);
-
-    /// The lanes in which the products have such a kink: the second differences on either side of
-    /// a point are 0 within the tolerance, and its own is not.
-    LaneMask (*kinks)(std::span<const Four> values, const double* factors, const Four& tolerance);
+    /// @param largest  magnitude of each spectrum
+    /// @return the lanes in which it may not hold: those with a kink, with a slope at an end that
+    ///         is undefined, or with infinities
+    LaneMask (*even_sum)(const EvenSum& sum, std::span<const Four> spectrum, const Four& largest,
+                         Four& result);
 
     /// The slope at a knot, bit for bit.
     ///
@@ -82,6 +109,9 @@ struct Kernels {
     void (*multiply)(const Product& product, std::span<const Four> parent, const Pieces& pieces,
                      std::span<const std::uint32_t> wanted_pieces, std::span<Four> values);
 };
+
+/// Asks for memory to be brought near.
+void fetch(std::span<const std::byte> memory) noexcept;
 
 /// The kernels for this machine. All give the same numbers.
 [[nodiscard]] const Kernels& kernels() noexcept;
