@@ -210,6 +210,13 @@ def test_files_are_read_as_they_state(
     assert all(380.0 <= s.scan.min_wavelength() <= 999.5 for s in spectra)
 
 
+@pytest.mark.parametrize(("highest", "told"), [(1.5, True), (2, False)])
+def test_per_cent_that_look_like_fractions_are_told(highest: float, told: bool) -> None:
+    (lens,) = read(f"nm;T [%]\n400;0.5\n410;{highest}\n")
+    assert lens.scan.values() == [0.005, highest / 100]
+    assert lens.notes[0].endswith("divided by 100, at most 1.5 %" if told else "divided by 100")
+
+
 REFUSED: dict[str, tuple[str, dict[str, Any], str, str]] = {
     "unit against %": ("nm;T [1]\n400;1", {"unit": "%"}, "stated is 1, asked for is %", "--unit"),
     "kind": ("nm;R\n400;1", {"kind": "transmittance"}, "stated is reflectance, asked", "--kind"),

@@ -11,7 +11,8 @@ from .statements import LOOSE, Reading, Statement, taken
 
 # Above it a transmittance or reflectance without a unit is likely in per cent.
 _HIGHEST_FRACTION = 2.0
-# Up to it a column that nobody but the caller says to be in per cent is likely in fractions.
+# Up to it a column that nobody but the caller says to be in per cent is likely in fractions; one
+# that says so itself may have a wrong title.
 _LOWEST_PER_CENT = 1.5
 
 
@@ -78,6 +79,8 @@ def settled(
         elif divisor != 1.0:
             scan = scan / divisor
             note += f", divided by {divisor:.10g}"
+        if known.name == "%" and highest is not None and highest <= _LOWEST_PER_CENT:
+            note += f", at most {highest:.10g} %"
     return Values(scan, kind, unit, (note,))
 
 
