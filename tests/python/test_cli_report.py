@@ -183,6 +183,18 @@ def test_what_files_state_is_followed_and_told(run: Runner, tmp_path: Path) -> N
     assert "'bronze': cells without a number left out: 1, the first in line 7" in found[1][2]
 
 
+def test_a_refused_column_is_told_with_what_was_made_of_its_title(
+    run: Runner, tmp_path: Path
+) -> None:
+    path = tmp_path / "a.csv"
+    path.write_text("nm;T;u(T)\n400;0.5;0.1\n410;0.5;0.1\n")
+    refusal = run.refuse("report", path)
+    assert refusal.endswith(
+        "a.csv: u(T): not known to be a transmittance; column 2 'u(T)': 'u' may be an uncertainty "
+        "or the name of a sample; choose other columns with --columns"
+    )
+
+
 OPTIONS = {
     "400;0,5;9\n780;0,5;9\n": "--columns 0,1",
     "# run 3\n400 5\n780 5\n400 9\n780 9\n": "--skip 4-5 --unit %",

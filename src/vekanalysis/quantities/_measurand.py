@@ -86,6 +86,9 @@ def _kind_of(spectrum: Spectrum) -> units.Kind:
 def _other_kind(spectrum: Spectrum, wanted: str) -> Refusal:
     article = "an" if wanted[0] in "aeiou" else "a"
     unit = "its unit is not stated" if spectrum.unit is None else f"its unit is {spectrum.unit}"
+    if spectrum.kind == "other" and spectrum.notes and wanted == "transmittance":
+        # What was made of its title; of light every quantity has its reason, so it is shorter.
+        unit = spectrum.notes[-1]
     remedy = None
     if spectrum.source.data_set is not None:
         remedy = Remedy("choose another with {}", (("data_sets", ...),))
