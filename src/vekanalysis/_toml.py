@@ -4,11 +4,11 @@ import hashlib
 import os
 import tomllib
 from collections.abc import Collection, Iterator, Mapping
-from difflib import get_close_matches
 from pathlib import Path
 from typing import Any, NamedTuple, Self
 
 from ._files import read_regular
+from ._nearest import nearest
 from ._parsing import parsed
 from .errors import Refusal
 
@@ -90,16 +90,6 @@ def _whole_numbers(document: dict[str, Any]) -> Iterator[int]:
             left += value
         elif isinstance(value, int):
             yield value
-
-
-def nearest(name: str, known: Collection[str]) -> str:
-    """``; did you mean 'noise'?``, or all that there are; nothing if they are very many."""
-    close = get_close_matches(name, known, 1)
-    if close:
-        return f"; did you mean '{close[0]}'?"
-    if len(known) > 20:
-        return ""
-    return "; there are " + ", ".join(f"'{each}'" for each in known)
 
 
 def line_of(text: str, place: Place) -> int | None:

@@ -10,7 +10,7 @@ from types import MappingProxyType
 from typing import Any, Final
 
 from .._core import Scan, colorimetry, version
-from .._toml import nearest
+from .._nearest import nearest
 from ..errors import Refusal
 from ..quantities import (
     DERIVED,

@@ -10,7 +10,7 @@ from collections.abc import Collection, Mapping, Sequence
 from statistics import NormalDist
 from typing import Final, Literal, NamedTuple
 
-from .._toml import nearest
+from .._nearest import nearest
 from ..errors import Refusal
 from ..quantities import LENS_FULL, REFERENCES, Quantity, Value
 from ..uncertainty import Results, Uncertain, coverage_factor

@@ -6,7 +6,8 @@ from collections.abc import Mapping
 from dataclasses import dataclass
 from typing import Any, Final, Literal, NamedTuple, Self
 
-from .._toml import Place, TomlFile, nearest
+from .._nearest import nearest
+from .._toml import Place, TomlFile
 from ..quantities import LENS_FULL, Quantity
 
 type Rule = Literal["simple", "guard-band", "non-binary", "uncritical"]

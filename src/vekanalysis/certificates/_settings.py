@@ -8,7 +8,8 @@ from types import MappingProxyType
 from typing import Any, Final, NamedTuple, Self
 
 from .._files import open_regular
-from .._toml import Place, TomlFile, nearest
+from .._nearest import nearest
+from .._toml import Place, TomlFile
 from ..errors import Refusal
 from ..quantities import LENS, LENS_FULL, REPLACEABLE, OwnTable
 

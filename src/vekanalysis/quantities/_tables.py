@@ -9,7 +9,7 @@ from typing import Final, NamedTuple, Self
 from .._core import Scan, colorimetry
 from .._core.quantities import REFERENCES, Quantity, is_replaceable
 from .._core.quantities import with_tables as compiled_with_tables
-from .._toml import nearest
+from .._nearest import nearest
 from ..errors import Refusal
 
 REPLACEABLE: Final = tuple(each.name for each in REFERENCES if is_replaceable(each.name))

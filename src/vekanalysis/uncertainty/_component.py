@@ -10,7 +10,7 @@ import numpy as np
 
 from .. import units
 from .._core import Scan
-from .._toml import nearest
+from .._nearest import nearest
 from ..errors import Refusal
 from ..spectrum import Spectrum
 from ._sizes import Curve, Factor, as_curve, correlation_factor, covariance_factor

@@ -9,7 +9,7 @@ from typing import Final, NamedTuple
 import numpy as np
 
 from .._core import uncertainty as kernels
-from .._toml import nearest
+from .._nearest import nearest
 from ._rounding import rounded
 from ._sizes import Floats
 
