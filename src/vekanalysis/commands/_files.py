@@ -18,9 +18,10 @@ def input_files(names: Sequence[str], output: str, pattern: str | None = None) -
         raise CommandError("no files: name a FILE or a directory")
     files: list[str] = []
     target = None if output == "-" else os.path.realpath(output)
+    own = None if target is None else os.path.basename(target)
     for name in names:
         if os.path.isdir(name):
-            found = [entry.path for entry in _walk(name, pattern) if not _is(entry, target)]
+            found = [entry.path for entry in _walk(name, pattern) if not _is(entry, target, own)]
             if not found:
                 wanted = pattern or ", ".join(EXTENSIONS)
                 raise CommandError(f"{name}: no {wanted} files in this directory or below")
@@ -66,8 +67,8 @@ def _is_wanted(entry: os.DirEntry[str], pattern: str | None) -> bool:
     return fnmatch(entry.name, pattern) and entry.is_file()
 
 
-def _is(entry: os.DirEntry[str], target: str | None) -> bool:
+def _is(entry: os.DirEntry[str], target: str | None, name: str | None) -> bool:
     """Whether it is the file, without a look at the folders above it where that can be told."""
-    if target is None or not (entry.is_symlink() or entry.name == os.path.basename(target)):
+    if target is None or not (entry.is_symlink() or entry.name == name):
         return False
     return os.path.realpath(entry.path) == target
