@@ -293,6 +293,14 @@ def test_what_has_no_mean_costs_no_other_object(run: Runner, tmp_path: Path) -> 
     assert "short_2.csv: 99 points from 280 to 770 nm, and " in told[-1][2]
     assert not any(row[TAU_V] for row in rows if row["error"])
     assert "13 files, 3 objects; 5 failed: " in table.err
+    (tmp_path / "tuesday").mkdir()
+    write_csv(tmp_path / "tuesday/good_3.csv", flat(0.7))
+    again = run("report", "--group", "{object}_*", "--csv", "-", tmp_path)
+    reason = f"{tmp_path}/tuesday/good_3.csv: has the name of {tmp_path}/good_3.csv; "
+    assert [*csv.DictReader(io.StringIO(again.out))][4]["error"].startswith(reason)
+    of_all = run("report", "--group", "*/{object}_*", "--csv", "-", tmp_path)
+    rows = [*csv.DictReader(io.StringIO(of_all.out))]
+    assert ("tuesday/good", "1") in [(row["object"][-12:], row["n"]) for row in rows]
     out = tmp_path / "table"
     several = run.refuse("report", "--group", "*: {object}_?", "--csv", out, tmp_path)
     assert not out.exists()

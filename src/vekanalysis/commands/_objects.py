@@ -13,6 +13,7 @@ from ._groups import misfit, name_of, object_in, place_of
 
 # Before the name of a data set or column in what a pattern is of.
 _PART: Final = ":"
+_FOLDERS: Final = "have folders in --group, such as '{object}/*' or '*/{object}_*'"
 
 
 class Step(NamedTuple):
@@ -29,6 +30,7 @@ def rows_of_objects(
     """The row of each object, in the order of their first scans, behind those of stray files.
 
     An object of which a scan cannot be read has no mean: that of the others would not be the same.
+    Nor has one with scans of one name in two folders, which may well be two objects.
 
     Raises
     ------
@@ -36,7 +38,9 @@ def rows_of_objects(
         If a file cannot be read whose objects are told by its data sets or columns.
     """
     objects: dict[str, list[Spectrum]] = {}
-    lacking: dict[str, str] = {}
+    reasons: dict[str, str] = {}
+    # By the names of scans.
+    places: dict[str, str] = {}
     for file in files:
         spectra, reason = spectra_of(file, reading, for_command_line)
         strays = []
@@ -49,22 +53,22 @@ def rows_of_objects(
                 strays.append(failure)
             else:
                 objects.setdefault(found, [])
-                lacking.setdefault(found, failure)
+                reasons.setdefault(found, f"{failure}; its object has no mean without it")
         for each in spectra or ():
             name = name_of(file, place_of(each)[1], pattern)
             found = object_in(name, pattern)
             if found is None:
                 strays.append(f"{each.where}: {misfit(name)}")
-            else:
-                objects.setdefault(found, []).append(each)
+                continue
+            objects.setdefault(found, []).append(each)
+            if (other := places.setdefault(name, file)) != file:
+                reasons.setdefault(found, f"{file}: has the name of {other}; {_FOLDERS}")
         yield Step(file, [table.failed_object(None, reason) for reason in strays])
     while objects:
         label = next(iter(objects))
         scans = objects.pop(label)
-        if label in lacking:
-            row = table.failed_object(
-                label or None, f"{lacking[label]}; its object has no mean without it"
-            )
+        if label in reasons:
+            row = table.failed_object(label or None, reasons[label])
         else:
             row = _row(table, scans, label or None)
         yield Step(label or "all", [row], 0)
