@@ -262,18 +262,33 @@ bool fits(const Evaluator& self, const Scan& scan) {
 }
 
 /// None in a place for what is refused.
-py::list row_of(const Evaluator& self, const Scan& scan) {
-    if (!fits(self, scan)) throw py::value_error("Evaluator.row: the scan has another grid");
-    require_unchanged_tables(self);
+py::list rows_of(const Evaluator& self,
+                 const std::vector<std::reference_wrapper<const Scan>>& scans) {
     const std::size_t count = self.quantities().size();
-    std::vector<double> results(count);
-    self.evaluate(scan.data().values(), results);
-    py::list row(count);
-    for (std::size_t i = 0; i < count; ++i) {
-        const bool is_refused = !self.coverage()[i].problem.empty();
-        row[i] = is_refused ? py::object(py::none()) : py::object(py::float_(results[i]));
+    constexpr auto step = static_cast<std::ptrdiff_t>(sizeof(double));
+    std::vector<double> results(scans.size() * count);
+    std::vector<Evaluator::Row> spectra;
+    std::vector<Evaluator::Results> places;
+    for (const Scan& scan : scans) {
+        if (!fits(self, scan)) throw py::value_error("Evaluator.rows: a scan has another grid");
+        double* const place = results.data() + places.size() * count;
+        spectra.push_back(
+            {reinterpret_cast<const std::byte*>(scan.data().values().data()), step, false});
+        places.push_back({reinterpret_cast<std::byte*>(place), step});
     }
-    return row;
+    require_unchanged_tables(self);
+    self.evaluate(spectra, places);
+    py::list rows(scans.size());
+    for (std::size_t k = 0; k < scans.size(); ++k) {
+        py::list row(count);
+        for (std::size_t i = 0; i < count; ++i) {
+            const bool is_refused = !self.coverage()[i].problem.empty();
+            const double result = results[k * count + i];
+            row[i] = is_refused ? py::object(py::none()) : py::object(py::float_(result));
+        }
+        rows[k] = row;
+    }
+    return rows;
 }
 
 }  // namespace
@@ -309,11 +324,11 @@ void add_evaluator_class(py::module_& m) {
                 .returns("array of shape (q, n)")
                 .raises("ValueError", "If a spectrum is needed, or its shape does not fit."));
     cls.def("fits", &fits, "scan"_a, "Whether a scan has this grid, and these settings.");
-    cls.def("row", &row_of, "scan"_a,
-            Docstring("The quantities of a scan that fits, without NumPy.")
-                .parameter("scan", "Scan")
-                .returns("list of float or None", "None for refused quantities.")
-                .raises("ValueError", "If the scan has another grid.")
+    cls.def("rows", &rows_of, "scans"_a,
+            Docstring("The quantities of scans that fit, without NumPy.")
+                .parameter("scans", "sequence of Scan")
+                .returns("list of list of float or None", "None for refused quantities.")
+                .raises("ValueError", "If a scan has another grid.")
                 .raises("RuntimeError", "If a built-in spectrum has been changed meanwhile."));
     cls.def_property_readonly(
         "wavelengths",

@@ -63,6 +63,19 @@ def test_an_array_gives_what_its_spectra_give(grid: Floats, form: vek.Interpolat
     np.testing.assert_allclose(result, expected, rtol=1e-12, atol=1e-12)
 
 
+@pytest.mark.parametrize("catalogue", [LENS_FULL, LIGHT])
+def test_scans_together_give_what_each_gives(catalogue: tuple[quantities.Quantity, ...]) -> None:
+    coarse = np.arange(300.0, 801.0, 5.0)
+    scans = [vek.Scan(GRID, values) for values in lenses(GRID, 6)]
+    scans[2:2] = [vek.Scan(coarse, values) for values in lenses(coarse, 3)]
+    scans[4] = vek.Scan(coarse, np.where(coarse == 500.0, math.nan, 0.5))
+    scans[6] = vek.Scan(GRID, np.zeros(len(GRID)))
+    scans.append(vek.Scan([400.0, 700.0], [0.1, 0.2]))
+    together = quantities.Figures(catalogue).of_many(scans)
+    assert repr(together) == repr([quantities.Figures(catalogue)(scan) for scan in scans])
+    assert quantities.Figures(catalogue).of_many([]) == []
+
+
 def test_the_functions_themselves_agree() -> None:
     values = lenses(GRID, 4)
     keys = [V, "ISO8980_3_tau_signal_led.red", "CIE_1931_chromaticity.y"]

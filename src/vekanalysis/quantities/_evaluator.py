@@ -175,7 +175,11 @@ class Evaluator:
 
     def is_for(self, scan: Scan, white: Spectrum | Scan | str) -> bool:
         """Whether a scan has this grid and these settings, white and built-in spectra included."""
-        return self._core.fits(scan) and self._white == white_of(white) and self.is_current
+        return self.fits(scan) and self._white == white_of(white) and self.is_current
+
+    def fits(self, scan: Scan) -> bool:
+        """Whether a scan has this grid, epsilon and interpolation."""
+        return self._core.fits(scan)
 
     def row(self, scan: Scan) -> list[float | None]:
         """The quantities of a scan, as a call gives them for its values, without NumPy.
@@ -197,7 +201,12 @@ class Evaluator:
         RuntimeError
             If a built-in spectrum has been changed since this was made.
         """
-        return self._core.row(scan)
+        (row,) = self._core.rows([scan])
+        return row
+
+    def rows(self, scans: Sequence[Scan]) -> list[list[float | None]]:
+        """The `row` of each of some scans, four in the time of one."""
+        return self._core.rows(scans)
 
     def __repr__(self) -> str:
         grid = self._core.wavelengths

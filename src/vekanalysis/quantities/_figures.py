@@ -155,6 +155,24 @@ class Figures:
             self._last = said, merged
         return numbers, merged
 
+    def of_many(self, scans: Sequence[Scan]) -> list[tuple[list[float | None], tuple[Value, ...]]]:
+        """What a call gives for each of some scans; in less time for those on one grid."""
+        if len(self._groups) != 1:
+            return [self(scan) for scan in scans]
+        (group,) = self._groups
+        found = []
+        evaluator, together = None, list[Scan]()
+        for scan in scans:
+            if evaluator is None or not evaluator.fits(scan):
+                if evaluator is not None:
+                    found += self._rows(evaluator, together, group)
+                evaluator = _evaluator_for(scan, group.records, group.names, self._white)
+                together = []
+            together.append(scan)
+        if evaluator is not None:
+            found += self._rows(evaluator, together, group)
+        return found
+
     def values(self, spectrum: Spectrum | Scan) -> dict[str, Value]:
         """The values of a spectrum, by the keys of the quantities, as `evaluate` gives them."""
         numbers, said = self(spectrum)
@@ -177,14 +195,29 @@ class Figures:
                     Value(problem=problem, needed=record.needed) for record in group.records
                 )
         evaluator = _evaluator_for(scan, group.records, group.names, self._white)
-        numbers, said = evaluator.row(scan), evaluator.coverage
-        # All but None and 0 are looked at.
-        if not all(map(math.isfinite, filter(None, numbers))):
-            missing = [i for i, n in enumerate(numbers) if n is not None and not math.isfinite(n)]
-            # The functions say what the matter is.
-            found = evaluate(scan, [group.records[i] for i in missing], white=self._white)
-            all_said = [*said]
-            for i, value in zip(missing, found.values(), strict=True):
-                numbers[i], all_said[i] = value.value, value._replace(value=None)
-            said = tuple(all_said)
-        return numbers, said
+        (found,) = self._rows(evaluator, [scan], group)
+        return found
+
+    def _rows(
+        self, evaluator: Evaluator, scans: Sequence[Scan], group: _Group
+    ) -> list[tuple[list[float | None], tuple[Value, ...]]]:
+        """The numbers of scans on the grid of an evaluator, and what is to be said of each."""
+        found = []
+        for scan, numbers in zip(scans, evaluator.rows(scans), strict=True):
+            said = evaluator.coverage
+            # All but None and 0 are looked at.
+            if not all(map(math.isfinite, filter(None, numbers))):
+                said = self._missing(scan, group, numbers, said)
+            found.append((numbers, said))
+        return found
+
+    def _missing(
+        self, scan: Scan, group: _Group, numbers: list[float | None], said: Sequence[Value]
+    ) -> tuple[Value, ...]:
+        """What is said of all, when the functions have said what the matter is with some."""
+        missing = [i for i, n in enumerate(numbers) if n is not None and not math.isfinite(n)]
+        found = evaluate(scan, [group.records[i] for i in missing], white=self._white)
+        all_said = [*said]
+        for i, value in zip(missing, found.values(), strict=True):
+            numbers[i], all_said[i] = value.value, value._replace(value=None)
+        return tuple(all_said)

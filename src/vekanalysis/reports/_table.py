@@ -3,6 +3,7 @@
 import math
 import os
 from collections.abc import Iterable, Mapping, Sequence
+from itertools import islice
 from typing import TYPE_CHECKING, Any, Literal, NamedTuple
 
 from ..errors import Refusal
@@ -139,7 +140,12 @@ class Table:
         None for files that are to be taken by themselves, by `rows`: what there is to be said of
         one concerns no other.
         """
-        made = [self._rows(spectra) for spectra in files]
+        prepared = [self._prepared(spectra) for spectra in files]
+        try:
+            flat = iter(self._made([each for spectra in prepared for each in spectra or ()]))
+        except Refusal:
+            return [None] * len(files)
+        made = [None if each is None else [*islice(flat, len(each))] for each in prepared]
         rows: list[list[Row] | None] = [
             None if each is None else [row for row, _, _ in each] for each in made
         ]
@@ -182,28 +188,36 @@ class Table:
             tables=self._tables,
         )
 
-    def _rows(self, spectra: Sequence[Spectrum]) -> list[_Made] | None:
+    def _prepared(self, spectra: Sequence[Spectrum]) -> list[Spectrum] | None:
+        """The spectra as the report has them; None if it refuses one."""
+        spectra = as_spectra(spectra)
+        if self._kind == "light":
+            return [*map(with_warnings, spectra)]
         try:
-            return [self._row(spectrum) for spectrum in as_spectra(spectra)]
+            lenses = [measurand(spectrum, "transmittance") for spectrum in spectra]
+            if self._grid is not None:
+                thinned = self._budget is not None
+                lenses = [on_grid(each, self._grid, thinned=thinned) for each in lenses]
         except Refusal:
             return None
+        return lenses
 
-    def _row(self, spectrum: Spectrum) -> _Made:
-        """The row that the report has of a spectrum, without the report."""
+    def _made(self, spectra: Sequence[Spectrum]) -> list[_Made]:
+        """The rows that the report has of prepared spectra, without the report."""
+        figures = self._figures_of()
         if self._kind == "light":
-            spectrum = with_warnings(spectrum)
-            numbers, said = self._figures_of()(spectrum)
+            found = [figures(spectrum) for spectrum in spectra]
         else:
-            spectrum = measurand(spectrum, "transmittance")
-            if self._grid is not None:
-                spectrum = on_grid(spectrum, self._grid, thinned=self._budget is not None)
-            numbers, said = self._figures_of()(spectrum.scan)
-        last, notes = self._notes
-        if said is not last:
-            notes = notes_of(dict(zip(self._columns, said, strict=True)))
-            self._notes = said, notes
-        row = facts_of(spectrum, notes) | dict(zip(self._columns, numbers, strict=True))
-        return _Made(row, spectrum, numbers)
+            found = figures.of_many([spectrum.scan for spectrum in spectra])
+        made = []
+        for spectrum, (numbers, said) in zip(spectra, found, strict=True):
+            last, notes = self._notes
+            if said is not last:
+                notes = notes_of(dict(zip(self._columns, said, strict=True)))
+                self._notes = said, notes
+            row = facts_of(spectrum, notes) | dict(zip(self._columns, numbers, strict=True))
+            made.append(_Made(row, spectrum, numbers))
+        return made
 
     def _figures_of(self) -> Figures:
         if self._figures is None:
