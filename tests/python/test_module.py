@@ -101,6 +101,7 @@ def test_numpy_is_imported_only_when_an_array_is_handed_out() -> None:
 import sys, vekanalysis as vek
 scan = vek.Scan([1, 2], [1, 2], interpolation=vek.LINEAR)
 scan(1), scan(1.5), scan(1, 2), vek.colorimetry.data.cie_illuminant_a()(555)
+vek.reports.lens(vek.samples.read('grey-glass')).text()
 print('numpy' in sys.modules)
 scan.to_numpy()
 print('numpy' in sys.modules)

@@ -1,6 +1,8 @@
 """What a spectrum must be before a quantity is made of it."""
 
 import math
+from itertools import pairwise
+from operator import sub
 
 from .. import units
 from .._core.quantities import lie_within
@@ -134,17 +136,20 @@ def _as_transmittance(spectrum: Spectrum) -> Spectrum:
 
 def _with_gap_told(spectrum: Spectrum) -> Spectrum:
     """With a note on the widest gap between points where quantities of lenses are computed."""
-    wavelengths = spectrum.scan.to_numpy()[0]
-    steps = wavelengths[1:] - wavelengths[:-1]
-    if not steps.size or steps.max() <= _WIDEST_STEP:
+    # No array: NumPy takes longer to import than a report of one file to make.
+    wavelengths = spectrum.scan.wavelengths()
+    if max(map(sub, wavelengths[1:], wavelengths[:-1], strict=True), default=0.0) <= _WIDEST_STEP:
         return spectrum
-    steps[(wavelengths[1:] <= _BANDS[0]) | (wavelengths[:-1] >= _BANDS[1])] = 0.0
-    if steps.max() <= _WIDEST_STEP:
+    gaps = [
+        (end - start, start, end)
+        for start, end in pairwise(wavelengths)
+        if end > _BANDS[0] and start < _BANDS[1]
+    ]
+    width, start, end = max(gaps, default=(0.0, 0.0, 0.0), key=lambda gap: gap[0])
+    if width <= _WIDEST_STEP:
         return spectrum
-    place = int(steps.argmax())
-    start, end = wavelengths[place], wavelengths[place + 1]
     note = (
-        f"points are up to {end - start:.10g} nm apart ({start:.10g}-{end:.10g} nm); what lies "
+        f"points are up to {width:.10g} nm apart ({start:.10g}-{end:.10g} nm); what lies "
         "between was not measured"
     )
     if note in spectrum.notes:
