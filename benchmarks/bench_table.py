@@ -3,7 +3,7 @@
 Prints the processor time of `vekanalysis report --csv` in one process, its start included, that of
 `io.load_csv` on all files and `csv.writer` on the finished rows, and their ratio; and the same for
 the time that passes. Then that of the table with `--uncertainty`, against the table without. Each
-is the best of some rounds.
+is the best of some rounds, in which they take turns.
 
 usage: .venv/bin/python benchmarks/bench_table.py [FILES]
 """
@@ -28,7 +28,7 @@ try:
 except ImportError:
     sys.exit("processor times of other processes are had on POSIX systems only")
 
-ROUNDS = 5
+ROUNDS = 7
 BUDGET = Path(__file__).parents[1] / "examples/budget.toml"
 
 
@@ -43,15 +43,15 @@ def make_files(folder: Path, count: int) -> list[str]:
     return sorted(map(str, folder.glob("*.csv")))
 
 
-def best(work: Callable[[], object], who: int) -> tuple[float, float]:
+def timed(work: Callable[[], object], who: int) -> tuple[float, float]:
     """Processor time and passed time."""
-    times = []
-    for _ in range(ROUNDS):
-        before, start = getrusage(who), time.perf_counter()
-        work()
-        after, end = getrusage(who), time.perf_counter()
-        used = after.ru_utime + after.ru_stime - before.ru_utime - before.ru_stime
-        times.append((used, end - start))
+    before, start = getrusage(who), time.perf_counter()
+    work()
+    after, end = getrusage(who), time.perf_counter()
+    return after.ru_utime + after.ru_stime - before.ru_utime - before.ru_stime, end - start
+
+
+def best(times: list[tuple[float, float]]) -> tuple[float, float]:
     return min(used for used, _ in times), min(passed for _, passed in times)
 
 
@@ -82,8 +82,7 @@ def main() -> None:
             run("--uncertainty", str(BUDGET))
 
         run_with_uncertainty()
-        uncertain = best(run_with_uncertainty, RUSAGE_CHILDREN)
-        ours = best(run, RUSAGE_CHILDREN)
+        run()
         with open(table, newline="") as file:
             rows = [[number(cell) for cell in row] for row in csv.reader(file)]
 
@@ -93,7 +92,12 @@ def main() -> None:
             with open(folder / "floor.csv", "w", newline="") as out:
                 csv.writer(out).writerows(rows)
 
-        least = best(floor, RUSAGE_SELF)
+        rounds: list[list[tuple[float, float]]] = [[], [], []]
+        for _ in range(ROUNDS):
+            rounds[0].append(timed(run_with_uncertainty, RUSAGE_CHILDREN))
+            rounds[1].append(timed(run, RUSAGE_CHILDREN))
+            rounds[2].append(timed(floor, RUSAGE_SELF))
+        uncertain, ours, least = map(best, rounds)
     for kind, times, peers, aim in (
         ("the table", ours, least, 2.5),
         ("--uncertainty", uncertain, ours, 3.0),
