@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <functional>
 #include <map>
+#include <optional>
+#include <span>
 #include <string>
 #include <utility>
 #include <vector>
@@ -226,6 +228,23 @@ RuntimeError
         },
         "scan"_a, "lowest"_a, "highest"_a,
         "Whether all values of a scan lie between two numbers; NaN does not.");
+    m.def(
+        "widest_step",
+        [](const Scan& scan, double from, double to) {
+            std::optional<std::pair<double, double>> found;
+            const std::span<const double> wavelengths = scan.data().keys();
+            for (std::size_t i = 1; i < wavelengths.size(); ++i) {
+                const double start = wavelengths[i - 1];
+                const double end = wavelengths[i];
+                const bool reaches_in = end > from && start < to;
+                const bool is_wider = !found || end - start > found->second - found->first;
+                if (reaches_in && is_wider) found.emplace(start, end);
+            }
+            return found;
+        },
+        "scan"_a, "start"_a, "end"_a,
+        "The neighbours furthest apart, in nm, of those with a part of a band between them; None "
+        "without such.");
     m.def(
         "evaluate",
         [](const Scan& spectrum,

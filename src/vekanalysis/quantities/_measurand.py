@@ -1,11 +1,9 @@
 """What a spectrum must be before a quantity is made of it."""
 
 import math
-from itertools import pairwise
-from operator import sub
 
 from .. import units
-from .._core.quantities import lie_within
+from .._core.quantities import lie_within, widest_step
 from ..errors import Refusal, Remedy
 from ..spectrum import Spectrum
 
@@ -136,20 +134,11 @@ def _as_transmittance(spectrum: Spectrum) -> Spectrum:
 
 def _with_gap_told(spectrum: Spectrum) -> Spectrum:
     """With a note on the widest gap between points where quantities of lenses are computed."""
-    # No array: NumPy takes longer to import than a report of one file to make.
-    wavelengths = spectrum.scan.wavelengths()
-    if max(map(sub, wavelengths[1:], wavelengths[:-1], strict=True), default=0.0) <= _WIDEST_STEP:
-        return spectrum
-    gaps = [
-        (end - start, start, end)
-        for start, end in pairwise(wavelengths)
-        if end > _BANDS[0] and start < _BANDS[1]
-    ]
-    width, start, end = max(gaps, default=(0.0, 0.0, 0.0), key=lambda gap: gap[0])
-    if width <= _WIDEST_STEP:
+    start, end = widest_step(spectrum.scan, *_BANDS) or (0.0, 0.0)
+    if end - start <= _WIDEST_STEP:
         return spectrum
     note = (
-        f"points are up to {width:.10g} nm apart ({start:.10g}-{end:.10g} nm); what lies "
+        f"points are up to {end - start:.10g} nm apart ({start:.10g}-{end:.10g} nm); what lies "
         "between was not measured"
     )
     if note in spectrum.notes:
