@@ -164,7 +164,7 @@ def read_text(
     columns: list[Column] = []
     for pair in chosen:
         if options.columns is None and _counts_rows(numbers, pair):
-            notes.append(f"'{names[pair.values]}' left out: it numbers the rows")
+            notes.append(f"'{shortened(names[pair.values])}' left out: it numbers the rows")
             continue
         name = _name(titles, names, pair)
         columns.append(_column(numbers, pair, name, titles, header, options))
