@@ -335,13 +335,25 @@ class Trial:
 
 
 def python_tests(near: str) -> list[str]:
-    """All test files, those first that by name, then by words, have to do with a source."""
-    parts = {part for part in re.split(r"[/_]", near.partition(".")[0]) if len(part) > 3}
-    parts -= {"vekanalysis", "python", "init", "module"}
-    words = re.compile("|".join(sorted(parts)) or r"\Z")
+    """All test files, those first that by name, then by words, have to do with a source.
 
-    def distance(path: Path) -> tuple[int, int, str]:
-        return -len(words.findall(path.stem)), -len(words.findall(path.read_text())), path.name
+    Its own name counts before those of its folders.
+    """
+
+    def words_of(name: str) -> re.Pattern[str]:
+        parts = {part for part in re.split(r"[/_]", name) if len(part) > 3}
+        parts -= {"vekanalysis", "python", "init", "module"}
+        return re.compile("|".join(sorted(parts)) or r"\Z")
+
+    path_words, own_words = words_of(near.partition(".")[0]), words_of(Path(near).stem)
+
+    def distance(path: Path) -> tuple[int, int, int, str]:
+        counts = (
+            len(own_words.findall(path.stem)),
+            len(path_words.findall(path.stem)),
+            len(path_words.findall(path.read_text())),
+        )
+        return *(-count for count in counts), path.name
 
     files = (TREE / "tests/python").glob("test_*.py")
     return [str(path) for path in sorted(files, key=distance) if path.name not in APART]

@@ -4,6 +4,7 @@
 #include <array>
 #include <cmath>
 #include <functional>
+#include <utility>
 
 #include "io/csv.hpp"
 
@@ -242,6 +243,20 @@ TextColumns::Order TextColumns::order(std::size_t index) const {
         if (descends != order.descending && order.first_turn == none) order.first_turn = row;
     }
     return order;
+}
+
+TextColumns::Steps TextColumns::steps(std::size_t index) const {
+    Steps steps;
+    std::size_t count = 0;
+    double before = 0.0;
+    for (const double number : column(index)) {
+        if (std::isnan(number)) continue;
+        const double step = std::abs(number - std::exchange(before, number));
+        if (count == 1) steps.first = step;
+        if (count > 1) steps.widest_behind = std::max(steps.widest_behind, step);
+        ++count;
+    }
+    return steps;
 }
 
 void TextColumns::convert(std::size_t index, double multiplier, double divisor) {

@@ -49,6 +49,11 @@ public:
         std::size_t first_turn = none;
     };
 
+    struct Steps {
+        double first = 0.0;
+        double widest_behind = 0.0;
+    };
+
     struct Problem {
         CellFault fault = CellFault::none;
         /// The index of the line in the text, and of the column here.
@@ -71,6 +76,8 @@ public:
     [[nodiscard]] Facts facts(std::size_t index) const;
     /// How a column is ordered, rows without a number aside.
     [[nodiscard]] Order order(std::size_t index) const;
+    /// How far neighbours in a column are apart, rows without a number aside.
+    [[nodiscard]] Steps steps(std::size_t index) const;
 
     /// Wavelengths times `multiplier` over `divisor`, rounded to 1e-9: 0.5876 um is 587.6 nm.
     void convert(std::size_t index, double multiplier, double divisor);

@@ -96,6 +96,13 @@ void add_columns_class(py::module_& m) {
             },
             "column"_a, "Whether it descends, the first row that repeats, the first that turns.")
         .def(
+            "steps",
+            [](const TextColumns& self, std::size_t column) {
+                const TextColumns::Steps steps = self.steps(column);
+                return std::pair(steps.first, steps.widest_behind);
+            },
+            "column"_a, "How far the first two numbers are apart, and others at most.")
+        .def(
             "column",
             [](const TextColumns& self, std::size_t column) { return self.column(column); },
             "column"_a, "The numbers of a column.")

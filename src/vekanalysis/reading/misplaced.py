@@ -1,9 +1,9 @@
 """Numbers that are rows by their shape, and by their values something else: counts and headings."""
 
 import math
-from collections.abc import Sequence
 from itertools import pairwise
 
+from .._core import io
 from ..errors import Refusal, Remedy
 from .layout import Block, Layout, Lines, split_cells
 
@@ -15,12 +15,13 @@ _RATIO = 10.0
 _FEWEST_IN_A_ROW = 4
 
 
-def refuse_count(lines: Lines, line: int, wavelengths: Sequence[float]) -> None:
+def refuse_count(lines: Lines, line: int, core: io._TextColumns, column: int) -> None:
     """Refuse a first row whose number in the column of wavelengths is far from all others."""
-    if len(wavelengths) < 4 or not wavelengths[0] < _HIGHEST_COUNT:
+    first, widest_behind = core.steps(column)
+    if core.rows < 4 or not first > _RATIO * widest_behind:
         return
-    first, *others = (abs(b - a) for a, b in pairwise(wavelengths))
-    if first > _RATIO * max(others):
+    wavelengths = core.column(column)
+    if wavelengths[0] < _HIGHEST_COUNT:
         raise lines.error(
             line,
             f"{wavelengths[0]:g} is far from the wavelengths below it, {wavelengths[1]:g} and on",

@@ -361,7 +361,7 @@ def _check_wavelengths(
             first_not_positive, f"the wavelength is {number:g}; it must be above zero"
         )
     if lowest < 100.0 and options.wavelength_unit is None:
-        refuse_count(numbers.lines, numbers.line_of(0), numbers.core.column(place))
+        refuse_count(numbers.lines, numbers.line_of(0), numbers.core, place)
     if not options.sort:
         _check_order(numbers, place, may_repeat=options.duplicates != "refuse")
     elif options.duplicates == "refuse":

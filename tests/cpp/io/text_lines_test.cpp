@@ -130,6 +130,9 @@ TEST(TextColumns, FindTheFirstBreakOfTheOrder) {
     EXPECT_TRUE(order("3;\n3;\n2;").descending);
     EXPECT_EQ(order("3;\n3;\n2;").first_repeat, 1U);
     EXPECT_EQ(order("3;\n2;\n-;\n2.5;\n1;").first_turn, 3U);
+    const auto steps = columns("9;\n-;\n400;\n395;\n397;", {";"}).steps(0);
+    EXPECT_EQ(steps.first, 391.0);
+    EXPECT_EQ(steps.widest_behind, 5.0);
 }
 
 TEST(TextColumns, ConvertWavelengthsWithoutRoundingErrors) {
