@@ -2,6 +2,8 @@
 
 #include <pybind11/numpy.h>
 
+#include <algorithm>
+#include <span>
 #include <string>
 
 #include "python/arrays.hpp"
@@ -150,6 +152,32 @@ Raises
 ------
 ValueError
     If ``coverage`` or ``dof`` is out of its range.
+)doc");
+    m.def(
+        "coverage_factors",
+        [](double coverage, const FloatArray& dof) {
+            auto [result, factors] = dof.make_result();
+            std::transform(
+                dof.values().begin(), dof.values().end(), factors.begin(),
+                [&](double each) { return uncertainty::coverage_factor(coverage, each); });
+            return result;
+        },
+        "coverage"_a, "dof"_a,
+        R"doc(The `coverage_factor` of each of many degrees of freedom.
+
+Parameters
+----------
+coverage : float
+dof : array of any shape
+
+Returns
+-------
+array of the shape of ``dof``
+
+Raises
+------
+ValueError
+    As `coverage_factor` does.
 )doc");
     m.def(
         "shifted",

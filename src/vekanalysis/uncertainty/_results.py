@@ -253,7 +253,9 @@ def _kept_factor(coverage: float, dof: float) -> float:
 def coverage_factors(coverage: float, dof: Floats) -> Floats:
     """The `coverage_factor` of each of many, which have whole degrees of freedom in common."""
     whole, places = np.unique(np.maximum(1.0, np.floor(dof)), return_inverse=True)
-    factors = np.array([_factor_of_whole(coverage, each) for each in whole.tolist()])
+    few = int(np.searchsorted(whole, _FEW))
+    kept = [_kept_factor(coverage, each) for each in whole[:few].tolist()]
+    factors = np.concatenate([kept, kernels.coverage_factors(coverage, whole[few:])])
     result: Floats = factors[places].reshape(dof.shape)
     return result
 
