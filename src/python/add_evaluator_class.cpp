@@ -265,16 +265,14 @@ bool fits(const Evaluator& self, const Scan& scan) {
 py::list rows_of(const Evaluator& self,
                  const std::vector<std::reference_wrapper<const Scan>>& scans) {
     const std::size_t count = self.quantities().size();
-    constexpr auto step = static_cast<std::ptrdiff_t>(sizeof(double));
     std::vector<double> results(scans.size() * count);
     std::vector<Evaluator::Row> spectra;
     std::vector<Evaluator::Results> places;
     for (const Scan& scan : scans) {
         if (!fits(self, scan)) throw py::value_error("Evaluator.rows: a scan has another grid");
-        double* const place = results.data() + places.size() * count;
-        spectra.push_back(
-            {reinterpret_cast<const std::byte*>(scan.data().values().data()), step, false});
-        places.push_back({reinterpret_cast<std::byte*>(place), step});
+        spectra.push_back(Evaluator::Row::of(scan.data().values()));
+        places.push_back(
+            Evaluator::Results::of(std::span(results).subspan(places.size() * count, count)));
     }
     require_unchanged_tables(self);
     self.evaluate(spectra, places);

@@ -512,10 +512,9 @@ void Evaluator::evaluate(std::span<const double> values, std::span<double> resul
     const std::size_t count = n == 0 ? 0 : values.size() / n;
     std::vector<Row> rows;
     std::vector<Results> places;
-    constexpr auto step = static_cast<std::ptrdiff_t>(sizeof(double));
     for (std::size_t i = 0; i < count; ++i) {
-        rows.push_back({reinterpret_cast<const std::byte*>(values.data() + i * n), step, false});
-        places.push_back({reinterpret_cast<std::byte*>(results.data() + i * q), step});
+        rows.push_back(Row::of(values.subspan(i * n, n)));
+        places.push_back(Results::of(results.subspan(i * q, q)));
     }
     evaluate(rows, places);
 }
@@ -556,7 +555,7 @@ struct Evaluator::Plan::Derivatives {
           integrals(of.size()),
           gradients(of.size()) {
         if (values.empty()) return;
-        const Row row{reinterpret_cast<const std::byte*>(values.data()), sizeof(double), false};
+        const Row row = Row::of(values);
         load({&row, 1}, workspace);
         integrator.integrate(workspace);
         for (std::size_t i = 0; i < integrals.size(); ++i) {

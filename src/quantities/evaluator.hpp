@@ -29,11 +29,19 @@ public:
         const std::byte* values;
         std::ptrdiff_t step;
         bool is_single;
+
+        [[nodiscard]] static Row of(std::span<const double> values) noexcept {
+            return {reinterpret_cast<const std::byte*>(values.data()), sizeof(double), false};
+        }
     };
     /// Where the results of a spectrum go: one a quantity, `step` bytes apart, float64.
     struct Results {
         std::byte* values;
         std::ptrdiff_t step;
+
+        [[nodiscard]] static Results of(std::span<double> values) noexcept {
+            return {reinterpret_cast<std::byte*>(values.data()), sizeof(double)};
+        }
     };
 
     /// @param wavelengths    shape (N), nm, ascending by more than epsilon

@@ -57,10 +57,14 @@ Pieces pieces_in(std::span<Four> memory) noexcept {
 
 }  // namespace
 
+double change_for(double largest) noexcept {
+    return largest > 0.0 ? 1e-6 * largest : 1e-6;
+}
+
 double change_for(std::span<const double> values) noexcept {
     double largest = 0.0;
     for (const double value : values) largest = std::max(largest, std::abs(value));
-    return largest > 0.0 ? 1e-6 * largest : 1e-6;
+    return change_for(largest);
 }
 
 Integrator::Integrator(std::span<const double> wavelengths, double epsilon, spline::Type type)
@@ -304,7 +308,7 @@ void Integrator::differentiate(std::size_t integral, std::span<const double> val
                   gradient.begin() + static_cast<std::ptrdiff_t>(begin));
         return;
     }
-    for (std::size_t i = 0; i < values.size(); ++i) workspace.spectrum[i].lanes.fill(values[i]);
+    const double change = change_for(workspace.largest.lanes[0]);
     if (way == Way::EVEN) {
         const EvenSum& sum = even_sums_[index];
         for (std::size_t i = 0; i < sum.factors.weights.size(); ++i) {
@@ -314,9 +318,9 @@ void Integrator::differentiate(std::size_t integral, std::span<const double> val
         if (is_linear(integral)) return;
         const bool holds =
             workspace.unsure[index] == 0 && std::isfinite(workspace.sums[index].lanes[0]);
-        if (holds && add_slopes(sum, change_for(values), gradient, workspace)) return;
+        if (holds && add_slopes(sum, change, gradient, workspace)) return;
     }
-    differentiate_generally(planned, values, gradient, workspace);
+    differentiate_generally(planned, values, change, gradient, workspace);
 }
 
 /// Adds what the slopes of a sum do by central differences.
@@ -342,9 +346,8 @@ bool Integrator::add_slopes(const EvenSum& sum, double change, std::span<double>
 
 /// The derivative by central differences of the integral over all points that matter.
 void Integrator::differentiate_generally(const PlannedIntegral& planned,
-                                         std::span<const double> values, std::span<double> gradient,
-                                         Workspace& workspace) const {
-    const double change = change_for(values);
+                                         std::span<const double> values, double change,
+                                         std::span<double> gradient, Workspace& workspace) const {
     const auto integrate_anew = [&] {
         std::fill(workspace.has_values.begin(), workspace.has_values.end(), char{0});
         Four result;

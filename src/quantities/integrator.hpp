@@ -9,7 +9,8 @@
 
 namespace vekanalysis::quantities::internal {
 
-/// By how much values change for a derivative by differences.
+/// By how much values change for a derivative by differences, by the largest magnitude.
+[[nodiscard]] double change_for(double largest) noexcept;
 [[nodiscard]] double change_for(std::span<const double> values) noexcept;
 
 /// Integrals of products of a spectrum on one grid, planned once; immutable.
@@ -56,7 +57,7 @@ public:
     /// of an even sum only its slopes are such.
     /// @param values     shape (N); empty only where the integral is a sum
     /// @param gradient   shape (N), receives the result
-    /// @param workspace  with the integrals of these values
+    /// @param workspace  with these values in all lanes, where they stay, and their integrals
     void differentiate(std::size_t integral, std::span<const double> values,
                        std::span<double> gradient, Workspace& workspace) const;
 
@@ -86,7 +87,8 @@ private:
     [[nodiscard]] static bool add_slopes(const EvenSum& sum, double change,
                                          std::span<double> gradient, Workspace& workspace);
     void differentiate_generally(const PlannedIntegral& planned, std::span<const double> values,
-                                 std::span<double> gradient, Workspace& workspace) const;
+                                 double change, std::span<double> gradient,
+                                 Workspace& workspace) const;
     [[nodiscard]] std::span<const Four> values_of(std::size_t index, Workspace& workspace) const;
     void general(const PlannedIntegral& integral, Workspace& workspace, Four& result) const;
 

@@ -23,14 +23,33 @@ def open_regular(path: str | os.PathLike[str]) -> BinaryIO:
     OSError of what is none, such as a pipe or a device: there may be nothing in it for ever, or no
     end to it.
     """
-    _check(os.stat(path), path)
-    file = open(path, "rb", opener=lambda name, _: os.open(name, _FLAGS))  # noqa: SIM115
+    return open(path, "rb", opener=lambda name, _: _opened(name)[0])
+
+
+def read_regular(path: str | os.PathLike[str]) -> bytes:
+    """What is in a file; raises as `open_regular`."""
+    descriptor, size = _opened(path)
     try:
-        _check(os.fstat(file.fileno()), path)
+        # One byte more, so that one look tells that a file as long as it was has ended.
+        parts = [os.read(descriptor, size + 1)]
+        while parts[-1]:
+            parts.append(os.read(descriptor, _PART))
+        return parts[0] if len(parts) == 2 else b"".join(parts)
+    finally:
+        os.close(descriptor)
+
+
+def _opened(path: str | os.PathLike[str]) -> tuple[int, int]:
+    """The descriptor of a regular file, and its size."""
+    _check(os.stat(path), path)
+    descriptor = os.open(path, _FLAGS)
+    try:
+        found = os.fstat(descriptor)
+        _check(found, path)
     except OSError:
-        file.close()
+        os.close(descriptor)
         raise
-    return file
+    return descriptor, found.st_size
 
 
 def _check(found: os.stat_result, path: str | os.PathLike[str]) -> None:
@@ -38,22 +57,6 @@ def _check(found: os.stat_result, path: str | os.PathLike[str]) -> None:
         raise IsADirectoryError(errno.EISDIR, os.strerror(errno.EISDIR), os.fspath(path))
     if not stat.S_ISREG(found.st_mode):
         raise OSError(errno.EINVAL, "Not a regular file", os.fspath(path))
-
-
-def read_regular(path: str | os.PathLike[str]) -> bytes:
-    """What is in a file; raises as `open_regular`."""
-    _check(os.stat(path), path)
-    descriptor = os.open(path, _FLAGS)
-    try:
-        found = os.fstat(descriptor)
-        _check(found, path)
-        # One byte more, so that one look tells that a file as long as it was has ended.
-        parts = [os.read(descriptor, found.st_size + 1)]
-        while parts[-1]:
-            parts.append(os.read(descriptor, _PART))
-        return parts[0] if len(parts) == 2 else b"".join(parts)
-    finally:
-        os.close(descriptor)
 
 
 def save(path: str | os.PathLike[str], content: bytes) -> None:
