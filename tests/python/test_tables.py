@@ -86,6 +86,7 @@ REFUSED = {
     "0.4 1\n0.7 2": (r"wavelengths from 0.4 to 0.7 look like um", "wavelength_unit"),
     "4e-7 1\n7e-7 2": (r"from 4e-07 to 7e-07 look like m,", "wavelength_unit='m'"),
     "1 4\n2 5\n3 6": (r"are 1, 2, 3 to 3, which look like row numbers", "wavelength_unit"),
+    "4000 1\n400 2": (r"from 400 to 4000 look like wavenumbers in cm-1", "wavelength_unit='nm'"),
     "4000 1\n7000 2": (r"from 4000 to 7000 look like angstrom", "wavelength_unit"),
     "Wavelength (µm);a\n400;1": (r"the wavelengths are in um \('Wavelength \(µm\)'", "unit='um'"),
     "Wavelength\ta\nÅ\t1\n400\t1": (r"in angstrom \('Wavelength Å'", "unit='angstrom'"),

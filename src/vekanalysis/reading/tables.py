@@ -147,7 +147,7 @@ def read_table(
         What the wavelengths are in; the scans are in nm. Values stay as they are: those per um
         stay per um. Without it the file must be in nm: another unit in the title is refused,
         and so are wavelengths that look like another one where nothing is stated (all below 20,
-        or all from 2500 up).
+        all from 2500 up, or from some 400 to 4000 as the wavenumbers of infrared spectra).
     percent : bool, optional
         Whether the values are in per cent and to be divided by 100. Without it a column is
         refused if its title says per cent, or if it is titled as a transmittance or

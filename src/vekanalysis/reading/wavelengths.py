@@ -11,6 +11,11 @@ from .encoding import shortened
 
 type WavelengthUnit = Literal["nm", "um", "angstrom", "m"]
 
+# Infrared spectra go from about 400 to 4000 cm-1. Those in nm that go so far begin in the UV or
+# above the visible.
+_STARTS_OF_WAVENUMBERS = (350.0, 680.0)
+_ENDS_OF_WAVENUMBERS = 3500.0
+
 # By which numbers are multiplied and divided to be in nm.
 TO_NM: dict[WavelengthUnit, tuple[float, float]] = {
     "nm": (1.0, 1.0),
@@ -115,6 +120,13 @@ def check_likely(ends: Range, where: str) -> None:
         raise Refusal(
             f"{where}: the wavelengths are 1, 2, 3 to {highest:g}, which look like row numbers",
             meant,
+        )
+    low, high = _STARTS_OF_WAVENUMBERS
+    if low <= lowest <= high and highest >= _ENDS_OF_WAVENUMBERS:
+        raise Refusal(
+            f"{where}: wavelengths from {lowest:g} to {highest:g} look like wavenumbers in cm-1, "
+            "not nm, and no title says what they are in",
+            Remedy("pass {} if they are in nm", (("wavelength_unit", "nm"),)),
         )
     if highest < 2e-5:
         guess = "m"
