@@ -85,7 +85,7 @@ _WORDS: dict[str, Unit] = {
         (
             Unit("%", 0.01, "1", None),
             "% \N{FULLWIDTH PERCENT SIGN} percent percents percentage pct pct. prozent procent "
-            "pourcent pourcents porciento porcento percento",
+            "pourcent pourcents porciento porcento percento 0..100 0-100 0to100",
         ),
         (Unit("‰", 0.001, "1", None), "‰ permille promille pourmille"),
         (
@@ -101,7 +101,7 @@ _WORDS: dict[str, Unit] = {
             "od o.d. abs abs. absunits absorbance absorbanceunit absorbanceunits absorbanz "
             "opticaldensity optischedichte densitéoptique",
         ),
-        (Unit("mOD", 0.001, "OD", "absorbance"), "mod mabs mabs. mau"),
+        (Unit("mOD", 0.001, "OD", "absorbance"), "mod mabs mabs. mau milliabsorbance"),
     )
     for word in words.split()
 }

@@ -86,6 +86,25 @@ Power (dBm) -> other None 8
 Reintransmissionsgrad -> other None 8
 T ratio -> other None 8
 V/nm -> other V nm-1 8
+Irradiance x 1e6 W/m2/nm -> other x 1e6 W/m2/nm 8
+10^-6 W/m2/nm -> other 10^-6 W/m2/nm 8
+Irradiance 10-6 W/m2/nm -> other 10-6 W/m2/nm 8
+Irradiance (mW/m2/nm) x10 -> other x10 mW/m2/nm 8
+T (0.1%) -> other 0.1 % 8
+1000 x Transmittance -> other 1000 x 8
+Abs/10 -> other /10 8
+Absorbance per cm -> other cm-1 8
+Optical density/mm -> other mm-1 8
+Absorbance, 10x dilution -> absorbance OD 8
+Lens 10 %T -> transmittance 1 0.08
+Lens 5/10 T% -> transmittance 1 0.08
+Transmittance (0-100) -> transmittance 1 0.08
+milliabsorbance -> absorbance OD 0.008
+Log Absorbance -> other None 8
+2nd Deriv. Abs -> other None 8
+Delta Absorbance -> other None 8
+Normalised transmittance -> other a.u. 8
+Normalised irradiance -> irradiance a.u. 8
 """
 
 
@@ -237,6 +256,17 @@ REFUSED: dict[str, tuple[str, dict[str, Any], str, str]] = {
         "in um ('Wavelength (µm)'), asked for is nm",
         "--wavelength-unit",
     ),
+    **{
+        f"'{title}'": (f"{title};T\n400;1", {}, reason, "")
+        for title, reason in {
+            "1/nm": "is in the reciprocal of a length",
+            "nm-1": "is in the reciprocal of a length",
+            "Wavelength [0.1 nm]": "is in multiples, logarithms or differences",
+            "Wavelength (nm x 10)": "is in multiples, logarithms or differences",
+            "Wavenumber (10^3 cm-1)": "is in multiples, logarithms or differences",
+            "log λ (nm)": "is in multiples, logarithms or differences",
+        }.items()
+    },
     "wavenumbers": ("Wavenumber [cm-1];T\n400;1", {}, "is in cm-1, not a wavelength", ""),
     "axis": ("Frequency;T\n400;1", {}, "'Frequency' is no title of wavelengths", "--columns"),
     "axis by its unit": ("x [K];T\n400;1", {}, "'x [K]' is no title", "--wavelength-unit nm"),

@@ -13,6 +13,7 @@ from typing import NamedTuple
 from .. import units
 from ..units import Kind, Unit
 from .encoding import shortened
+from .wavelengths import POWER_OF_TEN
 
 # Words by their beginnings, in lower case and without accents. Of words within others the longer
 # one counts: "irradiance" is no radiance, "luminance energetique" no luminance.
@@ -62,9 +63,9 @@ _WORDS: tuple[tuple[Kind, str], ...] = (
         "lichtstarke luminous_intensity temperatur voltage spannung tension coefficient "
         "koeffizient refractive brechungsindex brechzahl thickness uncertaint unsicherheit "
         "incertitude deviation abweichung ecart stdev std_dev std. error fehler sigma "
-        "variance derivative ableitung efficien wirkungsgrad density dichte densite haze "
-        "log( log10 ln( 1-t 1-r 1/t 1/r natural_log base_e naper napier neper decibel attenuat "
-        "attenuaz atenua dampfung stddev ± +/- δ photons photonen photon_flux photon_irr "
+        "variance deriv ableitung efficien wirkungsgrad density dichte densite haze "
+        "log( log10 log_e loge ln( 1-t 1-r 1/t 1/r natural_log base_e naper napier neper decibel "
+        "attenuat attenuaz atenua dampfung stddev ± +/- δ photons photonen photon_flux photon_irr "
         "photon_rad quantum_flux kubelka k/s f(r) 100-t 100_-t 100-_t "
         # Without the losses at the surfaces.
         "internal_transm transmission_interne reintransmission",
@@ -116,13 +117,25 @@ _QUALIFIERS = frozenset(
     {"spectral", "spektral", "spektrale", "spektraler", "spectrale", "espectral", "spettrale"}
     | {"λ", "total", "mean", "measured", "value", "values", "mittel", "gemessen", "wert", "werte"}
 )
-_LOGARITHMS = frozenset(["log", "lg", "ln"])
+_LOGARITHMS = frozenset(["log", "Log", "LOG", "lg", "ln", "Ln", "LN"])
 # Of these also in the brackets behind: absorbances to the base e, and levels.
 _OTHER_SCALES = frozenset(["ln", "dB", "DB", "db", "dBm", "Np"])
 # What with the name of a kind, or alone, is another quantity.
 _DERIVED = frozenset(
-    ["sd", "rsd", "sem", "loss", "losses", "verlust", "difference", "ratio", "internal"]
+    {"sd", "rsd", "sem", "loss", "losses", "verlust", "difference", "delta", "ratio", "internal"}
+    | {"inverse", "reciprocal", "sqrt", "squared"}
 )
+_NORMALIZED = frozenset(["normalized", "normalised", "normiert", "normalisiert", "normalisé"])
+# What values were multiplied or divided by: "x 1000", "10^-6 W/m2/nm", "Abs/10", "OD/mm".
+_FACTOR = re.compile(
+    rf"(?:[*×·⋅]|(?<![^\W_])(?<![0-9] )[xX]) ?{POWER_OF_TEN}(?!\w)|"  # noqa: RUF001
+    rf"(?<![\w.]){POWER_OF_TEN}(?: ?[*×·⋅]| [xX] )|"  # noqa: RUF001
+    rf"(?<![0-9])(?<![0-9] )/ ?{POWER_OF_TEN}(?!\w)|"
+    r"(?<![\w.])(?:10 ?(?:\^|\*\*)[-−+({]*+[0-9]*|10[⁻⁺][¹²³⁴⁵⁶⁷⁸⁹]|1[eE][-−+][0-9]+)|"  # noqa: RUF001
+    r"(?:/|(?<![^\W_])per) ?[cm]m(?![\w²^⁻-])"
+)
+# The same before a unit: "10-6 W/m2/nm", where a superscript was lost, and "0.1 %".
+_FACTOR_BEFORE = re.compile(rf"(?<![\w.])(?:{POWER_OF_TEN}|10[-−][1-9]) ?$")  # noqa: RUF001
 # Abbreviations that say the kind beside the name of a sample, too. ABS is a plastic.
 _CLEAR = frozenset(["Abs", "abs", "Refl", "refl"])
 # Letters that may be the name of a sample, or stand for what is no spectrum of a sample.
@@ -166,7 +179,25 @@ def state(title: str) -> Statement:
     """What a title such as ``T (%)`` or ``E [mW/(m^2*nm)]`` states."""
     title = title.strip()
     words, unit_text, unit = _with_unit(title)
+    factor = "" if unit_text and unit is None else _factor(title, unit_text)
+    if factor:
+        return Statement(_kind(words), factor, None, words)
+    if not unit_text and not _NORMALIZED.isdisjoint(_split(words.lower())):
+        return Statement(_kind(words), "a.u.", units.known("a.u."), words)
     return Statement(_kind(words), unit_text, unit, words)
+
+
+def _factor(title: str, unit_text: str) -> str:
+    """The unit with a factor that the values still have in them; empty if there is none."""
+    if len(title) > _LONGEST:
+        return ""
+    found = _FACTOR.search(title)
+    if found is not None and found[0] not in unit_text:
+        return f"{found[0].strip()} {unit_text}".strip()
+    before, unit, behind = title.rpartition(unit_text) if unit_text else (title, "", "")
+    # In "Lens 10 %T" the number is one of the name.
+    found = _FACTOR_BEFORE.search(before) if unit and not behind.strip()[:1].isalpha() else None
+    return f"{found[0].strip()} {unit_text}" if found is not None else ""
 
 
 def state_unit(text: str, words: str = "") -> Statement:

@@ -30,13 +30,34 @@ _STATED = {
     "um": r"(?<![a-z])[µμu]m\b|micron|mi[ck]romet",
     "nm": r"\bnm\b|nanomet",
     "angstrom": r"[Åå]ngstr|\bangstr|\bÅ|[\[(/] ?A ?(?:[\])]|$)",
-    "cm-1": r"cm ?\^? ?[-−] ?1|1 ?/ ?cm|cm⁻¹|wave ?number|wellenzahl",  # noqa: RUF001
+    "cm-1": r"(?<![a-z])cm ?\^? ?[-−] ?1|1 ?/ ?cm|cm⁻¹|wave ?number|wellenzahl",  # noqa: RUF001
     "eV": r"\beV\b",
     "THz": r"\b[TGM]?Hz\b",
     "mm": r"(?<![a-z])mm\b|millimet",
     "m": r"[\[(/] ?m ?(?:[\])]|$)|^m$|^met(?:er|re)s?$",
 }
 _KINDS = {unit: re.compile(pattern, re.IGNORECASE) for unit, pattern in _STATED.items()}
+
+POWER_OF_TEN = (
+    r"(?:0?[.,]0{0,6}1|10{1,6}|10 ?(?:\^|\*\*) ?[({]?[-−+]?[0-9]|10[⁻⁺]?[¹²³⁴⁵⁶⁷⁸⁹]|"  # noqa: RUF001
+    r"1[eE][-−+]?[0-9]{1,2})(?![0-9])"  # noqa: RUF001
+)
+"""What numbers are multiplied by for a table: ``10``, ``0.1``, ``10^-6``, ``1e-6``."""
+
+_UNIT = r"(?:nm|[uµμ]m|mm|m|cm ?\^? ?[-−] ?1|1 ?/ ?cm|eV|Å|angstroms?|nanomet\w*|microm\w*)"  # noqa: RUF001
+# nm-1, 1/um, 1e7/nm: what wavelengths are divided by, or densities.
+_RECIPROCAL = re.compile(
+    r"[0-9] ?/ ?(?:[nuµμm]?m|nanomet\w*|microm\w*)\b|"
+    r"\b[nuµμ]m ?(?:\^ ?[({]? ?[-−] ?1|⁻¹|(?<=m)[-−]1(?![0-9.]))",  # noqa: RUF001
+    re.IGNORECASE,
+)
+# Multiples, logarithms and differences: "nm x 10", "(10^3 cm-1)", "log nm".
+_SCALED = re.compile(
+    rf"(?:^|[\[(/*×·]|(?<![^\W_])x) ?{POWER_OF_TEN} ?[x×*·]? ?{_UNIT} ?(?=[)\]]|$)|"  # noqa: RUF001
+    rf"(?<![^\W_]){_UNIT} ?\)? ?[x×*·/] ?{POWER_OF_TEN}(?![\w%])|"  # noqa: RUF001
+    r"(?:(?<![^\W_])(?:log(?:10)?|lg|ln|delta)|[Δ∆]) ?\(? ?(?:λ|lambda|wave|nm\b|[uµμ]m\b|x\b)",
+    re.IGNORECASE,
+)
 
 
 class Range(NamedTuple):
@@ -48,9 +69,16 @@ class Range(NamedTuple):
 
 
 def stated_unit(text: str) -> str | None:
-    """The unit that a title, such as ``Wavelength (nm)``, or a unit attribute states."""
+    """The unit that a title, such as ``Wavelength (nm)``, or a unit attribute states.
+
+    One in which no wavelength is where it is scaled or a reciprocal: ``nm x 10``, ``1/nm``.
+    """
     text = " ".join(text.split())
-    return next((unit for unit, pattern in _KINDS.items() if pattern.search(text)), None)
+    if _SCALED.search(text):
+        return "multiples, logarithms or differences"
+    lengths, reciprocals = _RECIPROCAL.subn(" ", text)
+    unit = next((unit for unit, pattern in _KINDS.items() if pattern.search(lengths)), None)
+    return "the reciprocal of a length" if unit is None and reciprocals else unit
 
 
 def in_nm(
