@@ -50,6 +50,19 @@ def stream_seeds() -> Iterator[tuple[str, bytes]]:
             yield f"version{version}-flag{graph_flag}", after_size(contents(version, graph_flag))
     yield "nan", after_size(Contents(data_sets=[DataSet("n", [(math.nan, 1.0)])]))
     yield "empty", b""
+    yield "no-data-sets", after_size(Contents())
+    yield (
+        "plain",
+        after_size(
+            Contents(
+                data_sets=LENSES[:1],
+                scan_summary="\u00b5m",
+                type_and_units=("Counts", ""),
+                auxiliary_type_and_units=("", "x"),
+                x_type=5,
+            )
+        ),
+    )
 
 
 def patched(image: bytes, *words: tuple[int, int]) -> bytes:
@@ -78,6 +91,31 @@ def container_seeds() -> Iterator[tuple[str, bytes]]:
     yield "giant-size", patched(regular, (directory + 128 + 124, 1))
     yield "header-only", regular[:512]
     yield "cut", regular[:-100]
+    yield "cut-directory", regular[: directory + 200]
+    yield "other-signature", patched(regular, (0, 0))
+    yield "short", regular[:100]
+    yield "no-marker", container([("Contents", bytes(300))])
+    yield "other-size", container([("Contents", small.stream() + b"more")])
+    names = {
+        "surrogates": (0xDE00D83D, 0x0041D83D, 0x0042DE00, 0x20AC00E9, 0x0041FB01),
+        "long-name": (0x00410041,) * 16,
+    }
+    for name, units in names.items():
+        words = [(directory + 128 + 4 * i, pair) for i, pair in enumerate(units)]
+        yield name, patched(regular, *words)
+    # Where the walks begin: numbers of a sector and an entry in the header's class.
+    end, chained = 0xFFFFFFFF, patched(regular, (68, 0))
+    for name, image, number, entry in [
+        ("marks", regular, end, end),
+        ("far", regular, 0x00FFFFFF, 1),
+        ("later-entry", regular, 600, 5),
+        ("skipped-sectors", regular, 600, 1),
+        ("skipped-mini-sectors", small.file(), 200, 1),
+        ("beyond-stream", regular, 600, len(regular) - 1),
+        ("first-difat", chained, 109, 0),
+        ("second-difat", chained, 109 + 127, 0),
+    ]:
+        yield f"walk-{name}", patched(image, (8, number), (12, entry))
 
 
 CSV_SEEDS = {
@@ -89,6 +127,9 @@ CSV_SEEDS = {
     "mark": b"\xef\xbb\xbf400,1",
     "names": b"1,nan 2,inf",
     "halves": b"1,1.5e",
+    "small": b"1e-400,1.e-400 1,-x",
+    "mark-alone": b"1,.e1",
+    "capital-mark": b"1,2E",
     "long": b"0." + b"0" * 400 + b"1e390, " + b"9" * 400,
 }
 
