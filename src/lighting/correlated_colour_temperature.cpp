@@ -1,5 +1,6 @@
 #include "lighting/correlated_colour_temperature.hpp"
 
+#include <array>
 #include <cmath>
 #include <stdexcept>
 
@@ -50,6 +51,13 @@ namespace internal {
 
 CorrelatedColourTemperature nearest_temperature(const UV& colour, int step) {
     return temperature_of(planckian_locus(step).nearest(colour));
+}
+
+void nearest_temperatures(std::span<const UV> colours, int step,
+                          std::span<CorrelatedColourTemperature> temperatures) noexcept {
+    std::array<PlanckianLocus::Foot, PlanckianLocus::at_once> feet;
+    planckian_locus(step).nearest(colours, feet);
+    for (std::size_t k = 0; k < colours.size(); ++k) temperatures[k] = temperature_of(feet[k]);
 }
 
 bool is_defined(const CorrelatedColourTemperature& temperature) noexcept {

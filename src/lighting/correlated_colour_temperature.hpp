@@ -1,5 +1,6 @@
 #pragma once
 
+#include <span>
 #include <string>
 
 #include "../chromaticity/chromaticity.hpp"
@@ -42,6 +43,13 @@ namespace internal {
 
 /// The same of a colour, by the locus of `step`, limits not held.
 [[nodiscard]] CorrelatedColourTemperature nearest_temperature(const UV& colour, int step);
+
+/// The same of several colours.
+///
+/// @param colours       shape (N), N <= PlanckianLocus::at_once
+/// @param temperatures  shape (N)
+void nearest_temperatures(std::span<const UV> colours, int step,
+                          std::span<CorrelatedColourTemperature> temperatures) noexcept;
 
 /// Whether a temperature is within the limits of the quantity; false for NaN.
 [[nodiscard]] bool is_defined(const CorrelatedColourTemperature& temperature) noexcept;

@@ -28,6 +28,7 @@ namespace {
 
 constexpr double lowest_mired = 0.9;
 constexpr double highest_mired = 1010.0;
+constexpr int most_steps = 40;
 
 PlanckianLocus locus_of(const data::Table& table, std::size_t first, std::size_t last) {
     std::vector<double> wavelengths;
@@ -127,46 +128,82 @@ double PlanckianLocus::guess(std::size_t interval, const UV& colour) const noexc
            s * r * width * (r * inverse(low) - s * inverse(high));
 }
 
-PlanckianLocus::Foot PlanckianLocus::nearest(const UV& colour) const noexcept {
-    // The last interval that begins before the foot.
+/// The last interval that begins before the foot.
+std::size_t PlanckianLocus::interval_of(const UV& colour) const noexcept {
     std::size_t low = 0;
-    std::size_t high = intervals;
-    while (high - low > 1) {
-        const std::size_t middle = (low + high) / 2;
-        (pull(colour, ends_[middle].at, ends_[middle].slope) > 0.0 ? low : high) = middle;
+    for (std::size_t left = intervals; left > 1;) {
+        const std::size_t half = left / 2;
+        const Place& middle = ends_[low + half];
+        // No branch: which way it goes cannot be foretold.
+        low += half * static_cast<std::size_t>(pull(colour, middle.at, middle.slope) > 0.0);
+        left -= half;
     }
-    // A little beyond the interval, lest rounding keep Newton from a foot at its end.
-    double from = -1.01;
-    double to = 1.01;
-    double t = guess(low, colour);
-    if (!(t >= from && t <= to)) t = 0.0;
-    Place p = place(low, t);
-    for (int i = 0; i < 40; ++i) {
-        const double g = pull(colour, p.at, p.slope);
-        (g > 0.0 ? from : to) = t;
-        const double g_slope =
-            pull(colour, p.at, p.curvature) - (p.slope.u * p.slope.u + p.slope.v * p.slope.v);
-        double next = t - g / g_slope;
-        if (!(next >= from && next <= to)) next = 0.5 * (from + to);
-        const double move = next - t;
-        t = next;
-        // The error that is left is of the order of the square of the last move; the place follows
-        // from the one before.
-        if (!(std::abs(move) > 1e-8)) {
-            p.at.u += move * p.slope.u;
-            p.at.v += move * p.slope.v;
-            p.slope.u += move * p.curvature.u;
-            p.slope.v += move * p.curvature.v;
-            break;
-        }
-        p = place(low, t);
+    return low;
+}
+
+PlanckianLocus::Search PlanckianLocus::begin(const UV& colour) const noexcept {
+    Search search{colour, interval_of(colour)};
+    const double t = guess(search.interval, colour);
+    if (t >= search.from && t <= search.to) search.t = t;
+    search.p = place(search.interval, search.t);
+    return search;
+}
+
+/// A step of Newton's method.
+void PlanckianLocus::advance(Search& search) const noexcept {
+    Place& p = search.p;
+    const double g = pull(search.colour, p.at, p.slope);
+    (g > 0.0 ? search.from : search.to) = search.t;
+    const double g_slope =
+        pull(search.colour, p.at, p.curvature) - (p.slope.u * p.slope.u + p.slope.v * p.slope.v);
+    double next = search.t - g / g_slope;
+    if (!(next >= search.from && next <= search.to)) next = 0.5 * (search.from + search.to);
+    const double move = next - search.t;
+    search.t = next;
+    if (std::abs(move) > 1e-8) {
+        p = place(search.interval, next);
+        return;
     }
+    // The error that is left is of the order of the square of the last move; the place follows
+    // from the one before.
+    p.at.u += move * p.slope.u;
+    p.at.v += move * p.slope.v;
+    p.slope.u += move * p.curvature.u;
+    p.slope.v += move * p.curvature.v;
+    search.is_over = true;
+}
+
+PlanckianLocus::Foot PlanckianLocus::foot_of(const Search& search) noexcept {
     constexpr double half_width = 0.5 * (highest_mired - lowest_mired) / intervals;
-    const double mired = lowest_mired + half_width * (2.0 * static_cast<double>(low) + 1.0 + t);
+    const double mired =
+        lowest_mired + half_width * (2.0 * static_cast<double>(search.interval) + 1.0 + search.t);
     // The locus runs towards larger u all along, so the side is that of the turn.
+    const Place& p = search.p;
+    const UV& colour = search.colour;
     const double turn = p.slope.u * (colour.v - p.at.v) - p.slope.v * (colour.u - p.at.u);
     const double away = internal::distance(colour, p.at);
     return {mired, turn < 0.0 ? -away : away};
+}
+
+PlanckianLocus::Foot PlanckianLocus::nearest(const UV& colour) const noexcept {
+    Search search = begin(colour);
+    for (int i = 0; i < most_steps && !search.is_over; ++i) advance(search);
+    return foot_of(search);
+}
+
+void PlanckianLocus::nearest(std::span<const UV> colours, std::span<Foot> feet) const noexcept {
+    std::array<Search, at_once> searches;
+    for (std::size_t k = 0; k < colours.size(); ++k) searches[k] = begin(colours[k]);
+    const std::span<Search> begun(searches.data(), colours.size());
+    for (int i = 0; i < most_steps; ++i) {
+        bool are_over = true;
+        for (Search& search : begun) {
+            if (!search.is_over) advance(search);
+            are_over = are_over && search.is_over;
+        }
+        if (are_over) break;
+    }
+    for (std::size_t k = 0; k < colours.size(); ++k) feet[k] = foot_of(searches[k]);
 }
 
 const PlanckianLocus& planckian_locus(int step) {

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstddef>
+#include <span>
 #include <vector>
 
 #include "../core/scan.hpp"
@@ -47,6 +48,14 @@ public:
     /// that is nearer. Sure to be the nearest point within 0.05 of the locus.
     [[nodiscard]] Foot nearest(const UV& colour) const noexcept;
 
+    /// The same of several colours, which are searched for in turns: each step of a search waits
+    /// for the one before, and meanwhile those of others can be made.
+    ///
+    /// @param colours  shape (N), N <= at_once
+    /// @param feet     shape (N)
+    void nearest(std::span<const UV> colours, std::span<Foot> feet) const noexcept;
+    static constexpr std::size_t at_once = 4;
+
 private:
     static constexpr std::size_t intervals = 50;
     static constexpr std::size_t terms = 11;
@@ -57,6 +66,23 @@ private:
     };
     [[nodiscard]] Place place(std::size_t interval, double t) const noexcept;
     [[nodiscard]] double guess(std::size_t interval, const UV& colour) const noexcept;
+
+    /// How far a search has come.
+    struct Search {
+        UV colour;
+        std::size_t interval;
+        // Bounds of the foot in the interval: a little beyond its ends, lest rounding keep Newton
+        // from a foot there.
+        double from = -1.01;
+        double to = 1.01;
+        double t = 0.0;
+        Place p{};
+        bool is_over = false;
+    };
+    [[nodiscard]] std::size_t interval_of(const UV& colour) const noexcept;
+    [[nodiscard]] Search begin(const UV& colour) const noexcept;
+    void advance(Search& search) const noexcept;
+    [[nodiscard]] static Foot foot_of(const Search& search) noexcept;
 
     std::array<std::array<UV, terms>, intervals> coefficients_;
     std::array<Place, intervals + 1> ends_;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <initializer_list>
 #include <limits>
 #include <stdexcept>
 #include <tuple>
@@ -11,6 +12,7 @@
 #include "lighting/colour_rendering.hpp"
 #include "lighting/correlated_colour_temperature.hpp"
 #include "lighting/lanes.hpp"
+#include "lighting/planckian.hpp"
 #include "lighting/visible_sums.hpp"
 
 namespace vekanalysis::lighting {
@@ -100,28 +102,26 @@ void VisibleGrid::fill(std::span<const double> values, const numerical::Spline& 
 }
 
 std::span<const double> VisibleGrid::sample(std::span<const double> values,
-                                            numerical::Spline* scratch, std::span<double> memory,
-                                            colorimetry::CIEXYZ* xyz) const {
+                                            numerical::Spline* scratch,
+                                            std::span<double> memory) const {
     if (!is_possible_) return {};
+    if (const auto begin = run()) return values.subspan(*begin, n_);
+    if (needs_interpolant_ && !scratch->reset(wavelengths_, values, type_)) return {};
+    fill(values, *scratch, memory);
+    return memory.first(n_);
+}
+
+bool VisibleGrid::accepts(std::span<const double> values, std::span<const double> grid,
+                          const VisibleSums& sums) const {
     const auto visible = values.subspan(first_, last_ - first_);
     // What is not finite makes any sum so.
-    if (!takes_all_ && !std::isfinite(dot(zeros_, visible))) return {};
-    std::span<const double> grid;
-    if (is_run_) {
-        grid = values.subspan(static_cast<std::size_t>(source_[0]), n_);
-    } else {
-        if (needs_interpolant_ && !scratch->reset(wavelengths_, values, type_)) return {};
-        fill(values, *scratch, memory);
-        grid = memory.first(n_);
-    }
-    const VisibleSums sums = colour_matching(1931, step_).sums(grid);
-    *xyz = sums.xyz;
-    if ((!takes_all_ || sums.lowest < 0.0) && is_mostly_negative(widths_, visible)) return {};
-    if (judge(grid, sums) != Obstacle::NONE) return {};
-    if (own_weights_[0].empty()) return grid;
+    if (!takes_all_ && !std::isfinite(dot(zeros_, visible))) return false;
+    if ((!takes_all_ || sums.lowest < 0.0) && is_mostly_negative(widths_, visible)) return false;
+    if (judge(grid, sums) != Obstacle::NONE) return false;
+    if (own_weights_[0].empty()) return true;
     const colorimetry::CIEXYZ own{dot(own_weights_[0], visible), dot(own_weights_[1], visible),
                                   dot(own_weights_[2], visible)};
-    return is_shifted(*xyz, own) ? std::span<const double>() : grid;
+    return !is_shifted(sums.xyz, own);
 }
 
 }  // namespace internal
@@ -176,24 +176,28 @@ const std::vector<Key>& key_list() {
     return keys;
 }
 
+constexpr std::size_t none = std::numeric_limits<std::size_t>::max();
 constexpr std::size_t max_fields = 50;
 using Fields = std::array<double, max_fields>;
 
 /// What the functions give for values on a grid; each is called when first asked for.
 class Results {
 public:
-    /// @param under  the rendering samples under it; not read where nothing of these is asked for
+    /// @param temperature  its temperature, limits not held
+    /// @param under  the rendering samples under it
+    /// Neither is read where nothing that follows from it is asked for.
     Results(std::span<const double> grid, int step, const colorimetry::CIEXYZ& xyz,
+            const CorrelatedColourTemperature& temperature,
             const internal::Colours<15>& under) noexcept
-        : grid_(grid), step_(step), xyz_(xyz), under_(under) {}
+        : grid_(grid), step_(step), xyz_(xyz), temperature_(temperature), under_(under) {}
 
     /// @param rendering_samples  how many of the rendering indices are wanted
     [[nodiscard]] const Fields& operator()(std::size_t function, std::size_t rendering_samples) {
         Fields& fields = fields_[function];
-        if (function == TEMPERATURE) return temperature();
         if (is_known_[function]) return fields;
         is_known_[function] = true;
         fields.fill(std::numeric_limits<double>::quiet_NaN());
+        if (function == TEMPERATURE) put_temperature(fields);
         if (function == CHROMATICITY) put_chromaticity(fields);
         if (function == RENDERING) put_rendering(fields, rendering_samples);
         if (function == FIDELITY) put_fidelity(fields);
@@ -203,17 +207,10 @@ public:
     }
 
 private:
-    const Fields& temperature() {
-        Fields& fields = fields_[TEMPERATURE];
-        if (is_known_[TEMPERATURE]) return fields;
-        is_known_[TEMPERATURE] = true;
-        fields.fill(std::numeric_limits<double>::quiet_NaN());
-        const auto found = internal::nearest_temperature(internal::uv_of(xyz_), step_);
-        if (internal::is_defined(found)) {
-            fields[0] = found.cct;
-            fields[1] = found.duv;
-        }
-        return fields;
+    void put_temperature(Fields& fields) const noexcept {
+        if (!internal::is_defined(temperature_)) return;
+        fields[0] = temperature_.cct;
+        fields[1] = temperature_.duv;
     }
 
     void put_chromaticity(Fields& fields) const noexcept {
@@ -225,9 +222,9 @@ private:
     }
 
     void put_rendering(Fields& fields, std::size_t samples) {
-        const double cct = temperature()[0];
         internal::RenderingReference reference;
-        if (std::isnan(cct) || !internal::rendering_reference(cct, step_, &reference, samples))
+        if (!internal::is_defined(temperature_) ||
+            !internal::rendering_reference(temperature_.cct, step_, &reference, samples))
             return;
         const auto R = internal::rendering_indices(under_, reference, samples);
         fields[0] = internal::general_index(R);
@@ -236,12 +233,11 @@ private:
     }
 
     void put_fidelity(Fields& fields) {
-        const double cct = temperature()[0];
-        if (std::isnan(cct)) return;
+        if (!internal::is_defined(temperature_)) return;
         internal::Colours<99> source;
         internal::evaluation_samples(step_).under(grid_, &source);
         ColourFidelity found;
-        if (!internal::fidelity_of(source, cct, step_, &found)) return;
+        if (!internal::fidelity_of(source, temperature_.cct, step_, &found)) return;
         fields[0] = found.Rf;
         fields[1] = found.Rg;
         std::size_t i = 2;
@@ -262,6 +258,7 @@ private:
     std::span<const double> grid_;
     int step_;
     colorimetry::CIEXYZ xyz_;
+    CorrelatedColourTemperature temperature_;
     const internal::Colours<15>& under_;
     std::array<bool, RATIO + 1> is_known_{};
     std::array<Fields, RATIO + 1> fields_;
@@ -315,40 +312,81 @@ const std::vector<std::string>& SourceEvaluator::keys() {
     return names;
 }
 
+/// The spectra that are lights, side by side.
+struct SourceEvaluator::Lights {
+    std::array<const double*, group> values{};  // on the grid
+    std::array<colorimetry::CIEXYZ, group> xyz{};
+    std::size_t count = 0;
+    std::array<std::size_t, group> of_spectrum{};  // none where it is not one
+};
+
+void SourceEvaluator::find_lights(const VisibleGrid& grid, std::span<const double* const> spectra,
+                                  Lights* lights, Scratch* scratch) const {
+    std::array<const double*, group> sampled{};
+    std::array<std::size_t, group> spectrum_of{};
+    std::size_t count = 0;
+    lights->of_spectrum.fill(none);
+    for (std::size_t k = 0; k < spectra.size(); ++k) {
+        const auto values = grid.sample({spectra[k], points_}, &scratch->spline, scratch->grids[k]);
+        if (values.empty()) continue;
+        sampled[count] = values.data();
+        spectrum_of[count++] = k;
+    }
+    std::array<internal::VisibleSums, group> sums;
+    std::array<const double*, group> upcoming{};
+    std::size_t upcoming_count = 0;
+    if (const auto begin = grid.run()) {
+        for (const double* const next : scratch->upcoming)
+            upcoming[upcoming_count++] = next + *begin;
+    }
+    internal::colour_matching(1931, grid.step())
+        .sums(std::span(sampled).first(count), std::span(upcoming).first(upcoming_count), sums);
+    for (std::size_t i = 0; i < count; ++i) {
+        const std::size_t k = spectrum_of[i];
+        if (!grid.accepts({spectra[k], points_},
+                          {sampled[i], internal::visible_points(grid.step())}, sums[i])) {
+            continue;
+        }
+        lights->values[lights->count] = sampled[i];
+        lights->xyz[lights->count] = sums[i].xyz;
+        lights->of_spectrum[k] = lights->count++;
+    }
+}
+
 void SourceEvaluator::evaluate(const VisibleGrid& grid, std::span<const Item> items,
                                std::span<const double* const> spectra, std::span<double> results,
                                Scratch* scratch) const {
-    static_assert(group == internal::lights_at_once);
-    std::array<std::span<const double>, group> sampled;
-    std::array<colorimetry::CIEXYZ, group> xyz{};
-    // Of the spectra that are lights, side by side.
-    std::array<const double*, group> lights{};
-    std::array<colorimetry::CIEXYZ, group> xyz_of_lights{};
-    std::size_t light_count = 0;
-    for (std::size_t k = 0; k < spectra.size(); ++k) {
-        sampled[k] =
-            grid.sample({spectra[k], points_}, &scratch->spline, scratch->grids[k], &xyz[k]);
-        if (sampled[k].empty()) continue;
-        lights[light_count] = sampled[k].data();
-        xyz_of_lights[light_count++] = xyz[k];
+    static_assert(group == internal::lights_at_once && group <= internal::PlanckianLocus::at_once);
+    const auto wants = [items](std::initializer_list<std::size_t> functions) {
+        return std::any_of(items.begin(), items.end(), [functions](const Item& item) {
+            return std::find(functions.begin(), functions.end(), item.function) != functions.end();
+        });
+    };
+    Lights lights;
+    find_lights(grid, spectra, &lights, scratch);
+    const std::size_t count = lights.count;
+    std::array<CorrelatedColourTemperature, group> temperatures{};
+    if (count > 0 && wants({TEMPERATURE, RENDERING, FIDELITY})) {
+        std::array<internal::UV, group> colours;
+        for (std::size_t k = 0; k < count; ++k) colours[k] = internal::uv_of(lights.xyz[k]);
+        internal::nearest_temperatures(std::span(colours).first(count), grid.step(), temperatures);
     }
-    const bool wants_rendering = std::any_of(
-        items.begin(), items.end(), [](const Item& item) { return item.function == RENDERING; });
     std::array<internal::Colours<15>, group> under;
-    if (wants_rendering && light_count > 0) {
-        internal::rendering_colours(std::span(lights).first(light_count), xyz_of_lights,
-                                    grid.step(), rendering_samples_, under);
+    if (count > 0 && wants({RENDERING})) {
+        internal::rendering_colours(std::span(lights.values).first(count), lights.xyz, grid.step(),
+                                    rendering_samples_, under);
     }
-    const internal::Colours<15>* under_light = under.data();
     for (std::size_t k = 0; k < spectra.size(); ++k) {
         const auto of_spectrum = results.subspan(k * key_count_, key_count_);
-        if (sampled[k].empty()) {
+        const std::size_t light = lights.of_spectrum[k];
+        if (light == none) {
             for (const Item& item : items) {
                 of_spectrum[item.result] = std::numeric_limits<double>::quiet_NaN();
             }
             continue;
         }
-        Results of(sampled[k], grid.step(), xyz[k], *under_light++);
+        Results of({lights.values[light], internal::visible_points(grid.step())}, grid.step(),
+                   lights.xyz[light], temperatures[light], under[light]);
         for (const Item& item : items) {
             of_spectrum[item.result] = of(item.function, rendering_samples_)[item.field];
         }

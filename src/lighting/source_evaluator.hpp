@@ -3,6 +3,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -23,17 +24,29 @@ public:
     /// @param wavelengths  shape (N), strictly ascending beyond epsilon
     VisibleGrid(std::span<const double> wavelengths, int step, spline::Type type, double epsilon);
 
+    /// How many values of a spectrum come before those on the grid, where these are a part of it.
+    [[nodiscard]] std::optional<std::size_t> run() const noexcept {
+        if (!is_possible_ || !is_run_) return {};
+        return static_cast<std::size_t>(source_[0]);
+    }
+
     /// Values on the grid.
     ///
     /// @param values   shape (N)
     /// @param scratch  for the interpolant, where one is needed
     /// @param memory   shape (401), for the values where they are not a part of `values`
-    /// @param xyz      receives their tristimulus values
-    /// @return shape (81) or (401); empty where `VisibleSpectrum` refuses the spectrum
+    /// @return shape (81) or (401); empty where a spectrum has none
     [[nodiscard]] std::span<const double> sample(std::span<const double> values,
                                                  numerical::Spline* scratch,
-                                                 std::span<double> memory,
-                                                 colorimetry::CIEXYZ* xyz) const;
+                                                 std::span<double> memory) const;
+
+    /// Whether `VisibleSpectrum` takes a spectrum.
+    ///
+    /// @param values  shape (N)
+    /// @param grid    its values on the grid
+    /// @param sums    theirs
+    [[nodiscard]] bool accepts(std::span<const double> values, std::span<const double> grid,
+                               const VisibleSums& sums) const;
 
     [[nodiscard]] int step() const noexcept { return step_; }
 
@@ -81,6 +94,8 @@ public:
     struct Scratch {
         numerical::Spline spline;
         std::array<std::array<double, internal::max_visible_points>, group> grids;
+        /// Spectra that are evaluated next: their memory may arrive meanwhile.
+        std::span<const double* const> upcoming{};
     };
 
     /// @param wavelengths  shape (N), nm, ascending
@@ -115,6 +130,9 @@ private:
         std::size_t field;
         std::size_t result;
     };
+    struct Lights;
+    void find_lights(const internal::VisibleGrid& grid, std::span<const double* const> spectra,
+                     Lights* lights, Scratch* scratch) const;
     void evaluate(const internal::VisibleGrid& grid, std::span<const Item> items,
                   std::span<const double* const> spectra, std::span<double> results,
                   Scratch* scratch) const;

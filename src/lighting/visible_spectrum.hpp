@@ -55,6 +55,14 @@ struct ColourMatching {
     /// @param values  shape (points)
     [[nodiscard]] VisibleSums sums(std::span<const double> values) const noexcept;
 
+    /// The same of several lights.
+    ///
+    /// @param lights    the values of each; shape (N) times (points), N <= 4
+    /// @param upcoming  lights of which sums are wanted next: their memory may arrive meanwhile
+    /// @param results   shape (N)
+    void sums(std::span<const double* const> lights, std::span<const double* const> upcoming,
+              std::span<VisibleSums> results) const noexcept;
+
     [[nodiscard]] colorimetry::CIEXYZ operator()(std::span<const double> values) const noexcept {
         return sums(values).xyz;
     }

@@ -14,8 +14,9 @@ namespace {
 
 using numerical::lane_count;
 using numerical::Lanes;
+using numerical::prefetch;
 using numerical::read;
-using numerical::select;
+using numerical::smaller_of;
 using numerical::splat;
 using numerical::write;
 
@@ -24,6 +25,9 @@ constexpr std::size_t columns = 3 * samples;
 /// Columns whose weights lie side by side.
 constexpr std::size_t block = 2 * lane_count;
 constexpr std::size_t blocks = (columns + block - 1) / block;
+
+/// How many lights before it is read the memory of one is fetched.
+constexpr std::size_t lights_ahead = 2;
 
 /// Sums of the values of a light times the weights of each column.
 using Sums = std::array<double, blocks * block>;
@@ -35,22 +39,29 @@ VEKANALYSIS_INLINE void add_columns(const std::array<const double*, lights_at_on
                                     std::array<Sums, lights_at_once>& sums) {
     constexpr std::size_t vectors = width * block / lane_count;
     Lanes part[lights][vectors];
+    VEKANALYSIS_UNROLL
     for (std::size_t k = 0; k < lights; ++k) {
+        VEKANALYSIS_UNROLL
         for (std::size_t j = 0; j < vectors; ++j) part[k][j] = splat(0.0);
     }
     for (std::size_t i = 0; i < points; ++i) {
         Lanes weight[vectors];
+        VEKANALYSIS_UNROLL
         for (std::size_t j = 0; j < vectors; ++j) {
             constexpr std::size_t in_block = block / lane_count;
             weight[j] = read<double>(weights + (j / in_block * points + i) * block +
                                      j % in_block * lane_count);
         }
+        VEKANALYSIS_UNROLL
         for (std::size_t k = 0; k < lights; ++k) {
             const Lanes value = splat(values[k][i]);
+            VEKANALYSIS_UNROLL
             for (std::size_t j = 0; j < vectors; ++j) part[k][j] = part[k][j] + value * weight[j];
         }
     }
+    VEKANALYSIS_UNROLL
     for (std::size_t k = 0; k < lights; ++k) {
+        VEKANALYSIS_UNROLL
         for (std::size_t j = 0; j < vectors; ++j) {
             write(part[k][j], sums[k].data() + first + j * lane_count);
         }
@@ -74,44 +85,62 @@ VEKANALYSIS_INLINE void rendering_body(const std::array<const double*, lights_at
     }
 }
 
-VEKANALYSIS_INLINE void tristimulus_body(const ColourMatching& matching,
-                                         std::span<const double> values, VisibleSums& result) {
-    Lanes parts[3] = {splat(0.0), splat(0.0), splat(0.0)};
+/// @param upcoming  memory that is read soon, of the same size
+VEKANALYSIS_INLINE void add_tristimulus(const ColourMatching& matching, const double* values,
+                                        const double* upcoming, VisibleSums& result) {
+    const double* const x = matching.functions[0].data();
+    const double* const y = matching.functions[1].data();
+    const double* const z = matching.functions[2].data();
+    Lanes X = splat(0.0);
+    Lanes Y = splat(0.0);
+    Lanes Z = splat(0.0);
     Lanes lowest = splat(std::numeric_limits<double>::infinity());
-    const double* const v = values.data();
     std::size_t i = 0;
     for (; i + lane_count <= matching.points; i += lane_count) {
-        const Lanes value = read<double>(v + i);
-        for (std::size_t k = 0; k < 3; ++k) {
-            parts[k] = parts[k] + read<double>(matching.functions[k].data() + i) * value;
-        }
-        // False for NaN.
-        lowest = select(value <= lowest, value, lowest);
+        const Lanes value = read<double>(values + i);
+        prefetch(upcoming + i);
+        X = X + read<double>(x + i) * value;
+        Y = Y + read<double>(y + i) * value;
+        Z = Z + read<double>(z + i) * value;
+        // Keeps the lowest where the value is NaN.
+        lowest = smaller_of(value, lowest);
     }
     double sums[3][lane_count];
     double low[lane_count];
-    for (std::size_t k = 0; k < 3; ++k) write(parts[k], sums[k]);
+    write(X, sums[0]);
+    write(Y, sums[1]);
+    write(Z, sums[2]);
     write(lowest, low);
     for (; i < matching.points; ++i) {
-        for (std::size_t k = 0; k < 3; ++k) sums[k][0] += matching.functions[k][i] * v[i];
-        if (v[i] < low[0]) low[0] = v[i];
+        sums[0][0] += x[i] * values[i];
+        sums[1][0] += y[i] * values[i];
+        sums[2][0] += z[i] * values[i];
+        if (values[i] < low[0]) low[0] = values[i];
     }
     const auto total = [](const double* part) { return (part[0] + part[1]) + (part[2] + part[3]); };
     result = {{total(sums[0]), total(sums[1]), total(sums[2])},
               *std::min_element(low, low + lane_count)};
 }
 
-#define VEKANALYSIS_SUMS(name, attribute)                                                      \
-    namespace name {                                                                           \
-    attribute void rendering(const std::array<const double*, lights_at_once>& values,          \
-                             std::size_t lights, const double* weights, std::size_t points,    \
-                             std::size_t count, std::array<Sums, lights_at_once>& sums) {      \
-        rendering_body(values, lights, weights, points, count, sums);                          \
-    }                                                                                          \
-    attribute void tristimulus(const ColourMatching& matching, std::span<const double> values, \
-                               VisibleSums& result) {                                          \
-        tristimulus_body(matching, values, result);                                            \
-    }                                                                                          \
+VEKANALYSIS_INLINE void tristimulus_body(const ColourMatching& matching,
+                                         const double* const* values, std::size_t lights,
+                                         VisibleSums* results) {
+    for (std::size_t k = 0; k < lights; ++k) {
+        add_tristimulus(matching, values[k], values[k + lights_ahead], results[k]);
+    }
+}
+
+#define VEKANALYSIS_SUMS(name, attribute)                                                   \
+    namespace name {                                                                        \
+    attribute void rendering(const std::array<const double*, lights_at_once>& values,       \
+                             std::size_t lights, const double* weights, std::size_t points, \
+                             std::size_t count, std::array<Sums, lights_at_once>& sums) {   \
+        rendering_body(values, lights, weights, points, count, sums);                       \
+    }                                                                                       \
+    attribute void tristimulus(const ColourMatching& matching, const double* const* values, \
+                               std::size_t lights, VisibleSums* results) {                  \
+        tristimulus_body(matching, values, lights, results);                                \
+    }                                                                                       \
     }
 
 VEKANALYSIS_SUMS(baseline, )
@@ -169,8 +198,23 @@ const std::vector<double>& panel_of(int step) {
 
 VisibleSums ColourMatching::sums(std::span<const double> values) const noexcept {
     VisibleSums result{};
-    kernels().tristimulus(*this, values, result);
+    // No other light comes up, so that its own memory is named.
+    std::array<const double*, 1 + lights_ahead> lights;
+    lights.fill(values.data());
+    kernels().tristimulus(*this, lights.data(), 1, &result);
     return result;
+}
+
+void ColourMatching::sums(std::span<const double* const> lights,
+                          std::span<const double* const> upcoming,
+                          std::span<VisibleSums> results) const noexcept {
+    if (lights.empty()) return;
+    std::array<const double*, lights_at_once + lights_ahead> values;
+    values.fill(lights.front());
+    std::copy(lights.begin(), lights.end(), values.begin());
+    std::copy_n(upcoming.begin(), std::min(lights_ahead, upcoming.size()),
+                values.begin() + static_cast<std::ptrdiff_t>(lights.size()));
+    kernels().tristimulus(*this, values.data(), lights.size(), results.data());
 }
 
 void rendering_colours(std::span<const double* const> lights,

@@ -14,6 +14,8 @@ inline constexpr std::size_t lane_count = 4;
 #if defined(__GNUC__)
 
 #define VEKANALYSIS_INLINE inline __attribute__((always_inline))
+/// Before a loop over vectors that are to stay in registers.
+#define VEKANALYSIS_UNROLL _Pragma("GCC unroll 16")
 
 using Lanes [[gnu::vector_size(32), gnu::may_alias]] = double;
 using Mask [[gnu::vector_size(32), gnu::may_alias]] = std::int64_t;
@@ -22,6 +24,10 @@ VEKANALYSIS_INLINE Lanes splat(double x) {
     // GCC broadcasts a shuffled number straight from memory, and a list of four in two steps.
     const Lanes first{x};
     return __builtin_shufflevector(first, first, 0, 0, 0, 0);
+}
+/// Has memory fetched that is read soon.
+VEKANALYSIS_INLINE void prefetch(const void* place) {
+    __builtin_prefetch(place);
 }
 VEKANALYSIS_INLINE void write(Lanes lanes, double* place) {
     __builtin_memcpy(place, &lanes, sizeof lanes);
@@ -70,6 +76,7 @@ VEKANALYSIS_INLINE unsigned bits_of(Mask mask) {
 #else
 
 #define VEKANALYSIS_INLINE inline
+#define VEKANALYSIS_UNROLL
 
 struct Mask {
     bool lanes[lane_count];
@@ -109,6 +116,7 @@ inline Mask operator~(const Mask& a) {
 inline Lanes splat(double x) {
     return {x, x, x, x};
 }
+inline void prefetch(const void*) {}
 inline void write(const Lanes& lanes, double* place) {
     std::memcpy(place, lanes.lanes, sizeof lanes.lanes);
 }

@@ -137,20 +137,24 @@ class RowValues {
 public:
     explicit RowValues(std::size_t size) : size_(size) {}
 
-    void take(std::span<const Evaluator::Row> rows) {
-        count_ = rows.size();
-        for (std::size_t k = 0; k < count_; ++k) {
-            const Evaluator::Row& row = rows[k];
+    /// What becomes of rows that are not arrays.
+    enum class Others { COPY, LEAVE };
+
+    void take(std::span<const Evaluator::Row> rows, Others others = Others::COPY) {
+        count_ = 0;
+        for (const Evaluator::Row& row : rows) {
             const auto address = reinterpret_cast<std::uintptr_t>(row.values);
             const bool is_array =
                 !row.is_single && row.step == sizeof(double) && address % alignof(double) == 0;
             if (is_array) {
-                first_[k] = reinterpret_cast<const double*>(row.values);
+                first_[count_++] = reinterpret_cast<const double*>(row.values);
                 continue;
             }
-            copies_[k].resize(size_);
-            for (std::size_t i = 0; i < size_; ++i) copies_[k][i] = value_at(row, i);
-            first_[k] = copies_[k].data();
+            if (others == Others::LEAVE) continue;
+            auto& copy = copies_[count_];
+            copy.resize(size_);
+            for (std::size_t i = 0; i < size_; ++i) copy[i] = value_at(row, i);
+            first_[count_++] = copy.data();
         }
     }
 
@@ -467,6 +471,7 @@ void Evaluator::evaluate(std::span<const Row> rows, std::span<const Results> res
     auto workspace = plan.integrator.make_workspace();
     std::vector<Four> smallest(plan.functions.size());
     RowValues values(n);
+    RowValues upcoming(n);
     std::vector<double> of_source(lane_count * plan.source_count);
     std::vector<double> numbers(plan.source_place + plan.source_count, none);
     lighting::SourceEvaluator::Scratch scratch;
@@ -481,6 +486,10 @@ void Evaluator::evaluate(std::span<const Row> rows, std::span<const Results> res
         }
         if (needs_rows) values.take(group);
         if (plan.source) {
+            const auto after = rows.subspan(begin + group.size());
+            upcoming.take(after.first(std::min(lane_count, after.size())),
+                          RowValues::Others::LEAVE);
+            scratch.upcoming = upcoming.first_of_each();
             (*plan.source)(values.first_of_each(), of_source, &scratch);
         }
         for (std::size_t lane = 0; lane < group.size(); ++lane) {
