@@ -183,6 +183,22 @@ FILES: dict[str, tuple[str, dict[str, Any], list[tuple[str, str, str | None, lis
         {},
         [("Lens A", "transmittance", "1", [0.5]), ("Lens B", "transmittance", "1", [0.6, 0.7])],
     ),
+    **{
+        f"pairs below '{title}'": (
+            f"{title}; Lens 1 %T;{again};Lens 2 %T\n400;50;500;20\n410;60;510;30\n",
+            {},
+            [
+                ("Lens 1 %T", "transmittance", "1", [0.5, 0.6]),
+                ("Lens 2 %T", "transmittance", "1", [0.2, 0.3]),
+            ],
+        )
+        for title, again in (
+            ("X", "X"),
+            ("X1 (nm)", "X2 (nm)"),
+            ("Lunghezza d'onda [nm]", "Lunghezza d'onda [nm]"),
+            ("波长(nm)", "波长(nm)"),
+        )
+    },
     "pairs without names": (
         "nm;T;nm;R\n400;0.5;400;0.6\n",
         {},

@@ -16,9 +16,14 @@ from .statements import Statement, state, state_unit
 from .wavelengths import stated_unit
 
 _WAVELENGTH = re.compile(
-    r"wave ?length|wellenl|longueur d.onde|longitud de onda|波長", re.IGNORECASE
+    r"wave ?len|wellenl|longueurs? d.onde|longitud de onda|lunghezz[ae] d.onda|comprimento de onda|"
+    r"golflengte|våglängd|bølgelængde|bølgelengde|aallonpituus|długość fali|vlnová délka|"
+    r"длина волны|波長|波长|파장",
+    re.IGNORECASE,
 )
-_WAVELENGTH_SYMBOL = re.compile(r"\bwl\b|lambda|λ|^\W*(?:nm|[µμu]m|Å)\W*$", re.IGNORECASE)
+_WAVELENGTH_SYMBOL = re.compile(
+    r"(?<![^\W_])w\.?l(?![^\W_])|lambda|λ|^\W*(?:nm|[µμu]m|Å)\W*$", re.IGNORECASE
+)
 _OTHER_SPECTRAL = re.compile(r"wave ?number|wellenzahl|frequen|photon energy", re.IGNORECASE)
 # What stands on the x axis of measurements that are no spectra.
 _OTHER_AXIS = re.compile(
@@ -125,8 +130,22 @@ class Titles(NamedTuple):
         return self.title(column) if self.names else self.free_text
 
     def wavelength_columns(self) -> list[int]:
-        """The columns whose titles say that wavelengths are in them."""
-        return [c for c in range(len(self.names)) if _is_wavelength(self.title(c))]
+        """The columns whose titles say that wavelengths are in them.
+
+        Without such words those titled as the first one is, or in the same unit of length.
+        """
+        titles = [self.title(column) for column in range(len(self.names))]
+        named = [column for column, title in enumerate(titles) if _is_wavelength(title)]
+        if named or not titles or not self.found[0]:
+            return named
+        unit = stated_unit(titles[0])
+        lengths = unit in ("nm", "um", "angstrom")
+        again = [
+            column
+            for column, title in enumerate(titles[1:], start=1)
+            if title == titles[0] or (lengths and stated_unit(title) == unit and _is_length(title))
+        ]
+        return [0, *again] if again else []
 
 
 class Header(NamedTuple):
@@ -140,6 +159,11 @@ class Header(NamedTuple):
     wavelength_unit: str
     # The lines that hold no fact, by index.
     others: list[int]
+
+
+def _is_length(title: str) -> bool:
+    unit = state(title).unit
+    return unit is not None and unit.base == "m"
 
 
 def _is_wavelength(title: str) -> bool:
