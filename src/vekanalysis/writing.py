@@ -33,6 +33,8 @@ _BY_EXTENSION: dict[str, Format] = {
 _FRACTIONS = ("transmittance", "reflectance")
 # Readers take higher fractions that state no unit for per cent.
 _HIGHEST_FRACTION = 2.0
+# And in TM-27, which states no unit of them, wavelengths that all are shorter for micrometres.
+_SHORTEST_IN_NM = 20.0
 _JCAMP_LINE = 76
 # What SpectralQuantity can be, and its unit by custom.
 _TM27_UNITS = {
@@ -277,6 +279,11 @@ def _affn(number: float) -> str:
 
 def _tm27(spectra: Sequence[Spectrum]) -> str:
     (spectrum,) = spectra
+    if spectrum.scan.max_wavelength() < _SHORTEST_IN_NM:
+        raise Refusal(
+            f"{spectrum.where}: wavelengths below {_SHORTEST_IN_NM:g} nm would be taken for "
+            "micrometres: TM-27 states no unit"
+        )
     quantity, comment, spectrum = _tm27_quantity(spectrum)
     facts = dict(spectrum.metadata)
     today = datetime.datetime.now(datetime.UTC).date().isoformat()

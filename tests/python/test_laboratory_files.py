@@ -369,6 +369,16 @@ XML = {
         sample("tm27-irradiance.spdx").replace(b"Quantity>irradiance", b"Quantity>"),
         "there is no SpectralQuantity",
     ),
+    "no text": (
+        lenses(lens("R", "400:<b>9</b>5 401:6")),
+        "right lens, point 1: 'b' stands within a number",
+    ),
+    "micrometres": (
+        b"<IESTM2714><SpectralDistribution><SpectralQuantity>flux</SpectralQuantity>"
+        b"<SpectralData wavelength='0.4'>1</SpectralData><SpectralData wavelength='0.7'>1"
+        b"</SpectralData></SpectralDistribution></IESTM2714>",
+        "it does not say what x is in",
+    ),
     "no points": (b"<IESTM2714><SpectralDistribution/></IESTM2714>", "there is no SpectralData"),
 }
 

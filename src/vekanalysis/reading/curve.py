@@ -30,6 +30,8 @@ _DENSITIES = frozenset(["irradiance", "radiance", "intensity", "flux"])
 _PER_LENGTH = frozenset(["nm-1", "µm-1"])
 # Above it a transmittance or reflectance without a unit can only be in per cent.
 _HIGHEST_FRACTION = 2.0
+# Below it wavelengths are in micrometres.
+_SHORTEST_IN_NM = 20.0
 _LONGEST_FACT = 300
 
 
@@ -98,6 +100,14 @@ def number(text: str, what: str) -> float:
     if not math.isfinite(value):
         raise Refusal(f"{what}: '{text}' is too large a number")
     return value
+
+
+def unstated_unit(x: NDArray[np.float64]) -> str:
+    """The unit of wavelengths where the format has nm and the file states none.
+
+    Empty, as of what nobody states, where they can only be in another unit.
+    """
+    return "nm" if x.max() >= _SHORTEST_IN_NM else ""
 
 
 def fact(text: str) -> str:
@@ -271,4 +281,13 @@ def _check_density(statement: Statement, asked: Options, unit: str, where: str) 
         )
 
 
-__all__ = ["MOST_POINTS", "Curve", "Wanted", "fact", "number", "spectrum", "stated"]
+__all__ = [
+    "MOST_POINTS",
+    "Curve",
+    "Wanted",
+    "fact",
+    "number",
+    "spectrum",
+    "stated",
+    "unstated_unit",
+]

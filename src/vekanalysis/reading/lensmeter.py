@@ -8,7 +8,7 @@ import numpy as np
 
 from .. import units
 from ..errors import Refusal
-from .curve import Curve, fact, number
+from .curve import Curve, fact, unstated_unit
 from .statements import Statement
 from .xml_tree import Element
 
@@ -76,8 +76,8 @@ def _curve(lens: Element, data: Element, device: dict[str, str]) -> Curve:
         if wavelength is None or value is None:
             missing = "wavelength" if wavelength is None else "transmittance"
             raise Refusal(f"{where}: there is no {missing}")
-        x[index] = number(wavelength.text, where)
-        y[index] = number(value.text, where)
+        x[index] = wavelength.number(where)
+        y[index] = value.number(where)
         found = (_unit(wavelength), _unit(value))
         if stated not in (None, found):
             raise Refusal(f"{where}: the units {found} differ from {stated} before")
@@ -88,7 +88,7 @@ def _curve(lens: Element, data: Element, device: dict[str, str]) -> Curve:
     return Curve(
         x,
         y,
-        x_unit or "nm",
+        x_unit or unstated_unit(x),
         Statement("transmittance", unit, units.parse(unit) if unit else None, "Transmittance"),
         part=lens.name,
         metadata=device | _prescription(lens),

@@ -4,7 +4,7 @@ import numpy as np
 
 from ..errors import Refusal
 from ..units import Kind
-from .curve import Curve, fact, number, stated
+from .curve import Curve, fact, number, stated, unstated_unit
 from .statements import Statement
 from .xml_tree import Element
 
@@ -65,7 +65,7 @@ def parse(root: Element) -> list[Curve]:
         if wavelength is None:
             raise Refusal(f"{where}: there is no wavelength")
         x[index] = number(wavelength, where)
-        y[index] = number(point.text, where)
+        y[index] = point.number(where)
     header = root.child("Header")
     facts = _facts(spectral, _DISTRIBUTION)
     if header is not None:
@@ -86,7 +86,7 @@ def parse(root: Element) -> list[Curve]:
         Curve(
             x,
             y,
-            "nm",
+            unstated_unit(x),
             statement,
             unit,
             label=facts.get("CatalogNumber", ""),

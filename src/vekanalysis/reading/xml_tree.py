@@ -10,6 +10,7 @@ import re
 from xml.parsers import expat
 
 from ..errors import Refusal, Remedy
+from .curve import number
 
 LONGEST_FILE = 32_000_000
 """Bytes of the longest file that is taken."""
@@ -57,6 +58,12 @@ class Element:
         if len(found) > 1:
             raise Refusal(f"line {found[1].line}: {name} is there twice")
         return found[0] if found else None
+
+    def number(self, where: str) -> float:
+        """The number that fills it; Refusal if there is anything else."""
+        if self.children:
+            raise Refusal(f"{where}: '{self.children[0].name}' stands within a number")
+        return number(self.text, where)
 
     def child_text(self, name: str) -> str:
         """The text of that child in one line, empty without one."""
