@@ -16,7 +16,7 @@ from . import units
 from ._core import version
 from ._files import csv_cell, replace
 from .errors import Refusal, Remedy
-from .reading import state, taken
+from .reading import names_wavelengths, state, taken
 from .spectrum import Spectrum
 
 __all__ = ["Format", "write"]
@@ -36,6 +36,8 @@ _HIGHEST_FRACTION = 2.0
 # And in TM-27, which states no unit of them, wavelengths that all are shorter for micrometres.
 _SHORTEST_IN_NM = 20.0
 _JCAMP_LINE = 76
+# Of titles in CSV; readers take long lines for texts.
+_LONGEST_LABEL = 100
 # What SpectralQuantity can be, and its unit by custom.
 _TM27_UNITS = {
     "flux": "W nm-1",
@@ -161,14 +163,28 @@ def _title(spectrum: Spectrum, others: Sequence[str]) -> str:
     """States kind and unit, and the label where that does not say something else."""
     kind = "" if spectrum.kind in ("unknown", "other") else spectrum.kind
     unit = f" [{spectrum.unit}]" if spectrum.unit else ""
-    label = _one_line(spectrum.label)
-    titles = [f"{label} {kind}{unit}".strip(), f"{label}{unit}".strip(), f"{kind or 'value'}{unit}"]
-    stated = [
-        title for title in titles if taken(state(title))[:2] == (spectrum.kind, spectrum.unit)
+    label = _one_line(spectrum.label)[:_LONGEST_LABEL]
+    titles = [
+        title
+        for title in (
+            f"{label} {kind}{unit}".strip(),
+            f"{label}{unit}".strip(),
+            f"{kind or 'value'}{unit}",
+        )
+        if title and not names_wavelengths(title)
     ]
-    title = (stated or titles)[0] or titles[-1]
+    exact = [title for title in titles if taken(state(title))[:2] == (spectrum.kind, spectrum.unit)]
+    harmless = [title for title in titles if _says_nothing_else(title, spectrum)]
+    title = [*exact, *harmless, f"value{unit}"][0]
     count = sum(other.endswith(title) for other in others)
     return f"{count + 1} {title}" if count else title
+
+
+def _says_nothing_else(title: str, spectrum: Spectrum) -> bool:
+    """Whether what is read from a title is less than what is known, but not another thing."""
+    kind, unit, _ = taken(state(title))
+    unstated = None if spectrum.unit else units.coherent(spectrum.kind)
+    return kind in (spectrum.kind, "unknown", "other") and unit in (None, spectrum.unit, unstated)
 
 
 def _csv(spectra: Sequence[Spectrum]) -> str:

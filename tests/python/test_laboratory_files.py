@@ -564,12 +564,36 @@ def test_a_file_is_written_whole_or_not_at_all(tmp_path: Path) -> None:
 
 
 @pytest.mark.parametrize(
+    ("kind", "unit", "label"),
+    [
+        ("other", None, "T (%)"),
+        ("counts", None, "Lens [%]"),
+        ("other", "furlong", "Lens (%T)"),
+        ("absorbance", "OD", "Wavelength (nm)"),
+        ("unknown", None, "nm"),
+        ("irradiance", "W m-2 nm-1", "a" * 3000),
+        ("flux", "W nm-1", "Abs x 1000"),
+    ],
+)
+def test_labels_in_csv_change_no_values(
+    kind: vek.units.Kind, unit: str | None, label: str, tmp_path: Path
+) -> None:
+    spectrum = Spectrum(Scan([400, 410], [0.1, 90]), kind, unit, label)
+    path = tmp_path / "lens.csv"
+    vek.write(spectrum, path)
+    (back,) = vek.read(path)
+    assert back.scan == spectrum.scan
+    assert unit is None or (back.kind, back.unit) == (kind, unit)
+
+
+@pytest.mark.parametrize(
     ("changes", "name", "reason"),
     [
         ({}, "lens.xls", "the ending does not say the format; pass format='csv', format='jcamp'"),
         ({"unit": None}, "lens.csv", "its unit is not stated; pass unit='1' or unit='%'"),
         ({"scan": Scan([400, 410], [0.1, np.nan])}, "a.csv", "the value at 410 nm is nan"),
         ({"scan": Scan([0, 410], [0.1, 0.2])}, "a.csv", "must be finite and above zero"),
+        ({"scan": Scan([1, 2], [0.1, 0.2])}, "a.spdx", "would be taken for micrometres"),
         ({"scan": Scan([400], [0.1])}, "a.csv", "1 points, at least 2"),
         ({"scan": Scan([400, 410], [0.1, 2.5])}, "a.spdx", "above 2 would be taken for per cent"),
     ],

@@ -13,6 +13,7 @@ from .pairs import read_pairs
 from .statements import state, taken
 from .tables import Table, read_table
 from .text import Duplicates, Skipped, TextOptions
+from .titles import names_wavelengths
 from .values import Options
 from .wavelengths import WavelengthUnit, check_finite, in_nm, stated_unit
 
@@ -29,6 +30,7 @@ __all__ = [
     "check_names",
     "in_nm",
     "is_measurement_file",
+    "names_wavelengths",
     "parse_measurement",
     "read",
     "read_content",

@@ -111,7 +111,7 @@ class Titles(NamedTuple):
     def wavelength_title(self, column: int) -> str:
         if self.names:
             return self.title(column)
-        is_title = _is_wavelength(self.free_text) or _OTHER_SPECTRAL.search(self.free_text)
+        is_title = names_wavelengths(self.free_text) or _OTHER_SPECTRAL.search(self.free_text)
         return self.free_text if is_title else ""
 
     def names_no_wavelengths(self, column: int) -> bool:
@@ -124,7 +124,9 @@ class Titles(NamedTuple):
         kind, _, unit, _ = self.statement(column)
         if unit is not None and unit.base != "1":
             return True
-        return not _is_wavelength(title) and (kind is not None or bool(_OTHER_AXIS.search(title)))
+        return not names_wavelengths(title) and (
+            kind is not None or bool(_OTHER_AXIS.search(title))
+        )
 
     def value_title(self, column: int) -> str:
         return self.title(column) if self.names else self.free_text
@@ -135,7 +137,7 @@ class Titles(NamedTuple):
         Without such words those titled as the first one is, or in the same unit of length.
         """
         titles = [self.title(column) for column in range(len(self.names))]
-        named = [column for column, title in enumerate(titles) if _is_wavelength(title)]
+        named = [column for column, title in enumerate(titles) if names_wavelengths(title)]
         if named or not titles or not self.found[0]:
             return named
         unit = stated_unit(titles[0])
@@ -166,7 +168,8 @@ def _is_length(title: str) -> bool:
     return unit is not None and unit.base == "m"
 
 
-def _is_wavelength(title: str) -> bool:
+def names_wavelengths(title: str) -> bool:
+    """Whether a title says that wavelengths are in its column."""
     if len(title) > _LONGEST_TITLE:
         return False
     title = " ".join(title.split())
