@@ -19,6 +19,8 @@ from .jcamp_tables import Line, Table, decode_ordinates, decode_pairs
 _RECORD = re.compile(r"\s*+##([^=]{0,200})(?:=(.*)|$)", re.DOTALL)
 _COMMENT = re.compile(r"<[^<>]*>|(\$\$)")
 _DECIMAL_COMMA = re.compile(r"\s*+[+-]?[0-9]++,[0-9]")
+# What stands behind it on its line is of the table.
+_FORM = re.compile(r"\s*+\([^()]{0,40}(?:\([^()]{0,40}\)[^()]{0,40})?\)")
 _DEPTH = 20
 _MOST_FACTS = 100
 # What must not be stated in two ways.
@@ -218,12 +220,15 @@ def _curve(block: _Block, record: _Record) -> Curve:
     if head.points is None and not block.is_closed:
         raise Refusal("it ends without ##END= and states no NPOINTS: it may be cut off")
     notes = [] if block.is_closed else ["there is no ##END=; the points are all there"]
-    (first_line, form), *lines = record.lines
-    form = "".join(form.split()).upper()
+    (first_line, text), *lines = record.lines
+    found = _FORM.match(text)
+    form = "".join((found[0] if found else text).split()).upper()
+    if found and text[found.end() :].strip():
+        lines.insert(0, (first_line, text[found.end() :]))
     table = Table(lines, head.points, head.is_comma)
-    if form.startswith("(X++(Y..Y))"):
+    if form == "(X++(Y..Y))":
         x, y = _even(head, table, notes)
-    elif form.startswith("(XY..XY)"):
+    elif form == "(XY..XY)":
         x, y = _uneven(head, table, notes)
     else:
         raise Refusal(
@@ -263,6 +268,8 @@ def _even(
         raise Refusal(f"FIRSTX and LASTX are both {first:.10g}")
     x = first + np.arange(count) * (last - first) / (count - 1)
     step = abs(last - first) / (count - 1)
+    if head.delta is not None and abs(abs(head.delta) - step) > 0.1 * step:
+        notes.append(f"DELTAX is {head.delta:.10g}, but FIRSTX, LASTX and NPOINTS give {step:.10g}")
     away = np.abs(np.array(ordinates.line_x) * head.x_factor - x[ordinates.line_points])
     if (away > step * (1.0 + 1e-9)).any():
         index = int((away > step * (1.0 + 1e-9)).argmax())
@@ -270,6 +277,12 @@ def _even(
             f"line {ordinates.line_numbers[index]}: it starts at "
             f"{ordinates.line_x[index] * head.x_factor:.10g}, where FIRSTX, LASTX and NPOINTS give "
             f"{x[ordinates.line_points[index]]:.10g}: points are missing or doubled"
+        )
+    # Half a step is rounding.
+    if (away > 0.5 * step * (1.0 + 1e-6)).any():
+        notes.append(
+            f"the lines start up to {away.max() / step:.2g} steps from where FIRSTX, LASTX and "
+            "NPOINTS put their points"
         )
     values = np.array(ordinates.values, dtype=np.float64)
     present = ~np.isnan(values)

@@ -20,6 +20,8 @@ _DIGITS = r"[0-9]*+(?:\.[0-9]++)?"
 _TOKEN = re.compile(rf"{_AFFN}|[@A-Ia-i]{_DIGITS}|[%J-Rj-r]{_DIGITS}|[S-Zs][0-9]*+|\?")
 # An exponent needs no sign where E cannot be an ordinate.
 _PAIR_NUMBER = re.compile(r"[+-]?(?:[0-9]++\.?[0-9]*+|\.[0-9]++)(?:[eE][+-]?[0-9]++)?")
+# An exponent without a sign, or an ordinate behind another: the number of points tells.
+_DOUBTFUL_E = re.compile(r"(?<![^ \t,;])[+-]?[0-9.]+E[0-9]")
 _LONGEST_TOKEN = 25
 # Sums are kept within what a 64-bit integer holds.
 _LARGEST = 2**63
@@ -146,6 +148,8 @@ class _Decoder:
             raise self._refuse(f"'{shortened(text)}' is not a line of ordinates")
         if len(max(tokens, key=len)) > _LONGEST_TOKEN:
             raise self._refuse(f"'{shortened(max(tokens, key=len))}' is too long a number")
+        if self._table.points is None and _DOUBTFUL_E.search(text, len(tokens[0])):
+            raise self._refuse("E without a sign can be read in two ways, and NPOINTS is missing")
         x, *tokens = tokens
         if x[0] not in "+-.0123456789":
             raise self._refuse(f"it starts with '{shortened(x)}', not with x")
