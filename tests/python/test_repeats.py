@@ -3,6 +3,7 @@
 import csv
 import io
 import json
+import math
 import random
 import re
 from pathlib import Path
@@ -268,6 +269,46 @@ def test_a_table_of_means_has_what_the_report_of_each_object_has(
         assert len(found) == 3 + len(expected)
 
 
+def lamp(path: Path, share: float, *, first: int = 380, unit: str = "W m-2 nm-1") -> None:
+    points = [(wl, share * (wl / 1000) ** 2) for wl in range(first, 781, 5)]
+    text = "".join(f"{wl},{value!r}\n" for wl, value in points)
+    path.write_text(f"nm,irradiance ({unit})\n{text}")
+
+
+@pytest.mark.parametrize("budget", [None, OBSERVED, GAIN])
+def test_a_table_of_means_of_lamps(run: Runner, tmp_path: Path, budget: str | None) -> None:
+    for number, share in enumerate((0.98, 1, 1.02), start=1):
+        lamp(tmp_path / f"lamp_{number}.csv", share)
+    lamp(tmp_path / "short_1.csv", 1)
+    lamp(tmp_path / "short_2.csv", 1, first=390)
+    lamp(tmp_path / "units_1.csv", 1)
+    lamp(tmp_path / "units_2.csv", 1, unit="W m-2 sr-1 nm-1")
+    options: list[object] = ["--group", "{object}_*"]
+    if budget is not None:
+        (tmp_path / "b.toml").write_text(budget)
+        options += ["--uncertainty", tmp_path / "b.toml"]
+    table = run("light", *options, "--csv", "-", tmp_path)
+    assert table.status == 1
+    row, short, units = csv.DictReader(io.StringIO(table.out))
+    assert (row["object"], row["n"], row["error"]) == ("lamp", "3", "")
+    # Shares change what is in proportion to the values, by their own deviation, and no colour.
+    E_v = float(row["illuminance"])
+    assert float(row["illuminance_s"]) == pytest.approx(0.02 * E_v)
+    assert float(row["correlated_colour_temperature.cct_s"]) < 1e-6
+    assert ("not in the uncertainty" in row["notes"]) == (budget == GAIN)
+    if budget is not None:
+        u = 0.01 if budget == GAIN else 0.02 / math.sqrt(3)
+        assert float(row["illuminance_u"]) == pytest.approx(u * E_v)
+    assert short["error"].endswith("repeats of other wavelengths have no mean")
+    assert "no repeats of one object" in units["error"]
+    files = [tmp_path / f"lamp_{number}.csv" for number in (1, 2, 3)]
+    quantities = run("light", *options, "--json", *files).document["quantities"]
+    (value,) = next(each for each in quantities if each["key"] == "illuminance")["values"]
+    assert (value["value"], value["s"]) == (E_v, float(row["illuminance_s"]))
+    text = run("light", *options, *files).out
+    assert re.search(r"illuminance .* s 0?\.?[0-9]", text)
+
+
 def test_what_has_no_mean_costs_no_other_object(run: Runner, tmp_path: Path) -> None:
     three(tmp_path, "good")
     three(tmp_path, "short")
@@ -385,4 +426,4 @@ def test_repeats_in_python_are_checked() -> None:
     with pytest.raises(vek.Refusal, match="two components are named 'a'"):
         Budget(of_repeats=[{"name": "a", "correlation": "full"}] * 2)
     with pytest.raises(TypeError, match="got Repeats"):
-        vek.reports.light(Repeats([spectrum]))  # type: ignore[arg-type]
+        vek.reports.peaks(Repeats([spectrum]))  # type: ignore[arg-type]

@@ -1,4 +1,4 @@
-"""``--group`` of ``vekanalysis report --csv``: a table of the means of the scans of each object."""
+"""``--group`` with ``--csv``: a table of the means of the scans of each object."""
 
 from collections.abc import Generator, Mapping, Sequence
 from typing import Any, Final, NamedTuple

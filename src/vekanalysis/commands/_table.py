@@ -38,7 +38,7 @@ def write_table(arguments: Namespace, table: Table) -> int:
     if arguments.jobs and arguments.cluster:
         raise CommandError("--jobs is for processes here, --cluster for those elsewhere: not both")
     output = arguments.csv or "-"
-    pattern = getattr(arguments, "group", None)
+    pattern = arguments.group
     if pattern is not None:
         check_pattern(pattern)
         if arguments.jobs or arguments.cluster:
@@ -79,7 +79,7 @@ def write_table(arguments: Namespace, table: Table) -> int:
 def _steps(arguments: Namespace, files: Sequence[str], table: Table) -> Generator[Sequence[Step]]:
     """Steps to the table, those together that are there together."""
     options = reading_options(arguments) | {"data_sets": arguments.data_set}
-    if getattr(arguments, "group", None) is not None:
+    if arguments.group is not None:
         for step in rows_of_objects(files, table, options, arguments.group):
             yield [step]
         return

@@ -16,6 +16,7 @@ from ._arguments import (
     table_budget,
     table_is_asked,
 )
+from ._groups import add_group, grouped_if_asked
 
 HELP = "what a light source is like"
 ARGUMENTS = "[options] FILE..."
@@ -42,6 +43,7 @@ def add_arguments(arguments: Arguments) -> None:
     add_forms(arguments)
     add_table(arguments)
     add_uncertainty(arguments)
+    add_group(arguments, "the mean of scans of one source: '{object}_*'")
     add_width(arguments)
     add_layout(arguments)
 
@@ -61,10 +63,11 @@ def run(arguments: Namespace) -> int | None:
             white=white,
             f1_prime=arguments.f1_prime,
             budget=table_budget(arguments),
+            of_objects=arguments.group is not None,
         )
         return write_table(arguments, table)
     refuse_directories(arguments.files)
-    spectra = read_spectra(arguments, arguments.reference)
+    spectra = grouped_if_asked(read_spectra(arguments, arguments.reference), arguments)
     report = reports.light(
         spectra,
         white,

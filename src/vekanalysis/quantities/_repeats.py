@@ -49,7 +49,7 @@ class Scatter(NamedTuple):
 
 
 class Repeats:
-    """Scans of one object, which a report of lenses takes as one: their mean.
+    """Scans of one object, which a report takes as one: their mean.
 
     Parameters
     ----------

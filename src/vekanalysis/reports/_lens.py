@@ -15,7 +15,7 @@ from ..quantities import (
 )
 from ..spectrum import Spectrum
 from ._inputs import Objects, as_objects
-from ._repeated import make_repeated
+from ._repeated import SCATTER, SCATTER_LEFT_OUT, make_repeated
 from ._report import Report
 from ._uncertain import Draws, make_uncertainty
 
@@ -27,15 +27,6 @@ else:
 _SAMPLING = (
     "All figures but the means and τ_min weight the data with tables, at the wavelengths of both: "
     "at wavelengths that the tables do not have a clear lens may give a little more or less than 1."
-)
-
-_SCATTER = (
-    "s is the standard deviation of the figures of the single scans; the figure beside it is that "
-    "of their mean."
-)
-SCATTER_LEFT_OUT = (
-    "The scatter of the repeats is not in the uncertainty: the budget has no noise of them "
-    "(repeats = true)."
 )
 
 
@@ -104,10 +95,12 @@ def lens(
             {key: value._replace(clear_lens=None) for key, value in each.items()} for each in values
         ]
     repeats = [
-        make_repeated(each, wanted, figures) if isinstance(each, Repeats) else None
+        make_repeated(each, wanted, lambda scan: figures(scan.scan)[0])
+        if isinstance(each, Repeats)
+        else None
         for each in measured
     ]
-    notes = [_SAMPLING, *[_SCATTER] * any(repeats)]
+    notes = [_SAMPLING, *[SCATTER] * any(repeats)]
     uncertainty = None
     if budget is not None:
         scans = [None if each is None else each.scans for each in repeats]

@@ -6,10 +6,11 @@ from typing import TYPE_CHECKING, Any
 from .. import units
 from .._core import Scan
 from ..errors import Refusal
-from ..quantities import LIGHT, PHOTOMETER, Figures, Quantity, Value, evaluate
+from ..quantities import LIGHT, PHOTOMETER, Figures, Quantity, Repeats, Value, evaluate
 from ..quantities import light as light_quantities
 from ..spectrum import Spectrum
-from ._inputs import Spectra, as_spectra
+from ._inputs import Objects, as_objects
+from ._repeated import SCATTER, SCATTER_LEFT_OUT, make_repeated
 from ._report import Report
 from ._uncertain import Draws, make_uncertainty
 
@@ -33,7 +34,7 @@ _RENDERING_LIMIT = 0.0054
 
 
 def light(
-    spectra: Spectra,
+    spectra: Objects,
     white: Spectrum | Scan | str = "D65",
     *,
     f1_prime: bool = False,
@@ -46,8 +47,10 @@ def light(
 
     Parameters
     ----------
-    spectra : Spectrum, Scan, mapping of str to one of them, or iterable of them
+    spectra : Spectrum, Scan, Repeats, mapping of str to one of the first two, or iterable of them
         Spectra of sources. An illuminance needs a spectral irradiance whose unit is stated.
+        `quantities.Repeats` count as one spectrum, their mean, to which a scan adds in proportion
+        to its values even where these are relative.
     white : Spectrum, Scan or str
         The white of L*a*b*: a spectrum, or "A", "C", "D65" (CIE illuminants) or "E" (equal energy).
     f1_prime : bool
@@ -66,7 +69,7 @@ def light(
     Raises
     ------
     Refusal
-        If the white has no light in the visible.
+        If the white has no light in the visible, or if repeats have no mean.
     ValueError
         If there is no illuminant of that name.
 
@@ -79,16 +82,26 @@ def light(
     """
     name = white_name(white)
     quantities = light_quantities(name) + (PHOTOMETER if f1_prime else ())
-    sources = [with_warnings(spectrum) for spectrum in as_spectra(spectra)]
+    objects = as_objects(spectra)
+    sources = [with_warnings(_source(each)) for each in objects]
     figures = Figures(quantities, white)
     values = [figures.values(spectrum) for spectrum in sources]
     numbers = [{key: value.value for key, value in found.items()} for found in values]
     amounts = shown_amounts(numbers)
+    repeats = [
+        make_repeated(each, quantities, lambda scan: figures(scan)[0])
+        if isinstance(each, Repeats)
+        else None
+        for each in objects
+    ]
+    notes = [_STEPS, *[SCATTER] * any(repeats), *_limits(sources, values)]
     uncertainty = None
     if budget is not None:
+        scans = [None if each is None else each.scans for each in repeats]
+        budgets = [budget if each is None else budget.with_repeats(each) for each in scans]
+        notes += [SCATTER_LEFT_OUT] * (any(scans) and not budget.of_repeats)
         known = uncertain(quantities, amounts, name, full=full)
-        uncertainty = make_uncertainty(sources, known, [budget] * len(sources), draws, seed)
-    notes = (_STEPS, *_limits(sources, values))
+        uncertainty = make_uncertainty(sources, known, budgets, draws, seed)
 
     def draw(spectra: Sequence[Spectrum]) -> Any:
         from ._pictures import light_figure
@@ -97,7 +110,19 @@ def light(
 
     title = "Light source report"
     hidden = _hidden(quantities, amounts, full=full)
-    return Report(title, sources, quantities, values, notes, draw, uncertainty, hidden)
+    return Report(
+        title, sources, quantities, values, notes, draw, uncertainty, hidden, repeats=repeats
+    )
+
+
+def _source(item: Spectrum | Repeats) -> Spectrum:
+    if not isinstance(item, Repeats):
+        return item
+    try:
+        return item.mean
+    except Refusal as error:
+        # Spectra of sources are not brought to other wavelengths.
+        raise Refusal(error.reason) from None
 
 
 def with_warnings(spectrum: Spectrum) -> Spectrum:

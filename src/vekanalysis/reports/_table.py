@@ -24,8 +24,9 @@ from ..quantities import (
 )
 from ..spectrum import Spectrum
 from ._inputs import as_spectra
-from ._lens import SCATTER_LEFT_OUT, lens
+from ._lens import lens
 from ._light import light, shown_amounts, uncertain, white_name, with_warnings
+from ._repeated import SCATTER_LEFT_OUT
 from ._report import Report
 from ._rows import FACTS, FACTS_OF_OBJECTS, UNCERTAIN, Row, facts_of, notes_of
 
@@ -70,8 +71,8 @@ class Table:
     grid, full, tables
         Of a table of lenses, as `lens` takes them.
     of_objects
-        Of a table of lenses: whether a row is that of the mean of some scans, and has the standard
-        deviation of each figure, that of a single scan, behind the figures.
+        Whether a row is that of the mean of some scans, and has the standard deviation of each
+        figure, that of a single scan, behind the figures.
 
     Attributes
     ----------
@@ -177,7 +178,7 @@ class Table:
         return dict.fromkeys(self.keys) | {"object": label, "error": reason}
 
     def _report(self, spectra: Sequence[Spectrum] | Repeats) -> Report:
-        if self._kind == "light" and not isinstance(spectra, Repeats):
+        if self._kind == "light":
             return light(spectra, self._white, f1_prime=self._f1_prime, budget=self._budget)
         return lens(
             spectra,
