@@ -97,6 +97,7 @@ Absorbance per cm -> other cm-1 8
 Optical density/mm -> other mm-1 8
 Absorbance, 10x dilution -> absorbance OD 8
 Lens 10 %T -> transmittance 1 0.08
+R (%T) -> transmittance 1 0.08
 Lens 5/10 T% -> transmittance 1 0.08
 Transmittance (0-100) -> transmittance 1 0.08
 milliabsorbance -> absorbance OD 0.008
@@ -266,6 +267,12 @@ REFUSED: dict[str, tuple[str, dict[str, Any], str, str]] = {
         "reaches no more than 0.85, which looks like fractions",
         "leave --unit out if they are fractions, or give --kind transmittance too",
     ),
+    "factor": (
+        "Y multiplier: 1E-03\nnm;E [W/m2/nm]\n400;1",
+        {},
+        "may be to be multiplied (Y multiplier is 1E-03); pass skip=",
+        "",
+    ),
     "wavelengths": (
         "Wavelength (µm);T\n.4;1",
         {"wavelength_unit": "nm"},
@@ -344,6 +351,12 @@ def test_refusals_quote_names_of_any_length_and_sort_in_one_short_line() -> None
             read(content)
         assert str(caught.value).isprintable()
         assert len(str(caught.value)) < 300
+
+
+def test_a_header_that_states_another_kind_is_told() -> None:
+    (spectrum,) = read("Mode: %T\nnm;Abs\n400;10\n410;20\n")
+    assert spectrum.kind == "absorbance"
+    assert "'Abs': the header states transmittance ('Mode: %T')" in spectrum.notes
 
 
 def test_what_a_file_is_does_not_depend_on_its_name(tmp_path: Path) -> None:

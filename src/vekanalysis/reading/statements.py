@@ -335,7 +335,9 @@ def _percent(title: str) -> tuple[str, str, Unit | None] | None:
     lowered = title.lower()
     if (letter := _LETTER_AT_PERCENT.search(title)) is not None:
         rest = f"{title[: letter.start()]} {title[letter.end() :]}"
-        if _kind(rest) is None and _head(rest) not in _UNCERTAINTIES:
+        # In "R (%T)" the letter before is that of an eye.
+        is_name = rest.strip(" ()[]") in _LETTERS and letter[0].startswith("%")
+        if (_kind(rest) is None or is_name) and _head(rest) not in _UNCERTAINTIES:
             return letter[1] or letter[2], "%", units.known("%")
     for word in ("%", "\N{FULLWIDTH PERCENT SIGN}", *_PERCENT_WORDS):
         if word in lowered:

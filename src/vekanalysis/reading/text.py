@@ -2,6 +2,7 @@
 
 import math
 import operator
+import re
 from collections.abc import Collection, Iterable, Sequence, Set
 from typing import Literal, NamedTuple, get_args
 
@@ -18,6 +19,7 @@ from .layout import (
     is_comment,
     split_cells,
     two_readings,
+    words,
 )
 from .misplaced import refuse_count, refuse_row_of_wavelengths
 from .named_rows import without_names
@@ -35,6 +37,12 @@ from .wavelengths import (
 )
 
 type Duplicates = Literal["refuse", "first", "last", "mean"]
+# Facts of headers that may be a power of ten by which the values are to be multiplied.
+_FACTOR_KEYS = words(
+    "factor|scale|scale factor|scaling factor|y factor|y-factor|y scale|multiplier|y multiplier|"
+    "multiplication factor"
+)
+_POWER_OF_TEN = re.compile(r"0?[.,]0{0,9}1|10{1,9}|10\^-?[1-9]|1(?:[.,]0*)?[eE][-+]?0*[1-9]")
 _DUPLICATES: tuple[str, ...] = get_args(Duplicates.__value__)
 # Columns whose names an error lists.
 _NAMED = 8
@@ -195,6 +203,12 @@ def _refuse_factors(source: str, header: Header) -> None:
         factor = header.facts.get(name, "1")
         if factor.strip("0").rstrip(".") != "1":
             raise Refusal(f"{source}: its numbers are to be multiplied ({name} is {factor})")
+    for name, factor in header.facts.items():
+        if name.lower() in _FACTOR_KEYS and _POWER_OF_TEN.fullmatch(factor):
+            raise Refusal(
+                f"{source}: its numbers may be to be multiplied ({name} is {factor})",
+                Remedy("pass {} with the number of that line if they are not", (("skip", ...),)),
+            )
 
 
 def _choose(
@@ -449,6 +463,11 @@ def _column(
     elif statement.kind is None and not statement.unit_text:
         words = header.source or words
         statement = header.statement._replace(words=statement.words)
+    if header.statement.kind not in (None, statement.kind):
+        notes.append(
+            f"'{shortened(name)}': the header states {header.statement.kind} "
+            f"('{shortened(header.source)}')"
+        )
     return Column(pair.values, name, title, words, statement, scan, highest, tuple(notes))
 
 
