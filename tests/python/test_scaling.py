@@ -299,6 +299,20 @@ def test_documents_follow_the_size(name: str, tmp_path: Path) -> None:
     _check(lambda path: _outcome(lambda: kind.read(path)), size, make, tmp_path)
 
 
+@pytest.mark.parametrize(
+    ("count", "reason"),
+    [
+        (10_001, "more than 10000 spectra in all; choose with --data-set or --columns"),
+        (100_001, "100001 columns of values; at most 100000 are read at a time; choose with"),
+    ],
+)
+def test_a_file_of_very_many_spectra_is_refused(
+    count: int, reason: str, run: Runner, tmp_path: Path
+) -> None:
+    (tmp_path / "a.csv").write_text(f"nm{';' * count}\n400{';1' * count}\n410{';1' * count}\n")
+    assert reason in run.refuse("report", tmp_path / "a.csv")
+
+
 @pytest.mark.parametrize("name", COMMANDS)
 def test_commands_follow_the_size(name: str, run: Runner, tmp_path: Path) -> None:
     size, words, make = COMMANDS[name]

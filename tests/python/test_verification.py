@@ -152,7 +152,10 @@ def test_options_of_reading_and_data_sets_are_kept(run: Runner, tmp_path: Path) 
     assert run("verify", *records).status == 0
 
 
-@pytest.mark.parametrize("text", ["", "{", "[]", '{"format": "other"}', "[" * 100_000])
+DEEP = f'{{"format": "vekanalysis certificate", "a": {"[" * 5000}{"]" * 5000}}}'
+
+
+@pytest.mark.parametrize("text", ["", "{", "[]", '{"format": "other"}', "[" * 100_000, DEEP])
 def test_what_is_no_record_is_refused(run: Runner, tmp_path: Path, text: str) -> None:
     (tmp_path / "r.json").write_text(text)
     assert "no record of a certificate" in run.refuse("verify", tmp_path / "r.json")

@@ -126,13 +126,14 @@ def verify(path: str | os.PathLike[str]) -> Verification:
     text = read_regular(path)
     try:
         content = json.loads(text)
+        own = isinstance(content, dict) and text == _text(content).encode()
     except (ValueError, RecursionError) as error:
         raise Refusal(f"{path}: no record of a certificate: {error}") from None
     if not isinstance(content, dict) or content.get("format") != _FORMAT:
         raise Refusal(f"{path}: no record of a certificate")
     stated = {name: value for name, value in content.items() if name != "sha256"}
     differences = []
-    if text != _text(content).encode() or content.get("sha256") != _digest(stated):
+    if not own or content.get("sha256") != _digest(stated):
         differences.append(f"{path}: it has been changed: its own digest differs")
     if content.get("version") != version():
         differences.append(
@@ -148,7 +149,7 @@ def verify(path: str | os.PathLike[str]) -> Verification:
     except OSError as error:
         reason = f"{error.filename}: cannot be read: {error.strerror or error}"
         return Verification(0, (*differences, reason))
-    except (AttributeError, LookupError, TypeError, ValueError) as error:
+    except (AttributeError, LookupError, RecursionError, TypeError, ValueError) as error:
         raise Refusal(f"{path}: no complete record: {type(error).__name__}: {error}") from None
     return Verification(sum(1 for _ in _numbers(found)), tuple(differences))
 

@@ -18,6 +18,9 @@ from ..spectrum import Spectrum
 from ._arguments import reading_options
 from ._errors import CommandError
 
+# Spectra that a report has at most, so that it ends in seconds.
+_MOST = 10_000
+
 
 @contextmanager
 def told(path: str) -> Iterator[None]:
@@ -61,6 +64,10 @@ def read_spectra(arguments: Namespace, references: Sequence[str] = ()) -> list[S
         left = {name: None for name in left if name not in here}
         with told(path):
             spectra += read(path, data_sets=here, **options)
+        if len(spectra) > _MOST:
+            raise CommandError(
+                f"{path}: more than {_MOST} spectra in all; choose with --data-set or --columns"
+            )
     if names and not offered:
         raise CommandError("--data-set chooses from measurement files, and none is named")
     check_names(", ".join(arguments.files), list(left), {}, offered)

@@ -46,6 +46,8 @@ _POWER_OF_TEN = re.compile(r"0?[.,]0{0,9}1|10{1,9}|10\^-?[1-9]|1(?:[.,]0*)?[eE][
 _DUPLICATES: tuple[str, ...] = get_args(Duplicates.__value__)
 # Columns whose names an error lists.
 _NAMED = 8
+# Columns of values that are read at a time: some seconds' work.
+_MOST_COLUMNS = 100_000
 
 
 class TextOptions(NamedTuple):
@@ -165,6 +167,12 @@ def read_text(
     _refuse_factors(source, header)
     names = titles.names or [f"column {index}" for index in range(block.width)]
     chosen = _choose(source, names, titles, options.columns)
+    if len(chosen) > _MOST_COLUMNS:
+        raise Refusal(
+            f"{source}: {len(chosen)} columns of values; "
+            f"at most {_MOST_COLUMNS} are read at a time",
+            Remedy("choose with {}", (("columns", ...),)),
+        )
     numbers = _numbers(lines, layout, block, chosen)
     notes = _wavelengths_in_nm(numbers, chosen, titles, header, options, follows=follows)
     conversions = len(notes)
