@@ -1,7 +1,10 @@
 """The faults that tools/mutate plants."""
 
 import ast
+import os
+import subprocess
 from collections.abc import Iterable
+from pathlib import Path
 
 import mutants
 import pytest
@@ -94,3 +97,33 @@ def test_tests_of_a_source_come_first(
     tests = mutants.python_tests(near)
     assert tests[0].endswith(f"/{first}")
     assert len(set(tests)) > 25
+
+
+def test_suites_of_a_source(monkeypatch: pytest.MonkeyPatch) -> None:
+    monkeypatch.setattr(mutants, "TREE", mutants.ROOT)
+    assert "SRGBValues" in mutants.cpp_suites("src/colorimetry/srgb.hpp")
+    assert mutants.cpp_suites("src/core/no_such.cpp") == []
+
+
+def test_what_was_put_right_is_newer_than_its_objects(
+    monkeypatch: pytest.MonkeyPatch, tmp_path: Path
+) -> None:
+    root, tree = tmp_path / "root", tmp_path / "tree"
+    root.mkdir()
+    subprocess.run(["git", "init", "-q", root], check=True)
+    for name in ("same.cpp", "wrong.cpp"):
+        (root / name).write_text("right")
+        os.utime(root / name, (1e9, 1e9))
+    monkeypatch.setattr(mutants, "ROOT", root)
+    monkeypatch.setattr(mutants, "TREE", tree)
+    mutants.copy_checkout()
+    (tree / "wrong.cpp").write_text("wrong")
+    (tree / "gone.cpp").write_text("of an older checkout")
+    for path in tree.iterdir():
+        os.utime(path, (2e9, 2e9) if path.name == "same.cpp" else (1.5e9, 1.5e9))
+    mutants.copy_checkout()
+    dates = {path.name: path.stat().st_mtime for path in tree.iterdir()}
+    assert dates.keys() == {"same.cpp", "wrong.cpp"}
+    assert dates["same.cpp"] == 2e9
+    assert dates["wrong.cpp"] > 1.6e9
+    assert (tree / "wrong.cpp").read_text() == "right"
