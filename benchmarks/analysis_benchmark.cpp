@@ -141,7 +141,7 @@ void StitchScans(benchmark::State& state) {
     scan_1.ensure_spline();
     scan_2.ensure_spline();
     for (auto _ : state) {
-        const auto joined = utils::stitch_scans(scan_1, scan_2, overlap_from, overlap_to, 0.1);
+        auto joined = utils::stitch_scans(scan_1, scan_2, overlap_from, overlap_to, 0.1);
         if (!joined.success) state.SkipWithError("no match");
         benchmark::DoNotOptimize(joined.stitch_point);
     }

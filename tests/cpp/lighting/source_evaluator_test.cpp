@@ -46,6 +46,18 @@ std::vector<double> by_functions(const Scan& scan) {
             or_none([&] { return correlated_colour_temperature(scan, step).duv; })};
 }
 
+TEST(LightFunctions, SumInTheStepsThatTheirHeadersState) {
+    Scan lamp;  // with a line that the steps see differently
+    for (double wl = 380.0; wl <= 780.0; wl += 1.0) {
+        lamp.insert({wl, 1.0 + 4.0 * std::exp(-std::abs(wl - 601.0))});
+    }
+    EXPECT_EQ(chromaticity(lamp), chromaticity(lamp, 5, 1931));
+    EXPECT_NE(chromaticity(lamp), chromaticity(lamp, 1, 1931));
+    EXPECT_EQ(correlated_colour_temperature(lamp), correlated_colour_temperature(lamp, 5));
+    EXPECT_EQ(colour_rendering(lamp), colour_rendering(lamp, 5));
+    EXPECT_EQ(colour_fidelity(lamp), colour_fidelity(lamp, 1));
+}
+
 struct GridCase {
     const char* name;
     double from;
