@@ -91,6 +91,10 @@ Irradiance x 1e6 W/m2/nm -> other x 1e6 W/m2/nm 8
 Irradiance 10-6 W/m2/nm -> other 10-6 W/m2/nm 8
 Irradiance (mW/m2/nm) x10 -> other x10 mW/m2/nm 8
 T (0.1%) -> other 0.1 % 8
+Irradiance µ W/m2/nm -> other µ W/m2/nm 8
+Irradiance ? W/m2/nm -> other ? W/m2/nm 8
+Irradiance in micro W/m2/nm -> other micro W/m2/nm 8
+Abs (milli) -> other (milli) 8
 1000 x Transmittance -> other 1000 x 8
 Abs/10 -> other /10 8
 Absorbance per cm -> other cm-1 8

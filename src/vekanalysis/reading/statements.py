@@ -126,16 +126,20 @@ _DERIVED = frozenset(
     | {"inverse", "reciprocal", "sqrt", "squared"}
 )
 _NORMALIZED = frozenset(["normalized", "normalised", "normiert", "normalisiert", "normalisé"])
+_PREFIX = r"(?:[mM]i[ck]ro|[mM]illi|[nN]ano|[kK]ilo|[mM]ega)"
 # What values were multiplied or divided by: "x 1000", "10^-6 W/m2/nm", "Abs/10", "OD/mm".
 _FACTOR = re.compile(
     rf"(?:[*×·⋅]|(?<![^\W_])(?<![0-9] )[xX]) ?{POWER_OF_TEN}(?!\w)|"  # noqa: RUF001
     rf"(?<![\w.]){POWER_OF_TEN}(?: ?[*×·⋅]| [xX] )|"  # noqa: RUF001
     rf"(?<![0-9])(?<![0-9] )/ ?{POWER_OF_TEN}(?!\w)|"
     r"(?<![\w.])(?:10 ?(?:\^|\*\*)[-−+({]*+[0-9]*|10[⁻⁺][¹²³⁴⁵⁶⁷⁸⁹]|1[eE][-−+][0-9]+)|"  # noqa: RUF001
-    r"(?:/|(?<![^\W_])per) ?[cm]m(?![\w²^⁻-])"
+    r"(?:/|(?<![^\W_])per) ?[cm]m(?![\w²^⁻-])|"
+    rf"[(\[]{_PREFIX}[)\]]"
 )
-# The same before a unit: "10-6 W/m2/nm", where a superscript was lost, and "0.1 %".
-_FACTOR_BEFORE = re.compile(rf"(?<![\w.])(?:{POWER_OF_TEN}|10[-−][1-9]) ?$")  # noqa: RUF001
+# The same before a unit: "10-6 W/m2/nm", where a superscript was lost, "0.1 %", "micro W/m2/nm".
+_FACTOR_BEFORE = re.compile(rf"(?<![\w.])(?:{POWER_OF_TEN}|10[-−][1-9]|{_PREFIX}) ?$")  # noqa: RUF001
+# A prefix apart from its unit: "µ W/m2/nm", or what a wrong character set made of it.
+_PREFIX_BEFORE = re.compile(r"(?<![^\W_])[µμumnpkM?\ufffd][ \])]{1,2}[\[(]?$")
 # Abbreviations that say the kind beside the name of a sample, too. ABS is a plastic.
 _CLEAR = frozenset(["Abs", "abs", "Refl", "refl"])
 # Letters that may be the name of a sample, or stand for what is no spectrum of a sample.
@@ -197,6 +201,8 @@ def _factor(title: str, unit_text: str) -> str:
     before, unit, behind = title.rpartition(unit_text) if unit_text else (title, "", "")
     # In "Lens 10 %T" the number is one of the name.
     found = _FACTOR_BEFORE.search(before) if unit and not behind.strip()[:1].isalpha() else None
+    if found is None and unit.startswith(("W", "J")):
+        found = _PREFIX_BEFORE.search(before)
     return f"{found[0].strip()} {unit_text}" if found is not None else ""
 
 
