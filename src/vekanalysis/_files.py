@@ -75,12 +75,17 @@ def save(path: str | os.PathLike[str], content: bytes) -> None:
 
 
 def replace(target: str, content: bytes) -> None:
-    """Put a new file in the place of what has the name, whole or not at all."""
+    """Put a new file in the place of what has the name, whole or not at all.
+
+    OSError names that place, not the one beside it.
+    """
     part = beside(target)
     try:
         with open(part, "wb") as file:
             file.write(content)
         os.replace(part, target)
+    except OSError as error:
+        raise type(error)(error.errno, error.strerror, target) from None
     finally:
         with suppress(FileNotFoundError):
             os.remove(part)

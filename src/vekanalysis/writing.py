@@ -14,7 +14,7 @@ from xml.sax.saxutils import escape
 
 from . import units
 from ._core import version
-from ._files import csv_cell, replace
+from ._files import csv_cell, replace, save
 from .errors import Refusal, Remedy
 from .reading import names_wavelengths, state, taken
 from .spectrum import Spectrum
@@ -144,7 +144,7 @@ def _check(spectrum: Spectrum) -> None:
 
 def _save(path: str, content: bytes, overwrite: bool) -> None:
     if overwrite:
-        replace(path, content)
+        save(path, content)
         return
     # Takes the name, so that nobody else does meanwhile.
     os.close(os.open(path, os.O_CREAT | os.O_EXCL | os.O_WRONLY, 0o666))

@@ -276,3 +276,30 @@ def test_spreadsheets_get_names_as_text(name: str, run: Runner, tmp_path: Path) 
     assert [row["data_set"] for row in table] == [f"'{name}", "B"]
     assert written[1].startswith(f"'{name}")
     assert wide[1][2] == long[-1][2] == "-0.25"
+
+
+def test_samples_are_written_whole_whoever_reads_what_is_said_of_them(tmp_path: Path) -> None:
+    program = f"exec {sys.executable} -m vekanalysis.samples {tmp_path}"
+    full = shell(f"ulimit -f 2; {program}")
+    assert full.stderr.decode().endswith(f"File too large: '{tmp_path}/two-lenses.vek'\n")
+    assert (full.returncode, (tmp_path / "two-lenses.vek").exists()) == (1, False)
+    # The third finds all of them there, and says so where nobody can read it.
+    for end, status in ((">/dev/full", 1), ("", 0), ("2>/dev/full", 0)):
+        assert shell(f"{program} {end}").returncode == status
+        assert len([path for path in tmp_path.rglob("*") if path.is_file()]) == 13
+
+
+def test_what_is_no_file_is_written_to_and_not_replaced(tmp_path: Path) -> None:
+    (spectrum,) = vek.read(GREY)
+    link, there = tmp_path / "link.csv", tmp_path / "there.csv"
+    there.touch()
+    link.symlink_to(there)
+    vek.write(spectrum, link, overwrite=True)
+    assert (link.is_symlink(), vek.read(there)[0].scan) == (True, spectrum.scan)
+    os.mkfifo(tmp_path / "pipe")
+    with (tmp_path / "pipe").open("r+b", buffering=0) as pipe:
+        vek.write(spectrum, tmp_path / "pipe", format="csv", overwrite=True)
+        assert pipe.read(100_000) == there.read_bytes()
+    assert (tmp_path / "pipe").is_fifo()
+    with pytest.raises(FileNotFoundError, match=r"none/a\.csv'$"):
+        vek.write(spectrum, tmp_path / "none/a.csv", overwrite=True)

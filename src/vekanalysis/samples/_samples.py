@@ -4,6 +4,7 @@ from collections.abc import Iterator
 from pathlib import Path
 from typing import NamedTuple
 
+from .._files import replace
 from ..reading import read as read_file
 from ..spectrum import Spectrum
 from ..units import Kind
@@ -102,7 +103,8 @@ _STARTERS = {
 def write(folder: Path) -> Iterator[tuple[Path, str]]:
     """Write all samples, and files to start from, into a folder, which is made where it is missing.
 
-    Each file is written when its turn comes; one that is there already is left alone.
+    Each file is written when its turn comes, whole or not at all; one that is there already is left
+    alone.
 
     Yields
     ------
@@ -121,7 +123,7 @@ def write(folder: Path) -> Iterator[tuple[Path, str]]:
         if target.exists():
             yield target, ""
             continue
-        target.write_bytes((_FOLDER / file).read_bytes())
+        replace(str(target), (_FOLDER / file).read_bytes())
         yield target, title
 
 
