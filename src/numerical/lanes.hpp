@@ -1,5 +1,6 @@
 #pragma once
 
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -52,6 +53,27 @@ VEKANALYSIS_INLINE Lanes read(const Place* place) {
     Numbers numbers;
     __builtin_memcpy(&numbers, place, sizeof numbers);
     return __builtin_convertvector(numbers, Lanes);
+}
+/// Magnitudes of two vectors for comparisons alone, from which they come as precise as the higher
+/// halves of the numbers are; NaN is above all. They are integers, for which machines have more
+/// units than for comparisons of floating-point numbers.
+using Magnitudes [[gnu::vector_size(32)]] = std::int32_t;
+
+VEKANALYSIS_INLINE Magnitudes magnitudes_of(Lanes a, Lanes b) {
+    using Halves [[gnu::vector_size(32)]] = float;
+    constexpr int high = std::endian::native == std::endian::little ? 1 : 0;
+    const Halves halves =
+        __builtin_shufflevector((Halves)a, (Halves)b, high, 2 + high, 8 + high, 10 + high, 4 + high,
+                                6 + high, 12 + high, 14 + high);
+    return (Magnitudes)halves & (Magnitudes{} + INT32_MAX);
+}
+VEKANALYSIS_INLINE Magnitudes smaller_of(Magnitudes a, Magnitudes b) {
+    return a < b ? a : b;
+}
+/// Whether one of them is not above its limit, or but a little.
+VEKANALYSIS_INLINE bool any_within(Magnitudes magnitudes, Magnitudes limits) {
+    const Mask within = (Mask)(magnitudes <= limits);
+    return (within[0] | within[1] | within[2] | within[3]) != 0;
 }
 struct Square {
     Lanes a;
@@ -158,6 +180,21 @@ inline unsigned bits_of(const Mask& mask) {
     unsigned bits = 0;
     for (std::size_t i = 0; i < lane_count; ++i) bits |= mask.lanes[i] ? 1U << i : 0U;
     return bits;
+}
+/// Magnitudes of two vectors for comparisons alone; where there is NaN any answer is right.
+struct Magnitudes {
+    Lanes a;
+    Lanes b;
+};
+inline Magnitudes magnitudes_of(const Lanes& a, const Lanes& b) {
+    return {abs_of(a), abs_of(b)};
+}
+inline Magnitudes smaller_of(const Magnitudes& a, const Magnitudes& b) {
+    return {smaller_of(a.a, b.a), smaller_of(a.b, b.b)};
+}
+/// Whether one of them is not above its limit.
+inline bool any_within(const Magnitudes& magnitudes, const Magnitudes& limits) {
+    return bits_of((magnitudes.a <= limits.a) | (magnitudes.b <= limits.b)) != 0;
 }
 
 #endif

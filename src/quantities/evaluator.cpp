@@ -87,6 +87,18 @@ double value_at(const Evaluator::Row& row, std::size_t i) noexcept {
     return value;
 }
 
+/// How many fours so many spectra fill, the last in part.
+constexpr std::size_t fours_in(std::size_t count) noexcept {
+    return (count + lane_count - 1) / lane_count;
+}
+
+/// One of the fours of an array, or what there is of it.
+template <class T>
+std::span<const T> four_of(std::span<const T> all, std::size_t index) noexcept {
+    const auto rest = all.subspan(index * lane_count);
+    return rest.first(std::min(lane_count, rest.size()));
+}
+
 /// The spectra side by side; a place without a spectrum gets the last, so that no other is looked
 /// at.
 void load(std::span<const Evaluator::Row> rows, Integrator::Workspace& workspace) noexcept {
@@ -112,12 +124,12 @@ void load(std::span<const Evaluator::Row> rows, Integrator::Workspace& workspace
 }
 
 /// Where the next spectra are, as far as their values lie side by side.
-Integrator::Upcoming memory_of(std::span<const Evaluator::Row> rows, std::size_t size) noexcept {
-    Integrator::Upcoming upcoming;
-    for (std::size_t i = 0; i < std::min(lane_count, rows.size()); ++i) {
+internal::Upcoming memory_of(std::span<const Evaluator::Row> rows, std::size_t size) noexcept {
+    internal::Upcoming upcoming;
+    for (std::size_t i = 0; i < std::min(upcoming.size(), rows.size()); ++i) {
         const std::size_t bytes = rows[i].is_single ? sizeof(float) : sizeof(double);
         if (rows[i].step == static_cast<std::ptrdiff_t>(bytes)) {
-            upcoming.rows[i] = {rows[i].values, size * bytes};
+            upcoming[i] = {rows[i].values, size * bytes};
         }
     }
     return upcoming;
@@ -334,11 +346,15 @@ struct Evaluator::Plan {
                            [](const PlannedFunction& planned) { return !planned.by_function; });
     }
 
+    /// Whether something is had from its function alone.
+    [[nodiscard]] bool needs_functions() const noexcept {
+        return std::any_of(functions.begin(), functions.end(),
+                           [](const PlannedFunction& planned) { return planned.by_function; });
+    }
+
     /// Whether something follows from spectra as they are.
     [[nodiscard]] bool needs_rows() const noexcept {
-        return source || negative ||
-               std::any_of(functions.begin(), functions.end(),
-                           [](const PlannedFunction& planned) { return planned.by_function; });
+        return source || negative || needs_functions();
     }
 
     void compute(const PlannedFunction& planned, const Scan& scan, std::span<double> fields) const {
@@ -351,39 +367,121 @@ struct Evaluator::Plan {
         }
     }
 
-    /// The fields of a function for one lane of the workspace.
-    ///
-    /// @param smallest  of each lane, where the function takes it
-    /// @param scan      the spectrum of that lane, for what is had from functions alone
+    /// Memory for what four spectra give.
+    struct Scratch {
+        RowValues values;
+        RowValues upcoming;
+        std::vector<Scan> scans;  // where functions need them
+        std::vector<double> of_source;
+        lighting::SourceEvaluator::Scratch of_lighting;
+        std::vector<double> fields;  // of a function
+        std::vector<Four> numbers;
+    };
+    [[nodiscard]] Scratch make_scratch() const {
+        std::size_t most_fields = 0;
+        for (const PlannedFunction& planned : functions) {
+            most_fields = std::max(most_fields, planned.function->field_count);
+        }
+        return {.values = RowValues(wavelengths.size()),
+                .upcoming = RowValues(wavelengths.size()),
+                .scans = {},
+                .of_source = std::vector<double>(lane_count * source_count),
+                .of_lighting = {},
+                .fields = std::vector<double>(most_fields),
+                .numbers =
+                    std::vector<Four>(source_place + source_count, Four{{none, none, none, none}})};
+    }
+
+    /// The fields of a function for the first lanes of the workspace.
     void fields_of(const PlannedFunction& planned, const Integrator::Workspace& workspace,
-                   const Four& smallest, std::size_t lane, const std::optional<Scan>& scan,
-                   std::span<double> fields) const {
-        if (planned.by_function) {
-            compute(planned, *scan, fields);
+                   std::size_t lanes, Scratch& scratch) const {
+        const Form& form = planned.form;
+        const std::span<Four> numbers = std::span(scratch.numbers).subspan(planned.place);
+        if (!planned.by_function && form.finish == Form::Finish::NUMBERS) {
+            for (std::size_t i = 0; i < planned.integrals.size(); ++i) {
+                const Four& integral = workspace.integrals[planned.integrals[i]];
+                for (std::size_t lane = 0; lane < lane_count; ++lane) {
+                    numbers[i].lanes[lane] =
+                        integral.lanes[lane] * form.scales[i] / form.divisors[i];
+                }
+            }
             return;
         }
+        Four smallest;
+        if (!planned.by_function && is_smallest(form)) {
+            const std::span<const Four> spectrum = workspace.spectrum;
+            internal::kernels().smallest(
+                spectrum.subspan(planned.first, planned.last - planned.first), smallest);
+        }
+        const auto fields = std::span(scratch.fields).first(planned.function->field_count);
+        for (std::size_t lane = 0; lane < lanes; ++lane) {
+            if (planned.by_function) {
+                compute(planned, scratch.scans[lane], fields);
+            } else {
+                finish_lane(planned, workspace, smallest, lane, fields);
+            }
+            for (std::size_t i = 0; i < fields.size(); ++i) numbers[i].lanes[lane] = fields[i];
+        }
+    }
+
+    /// The fields of a function that has a form.
+    static void finish_lane(const PlannedFunction& planned, const Integrator::Workspace& workspace,
+                            const Four& smallest, std::size_t lane, std::span<double> fields) {
         double integrals[internal::most_fields];
         for (std::size_t i = 0; i < planned.integrals.size(); ++i) {
             integrals[i] = workspace.integrals[planned.integrals[i]].lanes[lane];
         }
-        if (is_smallest(planned.form)) {
-            fields[0] = smallest.lanes[lane];
-            if (planned.form.finish == Form::Finish::SMALLEST_QUOTIENT) {
-                fields[0] =
-                    internal::quotient(fields[0], internal::number_of(planned.form, integrals, 0));
-            }
+        if (!is_smallest(planned.form)) {
+            internal::finish(planned.form, integrals, fields);
             return;
         }
-        internal::finish(planned.form, integrals, fields);
+        fields[0] = smallest.lanes[lane];
+        if (planned.form.finish == Form::Finish::SMALLEST_QUOTIENT) {
+            fields[0] =
+                internal::quotient(fields[0], internal::number_of(planned.form, integrals, 0));
+        }
     }
 
-    /// For each function that takes it the smallest value of each lane in its band.
-    void find_smallest(std::span<const Four> spectrum, std::span<Four> smallest) const {
-        for (std::size_t i = 0; i < functions.size(); ++i) {
-            const PlannedFunction& planned = functions[i];
-            if (planned.by_function || !is_smallest(planned.form)) continue;
-            internal::kernels().smallest(
-                spectrum.subspan(planned.first, planned.last - planned.first), smallest[i]);
+    /// The quantities of up to four spectra, which the workspace has the integrals of.
+    ///
+    /// @param after  the spectra that come next
+    void take_results(std::span<const Row> rows, std::span<const Row> after,
+                      std::span<const Results> results, const Integrator::Workspace& workspace,
+                      Scratch& scratch) const {
+        if (needs_rows()) scratch.values.take(rows);
+        if (source) {
+            scratch.upcoming.take(four_of(after, 0), RowValues::Others::LEAVE);
+            take_from_source(rows.size(), scratch);
+        }
+        scratch.scans.clear();
+        if (needs_functions()) {
+            for (std::size_t i = 0; i < rows.size(); ++i) {
+                scratch.scans.push_back(scan_of(scratch.values[i]));
+            }
+        }
+        for (const PlannedFunction& planned : functions) {
+            fields_of(planned, workspace, rows.size(), scratch);
+        }
+        for (std::size_t lane = 0; lane < rows.size(); ++lane) {
+            const bool is_negative = negative && (*negative)(scratch.values[lane]);
+            for (std::size_t i = 0; i < outlets.size(); ++i) {
+                const Outlet& outlet = outlets[i];
+                const double value = scratch.numbers[outlet.place].lanes[lane];
+                const bool is_none = (is_negative && outlet.is_of_light) ||
+                                     (outlet.is_never_negative && value < 0.0);
+                store(results[lane], i, is_none ? none : value);
+            }
+        }
+    }
+
+    void take_from_source(std::size_t lanes, Scratch& scratch) const {
+        scratch.of_lighting.upcoming = scratch.upcoming.first_of_each();
+        (*source)(scratch.values.first_of_each(), scratch.of_source, &scratch.of_lighting);
+        for (std::size_t lane = 0; lane < lanes; ++lane) {
+            for (std::size_t i = 0; i < source_count; ++i) {
+                scratch.numbers[source_place + i].lanes[lane] =
+                    scratch.of_source[lane * source_count + i];
+            }
         }
     }
 
@@ -442,8 +540,7 @@ bool Evaluator::is_linear(std::size_t quantity) const noexcept {
 }
 
 bool Evaluator::needs_functions() const noexcept {
-    return std::any_of(plan_->functions.begin(), plan_->functions.end(),
-                       [](const PlannedFunction& planned) { return planned.by_function; });
+    return plan_->needs_functions();
 }
 
 const char* Evaluator::changed_table() const {
@@ -464,54 +561,27 @@ const char* Evaluator::changed_table() const {
 
 void Evaluator::evaluate(std::span<const Row> rows, std::span<const Results> results) const {
     const Plan& plan = *plan_;
-    const bool needs_lanes = plan.needs_lanes();
-    const bool needs_rows = plan.needs_rows();
-    const bool needs_scans = needs_functions();
     const std::size_t n = plan.wavelengths.size();
-    auto workspace = plan.integrator.make_workspace();
-    std::vector<Four> smallest(plan.functions.size());
-    RowValues values(n);
-    RowValues upcoming(n);
-    std::vector<double> of_source(lane_count * plan.source_count);
-    std::vector<double> numbers(plan.source_place + plan.source_count, none);
-    lighting::SourceEvaluator::Scratch scratch;
-    std::optional<Scan> scan;
-    for (std::size_t begin = 0; begin < rows.size(); begin += lane_count) {
-        const auto group = rows.subspan(begin, std::min(lane_count, rows.size() - begin));
+    std::vector<Integrator::Workspace> workspaces;
+    for (std::size_t i = 0; i < std::min(internal::most_tasks, fours_in(rows.size())); ++i) {
+        workspaces.push_back(plan.integrator.make_workspace());
+    }
+    Plan::Scratch scratch = plan.make_scratch();
+    const bool needs_lanes = plan.needs_lanes();
+    while (!rows.empty()) {
+        const std::size_t count = std::min(internal::most_tasks * lane_count, rows.size());
+        const auto used = std::span(workspaces).first(fours_in(count));
         if (needs_lanes) {
-            load(group, workspace);
-            workspace.upcoming = memory_of(rows.subspan(begin + group.size()), n);
-            plan.integrator.integrate(workspace);
-            plan.find_smallest(workspace.spectrum, smallest);
+            for (std::size_t i = 0; i < used.size(); ++i) load(four_of(rows, i), used[i]);
+            plan.integrator.integrate(used, memory_of(rows.subspan(count), n));
         }
-        if (needs_rows) values.take(group);
-        if (plan.source) {
-            const auto after = rows.subspan(begin + group.size());
-            upcoming.take(after.first(std::min(lane_count, after.size())),
-                          RowValues::Others::LEAVE);
-            scratch.upcoming = upcoming.first_of_each();
-            (*plan.source)(values.first_of_each(), of_source, &scratch);
+        for (std::size_t i = 0; i < used.size(); ++i) {
+            const auto four = four_of(rows, i);
+            plan.take_results(four, rows.subspan(i * lane_count + four.size()), four_of(results, i),
+                              used[i], scratch);
         }
-        for (std::size_t lane = 0; lane < group.size(); ++lane) {
-            if (needs_scans) scan = plan.scan_of(values[lane]);
-            for (std::size_t i = 0; i < plan.functions.size(); ++i) {
-                const PlannedFunction& planned = plan.functions[i];
-                plan.fields_of(
-                    planned, workspace, smallest[i], lane, scan,
-                    std::span(numbers).subspan(planned.place, planned.function->field_count));
-            }
-            std::copy_n(of_source.begin() + static_cast<std::ptrdiff_t>(lane * plan.source_count),
-                        plan.source_count,
-                        numbers.begin() + static_cast<std::ptrdiff_t>(plan.source_place));
-            const bool is_negative = plan.negative && (*plan.negative)(values[lane]);
-            for (std::size_t i = 0; i < plan.outlets.size(); ++i) {
-                const Outlet& outlet = plan.outlets[i];
-                const double value = numbers[outlet.place];
-                const bool is_none = (is_negative && outlet.is_of_light) ||
-                                     (outlet.is_never_negative && value < 0.0);
-                store(results[begin + lane], i, is_none ? none : value);
-            }
-        }
+        rows = rows.subspan(count);
+        results = results.subspan(count);
     }
 }
 
@@ -566,7 +636,7 @@ struct Evaluator::Plan::Derivatives {
         if (values.empty()) return;
         const Row row = Row::of(values);
         load({&row, 1}, workspace);
-        integrator.integrate(workspace);
+        integrator.integrate({&workspace, 1}, {});
         for (std::size_t i = 0; i < integrals.size(); ++i) {
             integrals[i] = workspace.integrals[i].lanes[0];
         }

@@ -77,7 +77,7 @@ public:
     /// Name of a reference table that has been changed since this was prepared; null if none has.
     [[nodiscard]] const char* changed_table() const;
 
-    /// The quantities of spectra; uses memory for four of them at a time.
+    /// The quantities of spectra; uses memory for eight of them at a time.
     ///
     /// @param rows, results  shape (M) each; they must not overlap
     void evaluate(std::span<const Row> rows, std::span<const Results> results) const;

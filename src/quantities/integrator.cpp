@@ -231,17 +231,20 @@ void Integrator::general(const PlannedIntegral& integral, Workspace& workspace,
                        result);
 }
 
-void Integrator::integrate(Workspace& workspace) const {
-    std::fill(workspace.has_values.begin(), workspace.has_values.end(), char{0});
-    const std::size_t sums = even_sums_.size();
-    for (std::size_t i = 0; i < sums; ++i) {
-        workspace.unsure[i] = kernels().even_sum(even_sums_[i], workspace.spectrum,
-                                                 workspace.largest, workspace.sums[i]);
-        for (const auto& row : workspace.upcoming.rows) {
-            const std::size_t done = row.size() * i / sums;
-            fetch(row.subspan(done, row.size() * (i + 1) / sums - done));
-        }
+void Integrator::integrate(std::span<Workspace> workspaces, const Upcoming& upcoming) const {
+    std::array<EvenTask, most_tasks> tasks;
+    for (std::size_t i = 0; i < workspaces.size(); ++i) {
+        Workspace& workspace = workspaces[i];
+        std::fill(workspace.has_values.begin(), workspace.has_values.end(), char{0});
+        tasks[i] = {workspace.spectrum.data(), &workspace.largest, workspace.sums.data(),
+                    workspace.unsure.data()};
     }
+    kernels().even_sums(even_sums_, std::span(tasks).first(workspaces.size()), upcoming);
+    for (Workspace& workspace : workspaces) take_integrals(workspace);
+}
+
+/// Each integral from its sum, or in the general way.
+void Integrator::take_integrals(Workspace& workspace) const {
     for (std::size_t i = 0; i < planned_.size(); ++i) {
         const auto& [integral, way, index] = planned_[i];
         Four& result = workspace.integrals[i];

@@ -29,12 +29,7 @@ public:
     /// Whether an integral is linear in the values, ties of slopes apart.
     [[nodiscard]] bool is_linear(std::size_t integral) const noexcept;
 
-    /// Memory that is read after this group of spectra: it may as well arrive meanwhile.
-    struct Upcoming {
-        std::array<std::span<const std::byte>, lane_count> rows{};
-    };
-
-    /// Memory for one group of spectra at a time.
+    /// Memory for four spectra at a time.
     struct Workspace {
         std::vector<Four> spectrum;             // (N)
         Four largest;                           // magnitude of each spectrum
@@ -44,12 +39,13 @@ public:
         std::vector<Four> sums;        // of the even sums
         std::vector<LaneMask> unsure;  // lanes in which they do not hold
         std::vector<Four> integrals;   // results
-        Upcoming upcoming;
     };
     [[nodiscard]] Workspace make_workspace() const;
 
     /// Fills `integrals` from `spectrum` and `largest`, and has `upcoming` fetched.
-    void integrate(Workspace& workspace) const;
+    ///
+    /// @param workspaces  at most `most_tasks`; two take less time than one twice
+    void integrate(std::span<Workspace> workspaces, const Upcoming& upcoming) const;
 
     /// Derivative of an integral with respect to each value of a spectrum.
     ///
@@ -91,6 +87,7 @@ private:
                                  Workspace& workspace) const;
     [[nodiscard]] std::span<const Four> values_of(std::size_t index, Workspace& workspace) const;
     void general(const PlannedIntegral& integral, Workspace& workspace, Four& result) const;
+    void take_integrals(Workspace& workspace) const;
 
     std::size_t size_;
     Products products_;

@@ -10,9 +10,12 @@ namespace vekanalysis::quantities::internal {
 namespace {
 
 using numerical::abs_of;
+using numerical::any_within;
 using numerical::bits_of;
 using numerical::Lanes;
 using numerical::larger_of;
+using numerical::Magnitudes;
+using numerical::magnitudes_of;
 using numerical::Mask;
 using numerical::read;
 using numerical::select;
@@ -67,27 +70,31 @@ VEKANALYSIS_INLINE double number_at(const std::byte* row, std::size_t i) {
 template <class Number>
 VEKANALYSIS_INLINE void load_rows(const std::array<const std::byte*, lane_count>& rows,
                                   std::span<Four> spectrum, Four& result) {
-    Lanes largest = splat(0.0);
+    const auto [a, b, c, d] = rows;
+    // One of each column of a square, so that none waits for another.
+    Square largest{splat(0.0), splat(0.0), splat(0.0), splat(0.0)};
     std::size_t i = 0;
     for (; i + lane_count <= spectrum.size(); i += lane_count) {
         const std::size_t place = i * sizeof(Number);
-        Square square{read<Number>(rows[0] + place), read<Number>(rows[1] + place),
-                      read<Number>(rows[2] + place), read<Number>(rows[3] + place)};
+        Square square{read<Number>(a + place), read<Number>(b + place), read<Number>(c + place),
+                      read<Number>(d + place)};
         square = transposed(square);
         store(square.a, spectrum[i]);
         store(square.b, spectrum[i + 1]);
         store(square.c, spectrum[i + 2]);
         store(square.d, spectrum[i + 3]);
-        largest = larger_magnitude(square.b, larger_magnitude(square.a, largest));
-        largest = larger_magnitude(square.d, larger_magnitude(square.c, largest));
+        largest.a = larger_magnitude(square.a, largest.a);
+        largest.b = larger_magnitude(square.b, largest.b);
+        largest.c = larger_magnitude(square.c, largest.c);
+        largest.d = larger_magnitude(square.d, largest.d);
     }
     for (; i < spectrum.size(); ++i) {
         for (std::size_t lane = 0; lane < lane_count; ++lane) {
             spectrum[i].lanes[lane] = number_at<Number>(rows[lane], i);
         }
-        largest = larger_magnitude(load(spectrum[i]), largest);
+        largest.a = larger_magnitude(load(spectrum[i]), largest.a);
     }
-    store(largest, result);
+    store(larger_of(larger_of(largest.a, largest.b), larger_of(largest.c, largest.d)), result);
 }
 
 VEKANALYSIS_INLINE void load_body(const std::array<const std::byte*, lane_count>& rows,
@@ -109,39 +116,73 @@ VEKANALYSIS_INLINE void dot_body(std::span<const Four> values, const double* fac
     store(even + odd, result);
 }
 
-/// Magnitude of the second difference of three neighbours.
+/// The second difference of three neighbours.
 VEKANALYSIS_INLINE Lanes bend_of(Lanes outer_two, Lanes middle) {
-    return abs_of(outer_two - (middle + middle));
+    return outer_two - (middle + middle);
 }
 
 /// The products of an even sum.
 class EvenProducts {
 public:
-    VEKANALYSIS_INLINE EvenProducts(const EvenSum& sum, std::span<const Four> spectrum)
-        : values_(spectrum.data() + sum.factors.begin), factors_(sum.factors.weights.data()) {}
+    VEKANALYSIS_INLINE EvenProducts(const EvenSum& sum, const Four* spectrum)
+        : values_(spectrum + sum.factors.begin), factors_(sum.factors.weights.data()) {}
 
     [[nodiscard]] VEKANALYSIS_INLINE Lanes operator[](std::size_t i) const {
         return load(values_[i]) * splat(factors_[i]);
     }
 
-    /// Adds the four from `i` on to sums of even and odd ones.
-    ///
-    /// @return the smaller of the bends at the inner two
-    VEKANALYSIS_INLINE Lanes add_four(std::size_t i, Lanes& even, Lanes& odd) const {
-        const Lanes p0 = (*this)[i];
-        const Lanes p1 = (*this)[i + 1];
-        const Lanes p2 = (*this)[i + 2];
-        const Lanes p3 = (*this)[i + 3];
-        const Lanes outer = p0 + p2;
-        const Lanes inner = p1 + p3;
-        even = even + outer;
-        odd = odd + inner;
-        return smaller_of(bend_of(outer, p1), bend_of(inner, p2));
+    [[nodiscard]] VEKANALYSIS_INLINE EvenProducts from(std::size_t i) const {
+        EvenProducts rest = *this;
+        rest.values_ += i;
+        rest.factors_ += i;
+        return rest;
     }
 
 private:
     const Four* values_;
     const double* factors_;
+};
+
+/// What the products of an even sum add up to, and the least bends of those looked at.
+class EvenTotal {
+public:
+    VEKANALYSIS_INLINE EvenTotal(const EvenSum& sum, const EvenTask& task)
+        : products_(sum, task.spectrum) {}
+
+    VEKANALYSIS_INLINE void add(std::size_t i) { even_ = even_ + products_[i]; }
+
+    /// Adds the four from `i` on and looks at the bends at the inner two.
+    VEKANALYSIS_INLINE void add_four(std::size_t i) {
+        const EvenProducts products = products_.from(i);
+        const Lanes p1 = products[1];
+        const Lanes p2 = products[2];
+        const Lanes outer = products[0] + p2;
+        const Lanes inner = p1 + products[3];
+        even_ = even_ + outer;
+        odd_ = odd_ + inner;
+        least_bends_ =
+            smaller_of(magnitudes_of(bend_of(outer, p1), bend_of(inner, p2)), least_bends_);
+    }
+
+    /// The same without adding.
+    VEKANALYSIS_INLINE void look_at_four(std::size_t i) {
+        EvenTotal unused = *this;
+        unused.add_four(i);
+        least_bends_ = unused.least_bends_;
+    }
+
+    [[nodiscard]] VEKANALYSIS_INLINE const EvenProducts& products() const { return products_; }
+    [[nodiscard]] VEKANALYSIS_INLINE Lanes sum() const { return even_ + odd_; }
+    [[nodiscard]] VEKANALYSIS_INLINE bool may_be_straight(Lanes tolerance) const {
+        return any_within(least_bends_, magnitudes_of(tolerance, tolerance));
+    }
+
+private:
+    EvenProducts products_;
+    Lanes even_ = splat(0.0);
+    Lanes odd_ = splat(0.0);
+    Magnitudes least_bends_ = magnitudes_of(splat(std::numeric_limits<double>::infinity()),
+                                            splat(std::numeric_limits<double>::infinity()));
 };
 
 /// Where products have a kink: the bends on either side of a point are 0 within the tolerance, and
@@ -155,7 +196,7 @@ VEKANALYSIS_INLINE Mask kinks_of(const EvenProducts& products, std::size_t size,
     Mask found = none;
     for (std::size_t i = 2; i < size; ++i) {
         const Lanes right = products[i];
-        const Mask after = bend_of(left + right, middle) <= tolerance;
+        const Mask after = abs_of(bend_of(left + right, middle)) <= tolerance;
         found = found | (before & ~here & after);
         before = here;
         here = after;
@@ -210,7 +251,7 @@ struct KnotSlope {
     }
 };
 
-VEKANALYSIS_INLINE KnotSlope slope_at(const KnotOfSpectrum& knot, std::span<const Four> spectrum) {
+VEKANALYSIS_INLINE KnotSlope slope_at(const KnotOfSpectrum& knot, const Four* spectrum) {
     Lanes p[5];
     for (std::size_t i = 0; i < knot.count; ++i) {
         p[i] = load(spectrum[knot.begin + i]);
@@ -228,48 +269,113 @@ VEKANALYSIS_INLINE KnotSlope slope_at(const KnotOfSpectrum& knot, std::span<cons
 
 VEKANALYSIS_INLINE LaneMask slope_body(const KnotOfSpectrum& knot, std::span<const Four> spectrum,
                                        Four& slope) {
-    const KnotSlope at_knot = slope_at(knot, spectrum);
+    const KnotSlope at_knot = slope_at(knot, spectrum.data());
     store(at_knot.slope, slope);
     return bits_of(at_knot.is_straight);
 }
 
-/// The bends are looked at in fours of points, at the inner two: of any two points that are two
-/// apart one is among them, so no kink, which needs both its neighbours straight, escapes.
-VEKANALYSIS_INLINE LaneMask even_sum_body(const EvenSum& sum, std::span<const Four> spectrum,
-                                          const Four& largest, Four& result) {
-    const EvenProducts products(sum, spectrum);
-    const Lanes infinity = splat(std::numeric_limits<double>::infinity());
-    const Lanes tolerance = splat(sum.tolerance) * load(largest);
-    Lanes even = splat(0.0);
-    Lanes odd = splat(0.0);
-    Lanes least_bend = infinity;
-    std::size_t i = 0;
-    for (; i < sum.look_from; ++i) even = even + products[i];
-    for (; i + 4 <= sum.look_to; i += 4) {
-        least_bend = smaller_of(products.add_four(i, even, odd), least_bend);
-    }
-    for (; i < sum.factors.weights.size(); ++i) even = even + products[i];
+/// What is to be added to the sum of the products, and whether all that holds.
+VEKANALYSIS_INLINE void finish_even_sum(const EvenSum& sum, const EvenTotal& total,
+                                        const EvenTask& task, std::size_t index) {
+    const Lanes largest = load(*task.largest);
+    const Lanes tolerance = splat(sum.tolerance) * largest;
     // Rules that agree on numbers need not do so on what follows from infinities.
-    Mask unsure = load(largest) == infinity;
-    if (sum.look_from < sum.look_to) {
-        // The last four once more, with those that were left over.
-        Lanes unused = even;
-        least_bend = smaller_of(products.add_four(sum.look_to - 4, unused, unused), least_bend);
-        if (bits_of(least_bend <= tolerance) != 0) {
-            unsure = unsure | kinks_of(products, sum.factors.weights.size(), tolerance);
-        }
+    Mask unsure = largest == splat(std::numeric_limits<double>::infinity());
+    const bool looked = sum.look_from < sum.look_to;
+    if (looked && total.may_be_straight(tolerance)) {
+        unsure = unsure | kinks_of(total.products(), sum.factors.weights.size(), tolerance);
     }
-    Lanes total = (even + odd) * splat(sum.step);
-    for (const auto& [index, weight] : sum.corrections) {
-        total = total + splat(weight) * load(spectrum[index]);
+    Lanes result = total.sum() * splat(sum.step);
+    for (const auto& [point, weight] : sum.corrections) {
+        result = result + splat(weight) * load(task.spectrum[point]);
     }
     for (const KnotOfSpectrum& knot : sum.slopes) {
-        const KnotSlope at_knot = slope_at(knot, spectrum);
-        total = total + splat(knot.weight) * at_knot.slope;
+        const KnotSlope at_knot = slope_at(knot, task.spectrum);
+        result = result + splat(knot.weight) * at_knot.slope;
         unsure = unsure | at_knot.is_straight;
     }
-    store(total, result);
-    return bits_of(unsure);
+    store(result, task.results[index]);
+    task.unsure[index] = bits_of(unsure);
+}
+
+/// An even sum of one task, or of two that share the factors.
+///
+/// The bends are looked at in fours of points, at the inner two: of any two points that are two
+/// apart one is among them, so no kink, which needs both its neighbours straight, escapes.
+template <std::size_t tasks>
+VEKANALYSIS_INLINE void even_sum(const EvenSum& sum, const EvenTask* task, std::size_t index) {
+    EvenTotal a(sum, task[0]);
+    EvenTotal b(sum, task[tasks - 1]);
+    std::size_t i = 0;
+    for (; i < sum.look_from; ++i) {
+        a.add(i);
+        if constexpr (tasks == 2) b.add(i);
+    }
+    for (; i + 4 <= sum.look_to; i += 4) {
+        a.add_four(i);
+        if constexpr (tasks == 2) b.add_four(i);
+    }
+    for (; i < sum.factors.weights.size(); ++i) {
+        a.add(i);
+        if constexpr (tasks == 2) b.add(i);
+    }
+    if (sum.look_from < sum.look_to) {
+        // The last four once more, with those that were left over.
+        a.look_at_four(sum.look_to - 4);
+        if constexpr (tasks == 2) b.look_at_four(sum.look_to - 4);
+    }
+    finish_even_sum(sum, a, task[0], index);
+    if constexpr (tasks == 2) finish_even_sum(sum, b, task[1], index);
+}
+
+/// Asks for memory to be brought near, in equal parts.
+class Fetcher {
+public:
+    VEKANALYSIS_INLINE Fetcher(const Upcoming& rows, std::size_t parts) : rows_(rows) {
+        std::size_t bytes = 0;
+        for (const auto& row : rows) bytes += row.size();
+        part_ = bytes / (line * parts) + 1;
+    }
+
+    VEKANALYSIS_INLINE void ask_for_part() {
+        for (std::size_t left = part_; left > 0 && row_ < rows_.size();) {
+            if (place_ >= rows_[row_].size()) {
+                ++row_;
+                place_ = 0;
+                continue;
+            }
+            ask_for_line(rows_[row_].data() + place_);
+            place_ += line;
+            --left;
+        }
+    }
+
+private:
+    static constexpr std::size_t line = 64;
+
+    static VEKANALYSIS_INLINE void ask_for_line(const std::byte* place) {
+#if defined(__GNUC__)
+        __builtin_prefetch(place, 0, 2);
+#else
+        static_cast<void>(place);
+#endif
+    }
+
+    const Upcoming& rows_;
+    std::size_t part_;  // in lines
+    std::size_t row_ = 0;
+    std::size_t place_ = 0;
+};
+
+VEKANALYSIS_INLINE void even_sums_body(std::span<const EvenSum> sums,
+                                       std::span<const EvenTask> tasks, const Upcoming& upcoming) {
+    if (sums.empty()) return;
+    Fetcher fetcher(upcoming, sums.size());
+    for (std::size_t i = 0; i < sums.size(); ++i) {
+        tasks.size() == 1 ? even_sum<1>(sums[i], tasks.data(), i)
+                          : even_sum<2>(sums[i], tasks.data(), i);
+        fetcher.ask_for_part();
+    }
 }
 
 struct Piece {
@@ -464,9 +570,9 @@ VEKANALYSIS_INLINE void multiply_body(const Product& product, std::span<const Fo
     attribute void dot(std::span<const Four> values, const double* factors, Four& result) {    \
         dot_body(values, factors, result);                                                     \
     }                                                                                          \
-    attribute LaneMask even_sum(const EvenSum& sum, std::span<const Four> spectrum,            \
-                                const Four& largest, Four& result) {                           \
-        return even_sum_body(sum, spectrum, largest, result);                                  \
+    attribute void even_sums(std::span<const EvenSum> sums, std::span<const EvenTask> tasks,   \
+                             const Upcoming& upcoming) {                                       \
+        even_sums_body(sums, tasks, upcoming);                                                 \
     }                                                                                          \
     attribute LaneMask slope(const KnotOfSpectrum& knot, std::span<const Four> spectrum,       \
                              Four& result) {                                                   \
@@ -485,7 +591,7 @@ VEKANALYSIS_INLINE void multiply_body(const Product& product, std::span<const Fo
                             std::span<Four> values) {                                          \
         multiply_body(product, parent, coefficients, wanted, values);                          \
     }                                                                                          \
-    constexpr Kernels all{load,  find_largest, smallest, dot,     even_sum,                    \
+    constexpr Kernels all{load,  find_largest, smallest, dot,     even_sums,                   \
                           slope, integral,     pieces,   multiply};                            \
     }
 
@@ -495,16 +601,6 @@ VEKANALYSIS_KERNELS(avx2, __attribute__((target("avx2"))))
 #endif
 
 }  // namespace
-
-void fetch(std::span<const std::byte> memory) noexcept {
-#if defined(__GNUC__)
-    constexpr std::size_t line = 64;
-    for (std::size_t i = 0; i < memory.size(); i += line)
-        __builtin_prefetch(memory.data() + i, 0, 2);
-#else
-    static_cast<void>(memory);
-#endif
-}
 
 const Kernels& kernels() noexcept {
 #if defined(__GNUC__) && defined(__x86_64__)

@@ -68,6 +68,22 @@ struct EvenSum {
     std::size_t look_to = 0;
 };
 
+/// Four spectra whose even sums are wanted.
+struct EvenTask {
+    const Four* spectrum;
+    const Four* largest;  // magnitude of each spectrum
+    Four* results;        // one a sum
+    /// One a sum: the lanes in which it may not hold: those with a kink, with a slope at an end
+    /// that is undefined, or with infinities.
+    LaneMask* unsure;
+};
+
+/// At most so many tasks go side by side, which read the factors once.
+inline constexpr std::size_t most_tasks = 2;
+
+/// Memory that is read after these spectra: it may as well arrive meanwhile.
+using Upcoming = std::array<std::span<const std::byte>, most_tasks * lane_count>;
+
 /// They write to memory that they are given: compilers do not align every copy of a returned Four.
 struct Kernels {
     /// Spectra side by side, and the largest magnitude of each, NaN left out.
@@ -85,13 +101,11 @@ struct Kernels {
     /// Sum of values[i] * factors[i].
     void (*dot)(std::span<const Four> values, const double* factors, Four& result);
 
-    /// An even sum.
+    /// Even sums of one task or two.
     ///
-    /// @param largest  magnitude of each spectrum
-    /// @return the lanes in which it may not hold: those with a kink, with a slope at an end that
-    ///         is undefined, or with infinities
-    LaneMask (*even_sum)(const EvenSum& sum, std::span<const Four> spectrum, const Four& largest,
-                         Four& result);
+    /// @param upcoming  is asked for, a part with each sum
+    void (*even_sums)(std::span<const EvenSum> sums, std::span<const EvenTask> tasks,
+                      const Upcoming& upcoming);
 
     /// The slope at a knot, bit for bit.
     ///
@@ -109,9 +123,6 @@ struct Kernels {
     void (*multiply)(const Product& product, std::span<const Four> parent, const Pieces& pieces,
                      std::span<const std::uint32_t> wanted_pieces, std::span<Four> values);
 };
-
-/// Asks for memory to be brought near.
-void fetch(std::span<const std::byte> memory) noexcept;
 
 /// The kernels for this machine. All give the same numbers.
 [[nodiscard]] const Kernels& kernels() noexcept;
