@@ -210,6 +210,11 @@ FILES: dict[str, tuple[str, dict[str, Any], list[tuple[str, str, str | None, lis
         [("T", "transmittance", None, [0.5]), ("R", "reflectance", None, [0.6])],
     ),
     "header": ("YUNITS=%T\n400;50\n410;60\n", {}, [("lens", "transmittance", "1", [0.5, 0.6])]),
+    "header of places": (
+        "#HDR\n1\n#GR\nnm\n%T\n1.000000\n0.000000\n400\n10\n#DATA\n400\t50\n410\t60\n",
+        {},
+        [("lens", "transmittance", "1", [0.5, 0.6])],
+    ),
     "header of modes": (
         "Mode;Absorbance\nSlit [nm];2\nWavelength;Lens 7\n400;1\n410;2\n",
         {},
@@ -271,6 +276,20 @@ REFUSED: dict[str, tuple[str, dict[str, Any], str, str]] = {
         "reaches no more than 0.85, which looks like fractions",
         "leave --unit out if they are fractions, or give --kind transmittance too",
     ),
+    **{
+        f"header with {fact}": (f"{fact}\nnm\tT\n400\t1\n410\t2\n", {}, reason, "")
+        for fact, reason in {
+            "YFACTOR\t100": "its numbers are to be converted (YFACTOR is 100)",
+            "#GR\nnm\n%T\n1.0\n5.0": "its numbers are to be converted (YOFFSET is 5.0)",
+        }.items()
+    },
+    **{
+        f"axis of {name}": (f"{fact}\n400\t1\n410\t2\n", {}, reason, "")
+        for name, fact, reason in (
+            ("#GR", "#GR\nCM-1\n%T\n1.0\n0.0", "'CM-1' is in cm-1"),
+            ("Raman", "XAxis mode: Raman Shifts", "'Raman Shifts' is no title of wavelengths"),
+        )
+    },
     "factor": (
         "Y multiplier: 1E-03\nnm;E [W/m2/nm]\n400;1",
         {},

@@ -19,12 +19,11 @@ from .layout import (
     is_comment,
     split_cells,
     two_readings,
-    words,
 )
 from .misplaced import refuse_count, refuse_row_of_wavelengths
 from .named_rows import without_names
 from .statements import Statement, state_unit
-from .titles import Header, Titles, find_header, find_titles
+from .titles import FACTOR_KEYS, Header, Titles, find_header, find_titles
 from .wavelengths import (
     TO_NM,
     Range,
@@ -37,11 +36,7 @@ from .wavelengths import (
 )
 
 type Duplicates = Literal["refuse", "first", "last", "mean"]
-# Facts of headers that may be a power of ten by which the values are to be multiplied.
-_FACTOR_KEYS = words(
-    "factor|scale|scale factor|scaling factor|y factor|y-factor|y scale|multiplier|y multiplier|"
-    "multiplication factor"
-)
+# By which values are multiplied for a table.
 _POWER_OF_TEN = re.compile(r"0?[.,]0{0,9}1|10{1,9}|10\^-?[1-9]|1(?:[.,]0*)?[eE][-+]?0*[1-9]")
 _DUPLICATES: tuple[str, ...] = get_args(Duplicates.__value__)
 # Columns whose names an error lists.
@@ -207,16 +202,23 @@ def _lines(source: str, text: bytes, options: TextOptions) -> tuple[Lines, Layou
 
 def _refuse_factors(source: str, header: Header) -> None:
     """Refuse numbers that are to be multiplied, as those of JCAMP-DX may be."""
-    for name in ("XFACTOR", "YFACTOR"):
-        factor = header.facts.get(name, "1")
-        if factor.strip("0").rstrip(".") != "1":
-            raise Refusal(f"{source}: its numbers are to be multiplied ({name} is {factor})")
+    for name, neutral in ("XFACTOR", 1.0), ("YFACTOR", 1.0), ("YOFFSET", 0.0):
+        text = header.facts.get(name)
+        if text is not None and not _is_number(text, neutral):
+            raise Refusal(f"{source}: its numbers are to be converted ({name} is {text})")
     for name, factor in header.facts.items():
-        if name.lower() in _FACTOR_KEYS and _POWER_OF_TEN.fullmatch(factor):
+        if name.lower() in FACTOR_KEYS and _POWER_OF_TEN.fullmatch(factor):
             raise Refusal(
                 f"{source}: its numbers may be to be multiplied ({name} is {factor})",
                 Remedy("pass {} with the number of that line if they are not", (("skip", ...),)),
             )
+
+
+def _is_number(text: str, number: float) -> bool:
+    try:
+        return float(text.replace(",", ".")) == number
+    except ValueError:
+        return False
 
 
 def _choose(
@@ -322,9 +324,11 @@ def _wavelengths_in_nm(
     for column, values in columns.items():
         ends = _check_wavelengths(numbers, column, values, options, alone=len(columns) == 1)
         stated = titles.wavelength_title(column) or numbers.block.suffixes[column]
+        is_other = titles.names_no_wavelengths(column)
         if stated_unit(stated) is None and header.wavelength_unit:
             stated = header.wavelength_unit
-        elif options.wavelength_unit is None and titles.names_no_wavelengths(column):
+            is_other = stated_unit(stated) is None
+        if is_other and options.wavelength_unit is None:
             raise Refusal(
                 f"{numbers.source}: '{shortened(stated)}' is no title of wavelengths",
                 Remedy(

@@ -75,7 +75,21 @@ _SAMPLES = ({"A", "B"}, {"R", "L"}, {"OD", "OS"}, {"OD", "OG"})
 _MOST_FACTS = 1000
 _X_UNIT_KEYS = words(
     "x unit|x units|xunits|xunit|x-unit|x-units|abscissa|abscissa unit|wavelength unit|"
-    "wavelength units|x axis|x-axis|xaxis|x-einheit"
+    "wavelength units|x axis|x-axis|xaxis|x-einheit|xaxis mode|x axis mode|x-axis mode"
+)
+
+FACTOR_KEYS = words(
+    "factor|scale|scale factor|scaling factor|y factor|y-factor|y scale|multiplier|y multiplier|"
+    "multiplication factor"
+)
+"""Facts of headers that may be a power of ten by which the values are to be multiplied."""
+_KEYS = (
+    frozenset(_FACTS)
+    | _UNIT_KEYS
+    | _KIND_KEYS
+    | _X_UNIT_KEYS
+    | FACTOR_KEYS
+    | {"xfactor", "yfactor"}
 )
 
 
@@ -281,7 +295,7 @@ def find_header(texts: dict[int, str], titles: Titles, delimiter: str) -> Header
     statements = {"unit": "", "kind": ""}
     source = wavelength_unit = ""
     others: list[int] = []
-    for index, text in texts.items():
+    for index, text in (texts | _positional(texts)).items():
         if index in titles.lines:
             continue
         key, value = _fact(text, delimiter)
@@ -300,12 +314,29 @@ def find_header(texts: dict[int, str], titles: Titles, delimiter: str) -> Header
         elif name in _KIND_KEYS and not statements["kind"]:
             statements["kind"] = value
             source = source or " ".join(text.split())
-        elif name in _X_UNIT_KEYS and not wavelength_unit and stated_unit(value) is not None:
+        elif name in _X_UNIT_KEYS and not wavelength_unit and _is_axis(value):
             wavelength_unit = value
     statement = _stated(**statements)
     return Header(
         facts, statement, "" if statement == Statement() else source, wavelength_unit, others
     )
+
+
+def _positional(texts: dict[int, str]) -> dict[int, str]:
+    """The lines below ``#GR``, whose places say what they are, with the names of that."""
+    first = next((index for index, text in texts.items() if text.strip() == "#GR"), None)
+    if first is None:
+        return {}
+    return {
+        index: f"{name}: {texts[index].strip()}"
+        for index, name in enumerate(("XUNITS", "YUNITS", "YFACTOR", "YOFFSET"), start=first + 1)
+        if index in texts
+    }
+
+
+def _is_axis(value: str) -> bool:
+    """Whether a value says what is on the x axis: a unit of wavelengths, or something else."""
+    return stated_unit(value) is not None or _OTHER_AXIS.search(value) is not None
 
 
 def _is_of_wavelengths(unit: str) -> bool:
@@ -315,8 +346,7 @@ def _is_of_wavelengths(unit: str) -> bool:
 
 def _is_key(cell: str) -> bool:
     """Whether a cell names a fact that headers have."""
-    name = _key_and_unit(cell.rstrip(" :="))[0].lower()
-    return name in _FACTS or name in _UNIT_KEYS or name in _KIND_KEYS or name in _X_UNIT_KEYS
+    return _key_and_unit(cell.rstrip(" :="))[0].lower() in _KEYS
 
 
 def _is_time_axis(key: str, value: str) -> bool:
