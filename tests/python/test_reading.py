@@ -329,6 +329,12 @@ REFUSED: dict[str, tuple[str, dict[str, Any], str, str]] = {
         "line 5: 2 columns where line 2 has 3; pass skip=2",
         "--skip 2",
     ),
+    "names in two units": (
+        "E 0.39[um];5\nE 400[nm];6\nE 410[nm];6\n",
+        {},
+        "need lines with two",
+        "",
+    ),
     "names of two": ("E 400[nm];5\nL 410[nm];6\n", {}, "got 'E 400[nm];5', need lines", ""),
     "a count": (
         "3 1\n400 1\n410 2\n420 3\n",

@@ -3,10 +3,13 @@
 import re
 from typing import NamedTuple
 
-# The name without digits, the wavelength, its unit in brackets, and the delimiter.
+# The name without digits, the wavelength, and the bracket before its unit.
+_IN_ANY_UNIT = re.compile(
+    rb"^([^\r\n0-9,;\t\"]++)([0-9]++(?:[.,][0-9]++)?+)[ \t]*+[\[(]", re.MULTILINE
+)
+# The same with nm, and the delimiter.
 _NAMED = re.compile(
-    rb"^([^\r\n0-9,;\t\"]++)([0-9]++(?:[.,][0-9]++)?+)"
-    rb"[ \t]*+[\[(][ \t]*+nm[ \t]*+[\])][ \t]*+(?=[,;\t])",
+    _IN_ANY_UNIT.pattern + rb"[ \t]*+nm[ \t]*+[\])][ \t]*+(?=[,;\t])",
     re.MULTILINE,
 )
 
@@ -25,6 +28,9 @@ def without_names(text: bytes) -> Unnamed | None:
     Only a text without other rows of numbers is to be read like that.
     """
     found = [*_NAMED.finditer(text)]
-    if len(found) < 2 or len({match[1].strip() for match in found}) > 1:
+    names = {match[1].strip() for match in found}
+    if len(found) < 2 or len(names) > 1:
+        return None
+    if sum(match[1].strip() in names for match in _IN_ANY_UNIT.finditer(text)) > len(found):
         return None
     return Unnamed(_NAMED.sub(rb"\2 nm", text), found[0][0].decode(errors="replace"))
