@@ -399,11 +399,11 @@ struct Evaluator::Plan {
         const std::span<Four> numbers = std::span(scratch.numbers).subspan(planned.place);
         if (!planned.by_function && form.finish == Form::Finish::NUMBERS) {
             for (std::size_t i = 0; i < planned.integrals.size(); ++i) {
-                const Four& integral = workspace.integrals[planned.integrals[i]];
-                for (std::size_t lane = 0; lane < lane_count; ++lane) {
-                    numbers[i].lanes[lane] =
-                        integral.lanes[lane] * form.scales[i] / form.divisors[i];
-                }
+                const double scale = form.scales[i];
+                const double divisor = form.divisors[i];
+                Four number = workspace.integrals[planned.integrals[i]];
+                for (double& lane : number.lanes) lane = lane * scale / divisor;
+                numbers[i] = number;
             }
             return;
         }
@@ -462,14 +462,17 @@ struct Evaluator::Plan {
         for (const PlannedFunction& planned : functions) {
             fields_of(planned, workspace, rows.size(), scratch);
         }
+        const std::span<const Outlet> all = outlets;
+        const std::span<const Four> numbers = scratch.numbers;
         for (std::size_t lane = 0; lane < rows.size(); ++lane) {
             const bool is_negative = negative && (*negative)(scratch.values[lane]);
-            for (std::size_t i = 0; i < outlets.size(); ++i) {
-                const Outlet& outlet = outlets[i];
-                const double value = scratch.numbers[outlet.place].lanes[lane];
+            const Results result = results[lane];
+            for (std::size_t i = 0; i < all.size(); ++i) {
+                const Outlet outlet = all[i];
+                const double value = numbers[outlet.place].lanes[lane];
                 const bool is_none = (is_negative && outlet.is_of_light) ||
                                      (outlet.is_never_negative && value < 0.0);
-                store(results[lane], i, is_none ? none : value);
+                store(result, i, is_none ? none : value);
             }
         }
     }

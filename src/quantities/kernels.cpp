@@ -252,18 +252,17 @@ struct KnotSlope {
 };
 
 VEKANALYSIS_INLINE KnotSlope slope_at(const KnotOfSpectrum& knot, const Four* spectrum) {
+    // The last once more for the one that is missing: what it gives is not used.
+    const std::size_t last = knot.count - 1;
     Lanes p[5];
-    for (std::size_t i = 0; i < knot.count; ++i) {
-        p[i] = load(spectrum[knot.begin + i]);
-        for (const auto& factors : knot.factors) p[i] = p[i] * splat(factors[i]);
+    for (std::size_t i = 0; i < 5; ++i) p[i] = load(spectrum[knot.begin + (i < last ? i : last)]);
+    for (const auto& factors : knot.factors) {
+        for (std::size_t i = 0; i < 5; ++i) p[i] = p[i] * splat(factors[i < last ? i : last]);
     }
     Lanes m[4];
-    const std::size_t first = knot.left_missing ? 1 : 0;
-    for (std::size_t i = 0; i + 1 < knot.count; ++i) {
-        m[first + i] = (p[i + 1] - p[i]) / splat(knot.steps[i]);
-    }
-    if (knot.left_missing) m[0] = splat(2.0) * m[1] - m[2];
-    if (knot.right_missing) m[3] = splat(2.0) * m[2] - m[1];
+    for (std::size_t i = 0; i < 4; ++i) m[i] = (p[i + 1] - p[i]) / splat(knot.steps[i]);
+    if (knot.left_missing) return {splat(2.0) * m[0] - m[1], m[0], m[1], m[2]};
+    if (knot.right_missing) return {m[0], m[1], m[2], splat(2.0) * m[2] - m[1]};
     return {m[0], m[1], m[2], m[3]};
 }
 
