@@ -210,6 +210,14 @@ FILES: dict[str, tuple[str, dict[str, Any], list[tuple[str, str, str | None, lis
         [("T", "transmittance", None, [0.5]), ("R", "reflectance", None, [0.6])],
     ),
     "header": ("YUNITS=%T\n400;50\n410;60\n", {}, [("lens", "transmittance", "1", [0.5, 0.6])]),
+    "unit of a header, kind of a title": (
+        "Unit: mW/m2/nm\nnm;Irradiance;T\n400;1;0.5\n410;2;0.6\n",
+        {},
+        [
+            ("Irradiance", "irradiance", "W m-2 nm-1", [0.001, 0.002]),
+            ("T", "transmittance", None, [0.5, 0.6]),
+        ],
+    ),
     "header of places": (
         "#HDR\n1\n#GR\nnm\n%T\n1.000000\n0.000000\n400\n10\n#DATA\n400\t50\n410\t60\n",
         {},
@@ -382,10 +390,18 @@ def test_refusals_quote_names_of_any_length_and_sort_in_one_short_line() -> None
         assert len(str(caught.value)) < 300
 
 
-def test_a_header_that_states_another_kind_is_told() -> None:
-    (spectrum,) = read("Mode: %T\nnm;Abs\n400;10\n410;20\n")
-    assert spectrum.kind == "absorbance"
-    assert "'Abs': the header states transmittance ('Mode: %T')" in spectrum.notes
+@pytest.mark.parametrize(
+    ("header", "title", "note"),
+    [
+        ("Mode: %T", "Abs", "'Abs': the header states transmittance ('Mode: %T')"),
+        ("Unit: mW/m2/nm", "E [W/m2/nm]", "states mW m-2 nm-1 ('Unit: mW/m2/nm')"),
+        ("Unit: W/m2/nm", "E [W/m2/nm]", ""),
+    ],
+)
+def test_a_header_that_states_something_else_is_told(header: str, title: str, note: str) -> None:
+    (spectrum,) = read(f"{header}\nnm;{title}\n400;10\n410;20\n")
+    assert spectrum.scan.values() == [10, 20]
+    assert [note in told for told in spectrum.notes if "header" in told] == [True] * bool(note)
 
 
 def test_what_a_file_is_does_not_depend_on_its_name(tmp_path: Path) -> None:

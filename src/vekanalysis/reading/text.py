@@ -8,6 +8,7 @@ from typing import Literal, NamedTuple, get_args
 
 from .._core import AKIMA, Interpolation, Scan, io
 from ..errors import Refusal, Remedy
+from ..units import fits
 from .encoding import shortened, to_utf8
 from .layout import (
     DECIMALS,
@@ -475,12 +476,31 @@ def _column(
     elif statement.kind is None and not statement.unit_text:
         words = header.source or words
         statement = header.statement._replace(words=statement.words)
-    if header.statement.kind not in (None, statement.kind):
+    elif not statement.unit_text:
+        statement = _with_unit_of(header.statement, statement)
+    other = _contradicting(header.statement, statement)
+    if other:
         notes.append(
-            f"'{shortened(name)}': the header states {header.statement.kind} "
-            f"('{shortened(header.source)}')"
+            f"'{shortened(name)}': the header states {other} ('{shortened(header.source)}')"
         )
     return Column(pair.values, name, title, words, statement, scan, highest, tuple(notes))
+
+
+def _with_unit_of(header: Statement, statement: Statement) -> Statement:
+    """With the unit that a header states, if it is one of the column's kind."""
+    unit, kind = header.unit, statement.kind
+    if unit is None or kind is None or header.kind not in (None, kind) or not fits(kind, unit):
+        return statement
+    return statement._replace(unit_text=header.unit_text, unit=unit)
+
+
+def _contradicting(header: Statement, statement: Statement) -> str:
+    """The kind or the unit that a header states otherwise than the column; empty without one."""
+    if header.kind is not None:
+        return "" if header.kind == statement.kind else header.kind
+    unit, own = header.unit, statement.unit
+    differs = unit and own and unit.base == own.base and unit.name != own.name
+    return unit.name if unit and differs else ""
 
 
 def _with_suffix(numbers: _Numbers, name: str, statement: Statement, suffix: str) -> Statement:
