@@ -60,7 +60,9 @@ std::string to_string(const AlphaOpic& quantities) {
 }
 
 AlphaOpic alpha_opic(const Scan& scan) {
-    return internal::alpha_opic(internal::VisibleSpectrum(scan, 1).values());
+    const internal::VisibleSpectrum spectrum(scan, 1);
+    spectrum.require_amounts();
+    return internal::alpha_opic(spectrum.values());
 }
 
 double scotopic_photopic_ratio(const Scan& scan) {

@@ -34,7 +34,7 @@ struct AlphaOpic {
 /// E_alpha = sum of E(wl) s_alpha(wl) over 380, 381, ..., 780 nm; ELR = 1e3 E_alpha / E_v with
 /// E_v = 683.002 lm/W times the sum of E V; DER = ELR / ELR of D65; EDI = E_alpha / ELR of D65.
 /// Of a relative spectrum only ELR and DER mean anything. Source: CIE S 026:2018.
-/// @throws std::invalid_argument  those of `internal::VisibleSpectrum`
+/// @throws std::invalid_argument  those of `internal::VisibleSpectrum` and its `require_amounts`
 [[nodiscard]] AlphaOpic alpha_opic(const Scan& scan);
 
 /// Ratio of scotopic to photopic quantities, S/P: 1700 lm/W times the sum of E V' over 683.002 lm/W

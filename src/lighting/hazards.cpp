@@ -1,5 +1,6 @@
 #include "lighting/hazards.hpp"
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstddef>
@@ -13,6 +14,9 @@ namespace vekanalysis::lighting {
 using vekanalysis::internal::general;
 
 namespace {
+
+/// More than noise of 1 % or the rule of summing changes.
+constexpr double max_miss = 0.01;
 
 /// A weighting function in steps of 1 nm.
 struct Weights {
@@ -96,6 +100,48 @@ double weighted_sum(const Scan& scan, const Weights& weights) {
     return sum;
 }
 
+/// Wavelengths of the scan in the range of the weights, where some lie closer than theirs.
+std::vector<double> finer_points(const Scan& scan, const Weights& weights) {
+    constexpr double fine = 0.7;  // nm
+    std::vector<double> points;
+    bool is_fine = false;
+    for (const double wl : scan.data().keys()) {
+        if (wl < weights.from || wl > weights.to()) continue;
+        is_fine = is_fine || (!points.empty() && wl - points.back() < fine);
+        points.push_back(wl);
+    }
+    if (!is_fine) points.clear();
+    return points;
+}
+
+/// By how much of itself the sum in steps of 1 nm misses that over the points of the scan, too.
+double miss(const Scan& scan, const Weights& weights, double sum) {
+    std::vector<double> points = finer_points(scan, weights);
+    if (points.empty()) return 0.0;
+    for (std::size_t i = 0; i < weights.values.size(); ++i) points.push_back(weights.wl(i));
+    std::sort(points.begin(), points.end());
+    points.erase(std::unique(points.begin(), points.end()), points.end());
+    ScanCursor at(scan);
+    double own = 0.0;
+    double magnitude = 0.0;
+    double before = 0.0;
+    for (std::size_t i = 0; i < points.size(); ++i) {
+        const double place = points[i] - weights.from;
+        const auto left = std::min(static_cast<std::size_t>(place), weights.values.size() - 2);
+        const double t = place - static_cast<double>(left);
+        const double weight =
+            weights.values[left] + t * (weights.values[left + 1] - weights.values[left]);
+        const double product = weight * at(points[i]);
+        if (i > 0) {
+            const double half = 0.5 * (points[i] - points[i - 1]);
+            own += half * (before + product);
+            magnitude += half * (std::abs(before) + std::abs(product));
+        }
+        before = product;
+    }
+    return magnitude > 0.0 ? std::abs(sum - own) / magnitude : 0.0;
+}
+
 }  // namespace
 
 std::string to_string(const HazardWeighted& weighted) {
@@ -111,8 +157,18 @@ HazardWeighted hazard_weighted(const Scan& scan, HazardEdition edition) {
     HazardWeighted result;
     const auto weigh = [&](const char* name, const Weights& weights, std::optional<double>* value) {
         std::string reason = obstacle(scan, weights);
+        double sum = 0.0;
         if (reason.empty()) {
-            *value = weighted_sum(scan, weights);
+            sum = weighted_sum(scan, weights);
+            const double missed = miss(scan, weights, sum);
+            if (!(missed < max_miss)) {
+                reason =
+                    "the spectrum has structure finer than 1 nm: the sum in that step misses " +
+                    general(100.0 * missed) + " % of it; average it over 1 nm";
+            }
+        }
+        if (reason.empty()) {
+            *value = sum;
         } else {
             result.absent.emplace(name, std::move(reason));
         }

@@ -28,7 +28,8 @@ enum class HazardEdition { IEC_62471_2006, ICNIRP_2013 };
 /// rule in steps of 1 nm, the functions interpolated logarithmically between the printed points.
 ///
 /// R(lambda) of IEC 62471 is ten times that of ICNIRP 2013. A quantity whose band the data do not
-/// cover wholly is absent. No risk group: that takes the size of the source, the distance (200 mm,
+/// cover wholly is absent, and one of which sums in that step miss 0.01 of what the data's own,
+/// closer points give. No risk group: that takes the size of the source, the distance (200 mm,
 /// or that of 500 lx), the field of view and the duration, none of which a spectrum has.
 /// Sources: IEC 62471:2006 (CIE S 009:2002); ICNIRP, Health Phys. 87 (2004) 171 and 105 (2013) 74.
 /// @throws std::runtime_error  the errors of the interpolant

@@ -112,15 +112,17 @@ std::span<const double> VisibleGrid::sample(std::span<const double> values,
 }
 
 bool VisibleGrid::accepts(std::span<const double> values, std::span<const double> grid,
-                          const VisibleSums& sums) const {
+                          const VisibleSums& sums, bool* has_amounts) const {
     const auto visible = values.subspan(first_, last_ - first_);
     // What is not finite makes any sum so.
     if (!takes_all_ && !std::isfinite(dot(zeros_, visible))) return false;
     if ((!takes_all_ || sums.lowest < 0.0) && is_mostly_negative(widths_, visible)) return false;
     if (judge(grid, sums) != Obstacle::NONE) return false;
+    *has_amounts = true;
     if (own_weights_[0].empty()) return true;
     const colorimetry::CIEXYZ own{dot(own_weights_[0], visible), dot(own_weights_[1], visible),
                                   dot(own_weights_[2], visible)};
+    *has_amounts = !is_amount_shifted(amount_shift(sums.xyz, step_, own));
     return !is_shifted(sums.xyz, own);
 }
 
@@ -183,13 +185,19 @@ using Fields = std::array<double, max_fields>;
 /// What the functions give for values on a grid; each is called when first asked for.
 class Results {
 public:
+    /// @param has_amounts  whether its sums are those of its own points in amount, too
     /// @param temperature  its temperature, limits not held
     /// @param under  the rendering samples under it
     /// Neither is read where nothing that follows from it is asked for.
     Results(std::span<const double> grid, int step, const colorimetry::CIEXYZ& xyz,
-            const CorrelatedColourTemperature& temperature,
+            bool has_amounts, const CorrelatedColourTemperature& temperature,
             const internal::Colours<15>& under) noexcept
-        : grid_(grid), step_(step), xyz_(xyz), temperature_(temperature), under_(under) {}
+        : grid_(grid),
+          step_(step),
+          xyz_(xyz),
+          has_amounts_(has_amounts),
+          temperature_(temperature),
+          under_(under) {}
 
     /// @param rendering_samples  how many of the rendering indices are wanted
     [[nodiscard]] const Fields& operator()(std::size_t function, std::size_t rendering_samples) {
@@ -201,7 +209,7 @@ public:
         if (function == CHROMATICITY) put_chromaticity(fields);
         if (function == RENDERING) put_rendering(fields, rendering_samples);
         if (function == FIDELITY) put_fidelity(fields);
-        if (function == ALPHA_OPIC) put_alpha_opic(fields);
+        if (function == ALPHA_OPIC && has_amounts_) put_alpha_opic(fields);
         if (function == RATIO) fields[0] = internal::scotopic_photopic_ratio(grid_);
         return fields;
     }
@@ -258,6 +266,7 @@ private:
     std::span<const double> grid_;
     int step_;
     colorimetry::CIEXYZ xyz_;
+    bool has_amounts_;
     CorrelatedColourTemperature temperature_;
     const internal::Colours<15>& under_;
     std::array<bool, RATIO + 1> is_known_{};
@@ -317,6 +326,7 @@ struct SourceEvaluator::Lights {
     std::array<const double*, group> values{};  // on the grid
     std::array<colorimetry::CIEXYZ, group> xyz{};
     std::size_t count = 0;
+    std::array<bool, group> has_amounts{};
     std::array<std::size_t, group> of_spectrum{};  // none where it is not one
 };
 
@@ -344,7 +354,8 @@ void SourceEvaluator::find_lights(const VisibleGrid& grid, std::span<const doubl
     for (std::size_t i = 0; i < count; ++i) {
         const std::size_t k = spectrum_of[i];
         if (!grid.accepts({spectra[k], points_},
-                          {sampled[i], internal::visible_points(grid.step())}, sums[i])) {
+                          {sampled[i], internal::visible_points(grid.step())}, sums[i],
+                          &lights->has_amounts[lights->count])) {
             continue;
         }
         lights->values[lights->count] = sampled[i];
@@ -386,7 +397,7 @@ void SourceEvaluator::evaluate(const VisibleGrid& grid, std::span<const Item> it
             continue;
         }
         Results of({lights.values[light], internal::visible_points(grid.step())}, grid.step(),
-                   lights.xyz[light], temperatures[light], under[light]);
+                   lights.xyz[light], lights.has_amounts[light], temperatures[light], under[light]);
         for (const Item& item : items) {
             of_spectrum[item.result] = of(item.function, rendering_samples_)[item.field];
         }

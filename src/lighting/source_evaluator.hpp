@@ -45,8 +45,9 @@ public:
     /// @param values  shape (N)
     /// @param grid    its values on the grid
     /// @param sums    theirs
+    /// @param has_amounts  receives whether it takes it for amounts of light, too
     [[nodiscard]] bool accepts(std::span<const double> values, std::span<const double> grid,
-                               const VisibleSums& sums) const;
+                               const VisibleSums& sums, bool* has_amounts) const;
 
     [[nodiscard]] int step() const noexcept { return step_; }
 

@@ -23,6 +23,7 @@ constexpr double needed_from = 400.0;
 constexpr double needed_to = 700.0;
 // A shift that an observer would see side by side; far above what noise of 1 % does.
 constexpr double max_uv_shift = 0.001;
+constexpr double max_amount_shift = 0.01;
 
 internal::ColourMatching make_functions(const Observer& observer) {
     internal::ColourMatching result{};
@@ -63,8 +64,13 @@ void check_reach(const Scan& scan) {
     }
 }
 
-void check_structure(std::span<const double> wavelengths, std::span<const double> values,
-                     const colorimetry::CIEXYZ& on_grid, int step) {
+const char* remedy_for(int step) noexcept {
+    return step == 1 ? "; average it over 1 nm" : "; use step 1";
+}
+
+/// @return the `amount_shift`
+double check_structure(std::span<const double> wavelengths, std::span<const double> values,
+                       const colorimetry::CIEXYZ& on_grid, int step) {
     colorimetry::CIEXYZ own{};
     for (std::size_t i = 0; i < wavelengths.size(); ++i) {
         const auto [x, y, z] = internal::own_weight(wavelengths, i);
@@ -72,12 +78,11 @@ void check_structure(std::span<const double> wavelengths, std::span<const double
         own.Y += y * values[i];
         own.Z += z * values[i];
     }
-    if (!internal::is_shifted(on_grid, own)) return;
+    if (!internal::is_shifted(on_grid, own)) return internal::amount_shift(on_grid, step, own);
     const double shift = internal::distance(internal::uv_of(on_grid), internal::uv_of(own));
     throw std::invalid_argument("lighting: the spectrum has structure finer than the step of " +
                                 std::to_string(step) + " nm: sums in that step shift its uv by " +
-                                general(shift) +
-                                (step == 1 ? "; average it over 1 nm" : "; use step 1"));
+                                general(shift) + remedy_for(step));
 }
 
 void check_finite(std::span<const double> wavelengths, std::span<const double> values) {
@@ -227,6 +232,19 @@ bool is_shifted(const colorimetry::CIEXYZ& on_grid, const colorimetry::CIEXYZ& o
     return !(distance(uv_of(on_grid), uv_of(own)) < max_uv_shift);
 }
 
+double amount_shift(const colorimetry::CIEXYZ& on_grid, int step,
+                    const colorimetry::CIEXYZ& own) noexcept {
+    const double width = step;
+    const double most =
+        std::max({std::abs(width * on_grid.X - own.X), std::abs(width * on_grid.Y - own.Y),
+                  std::abs(width * on_grid.Z - own.Z)});
+    return most / (own.X + own.Y + own.Z);
+}
+
+bool is_amount_shifted(double shift) noexcept {
+    return !(std::abs(shift) < max_amount_shift);
+}
+
 Obstacle judge(std::span<const double> values, const VisibleSums& sums) noexcept {
     const colorimetry::CIEXYZ& xyz = sums.xyz;
     if (!(xyz.Y > 0.0)) return Obstacle::DARK;
@@ -277,8 +295,16 @@ VisibleSpectrum::VisibleSpectrum(const Scan& scan, int step)
     }
     require(judge(values(), sums));
     if (is_finer(own_values.size(), n_)) {
-        check_structure(own_wavelengths, own_values, sums.xyz, step);
+        amount_shift_ = check_structure(own_wavelengths, own_values, sums.xyz, step);
     }
+}
+
+void VisibleSpectrum::require_amounts() const {
+    if (!is_amount_shifted(amount_shift_)) return;
+    throw std::invalid_argument("lighting: the spectrum has structure finer than the step of " +
+                                std::to_string(step_) +
+                                " nm: sums in that step miss its amount of light by " +
+                                general(100.0 * amount_shift_) + " %" + remedy_for(step_));
 }
 
 }  // namespace internal

@@ -124,6 +124,14 @@ inline constexpr double end_reach = 0.5;
 [[nodiscard]] bool is_shifted(const colorimetry::CIEXYZ& on_grid,
                               const colorimetry::CIEXYZ& own) noexcept;
 
+/// By how much sums on a grid miss the amount of light that a spectrum's own points give: the
+/// largest difference in X, Y or Z in proportion to their sum.
+[[nodiscard]] double amount_shift(const colorimetry::CIEXYZ& on_grid, int step,
+                                  const colorimetry::CIEXYZ& own) noexcept;
+
+/// Whether that is too much for an amount, though the chromaticity may be the same; true for NaN.
+[[nodiscard]] bool is_amount_shifted(double shift) noexcept;
+
 /// Judges values on a grid and their sums.
 [[nodiscard]] Obstacle judge(std::span<const double> values, const VisibleSums& sums) noexcept;
 
@@ -141,6 +149,12 @@ public:
     /// @throws std::runtime_error     the errors of the interpolant
     VisibleSpectrum(const Scan& scan, int step);
 
+    /// For amounts of light, which lines between the points of the grid change at once.
+    ///
+    /// @throws std::invalid_argument  "lighting: ..." where the spectrum has structure so fine that
+    ///     sums in this step miss the amount of its own points by 0.01 or more of X + Y + Z
+    void require_amounts() const;
+
     [[nodiscard]] int step() const noexcept { return step_; }
     [[nodiscard]] std::span<const double> values() const noexcept { return {values_.data(), n_}; }
 
@@ -149,6 +163,7 @@ private:
 
     int step_;
     std::size_t n_;
+    double amount_shift_ = 0.0;
     std::array<double, max_visible_points> values_;
 };
 

@@ -11,6 +11,7 @@ import pytest
 
 from vekanalysis import LINEAR, Scan, colorimetry, lighting
 from vekanalysis.lighting import colour_fidelity, colour_rendering, correlated_colour_temperature
+from vekanalysis.quantities import Evaluator
 
 TABLE = Path(__file__).parents[1] / "data/light-check-values.csv"
 LINES = TABLE.read_text().splitlines()
@@ -278,3 +279,37 @@ def test_results_are_plain_records() -> None:
     names = [reference.name for reference in lighting.references()]
     assert len(names) == len(set(names)) == 48
     assert all(max(lighting.reference(name).values()) > 0 for name in names)
+
+
+@pytest.mark.parametrize("centre", [253.65, 532.5, 532.0])
+def test_amounts_of_a_line_between_the_steps_are_refused(centre: float) -> None:
+    """1 W/m2 in a line of which 1 nm steps see next to nothing, or thrice as much."""
+    step, sigma = 0.05, 0.13
+    wavelengths = [200 + step * i for i in range(12_001)]
+    height = 1 / (sigma * math.sqrt(2 * math.pi))
+    scan = of(lambda wl: height * math.exp(-0.5 * ((wl - centre) / sigma) ** 2), wavelengths)
+    averages = {}
+    for wl in range(200, 801):
+        inside = [scan(wl + step * i) for i in range(-10, 11)]
+        averages[float(wl)] = (sum(inside) - 0.5 * (inside[0] + inside[-1])) * step
+    averaged = Scan([*averages], [*averages.values()])
+    found, right = lighting.hazard_weighted(scan), lighting.hazard_weighted(averaged)
+    if centre < 300:
+        assert found.actinic_uv is None
+        assert "structure finer than 1 nm" in found.absent["actinic_uv"]
+        assert right.actinic_uv == pytest.approx(0.5, rel=0.05)  # S(254 nm)
+        return
+    assert found.blue_light is None
+    assert "average it over 1 nm" in found.absent["blue_light"]
+    with pytest.raises(ValueError, match=r"structure finer .* miss its amount of light by"):
+        lighting.alpha_opic(scan)
+    keys = ["alpha_opic.melanopic.edi", "dominant_wavelength.wavelength", "scotopic_photopic_ratio"]
+    edi, dominant, ratio = Evaluator(wavelengths, keys)([scan.to_lists()[1]])[0]
+    assert math.isnan(edi)
+    # Neither of them is an amount.
+    assert dominant == pytest.approx(centre, abs=0.02)
+    assert ratio == pytest.approx(lighting.scotopic_photopic_ratio(averaged), rel=0.002)
+    # The action spectrum at the line, CIE S 026, and 1.3262 mW/lm of D65.
+    melanopic = {532.0: 0.48407, 532.5: 0.47535}[centre]
+    edi = lighting.alpha_opic(averaged).melanopic.edi
+    assert edi == pytest.approx(melanopic / 1.3262e-3, rel=0.002)
