@@ -90,7 +90,12 @@ Irradiance x 1e6 W/m2/nm -> other x 1e6 W/m2/nm 8
 10^-6 W/m2/nm -> other 10^-6 W/m2/nm 8
 Irradiance 10-6 W/m2/nm -> other 10-6 W/m2/nm 8
 Irradiance (mW/m2/nm) x10 -> other x10 mW/m2/nm 8
-T (0.1%) -> other 0.1 % 8
+T (0.1%) -> other 0.1% 8
+T (0.1 ‰) -> other 0.1 ‰ 8
+Grey 85% tint -> unknown None 8
+Lens 50 % -> unknown None 8
+Dye 5% T -> unknown None 8
+100%T -> transmittance 1 0.08
 Irradiance µ W/m2/nm -> other µ W/m2/nm 8
 Irradiance ? W/m2/nm -> other ? W/m2/nm 8
 Irradiance in micro W/m2/nm -> other micro W/m2/nm 8

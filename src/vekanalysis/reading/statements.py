@@ -152,9 +152,12 @@ _DOUBTFUL = {
 _PERCENT_WORDS = ("percent", "per cent", "prozent", "procent", "pourcent", "pct")
 # Kinds that are said loosely: their unit says it better.
 LOOSE = frozenset(["intensity", "flux", "counts"])
-_LETTER_AT_PERCENT = re.compile(r"(?<!-)%[ \t]?([TRA])(?![^\W\d_])|(?<![^\W_])([TRA])[ \t]?%")
+# "5% T" has 5 % of something else.
+_LETTER_AT_PERCENT = re.compile(
+    r"(?<!-)(?:%|(?<![0-9])%[ \t])([TRA])(?![^\W\d_])|(?<![^\W_])([TRA])[ \t]?%"
+)
 _IN_EXPRESSIONS = tuple("/*·⋅^.")
-_UNIT_LIKE = frozenset("/^%°·⋅*²⁻")
+_UNIT_LIKE = frozenset("/^%‰°·⋅*²⁻")
 # Titles beyond that are texts; their kind is looked for, their unit at the end only.
 _LONGEST = 300
 
@@ -331,9 +334,17 @@ def _at_the_end(title: str) -> tuple[str, str, Unit | None] | None:
     for first in range(max(1, len(words) - 8), len(words)):
         text = " ".join(words[first:])
         unit = units.parse(text)
-        if unit is not None and (unit.kind not in (None, "absorbance") or unit.name in "%‰"):
+        is_fraction = unit is not None and unit.name in "%‰"
+        if is_fraction and _is_number_before(words[first - 1]):
+            return None
+        if unit is not None and (unit.kind not in (None, "absorbance") or is_fraction):
             return " ".join(words[:first]), text, unit
     return None
+
+
+def _is_number_before(text: str) -> bool:
+    """Whether a per cent sign behind a text is one of a number: ``Grey 85%``."""
+    return text.rstrip(" ")[-1:].isdigit()
 
 
 def _percent(title: str) -> tuple[str, str, Unit | None] | None:
@@ -348,6 +359,8 @@ def _percent(title: str) -> tuple[str, str, Unit | None] | None:
     for word in ("%", "\N{FULLWIDTH PERCENT SIGN}", *_PERCENT_WORDS):
         if word in lowered:
             place = lowered.index(word)
+            if _is_number_before(title[:place]):
+                continue
             rest = f"{title[:place]} {title[place + len(word) :]}".strip()
             return rest, "%", units.known("%")
     return None
