@@ -4,7 +4,7 @@ import csv
 import errno
 import os
 import stat
-from collections.abc import Iterable
+from collections.abc import Callable, Iterable
 from contextlib import suppress
 from threading import get_ident
 from typing import Any, BinaryIO, Final
@@ -79,16 +79,40 @@ def replace(target: str, content: bytes) -> None:
 
     OSError names that place, not the one beside it.
     """
+    _put(target, content, os.replace)
+
+
+def create(target: str, content: bytes) -> None:
+    """Write a file whole or not at all where there is none; FileExistsError if there is one."""
+    _put(target, content, _take_name)
+
+
+def _put(target: str, content: bytes, name: Callable[[str, str], None]) -> None:
     part = beside(target)
     try:
         with open(part, "wb") as file:
             file.write(content)
-        os.replace(part, target)
+        name(part, target)
     except OSError as error:
         raise type(error)(error.errno, error.strerror, target) from None
     finally:
         with suppress(FileNotFoundError):
             os.remove(part)
+
+
+def _take_name(part: str, target: str) -> None:
+    """Give a file a name that nobody else has, nor takes meanwhile."""
+    try:
+        os.link(part, target)
+    except FileExistsError:
+        raise
+    except OSError:  # A file system without links.
+        os.close(os.open(target, os.O_CREAT | os.O_EXCL | os.O_WRONLY))
+        try:
+            os.replace(part, target)
+        except OSError:
+            os.remove(target)
+            raise
 
 
 def beside(target: str) -> str:

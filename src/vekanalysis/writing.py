@@ -14,7 +14,7 @@ from xml.sax.saxutils import escape
 
 from . import units
 from ._core import version
-from ._files import csv_cell, replace, save
+from ._files import create, csv_cell, save
 from .errors import Refusal, Remedy
 from .reading import names_wavelengths, state, taken
 from .spectrum import Spectrum
@@ -59,7 +59,7 @@ def write(
 ) -> None:
     """Write spectra to a file that `read` and the programs of others read.
 
-    The file appears whole or not at all: it is written beside and then renamed.
+    The file appears whole or not at all: it is written beside its place first.
 
     Parameters
     ----------
@@ -107,7 +107,8 @@ def write(
     if form == "tm27" and len(several) > 1:
         raise Refusal(f"{path}: TM-27 holds one spectrum a file, not {len(several)}")
     text = {"csv": _csv, "jcamp": _jcamp, "tm27": _tm27}[form](several)
-    _save(path, text.encode("utf-8"), overwrite)
+    put = save if overwrite else create
+    put(path, text.encode("utf-8"))
 
 
 def _format(path: str, format: Format | None) -> Format:
@@ -140,19 +141,6 @@ def _check(spectrum: Spectrum) -> None:
             f"{spectrum.where}: its unit is not stated",
             Remedy("pass {} or {} to replace() first", (("unit", "1"), ("unit", "%"))),
         )
-
-
-def _save(path: str, content: bytes, overwrite: bool) -> None:
-    if overwrite:
-        save(path, content)
-        return
-    # Takes the name, so that nobody else does meanwhile.
-    os.close(os.open(path, os.O_CREAT | os.O_EXCL | os.O_WRONLY, 0o666))
-    try:
-        replace(path, content)
-    except BaseException:
-        os.remove(path)
-        raise
 
 
 def _one_line(text: str) -> str:

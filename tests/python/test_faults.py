@@ -8,7 +8,8 @@ import os
 import signal
 import subprocess
 import sys
-from collections.abc import Iterator
+from collections.abc import Callable, Iterator
+from contextlib import suppress
 from pathlib import Path
 
 import pytest
@@ -303,3 +304,24 @@ def test_what_is_no_file_is_written_to_and_not_replaced(tmp_path: Path) -> None:
     assert (tmp_path / "pipe").is_fifo()
     with pytest.raises(FileNotFoundError, match=r"none/a\.csv'$"):
         vek.write(spectrum, tmp_path / "none/a.csv", overwrite=True)
+
+
+@pytest.mark.parametrize("has_links", [True, False])
+def test_a_new_file_has_its_name_when_it_is_whole(
+    has_links: bool, tmp_path: Path, monkeypatch: pytest.MonkeyPatch
+) -> None:
+    def link(part: str, target: str, link: Callable[[str, str], None] = os.link) -> None:
+        found.append((os.path.exists(target), vek.read(part)[0].scan))
+        if not has_links:
+            raise PermissionError(1, "Operation not permitted")
+        link(part, target)
+
+    found: list[tuple[bool, vek.Scan]] = []
+    monkeypatch.setattr(os, "link", link)
+    (spectrum,) = vek.read(GREY)
+    for _ in range(2):
+        with suppress(FileExistsError):
+            vek.write(spectrum, tmp_path / "a.csv")
+        assert [*tmp_path.iterdir()] == [tmp_path / "a.csv"]
+        assert vek.read(tmp_path / "a.csv")[0].scan == spectrum.scan
+    assert found == [(False, spectrum.scan), (True, spectrum.scan)]
