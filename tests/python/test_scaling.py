@@ -300,16 +300,18 @@ def test_documents_follow_the_size(name: str, tmp_path: Path) -> None:
 
 
 @pytest.mark.parametrize(
-    ("count", "reason"),
+    ("header", "count", "reason"),
     [
-        (10_001, "more than 10000 spectra in all; choose with --data-set or --columns"),
-        (100_001, "100001 columns of values; at most 100000 are read at a time; choose with"),
+        ("", 10_001, "more than 10000 spectra in all; choose with --data-set or --columns"),
+        ("", 100_001, "100001 columns of values; at most 100000 are read at a time; choose with"),
+        ("a:b\n" * 100_000, 1, "100001 lines are no rows of numbers; at most 100000 are taken"),
     ],
 )
-def test_a_file_of_very_many_spectra_is_refused(
-    count: int, reason: str, run: Runner, tmp_path: Path
+def test_a_file_of_very_many_spectra_or_lines_of_text_is_refused(
+    header: str, count: int, reason: str, run: Runner, tmp_path: Path
 ) -> None:
-    (tmp_path / "a.csv").write_text(f"nm{';' * count}\n400{';1' * count}\n410{';1' * count}\n")
+    rows = "".join(f"{wl}{';1' * count}\n" for wl in (400, 410))
+    (tmp_path / "a.csv").write_text(f"{header}nm{';' * count}\n{rows}")
     assert reason in run.refuse("report", tmp_path / "a.csv")
 
 

@@ -52,6 +52,8 @@ _ANY_NUMBER = re.compile(
 )
 # Shapes are remembered up to that length; longer ones do not repeat from file to file.
 _REMEMBERED = 200
+# Lines of text that are kept, a third of a kilobyte each.
+_MOST_TEXTS = 100_000
 
 
 class Shape(NamedTuple):
@@ -366,6 +368,13 @@ def find_block(lines: Lines, layout: Layout) -> Block:
         raise lines.error(first, f"got one column, '{lines.shown(first)}'; two are needed")
     _check_widths(lines, layout, rows, width)
     others = [shape for shape in lines.filled if shape not in rows]
+    texts = sum(lines.shapes[shape].lines for shape in others)
+    if texts > _MOST_TEXTS:
+        raise Refusal(
+            f"{lines.source}: {texts} lines are no rows of numbers; at most {_MOST_TEXTS} are "
+            "taken for a header or comments",
+            Remedy("pass {} to leave lines out", (("skip", ...),)),
+        )
     block = Block([*rows], first, last, width, _suffixes(lines, rows, width), lines.texts(others))
     _check_others(lines, layout, block)
     return block
