@@ -3,6 +3,7 @@
 #include <pybind11/numpy.h>
 
 #include <algorithm>
+#include <chrono>
 #include <cstdlib>
 #include <cstring>
 #include <functional>
@@ -101,6 +102,7 @@ Array array_of(const py::object& source) {
 bool is_apart(const Py_buffer& view) {
     std::vector<std::pair<py::ssize_t, py::ssize_t>> axes;
     for (int i = 0; i < view.ndim; ++i) {
+        if (view.shape[i] == 0) return true;
         if (view.shape[i] > 1) axes.emplace_back(std::abs(view.strides[i]), view.shape[i]);
     }
     std::sort(axes.begin(), axes.end());
@@ -164,6 +166,32 @@ private:
     std::vector<py::ssize_t> place_;
 };
 
+void require_unchanged_tables(const Evaluator& evaluator) {
+    if (const char* const table = evaluator.changed_table()) {
+        throw std::runtime_error(std::string("Evaluator: the built-in spectrum ") + table +
+                                 " has been changed since this was made; make it anew");
+    }
+}
+
+/// Runs the handlers of signals that have come, every now and then.
+class Signals {
+public:
+    /// @throws py::error_already_set  what a handler raises: KeyboardInterrupt
+    void handle(const Evaluator& evaluator) {
+        const auto now = Clock::now();
+        if (now - last_ < std::chrono::milliseconds(100)) return;
+        const py::gil_scoped_acquire locked;
+        if (PyErr_CheckSignals() != 0) throw py::error_already_set();
+        // A handler may do anything, this too.
+        if (evaluator.needs_functions()) require_unchanged_tables(evaluator);
+        last_ = Clock::now();
+    }
+
+private:
+    using Clock = std::chrono::steady_clock;
+    Clock::time_point last_ = Clock::now();
+};
+
 void evaluate_all(const Evaluator& evaluator, const Array& values, const Array& results) {
     std::size_t left = 1;
     for (int i = 0; i + 1 < values.view->ndim; ++i) {
@@ -175,6 +203,7 @@ void evaluate_all(const Evaluator& evaluator, const Array& values, const Array& 
     Runs places(results);
     std::vector<Evaluator::Row> rows;
     std::vector<Evaluator::Results> to;
+    Signals signals;
     for (; left > 0; left -= rows.size()) {
         rows.clear();
         to.clear();
@@ -183,13 +212,7 @@ void evaluate_all(const Evaluator& evaluator, const Array& values, const Array& 
             to.push_back({places.take(), result_step});
         }
         evaluator.evaluate(rows, to);
-    }
-}
-
-void require_unchanged_tables(const Evaluator& evaluator) {
-    if (const char* const table = evaluator.changed_table()) {
-        throw std::runtime_error(std::string("Evaluator: the built-in spectrum ") + table +
-                                 " has been changed since this was made; make it anew");
+        signals.handle(evaluator);
     }
 }
 

@@ -3,8 +3,10 @@
 import math
 import pickle
 import random
+import signal
 import subprocess
 import sys
+import threading
 from concurrent.futures import ThreadPoolExecutor
 from pathlib import Path
 
@@ -112,7 +114,20 @@ def test_memory_of_any_layout_is_read_and_written() -> None:
     assert e(cube, out) is out
     assert np.array_equal(out, expected)
     assert not wide[..., 0].any()
-    assert e(np.empty((0, len(GRID)))).shape == (0, len(keys))
+    for shape in ((0,), (3, 0), (0, 3), (3, 0, 2)):
+        assert e(np.empty((*shape, len(GRID)))).shape == (*shape, len(keys))
+    assert Evaluator(GRID, [])(single).shape == (2, 3, 4, 0)
+
+
+def test_a_long_call_can_be_interrupted() -> None:
+    uneven = np.sqrt(np.linspace(300.0**2, 800.0**2, 500))
+    e = Evaluator(uneven, V)
+    spectra = np.broadcast_to(lenses(uneven, 1)[0], (1_000_000, 500))
+    out = np.full((len(spectra), 1), np.inf)
+    threading.Timer(0.2, signal.raise_signal, [signal.SIGINT]).start()
+    with pytest.raises(KeyboardInterrupt):
+        e(spectra, out)
+    assert np.isinf(out[-1, 0])
 
 
 def test_what_a_grid_refuses_has_its_reason() -> None:
