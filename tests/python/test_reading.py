@@ -2,6 +2,7 @@
 
 import contextlib
 import io
+import math
 import time
 from pathlib import Path
 from typing import Any
@@ -484,3 +485,11 @@ def test_the_cell_at_fault_is_named_among_chosen_columns() -> None:
     content = io.StringIO(",wl,T\n0,400,0.25\n1,410,04403 2831 1678")
     with pytest.raises(vek.Refusal, match="'04403 2831 1678' has no groups of three digits"):
         vek.read(content, columns=("wl", "T"))
+
+
+@pytest.mark.parametrize("first", [math.nan, 0.8])
+def test_a_value_that_is_no_number_does_not_hide_per_cent(first: float, tmp_path: Path) -> None:
+    points = [(400.0, first), (410.0, 85.0), (420.0, math.nan)]
+    (tmp_path / "a.vek").write_bytes(Contents(data_sets=[DataSet("A", points)]).file())
+    with pytest.raises(vek.Refusal, match="reaches 85, which looks like per cent"):
+        vek.read(tmp_path / "a.vek")

@@ -4,7 +4,7 @@ import math
 from typing import NamedTuple
 
 from .. import units
-from .._core import Scan
+from .._core import Scan, utils
 from ..errors import Refusal, Remedy
 from ..units import Kind
 from .statements import LOOSE, Reading, Statement, taken
@@ -59,7 +59,8 @@ def settled(
     kind, unit = _filled(reading, options, where)
     fills = (kind, unit) != (reading.kind, reading.unit)
     if kind in ("transmittance", "reflectance"):
-        highest = max(scan.values(), default=0.0) if highest is None else highest
+        # Of the values that are numbers, without a list of them.
+        highest = max(utils.get_statistics(scan).max, 0.0) if highest is None else highest
         if unit is None:
             _check_fraction(highest, kind, where)
         elif unit == "%" and unit != reading.unit and options.kind is None:
