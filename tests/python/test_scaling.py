@@ -385,11 +385,18 @@ def test_patterns_take_time_by_the_length_of_the_text() -> None:
 
 
 @pytest.mark.skipif(sys.platform != "linux", reason="Linux tells the memory of a process")
-@pytest.mark.parametrize(("columns", "most"), [(1, 8.0), (3, 12.0)])
-def test_a_long_table_takes_memory_by_its_size(tmp_path: Path, columns: int, most: float) -> None:
-    lines = (";".join([f"{21 + row}", *["1"] * columns]) for row in range(1_000_000))
-    (tmp_path / "long.csv").write_text("nm;" + ";".join("abc"[:columns]) + "\n" + "\n".join(lines))
-    (tmp_path / "short.csv").write_text("nm;a\n400;1\n410;1\n")
+@pytest.mark.parametrize(
+    ("columns", "most"), [(1, 8.0), (3, 12.0), (0, 4.0)], ids=["a column", "three", "measurement"]
+)
+def test_a_long_file_takes_memory_by_its_size(tmp_path: Path, columns: int, most: float) -> None:
+    if columns:
+        lines = (";".join([f"{21 + row}", *["1"] * columns]) for row in range(1_000_000))
+        text = "nm;" + ";".join("abc"[:columns]) + "\n" + "\n".join(lines)
+        (tmp_path / "long.csv").write_text(text)
+        (tmp_path / "short.csv").write_text("nm;a\n400;1\n410;1\n")
+    else:
+        (tmp_path / "long.csv").write_bytes(_vek(1, 500_000))
+        (tmp_path / "short.csv").write_bytes(_vek(1))
     # What the modules take is there before.
     program = """
 import re, sys, vekanalysis as vek
