@@ -79,8 +79,8 @@ VisibleGrid::VisibleGrid(std::span<const double> wavelengths, int step, spline::
     }
     takes_all_ = stored == last_ - first_;
     if (!takes_all_) zeros_.assign(last_ - first_, 0.0);
-    if (!is_finer(last_ - first_, n_)) return;
     const auto visible = wavelengths.subspan(first_, last_ - first_);
+    if (!is_finer(visible, step_)) return;
     for (std::size_t i = 0; i < visible.size(); ++i) {
         const auto weight = own_weight(visible, i);
         for (std::size_t k = 0; k < 3; ++k) own_weights_[k].push_back(weight[k]);

@@ -122,7 +122,7 @@ void require(internal::Obstacle obstacle) {
 
 int natural_step(std::span<const double> wavelengths) noexcept {
     const auto [first, last] = internal::visible_range(wavelengths);
-    return internal::is_finer(last - first, 81) ? 1 : 5;
+    return internal::is_finer(wavelengths.subspan(first, last - first), 5) ? 1 : 5;
 }
 
 namespace internal {
@@ -190,8 +190,11 @@ bool is_mostly_negative(const Scan& scan) {
                               scan.data().values().subspan(first, last - first));
 }
 
-bool is_finer(std::size_t points, std::size_t grid_points) noexcept {
-    return 2 * points > 3 * grid_points;
+bool is_finer(std::span<const double> wavelengths, int step) noexcept {
+    for (std::size_t i = 3; i < wavelengths.size(); ++i) {
+        if (wavelengths[i] - wavelengths[i - 3] < 2.0 * step) return true;
+    }
+    return false;
 }
 
 bool reaches(double from, double to) noexcept {
@@ -294,7 +297,7 @@ VisibleSpectrum::VisibleSpectrum(const Scan& scan, int step)
         throw std::invalid_argument(mostly_negative);
     }
     require(judge(values(), sums));
-    if (is_finer(own_values.size(), n_)) {
+    if (!on_grid && is_finer(own_wavelengths, step)) {
         amount_shift_ = check_structure(own_wavelengths, own_values, sums.xyz, step);
     }
 }

@@ -15,7 +15,7 @@ namespace vekanalysis::lighting {
 inline constexpr double maximum_luminous_efficacy = 683.002;
 
 /// The step (nm) in which a spectrum is best summed: 1 where its points between 380 and 780 nm are
-/// clearly closer than 5 nm, else 5.
+/// clearly closer than 5 nm somewhere, else 5.
 [[nodiscard]] int natural_step(std::span<const double> wavelengths) noexcept;
 
 namespace internal {
@@ -107,8 +107,11 @@ inline constexpr double end_reach = 0.5;
 [[nodiscard]] std::pair<std::size_t, std::size_t> visible_range(
     std::span<const double> wavelengths) noexcept;
 
-/// Whether points lie so much closer than a grid's that they may hold what it misses.
-[[nodiscard]] bool is_finer(std::size_t points, std::size_t grid_points) noexcept;
+/// Whether points lie somewhere so much closer than a grid's that they may hold what it misses:
+/// three of their steps within two of its own.
+///
+/// @param wavelengths  of `visible_range`
+[[nodiscard]] bool is_finer(std::span<const double> wavelengths, int step) noexcept;
 
 /// Whether data from `from` to `to` (nm) reach far enough.
 [[nodiscard]] bool reaches(double from, double to) noexcept;

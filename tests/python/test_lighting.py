@@ -281,6 +281,26 @@ def test_results_are_plain_records() -> None:
     assert all(max(lighting.reference(name).values()) > 0 for name in names)
 
 
+@pytest.mark.parametrize("step", [1, 5])
+def test_a_line_in_a_finer_part_of_the_data_is_not_lost(step: int) -> None:
+    coarse = [float(wl) for wl in range(380, 781, step)]
+    wavelengths = sorted({*coarse, *(530 + 0.1 * i for i in range(1, 50))})
+
+    def light(wl: float) -> float:
+        return 0.2 + 3 * math.exp(-0.5 * ((wl - 532.5) / 0.13) ** 2)
+
+    with pytest.raises(ValueError, match="finer than the step of 1 nm"):
+        correlated_colour_temperature(of(light, wavelengths), 1)
+    keys = ["correlated_colour_temperature.duv"]
+    found = Evaluator(wavelengths, keys)([[light(wl) for wl in wavelengths]])
+    assert math.isnan(found[0][0])
+    # The same points of a light without a line have one.
+    smooth = of(lambda wl: 1 + wl / 1000, wavelengths)
+    even = of(lambda wl: 1 + wl / 1000)
+    expected = correlated_colour_temperature(even, 1).cct
+    assert correlated_colour_temperature(smooth, 1).cct == pytest.approx(expected, rel=1e-6)
+
+
 @pytest.mark.parametrize("centre", [253.65, 532.5, 532.0])
 def test_amounts_of_a_line_between_the_steps_are_refused(centre: float) -> None:
     """1 W/m2 in a line of which 1 nm steps see next to nothing, or thrice as much."""
