@@ -30,6 +30,11 @@ Number square(const Number& a) {
     return a * a;
 }
 
+/// That of MinGW's run-time library drops a small imaginary part.
+Number arc_tangent(const Number& a) {
+    return {std::atan(a.real()), a.imag() / (1.0 + a.real() * a.real())};
+}
+
 using Parameters = std::vector<Number>;
 using Model = Number (*)(const Parameters& b, const Vector& x);
 
@@ -91,7 +96,7 @@ const Problem problems[] = {
      false},
     {"Roszman1",
      [](const Parameters& b, const Vector& x) {
-         return b[0] - b[1] * x[0] - atan(b[2] / (x[0] - b[3])) / std::numbers::pi;
+         return b[0] - b[1] * x[0] - arc_tangent(b[2] / (x[0] - b[3])) / std::numbers::pi;
      }},
     {"Rat43",
      [](const Parameters& b, const Vector& x) {
