@@ -386,17 +386,22 @@ def test_patterns_take_time_by_the_length_of_the_text() -> None:
 
 @pytest.mark.skipif(sys.platform != "linux", reason="Linux tells the memory of a process")
 @pytest.mark.parametrize(
-    ("columns", "most"), [(1, 8.0), (3, 12.0), (0, 4.0)], ids=["a column", "three", "measurement"]
+    ("suffix", "columns", "most"),
+    [("csv", 1, 8.0), ("csv", 3, 12.0), ("vek", 1, 4.0), ("jdx", 1, 12.0)],
+    ids=["a column", "three", "measurement", "pairs"],
 )
-def test_a_long_file_takes_memory_by_its_size(tmp_path: Path, columns: int, most: float) -> None:
-    if columns:
-        lines = (";".join([f"{21 + row}", *["1"] * columns]) for row in range(1_000_000))
-        text = "nm;" + ";".join("abc"[:columns]) + "\n" + "\n".join(lines)
-        (tmp_path / "long.csv").write_text(text)
-        (tmp_path / "short.csv").write_text("nm;a\n400;1\n410;1\n")
-    else:
-        (tmp_path / "long.csv").write_bytes(_vek(1, 500_000))
-        (tmp_path / "short.csv").write_bytes(_vek(1))
+def test_a_long_file_takes_memory_by_its_size(
+    tmp_path: Path, suffix: str, columns: int, most: float
+) -> None:
+    for name, count in (("long", 1_000_000), ("short", 2)):
+        if suffix == "vek":
+            content = _vek(1, count // 2)
+        elif suffix == "jdx":
+            content = _jcamp(data="\n".join(f"{21 + row},1" for row in range(count))).encode()
+        else:
+            lines = (";".join([f"{21 + row}", *["1"] * columns]) for row in range(count))
+            content = ("nm;" + ";".join("abc"[:columns]) + "\n" + "\n".join(lines)).encode()
+        (tmp_path / f"{name}.{suffix}").write_bytes(content)
     # What the modules take is there before.
     program = """
 import re, sys, vekanalysis as vek
@@ -406,6 +411,7 @@ def most(file):
 before = most(sys.argv[1])
 print(1024 * (most(sys.argv[2]) - before))
 """
-    command = [sys.executable, "-c", program, tmp_path / "short.csv", tmp_path / "long.csv"]
+    short, long = (tmp_path / f"{name}.{suffix}" for name in ("short", "long"))
+    command = [sys.executable, "-c", program, short, long]
     taken = int(subprocess.run(command, check=True, capture_output=True).stdout)
-    assert 1.0 < taken / (tmp_path / "long.csv").stat().st_size < most
+    assert 1.0 < taken / long.stat().st_size < most

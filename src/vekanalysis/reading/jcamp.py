@@ -14,10 +14,9 @@ from numpy.typing import NDArray
 from ..errors import Refusal, Remedy
 from .curve import MOST_POINTS, Curve, fact, number, stated
 from .encoding import shortened
-from .jcamp_tables import Line, Table, decode_ordinates, decode_pairs
+from .jcamp_tables import Lines, Table, decode_ordinates, decode_pairs
 
 _RECORD = re.compile(r"\s*+##([^=]{0,200})(?:=(.*)|$)", re.DOTALL)
-_COMMENT = re.compile(r"<[^<>]*>|(\$\$)")
 _DECIMAL_COMMA = re.compile(r"\s*+[+-]?[0-9]++,[0-9]")
 # What stands behind it on its line is of the table.
 _FORM = re.compile(r"\s*+\([^()]{0,40}(?:\([^()]{0,40}\)[^()]{0,40})?\)")
@@ -46,7 +45,7 @@ class _Record(NamedTuple):
     label: str
     # As the file has it.
     name: str
-    lines: list[Line]
+    lines: Lines
 
     @property
     def text(self) -> str:
@@ -54,7 +53,7 @@ class _Record(NamedTuple):
 
     @property
     def line(self) -> int:
-        return self.lines[0][0]
+        return self.lines.first
 
 
 class _Block:
@@ -104,13 +103,14 @@ def parse(content: bytes, encoding: str | None = None) -> list[Curve]:
 
 
 def _decoded(content: bytes, encoding: str | None) -> str:
+    """The text, its lines ended as Python ends them."""
     content = content.rstrip(b"\0\x1a \t\r\n")
     if b"\0" in content:
         line = content.count(b"\n", 0, content.index(b"\0")) + 1
         raise Refusal(f"line {line}: zero bytes, which text does not have")
     for name in [encoding] if encoding else ["utf-8-sig", "cp1252", "latin-1"]:
         try:
-            return content.decode(name)
+            return content.decode(name).replace("\r\n", "\n").replace("\r", "\n")
         except UnicodeDecodeError:
             continue
         except LookupError, ValueError:
@@ -119,32 +119,23 @@ def _decoded(content: bytes, encoding: str | None) -> str:
 
 
 def _records(text: str) -> Iterator[_Record]:
-    """The labelled data records, without comments."""
+    """The labelled data records."""
     record: _Record | None = None
-    for number_, line in enumerate(re.split(r"\r\n|\r|\n", text), start=1):
+    start = 0
+    for number_, line in Lines(text, 0, len(text), 1).as_they_stand():
         found = _RECORD.match(line)
-        if found is None:
+        if found is not None:
             if record is not None:
-                record.lines.append((number_, _uncommented(line)))
-            continue
-        if record is not None:
-            yield record
-        name = " ".join(found[1].split())
-        if not name.isprintable():
-            raise Refusal(f"line {number_}: the label '{shortened(name)}' is damaged")
-        label = re.sub(r"[ \-/_]", "", name).upper()
-        record = _Record(label, name, [(number_, _uncommented(found[2] or ""))])
+                yield record._replace(lines=record.lines.up_to(start - 1))
+            name = " ".join(found[1].split())
+            if not name.isprintable():
+                raise Refusal(f"line {number_}: the label '{shortened(name)}' is damaged")
+            label = re.sub(r"[ \-/_]", "", name).upper()
+            begin = start + (len(line) if found[2] is None else found.start(2))
+            record = _Record(label, name, Lines(text, begin, len(text), number_))
+        start += len(line) + 1
     if record is not None:
         yield record
-
-
-def _uncommented(text: str) -> str:
-    """A line without its comment; within ``<...>`` there is none."""
-    if "$$" in text:
-        for found in _COMMENT.finditer(text):
-            if found[1]:
-                return text[: found.start()]
-    return text
 
 
 def _blocks(text: str) -> tuple[list[_Block], list[str]]:
@@ -220,11 +211,10 @@ def _curve(block: _Block, record: _Record) -> Curve:
     if head.points is None and not block.is_closed:
         raise Refusal("it ends without ##END= and states no NPOINTS: it may be cut off")
     notes = [] if block.is_closed else ["there is no ##END=; the points are all there"]
-    (first_line, text), *lines = record.lines
+    first_line, text = next(iter(record.lines))
     found = _FORM.match(text)
     form = "".join((found[0] if found else text).split()).upper()
-    if found and text[found.end() :].strip():
-        lines.insert(0, (first_line, text[found.end() :]))
+    lines = record.lines.behind(found.end() if found else 0)
     table = Table(lines, head.points, head.is_comma)
     if form == "(X++(Y..Y))":
         x, y = _even(head, table, notes)
@@ -270,7 +260,7 @@ def _even(
     step = abs(last - first) / (count - 1)
     if head.delta is not None and abs(abs(head.delta) - step) > 0.1 * step:
         notes.append(f"DELTAX is {head.delta:.10g}, but FIRSTX, LASTX and NPOINTS give {step:.10g}")
-    away = np.abs(np.array(ordinates.line_x) * head.x_factor - x[ordinates.line_points])
+    away = np.abs(np.array(ordinates.line_x) * head.x_factor - x[np.array(ordinates.line_points)])
     if (away > step * (1.0 + 1e-9)).any():
         index = int((away > step * (1.0 + 1e-9)).argmax())
         raise Refusal(

@@ -6,6 +6,10 @@ stated before anything is repeated; sums of differences are exact.
 
 import math
 import re
+from array import array
+from collections.abc import Iterator
+from dataclasses import dataclass, replace
+from itertools import repeat
 from typing import NamedTuple
 
 from ..errors import Refusal
@@ -14,6 +18,7 @@ from .encoding import shortened
 
 type Line = tuple[int, str]
 
+_COMMENT = re.compile(r"<[^<>]*>|(\$\$)")
 _SEPARATORS = str.maketrans("", "", " \t,\v\f")
 _AFFN = r"[+-]?(?:[0-9]++\.?[0-9]*+|\.[0-9]++)(?:[eE][+-][0-9]++)?"
 _DIGITS = r"[0-9]*+(?:\.[0-9]++)?"
@@ -41,10 +46,49 @@ _DIF = _digits("%", "JKLMNOPQR", "jklmnopqr")
 _DUP = _digits("", "STUVWXYZs", "")
 
 
+@dataclass(frozen=True, slots=True)
+class Lines:
+    """Some lines of a text, made one by one: a list of short ones takes many times their size."""
+
+    text: str
+    start: int
+    end: int
+    # The number of the first.
+    first: int
+
+    def __iter__(self) -> Iterator[Line]:
+        """The lines with their numbers, without comments."""
+        return ((number, _uncommented(line)) for number, line in self.as_they_stand())
+
+    def as_they_stand(self) -> Iterator[Line]:
+        number, start = self.first, self.start
+        while start <= self.end:
+            end = self.text.find("\n", start, self.end)
+            end = self.end if end < 0 else end
+            yield number, self.text[start:end]
+            number, start = number + 1, end + 1
+
+    def behind(self, length: int) -> Lines:
+        """Those without so much of the first line."""
+        return replace(self, start=self.start + length)
+
+    def up_to(self, end: int) -> Lines:
+        return replace(self, end=end)
+
+
+def _uncommented(text: str) -> str:
+    """A line without its comment; within ``<...>`` there is none."""
+    if "$$" in text:
+        for found in _COMMENT.finditer(text):
+            if found[1]:
+                return text[: found.start()]
+    return text
+
+
 class Table(NamedTuple):
     """The lines of a table with their numbers, how many points are stated, and the decimal sign."""
 
-    lines: list[Line]
+    lines: Lines
     points: int | None
     is_comma: bool
 
@@ -71,11 +115,11 @@ class Table(NamedTuple):
 class Ordinates(NamedTuple):
     """Ordinates before factors, NaN where one is missing, and what the lines start with."""
 
-    values: list[float]
-    line_numbers: list[int]
-    line_x: list[float]
+    values: array[float]
+    line_numbers: array[int]
+    line_x: array[float]
     # The index of each line's first point.
-    line_points: list[int]
+    line_points: array[int]
     notes: list[str]
 
     @property
@@ -83,9 +127,9 @@ class Ordinates(NamedTuple):
         return self.line_x[0]
 
 
-def decode_pairs(table: Table) -> list[float]:
+def decode_pairs(table: Table) -> array[float]:
     """x and y by turns; Refusal if a line has half a pair, or if points are missing."""
-    numbers: list[float] = []
+    numbers = array("d")
     for line in table.lines:
         for part in table.text(line).split(";"):
             tokens = _PAIR_NUMBER.findall(part)
@@ -95,12 +139,12 @@ def decode_pairs(table: Table) -> list[float]:
                 )
             if len(tokens) % 2:
                 raise Refusal(f"line {line[0]}: a number without its partner")
-            numbers += map(float, tokens)
+            numbers.extend(map(float, tokens))
         if len(numbers) > 2 * table.room:
             raise Refusal(f"line {line[0]}: {table.too_many}")
     _check_count(table, len(numbers) // 2)
     if not all(map(math.isfinite, numbers)):
-        raise Refusal(f"a number in the table from line {table.lines[0][0]} on is too large")
+        raise Refusal(f"a number in the table from line {table.lines.first} on is too large")
     return numbers
 
 
@@ -113,11 +157,17 @@ def decode_ordinates(table: Table) -> Ordinates:
         If a text is no ordinate, if a line does not repeat the last ordinate of the line before
         where it has to, or if there are more or fewer points than stated.
     """
-    lines = [(line[0], table.text(line).strip()) for line in table.lines]
-    lines = [line for line in lines if line[1]]
     decoder = _Decoder(table)
-    for index, line in enumerate(lines):
-        decoder.take(line, is_last=index == len(lines) - 1)
+    before: Line | None = None
+    for line in table.lines:
+        text = table.text(line).strip()
+        if not text:
+            continue
+        if before is not None:
+            decoder.take(before, is_last=False)
+        before = line[0], text
+    if before is not None:
+        decoder.take(before, is_last=True)
     _check_count(table, len(decoder.ordinates.values))
     return decoder.ordinates
 
@@ -133,7 +183,7 @@ class _Decoder:
     """The state that goes from one ordinate to the next, over the ends of lines."""
 
     def __init__(self, table: Table) -> None:
-        self.ordinates = Ordinates([], [], [], [], [])
+        self.ordinates = Ordinates(array("d"), array("q"), array("d"), array("q"), [])
         self._table = table
         self._line = 0
         # Of the last ordinate: its value, the difference that made it, whether it was repeated.
@@ -197,7 +247,7 @@ class _Decoder:
         self._make_room(count - 1)
         if self._difference is None or self._value is None:
             value = math.nan if self._value is None else self._value
-            self.ordinates.values.extend([value] * (count - 1))
+            self.ordinates.values.extend(repeat(value, count - 1))
             return
         for _ in range(count - 1):
             self._value = self._checked(self._value + self._difference)
