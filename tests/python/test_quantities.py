@@ -98,13 +98,14 @@ def test_another_kind_is_refused(
         ((200, 280), None),
     ],
 )
-def test_a_gap_in_the_bands_of_lenses_is_told_once(
-    left_out: tuple[int, int], note: str | None
+@pytest.mark.parametrize(("kind", "unit"), [("transmittance", "1"), ("light", "W m-2 nm-1")])
+def test_a_gap_in_the_bands_is_told_once(
+    left_out: tuple[int, int], note: str | None, kind: str, unit: str
 ) -> None:
     grid = [float(wl) for wl in range(200, 1005, 5) if not left_out[0] < wl < left_out[1]]
-    lens = vek.Spectrum(vek.Scan(grid, [0.5] * len(grid)), "transmittance", "1")
-    made = quantities.measurand(quantities.measurand(lens, "transmittance"), "transmittance")
-    assert made.notes == (() if note is None else (note,))
+    given = vek.Spectrum(vek.Scan(grid, [0.5] * len(grid)), unit=unit)
+    made = quantities.measurand(quantities.measurand(given, kind), kind)
+    assert [each for each in made.notes if "apart" in each] == ([] if note is None else [note])
 
 
 def test_values_that_look_like_per_cent_have_a_remedy() -> None:

@@ -10,7 +10,8 @@ from ..spectrum import Spectrum
 # No transmittance lies outside, whatever the noise of the measurement.
 _LOWEST_FRACTION, _HIGHEST_FRACTION = -0.5, 1.5
 _HIGHEST_PERCENT = 100.0 * _HIGHEST_FRACTION
-# nm: what lies between points further apart is told, within the bands of the lens quantities.
+# nm: what lies between points further apart is told, within the bands of the lens quantities,
+# in which light is looked at, too.
 _WIDEST_STEP = 20.0
 _BANDS = (280.0, 780.0)
 
@@ -57,7 +58,7 @@ def measurand(spectrum: Spectrum, kind: str) -> Spectrum:
         case "light":
             if spectrum.kind in _OF_MATTER or _is_no_light(spectrum):
                 raise _other_kind(spectrum, "light source")
-            return spectrum
+            return _with_gap_told(spectrum)
         case "responsivity":
             if _kind_of(spectrum) not in ("responsivity", "other", "unknown"):
                 raise _other_kind(spectrum, "responsivity")
@@ -133,7 +134,7 @@ def _as_transmittance(spectrum: Spectrum) -> Spectrum:
 
 
 def _with_gap_told(spectrum: Spectrum) -> Spectrum:
-    """With a note on the widest gap between points where quantities of lenses are computed."""
+    """With a note on the widest gap between points in the bands."""
     start, end = widest_step(spectrum.scan, *_BANDS) or (0.0, 0.0)
     if end - start <= _WIDEST_STEP:
         return spectrum

@@ -6,7 +6,7 @@ from typing import TYPE_CHECKING, Any
 from .. import units
 from .._core import Scan
 from ..errors import Refusal
-from ..quantities import LIGHT, PHOTOMETER, Figures, Quantity, Repeats, Value, evaluate
+from ..quantities import LIGHT, PHOTOMETER, Figures, Quantity, Repeats, Value, evaluate, measurand
 from ..quantities import light as light_quantities
 from ..spectrum import Spectrum
 from ._inputs import Objects, as_objects
@@ -126,7 +126,12 @@ def _source(item: Spectrum | Repeats) -> Spectrum:
 
 
 def with_warnings(spectrum: Spectrum) -> Spectrum:
-    """The spectrum, with a note where its values are not those of a light yet."""
+    """The spectrum, with notes on gaps, and where its values are not those of a light yet."""
+    try:
+        spectrum = measurand(spectrum, "light")
+    except Refusal:
+        # Each quantity says why there is none.
+        return spectrum
     unit = None if spectrum.unit is None else units.parse(spectrum.unit)
     if spectrum.kind == "counts" or (unit is not None and unit.kind == "counts"):
         return spectrum.replace(notes=(*spectrum.notes, _COUNTS))
