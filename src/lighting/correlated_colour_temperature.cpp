@@ -54,7 +54,7 @@ CorrelatedColourTemperature nearest_temperature(const UV& colour, int step) {
 }
 
 void nearest_temperatures(std::span<const UV> colours, int step,
-                          std::span<CorrelatedColourTemperature> temperatures) noexcept {
+                          std::span<CorrelatedColourTemperature> temperatures) {
     std::array<PlanckianLocus::Foot, PlanckianLocus::at_once> feet;
     planckian_locus(step).nearest(colours, feet);
     for (std::size_t k = 0; k < colours.size(); ++k) temperatures[k] = temperature_of(feet[k]);

@@ -49,7 +49,7 @@ namespace internal {
 /// @param colours       shape (N), N <= PlanckianLocus::at_once
 /// @param temperatures  shape (N)
 void nearest_temperatures(std::span<const UV> colours, int step,
-                          std::span<CorrelatedColourTemperature> temperatures) noexcept;
+                          std::span<CorrelatedColourTemperature> temperatures);
 
 /// Whether a temperature is within the limits of the quantity; false for NaN.
 [[nodiscard]] bool is_defined(const CorrelatedColourTemperature& temperature) noexcept;

@@ -161,9 +161,9 @@ def add_table(add: Arguments) -> None:
         "--jobs",
         metavar="N",
         type=between(1, 1024),
-        help="processes for the table (default: as it is worth)",
+        help="processes for the table; or --cluster ADDRESS, of Dask",
     )
-    option("--cluster", metavar="ADDRESS", help="a Dask scheduler whose workers make the table")
+    option("--cluster", metavar="ADDRESS", help=SUPPRESS)
 
 
 def table_is_asked(arguments: Namespace) -> bool:
