@@ -236,6 +236,23 @@ def test_points_have_the_uncertainty_of_their_components() -> None:
     assert u[1:-1] == pytest.approx(inner, rel=1e-6)
 
 
+def test_the_picture_has_the_expanded_uncertainty_of_the_points() -> None:
+    page = example().html()
+    area, curve = (
+        [float(y) for y in re.findall(r"[ML][0-9.]+ ([0-9.]+)", text)]
+        for text in re.findall(r'class="(?:uncertainty|curve)" [^>]*? d="([^"]*)"', page)
+    )
+    (spectrum,) = vek.read(GREY)
+    values = spectrum.scan.values()
+    heights = 1.96 * of_points(spectrum, Budget.read(EXAMPLES / "budget.toml"))
+    heights *= (curve[0] - curve[-1]) / (values[-1] - values[0])
+    upper, lower = area[: len(curve)], area[: len(curve) - 1 : -1]
+    assert [y - up for up, y in zip(upper, curve, strict=True)] == pytest.approx(heights, abs=0.02)
+    assert [low - y for low, y in zip(lower, curve, strict=True)] == pytest.approx(
+        heights, abs=0.02
+    )
+
+
 def test_the_command_writes_a_page(run: Runner, tmp_path: Path) -> None:
     out = tmp_path / "cert.html"
     arguments = ["certificate", GREY, "--settings", EXAMPLES / "lab.toml", "--out", out]

@@ -55,6 +55,14 @@ def test_a_table_has_the_figures_of_the_report(run: Runner, tmp_path: Path) -> N
     assert "ISO8980_3_tau_suvb: No data within 290-315 nm" in notes
 
 
+def test_a_pattern_chooses_files_of_a_directory(run: Runner, tmp_path: Path) -> None:
+    (tmp_path / "a.dat").mkdir()
+    for name in ("b.dat", "c.csv", "d.dat.old"):
+        write_csv(tmp_path / name, flat(0.5))
+    lines = run("report", "--csv", "-", "--pattern", "*.dat", tmp_path).out.splitlines()
+    assert [line.partition(",")[0] for line in lines] == ["file", str(tmp_path / "b.dat")]
+
+
 def test_bad_files_have_their_reason_in_their_row(run: Runner, tmp_path: Path) -> None:
     lenses = tmp_path / "lenses"
     for folder in ("b/c", ".hidden"):

@@ -93,7 +93,10 @@ REFUSED = {
     "Wavenumber [cm-1] A\n400 1": (r"'Wavenumber \[cm-1\]' is in cm-1, not a wavelength", ""),
     "All by wave number, cm-1\n400 1": (r"is in cm-1, not a wavelength", ""),
     "nm;Transmitancia (por ciento)\n400;0.5": (r"is in per cent", "percent"),
-    "nm;T [%]\n400;12": (r"'T \[%\]' is in per cent", "percent"),
+    "nm;T [%]\n400;12": (
+        r"'T \[%\]' is in per cent",
+        "pass percent=True to divide by 100 or percent=False to take the values as they are",
+    ),
     "nm;Transmission\n400;12": (r"'Transmission' reaches 12, which looks like per", "percent"),
     "nm,A,B,nm\n400,1.5,2,400": (r"columns 0 'nm' and 3 'nm' look like wavelengths", "columns"),
     "PK\x03\x04": (r"a spreadsheet or an archive, not text", ""),

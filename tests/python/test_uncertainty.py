@@ -491,6 +491,10 @@ def test_sizes_follow_the_unit_of_the_spectrum() -> None:
         propagate(lamp, budget(BENT), keys)
     with pytest.raises(vek.Refusal, match="not a transmittance"):
         propagate(lamp, budget(zero), [TAU_V])
+    partly = Component(name="partly", kind="gain", standard=[[300.0, 0.01], [800.0, 0.02]])
+    for ends in ((290.0, 800.0), (300.0, 810.0)):
+        with pytest.raises(vek.Refusal, match="is stated from 300 nm to 800 nm, the spectrum goes"):
+            propagate(vek.Scan(ends, [0.5, 0.5]), budget(partly), [TAU_V])
     few = Component(name="few", kind="gain", standard=0.1, dof=2)
     with pytest.raises(vek.Refusal, match="2 degrees of freedom"):
         simulate(lamp, budget(few), keys)
