@@ -8,6 +8,7 @@ from pathlib import Path
 from typing import Any
 
 import pytest
+from cli import Points, write_vek
 from vekwriter import Contents, DataSet
 
 import vekanalysis as vek
@@ -493,3 +494,23 @@ def test_a_value_that_is_no_number_does_not_hide_per_cent(first: float, tmp_path
     (tmp_path / "a.vek").write_bytes(Contents(data_sets=[DataSet("A", points)]).file())
     with pytest.raises(vek.Refusal, match="reaches 85, which looks like per cent"):
         vek.read(tmp_path / "a.vek")
+
+
+@pytest.mark.parametrize(
+    ("points", "told"),
+    [
+        ([(math.nan, 0.1), (400.0, 0.5), (410.0, 0.6)], ["1 point without a wavelength"]),
+        ([(400.0, 0.5), (410.0, 0.6), (410.0, 0.7)], ["1 repeated wavelength"]),
+        (
+            [(math.nan, 0.1), *[(400.0, 0.5), (410.0, 0.6)] * 2, (math.nan, 0.1)],
+            ["2 points without a wavelength", "2 repeated wavelengths"],
+        ),
+    ],
+)
+@pytest.mark.filterwarnings("ignore:.*without a wavelength")
+def test_points_of_a_data_set_that_do_not_count_are_told(
+    points: Points, told: list[str], tmp_path: Path
+) -> None:
+    (lens,) = vek.read(write_vek(tmp_path / "a.vek", [("A", points)]), kind="transmittance")
+    notes = [note for note in lens.notes if "wavelength" in note]
+    assert [note[: len(start)] for note, start in zip(notes, told, strict=True)] == told

@@ -6,7 +6,7 @@ import math
 from pathlib import Path
 
 import pytest
-from cli import GREY, ROOT, Runner, write_csv
+from cli import GREY, ROOT, Runner
 
 import vekanalysis as vek
 from vekanalysis import Scan, Spectrum, reports
@@ -29,15 +29,6 @@ def test_figures_come_with_their_uncertainty(run: Runner) -> None:
     (line,) = [line for line in light.splitlines() if "peak wavelength" in line]
     assert "±" not in line
     assert "Without an uncertainty to first order" in " ".join(light.split())
-
-
-def test_columns_stay_where_a_figure_is_missing(run: Runner, tmp_path: Path) -> None:
-    (grey,) = vek.read(GREY)
-    write_csv(tmp_path / "part.csv", [point for point in grey.scan.items() if point[0] >= 400.0])
-    lines = run("report", tmp_path / "part.csv", GREY, "--uncertainty", BUDGET).out.splitlines()
-    (missing,) = [line for line in lines if "UV-A, mean" in line and " 3.1 " in line]
-    (both,) = [line for line in lines if "incandescent signal, red " in line]
-    assert missing.index("0.2999") == both.rindex("0.5337") > both.index("0.5337")
 
 
 def test_documents_and_tables_have_all_digits(run: Runner) -> None:
