@@ -26,9 +26,10 @@ VEKANALYSIS_INLINE Lanes splat(double x) {
     const Lanes first{x};
     return __builtin_shufflevector(first, first, 0, 0, 0, 0);
 }
-/// Has memory fetched that is read soon.
+/// Has memory fetched that is read soon, the nearer the higher the level (0 to 3).
+template <int level = 3>
 VEKANALYSIS_INLINE void prefetch(const void* place) {
-    __builtin_prefetch(place);
+    __builtin_prefetch(place, 0, level);
 }
 VEKANALYSIS_INLINE void write(Lanes lanes, double* place) {
     __builtin_memcpy(place, &lanes, sizeof lanes);
@@ -138,6 +139,7 @@ inline Mask operator~(const Mask& a) {
 inline Lanes splat(double x) {
     return {x, x, x, x};
 }
+template <int level = 3>
 inline void prefetch(const void*) {}
 inline void write(const Lanes& lanes, double* place) {
     std::memcpy(place, lanes.lanes, sizeof lanes.lanes);

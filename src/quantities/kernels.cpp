@@ -17,6 +17,7 @@ using numerical::larger_of;
 using numerical::Magnitudes;
 using numerical::magnitudes_of;
 using numerical::Mask;
+using numerical::prefetch;
 using numerical::read;
 using numerical::select;
 using numerical::smaller_of;
@@ -343,7 +344,7 @@ public:
                 place_ = 0;
                 continue;
             }
-            ask_for_line(rows_[row_].data() + place_);
+            prefetch<2>(rows_[row_].data() + place_);
             place_ += line;
             --left;
         }
@@ -351,14 +352,6 @@ public:
 
 private:
     static constexpr std::size_t line = 64;
-
-    static VEKANALYSIS_INLINE void ask_for_line(const std::byte* place) {
-#if defined(__GNUC__)
-        __builtin_prefetch(place, 0, 2);
-#else
-        static_cast<void>(place);
-#endif
-    }
 
     const Upcoming& rows_;
     std::size_t part_;  // in lines

@@ -16,7 +16,7 @@ from . import units
 from ._core import version
 from ._files import create, csv_cell, save
 from .errors import Refusal, Remedy
-from .reading import names_wavelengths, state, taken
+from .reading import SHORTEST_IN_NM, names_wavelengths, state, taken
 from .spectrum import Spectrum
 
 __all__ = ["Format", "write"]
@@ -33,8 +33,6 @@ _BY_EXTENSION: dict[str, Format] = {
 _FRACTIONS = ("transmittance", "reflectance")
 # Readers take higher fractions that state no unit for per cent.
 _HIGHEST_FRACTION = 2.0
-# And in TM-27, which states no unit of them, wavelengths that all are shorter for micrometres.
-_SHORTEST_IN_NM = 20.0
 _JCAMP_LINE = 76
 # Of titles in CSV; readers take long lines for texts.
 _LONGEST_LABEL = 100
@@ -283,9 +281,9 @@ def _affn(number: float) -> str:
 
 def _tm27(spectra: Sequence[Spectrum]) -> str:
     (spectrum,) = spectra
-    if spectrum.scan.max_wavelength() < _SHORTEST_IN_NM:
+    if spectrum.scan.max_wavelength() < SHORTEST_IN_NM:
         raise Refusal(
-            f"{spectrum.where}: wavelengths below {_SHORTEST_IN_NM:g} nm would be taken for "
+            f"{spectrum.where}: wavelengths below {SHORTEST_IN_NM:g} nm would be taken for "
             "micrometres: TM-27 states no unit"
         )
     quantity, comment, spectrum = _tm27_quantity(spectrum)

@@ -15,10 +15,11 @@ from .tables import Table, read_table
 from .text import Duplicates, Skipped, TextOptions
 from .titles import names_wavelengths
 from .values import Options
-from .wavelengths import WavelengthUnit, check_finite, in_nm, stated_unit
+from .wavelengths import SHORTEST_IN_NM, WavelengthUnit, check_finite, in_nm, stated_unit
 
 __all__ = [
     "EXTENSIONS",
+    "SHORTEST_IN_NM",
     "Duplicates",
     "MeasurementFile",
     "Options",

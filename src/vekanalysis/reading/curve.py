@@ -15,7 +15,7 @@ from ..spectrum import Source, Spectrum
 from .encoding import shortened
 from .statements import Statement, state, taken
 from .values import Options, settled
-from .wavelengths import stated_unit
+from .wavelengths import SHORTEST_IN_NM, stated_unit
 
 MOST_POINTS = 5_000_000
 """Points of the longest curve that is taken."""
@@ -30,8 +30,6 @@ _DENSITIES = frozenset(["irradiance", "radiance", "intensity", "flux"])
 _PER_LENGTH = frozenset(["nm-1", "µm-1"])
 # Above it a transmittance or reflectance without a unit can only be in per cent.
 _HIGHEST_FRACTION = 2.0
-# Below it wavelengths are in micrometres.
-_SHORTEST_IN_NM = 20.0
 _LONGEST_FACT = 300
 
 
@@ -107,7 +105,7 @@ def unstated_unit(x: NDArray[np.float64]) -> str:
 
     Empty, as of what nobody states, where they can only be in another unit.
     """
-    return "nm" if x.max() >= _SHORTEST_IN_NM else ""
+    return "nm" if x.max() >= SHORTEST_IN_NM else ""
 
 
 def fact(text: str) -> str:

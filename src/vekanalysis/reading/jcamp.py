@@ -211,7 +211,7 @@ def _curve(block: _Block, record: _Record) -> Curve:
     if head.points is None and not block.is_closed:
         raise Refusal("it ends without ##END= and states no NPOINTS: it may be cut off")
     notes = [] if block.is_closed else ["there is no ##END=; the points are all there"]
-    first_line, text = next(iter(record.lines))
+    _, text = next(iter(record.lines))
     found = _FORM.match(text)
     form = "".join((found[0] if found else text).split()).upper()
     lines = record.lines.behind(found.end() if found else 0)
@@ -222,7 +222,7 @@ def _curve(block: _Block, record: _Record) -> Curve:
         x, y = _uneven(head, table, notes)
     else:
         raise Refusal(
-            f"line {first_line}: {record.name} has the form '{shortened(form)}', not (X++(Y..Y)) "
+            f"line {record.line}: {record.name} has the form '{shortened(form)}', not (X++(Y..Y)) "
             "or (XY..XY)"
         )
     _compare(head, y, notes)

@@ -11,6 +11,9 @@ from .encoding import shortened
 
 type WavelengthUnit = Literal["nm", "um", "angstrom", "m"]
 
+SHORTEST_IN_NM = 20.0
+"""Wavelengths that all are below can only be in a larger unit where none is stated."""
+
 # Infrared spectra go from about 400 to 4000 cm-1. Those in nm that go so far begin in the UV or
 # above the visible.
 _STARTS_OF_WAVENUMBERS = (350.0, 680.0)
@@ -158,7 +161,7 @@ def check_likely(ends: Range, where: str) -> None:
         )
     if highest < 2e-5:
         guess = "m"
-    elif highest < 20.0:
+    elif highest < SHORTEST_IN_NM:
         guess = "um"
     elif lowest >= 2500.0:
         guess = "angstrom"

@@ -15,7 +15,7 @@ from ..quantities import (
 )
 from ..spectrum import Spectrum
 from ._inputs import Objects, as_objects
-from ._repeated import SCATTER, SCATTER_LEFT_OUT, make_repeated
+from ._repeated import SCATTER, budgets_of, make_repeated
 from ._report import Report
 from ._uncertain import Draws, make_uncertainty
 
@@ -94,18 +94,12 @@ def lens(
         values = [
             {key: value._replace(clear_lens=None) for key, value in each.items()} for each in values
         ]
-    repeats = [
-        make_repeated(each, wanted, lambda scan: figures(scan.scan)[0])
-        if isinstance(each, Repeats)
-        else None
-        for each in measured
-    ]
+    repeats = make_repeated(measured, wanted, lambda spectrum: figures(spectrum.scan)[0])
     notes = [_SAMPLING, *[SCATTER] * any(repeats)]
     uncertainty = None
     if budget is not None:
-        scans = [None if each is None else each.scans for each in repeats]
-        budgets = [budget if each is None else budget.with_repeats(each) for each in scans]
-        notes += [SCATTER_LEFT_OUT] * (any(scans) and not budget.of_repeats)
+        budgets, said = budgets_of(budget, repeats)
+        notes += said
         uncertainty = make_uncertainty(transmittances, wanted, budgets, draws, seed)
     return Report(
         "Lens report", transmittances, wanted, values, notes, _figure, uncertainty, repeats=repeats

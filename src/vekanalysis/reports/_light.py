@@ -10,7 +10,7 @@ from ..quantities import LIGHT, PHOTOMETER, Figures, Quantity, Repeats, Value, e
 from ..quantities import light as light_quantities
 from ..spectrum import Spectrum
 from ._inputs import Objects, as_objects
-from ._repeated import SCATTER, SCATTER_LEFT_OUT, make_repeated
+from ._repeated import SCATTER, budgets_of, make_repeated
 from ._report import Report
 from ._uncertain import Draws, make_uncertainty
 
@@ -88,18 +88,12 @@ def light(
     values = [figures.values(spectrum) for spectrum in sources]
     numbers = [{key: value.value for key, value in found.items()} for found in values]
     amounts = shown_amounts(numbers)
-    repeats = [
-        make_repeated(each, quantities, lambda scan: figures(scan)[0])
-        if isinstance(each, Repeats)
-        else None
-        for each in objects
-    ]
+    repeats = make_repeated(objects, quantities, lambda spectrum: figures(spectrum)[0])
     notes = [_STEPS, *[SCATTER] * any(repeats), *_limits(sources, values)]
     uncertainty = None
     if budget is not None:
-        scans = [None if each is None else each.scans for each in repeats]
-        budgets = [budget if each is None else budget.with_repeats(each) for each in scans]
-        notes += [SCATTER_LEFT_OUT] * (any(scans) and not budget.of_repeats)
+        budgets, said = budgets_of(budget, repeats)
+        notes += said
         known = uncertain(quantities, amounts, name, full=full)
         uncertainty = make_uncertainty(sources, known, budgets, draws, seed)
 

@@ -1,11 +1,16 @@
 """What a report says of the repeats that a spectrum is the mean of."""
 
 from collections.abc import Callable, Mapping, Sequence
-from typing import NamedTuple
+from typing import TYPE_CHECKING, Any, NamedTuple
 
 from ..quantities import Quantity, Repeats, Scatter
 from ..spectrum import Spectrum
 from ._layout import Json
+
+if TYPE_CHECKING:
+    from ..uncertainty import Budget
+else:
+    Budget = Any  # that room is imported when it is used
 
 SCATTER_WIDTH = 13
 """Columns of the text of a standard deviation."""
@@ -47,12 +52,28 @@ class Repeated(NamedTuple):
 
 
 def make_repeated(
-    repeats: Repeats,
+    objects: Sequence[Spectrum | Repeats],
     quantities: Sequence[Quantity],
     numbers_of: Callable[[Spectrum], Sequence[float | None]],
-) -> Repeated:
-    """The scans with the scatter of the quantities, of which ``numbers_of`` gives those of one."""
-    numbers = [numbers_of(each) for each in repeats.spectra]
-    columns = zip(quantities, zip(*numbers, strict=True), strict=True)
-    scatter = {record.key: Scatter.of(column) for record, column in columns}
-    return Repeated(repeats.spectra, scatter)
+) -> list[Repeated | None]:
+    """For each object the scans with the scatter of the quantities, None for a single spectrum.
+
+    ``numbers_of`` gives the quantities of a scan.
+    """
+
+    def repeated(repeats: Repeats) -> Repeated:
+        numbers = [numbers_of(each) for each in repeats.spectra]
+        columns = zip(quantities, zip(*numbers, strict=True), strict=True)
+        scatter = {record.key: Scatter.of(column) for record, column in columns}
+        return Repeated(repeats.spectra, scatter)
+
+    return [repeated(each) if isinstance(each, Repeats) else None for each in objects]
+
+
+def budgets_of(
+    budget: Budget, repeats: Sequence[Repeated | None]
+) -> tuple[list[Budget], list[str]]:
+    """The budget for each spectrum of a report, with its repeats, and what is to be said of it."""
+    budgets = [budget if each is None else budget.with_repeats(each.scans) for each in repeats]
+    left_out = any(repeats) and not budget.of_repeats
+    return budgets, [SCATTER_LEFT_OUT] * left_out
