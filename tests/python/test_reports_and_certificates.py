@@ -1,7 +1,7 @@
 """Whole outputs, as tests/data/printed has them: commands, and all that they print or write.
 
-``PYTHONPATH=tools python tests/python/test_printed.py`` writes these files anew. What it changes is
-to be read.
+``PYTHONPATH=tools python tests/python/test_reports_and_certificates.py`` writes these files anew.
+What it changes is to be read.
 """
 
 import contextlib
