@@ -215,17 +215,54 @@ def test_ordinate_forms(form: str) -> None:
     assert spectrum.scan.values() == values
 
 
+EVEN = "##XYDATA= (X++(Y..Y))\n400 1 2 3 4 5"
+PAIRS = "##XYPOINTS= (XY..XY)\n"
+COUNTS = "'t': counts in counts"
+
+
 @pytest.mark.parametrize(
-    ("table", "note"),
+    ("table", "labels", "notes"),
     [
-        ("##DELTAX= 1\n##XYDATA= (X++(Y..Y))\n400 1 2 3 4 5", "DELTAX is 1, but"),
-        ("390 1\n400 2\n410 3\n420 4\n430 5", "the lines start up to 1 steps from where"),
-        ("404 1 2 3 4\n436 5", ""),
+        (f"##DELTAX= 1\n{EVEN}", {}, ["DELTAX is 1, but FIRSTX, LASTX and NPOINTS give 10"]),
+        (f"##DELTAX= -10.99\n{EVEN}", {}, []),
+        (f"##DELTAX= 11.01\n{EVEN}", {}, [
+            "DELTAX is 11.01, but FIRSTX, LASTX and NPOINTS give 10"
+        ]),
+        (f"##FIRSTY= 1.051\n##MINY= 1\n##MAXY= 5.06\n{EVEN}", {}, [
+            "FIRSTY is stated as 1.051, and is 1", "MAXY is stated as 5.06, and is 5"
+        ]),
+        (f"##FIRSTY= .96\n##MINY= .5\n##MAXY= 5.05\n{EVEN}", {}, [
+            "MINY is stated as 0.5, and is 1"
+        ]),
+        ("404 1 2 3 4\n436 5", {}, []),
+        ("410 1 2 3 4\n434 5", {}, [
+            "the lines start up to 1 steps from where FIRSTX, LASTX and NPOINTS put their points"
+        ]),
+        ("400 1 2\n414 3 4 5", {}, [
+            "the lines start up to 0.6 steps from where FIRSTX, LASTX and NPOINTS put their points"
+        ]),
+        ("400 1 ? 3 ? 5", {}, ["points without an ordinate ('?') left out: 2"]),
+        (f"{PAIRS}400.0003 1\n440 2", {"n": 2}, []),
+        (f"{PAIRS}400.1 1\n440.1 2", {"n": 2}, [
+            "FIRSTX is 400, but that point is at 400.1", "LASTX is 440, but that point is at 440.1"
+        ]),
+        (f"##PEAK TABLE= (XY..XY)\n1 2\n##NTUPLES= a\n{EVEN.replace('X', 'x')}", {}, [
+            "left out: a list of peaks (PEAK TABLE in line 9)",
+            "left out: NTUPLES (NTUPLES in line 11)",
+        ]),
+        (f"##DELTAX= 10\n{EVEN}", {"last": ""}, ["there is no LASTX: x follows from DELTAX"]),
+        (f"##XFACTOR= 2\n{EVEN.replace('400', '200')}", {"first": ""}, []),
+        (f"{EVEN}\n##END=\n##DATE= 1", {}, ["left out: line 13, behind the end"]),
+        ("400A0KKKK\n440A9", {}, [
+            "line 11: the check value 19 differs from 18 in line 10; it is the closing line"
+        ]),
     ],
-)
-def test_what_contradicts_the_x_of_a_table_is_told(table: str, note: str) -> None:
-    (spectrum,) = read_content(jcamp(table), "f")
-    assert any(note in told for told in spectrum.notes) if note else len(spectrum.notes) == 1
+)  # fmt: skip
+def test_what_contradicts_the_table_is_told(
+    table: str, labels: dict[str, Any], notes: list[str]
+) -> None:
+    (spectrum,) = read_content(jcamp(table, **labels), "f")
+    assert [*spectrum.notes] == [*notes, COUNTS]
 
 
 REFUSED_JCAMP = {
@@ -255,6 +292,27 @@ REFUSED_JCAMP = {
     "factor is none": ("##YFACTOR= nan\n##XYDATA= (X++(Y..Y))\n400 1", "'nan' is not a number"),
     "label": ("##YFAC\x7fTOR= 2\n##XYDATA= (X++(Y..Y))", "the label 'YFAC\ufffdTOR' is damaged"),
     "open end": ("400 1 2 3 4 5", "it ends without ##END="),
+    "no end of x": (f"##LASTX=\n{EVEN}", "there is neither LASTX nor DELTAX"),
+    "step": (
+        "410.1 1 2 3 4\n436 5",
+        "line 10: it starts at 410.1, where FIRSTX, LASTX and NPOINTS"
+        " give 400: points are missing or doubled",
+    ),
+    "only others": (
+        "##PEAK TABLE= (XY..XY)\n1 1\n##PEAK ASSIGNMENTS= a\n##RADATA= q\n##NTUPLES= q",
+        "a list of peaks (PEAK TABLE in line 9), a list of peaks (PEAK ASSIGNMENTS in line "
+        "11), an interferogram (RADATA in line 12)",
+    ),
+    "starts with no x": ("A0 1 2 3 4 5", "line 10: it starts with 'A0', not with x"),
+    "check repeated": ("400A0K\n420T2", "'T2' where the last ordinate of line 10 is repeated"),
+    "half a number": ("##XYPOINTS= (XY..XY)\n400 1x", "line 10: '400 1x' is not pairs of numbers"),
+    "pairs too many": (
+        f"{PAIRS}1 1 2 1 3 1 4 1 5 1 6 1",
+        "line 10: more than 5 points, which",
+    ),
+    "infinite pair": (f"{PAIRS}1 1 2 1 3 1 4 1 5 1e999", "table from line 9 on is too large"),
+    "large sum": (f"400 1 1 1 {2**63 - 2}K", f"{2**63} is too large"),
+    "zeros": ("400 1 2 3 4 5\n\0", "line 11: zero bytes, which text does not have"),
 }
 
 
@@ -262,6 +320,8 @@ REFUSED_JCAMP = {
 def test_damaged_jcamp_is_refused(case: str) -> None:
     table, reason = REFUSED_JCAMP[case]
     content = jcamp(table)
+    if case == "no end of x":
+        content = content.replace(b"##LASTX= 440\n", b"")
     if case in ("open end", "doubtful E"):
         content = content.replace(b"##NPOINTS= 5\n", b"")
     if case == "open end":
@@ -420,8 +480,10 @@ def patched(name: str, **fields: bytes) -> bytes:
     return bytes(content)
 
 
-FLOAT, MULTIPLE, LISTED = (
+FLOAT, OLD_FLOAT, OLD_MULTIPLE, MULTIPLE, LISTED = (
     "spc-new-le-float-even-nm.spc",
+    "spc-old-even-nm.spc",
+    "spc-old-multi2.spc",
     "spc-new-multi3.spc",
     "spc-new-xyxy-directory.spc",
 )
@@ -433,9 +495,9 @@ SPC = {
     "many subfiles": (patched(MULTIPLE, subfiles=U32(2**31)), "the 2147483648 subfiles need"),
     "subfiles of one": (patched(FLOAT, subfiles=U32(2)), "2 subfiles in a file of one"),
     "first x": (patched(FLOAT, first=struct.pack("<d", np.nan)), "point 1: x is nan"),
-    "large exponent": (patched("spc-old-even-nm.spc", at_2=b"\xff\x7f"), "not a number"),
-    "old floats": (patched("spc-old-even-nm.spc", at_2=b"\x80\x00"), "whose order is not known"),
-    "half a point": (patched("spc-old-even-nm.spc", at_4=struct.pack("<f", 6.5)), "6.5 points"),
+    "large exponent": (patched(OLD_FLOAT, at_2=b"\xff\x7f"), "not a number"),
+    "old floats": (patched(OLD_FLOAT, at_2=b"\x80\x00"), "whose order is not known"),
+    "half a point": (patched(OLD_FLOAT, at_4=struct.pack("<f", 6.5)), "6.5 points"),
     "directory in the header": (patched(LISTED, points=U32(100)), "byte 100 lies in the header"),
     "directory behind": (patched(LISTED, points=U32(740)), "the directory need 764 bytes"),
     "subfile in the header": (patched(LISTED, at_728=U32(8)), "subfile 1 at byte 8 lies in the"),
@@ -448,6 +510,27 @@ SPC = {
     ),
     "Raman": (patched(FLOAT, at_28=b"\x0d"), "x is 'Raman shift (cm-1)'"),
     "time": (patched(FLOAT, at_28=b"\x04"), "x is 's', not a wavelength"),
+    "Raman by technique": (patched(FLOAT, at_2=b"\x0b", at_28=b"\1"), "x is 'Raman shift (cm-1)'"),
+    "x code": (patched(FLOAT, at_28=b"\x0f"), "x is 'unit code 15', not a wavelength"),
+    **{
+        f"old flags {flags!r}": (patched(OLD_FLOAT, flags=flags), "the flags say that x is stored")
+        for flags in (b"\x40", b"\x80")
+    },
+    "old floats, negative": (patched(OLD_FLOAT, at_2=b"\x80\xff"), "whose order is not known"),
+    **{
+        f"{points} points": (patched(OLD_FLOAT, at_4=struct.pack("<f", points)), reason)
+        for points, reason in {
+            0: "0 points are announced; it must be a whole number below 2^24",
+            1: "1 points are announced, at least 2",
+            2.0**24: "1.67772e+07 points are announced",
+            2.0**24 - 1: f"need {256 + 2 * (2**24 - 1)} bytes, and 500 are there",
+        }.items()
+    },
+    "own point": (patched(LISTED, at_528=U32(1)), "subfile 1: 1 points are announced, at least 2"),
+    "whole numbers": (
+        patched(MULTIPLE, exponent=b"\x80", at_513=b"\5"),
+        "subfile 1 has whole numbers in a file of floating-point ones",
+    ),
 }
 
 
@@ -455,6 +538,86 @@ SPC = {
 def test_spc_that_is_refused(case: str) -> None:
     content, reason = SPC[case]
     assert reason in refusal(content)
+
+
+LOG = {"SOURCE": "synthetic", "SLIT": "2.0 nm"}
+NO_LOG = {"SOURCE": None, "SLIT": None}
+BROKEN = NO_LOG | {"first note": "the log is damaged and left out"}
+
+
+@pytest.mark.parametrize(
+    ("name", "fields", "facts"),
+    [
+        (FLOAT, {"at_2": b"\3", "at_32": U32(0), "at_36": b"\0", "at_45": b"x  y\0"}, {
+            "technique": "code 3", "date": None, "resolution": None, "source": "x y",
+            "comment": "synthetic", "method": None, **LOG,
+        }),
+        (FLOAT, {"at_32": U32(2024 << 20 | 12 << 16 | 29 << 11 | 23 << 6 | 59), "at_264": b"m\0"},
+         {"technique": "UV-VIS", "date": "2024-12-29 23:59", "method": "m"}),
+        (FLOAT, {"at_32": U32(1 << 20 | 1 << 16 | 1 << 11)}, {"date": "1-01-01 00:00"}),
+        (FLOAT, {"at_2": b"\x0b"}, {"technique": "Raman", "kind": "transmittance"}),
+        (FLOAT, {"at_29": b"\6"}, {"kind": "other", "unit": "unit code 6"}),
+        (FLOAT, {"at_29": b"\x0c"}, {"kind": "unknown", "unit": "a.u."}),
+        (FLOAT, {"at_29": b"\x83"}, {"kind": "unknown", "unit": "a.u."}),
+        (FLOAT, {"at_29": b"\x0b"}, {"kind": "unknown", "unit": "1", "Z": None}),
+        (FLOAT, {"at_218": b"Raman shift\0R\0"}, {"kind": "transmittance"}),
+        (FLOAT, {"flags": b"\x20", "at_218": b"Wavelength (um)\0Irradiance\0zz"},
+         {"kind": "irradiance", "first note": "wavelengths converted from um to nm", **LOG}),
+        (FLOAT, {"flags": b"\x20", "at_218": b"\0%T\0\0"}, {"kind": "transmittance"}),
+        (MULTIPLE, {"flags": b"\x24", "at_218": b"\0\0floor\0"}, {"Z": "0 floor"}),
+        # Where the log is, how long it is, and where its text begins.
+        *((FLOAT, {"at_248": U32(offset)}, facts) for offset, facts in (
+            (0, NO_LOG), (8, BROKEN), (511, BROKEN), (917 - 63, BROKEN), (10**6, BROKEN),
+        )),
+        *((FLOAT, {"at_788": U32(size)}, facts) for size, facts in (
+            (63, BROKEN), (64, NO_LOG), (82, LOG | NO_LOG | {"SOURCE": "synthetic"}), (129, LOG),
+            (130, BROKEN),
+        )),
+        *((FLOAT, {"at_796": U32(start)}, facts) for start, facts in (
+            (63, BROKEN), (71, {"SOURCE": None, "SLIT": "2.0 nm"}), (130, BROKEN),
+        )),
+        (OLD_FLOAT, {}, {"date": "96-01-15 09:30", "resolution": "2 nm", "technique": None,
+                         "comment": "synthetic old", "kind": "transmittance"}),
+        (OLD_FLOAT, {"at_18": b"\0\0"}, {"date": None}),
+        (OLD_FLOAT, {"at_18": b"\x60\xf0", "at_194": b"\0Absorbance\0\0"}, {
+            "date": "96-01-15 09:30", "kind": "absorbance"}),
+        (OLD_FLOAT, {"flags": b"\x20", "at_194": b"\0R [%]\0\0"}, {"kind": "reflectance"}),
+        (OLD_FLOAT, {"at_194": b"\0R [%]\0\0"}, {"kind": "transmittance"}),
+        (OLD_MULTIPLE, {"at_18": b"\5\x60"}, {"date": "05-01-15 09:30", "Z": "0 Hz"}),
+        (OLD_MULTIPLE, {"at_18": b"\5\xf0", "at_194": b"\0\0floor\0"}, {"Z": "0 floor"}),
+        (OLD_MULTIPLE, {"at_18": b"\5\xf0"}, {"Z": "0"}),
+    ],
+)  # fmt: skip
+def test_what_spc_headers_state(
+    name: str, fields: dict[str, bytes], facts: dict[str, str | None]
+) -> None:
+    spectrum = read_content(patched(name, **fields), "f")[0]
+    found = {**spectrum.metadata, "kind": spectrum.kind, "unit": spectrum.unit}
+    found["first note"] = spectrum.notes[0]
+    assert {fact: found.get(fact) for fact in facts} == facts
+
+
+@pytest.mark.parametrize(
+    ("name", "flags", "exponent", "values"),
+    [
+        # 32 bits after an old header: the high word first, the sign that of the whole.
+        (OLD_MULTIPLE, 4, 2, struct.pack("<HHHH", 0x6000, 1, 0xE000, 0)),
+        (OLD_MULTIPLE, 5, 2, struct.pack("<hh", 3 << 13, -1 << 13)),
+        (MULTIPLE, 4, 2, struct.pack("<ii", (3 << 29) + 1, -1 << 29)),
+        (MULTIPLE, 5, 2, struct.pack("<hh", 3 << 13, -1 << 13)),
+        # Of floats the flag for 16 bits says nothing.
+        (MULTIPLE, 5, -128, struct.pack("<ff", 1.5, -0.5)),
+    ],
+)
+def test_ordinates_of_spc(name: str, flags: int, exponent: int, values: bytes) -> None:
+    header = bytearray(patched(name, flags=bytes([flags]))[: 224 if "old" in name else 512])
+    header[4:8] = struct.pack("<f", 2.0) if "old" in name else U32(2)
+    header[3:4] = b"\x80" if exponent == -128 else header[3:4]
+    header[24:28] = header[24:28] if "old" in name else U32(2)
+    subfile = struct.pack("<xbxxff4xI12x", exponent, 0.0, 0.0, 2) + values
+    spectra = read_content(bytes(header) + 2 * subfile, "f")
+    expected = [1.5 + 2**-30 if flags == 4 else 1.5, -0.5]
+    assert [spectrum.scan.values() for spectrum in spectra] == [expected] * 2
 
 
 def test_a_directory_of_one_block_is_refused_before_it_is_read() -> None:

@@ -82,8 +82,8 @@ def stated(text: str) -> Statement:
     text = fact(text)
     if text == "A":
         text = "Absorbance"
-    elif text.upper() in ("ARBITRARY UNITS", "RELATIVE"):
-        text = "a.u."
+    elif text.upper() in ("A.U.", "ARBITRARY UNITS", "RELATIVE"):
+        return Statement(None, "a.u.", units.known("a.u."), "")
     found = state(text)
     # Words that mean nothing here are handed on as a unit that is not understood.
     return found if found.kind or found.unit_text else Statement(None, text, None, "")
