@@ -1,16 +1,14 @@
-"""Scans and records in pandas, xarray, plain Python, Matplotlib and notebooks."""
+"""Scans and records in pandas, xarray and plain Python."""
 
 import doctest
 import importlib
 import json
 import math
-import re
 import subprocess
 import sys
 from pathlib import Path
 from typing import Any
 
-import matplotlib as mpl
 import numpy as np
 import pandas as pd
 import pytest
@@ -21,8 +19,6 @@ from vekwriter import Contents, DataSet
 
 import vekanalysis as vek
 from vekanalysis import Interpolation, Scan, interop
-
-mpl.use("agg")
 
 ODD = Scan([0.1 + 0.2, 555.0, 1e5], [1 / 3, -0.0, 5e-324], 1e-9, Interpolation.LINEAR)
 SCANS = [ODD, Scan(), Scan([-1, 2], [3, 4], interpolation=Interpolation.NONE)]
@@ -226,103 +222,6 @@ def test_every_record_becomes_plain_objects(vek_file: Any) -> None:
             interop.as_dict(other)
 
 
-def test_a_plot_shows_the_interpolant_and_the_points() -> None:
-    import matplotlib.pyplot as plt
-
-    curve = Scan([400, 410, 420, 440, 450], [0, 1, 0, 1, 0])
-    points = Scan([400, 410], [1, 2], interpolation=Interpolation.NONE)
-    too_few = Scan([400, 410], [1, 2])
-    axes = vek.plot({"curve": curve, "points": points, "too few": too_few}, unit="V")
-    drawn, *dots = axes.get_lines()
-    x, y = drawn.get_data()
-    assert len(x) > 500
-    assert y.tolist() == [curve(wl) for wl in x]
-    assert [x[index] for index in drawn.get_markevery()] == curve.wavelengths()
-    assert [line.get_linestyle() for line in dots] == ["None", "None"]
-    assert (axes.get_xlabel(), axes.get_ylabel()) == ("wavelength in nm", "value in V")
-    assert vek.plot(curve * 2, ax=axes, label="twice", color="k", luminosity=2.0) is axes
-    assert axes.get_ylabel() == "value in V"
-    assert [text.get_text() for text in axes.get_legend().get_texts()] == [
-        "curve", "points", "too few", "V(λ), scaled", "twice",
-    ]  # fmt: skip
-    marked = vek.plot(curve, peaks=1)
-    assert marked.get_legend() is None
-    (peak,) = [text.get_text() for text in marked.texts]
-    assert curve(float(peak)) == pytest.approx(max(y), rel=1e-4)
-    plt.close("all")
-
-
-def test_a_measurement_file_names_its_own_axes(vek_file: Any) -> None:
-    axes = vek.plot(vek_file)
-    quantity = vek_file.data_info.type_and_units
-    assert quantity.measurement_type in axes.get_ylabel()
-    assert len(axes.get_legend().get_texts()) == 2
-    axes.figure.canvas.draw()
-    mpl.pyplot.close("all")
-
-
-@pytest.mark.parametrize(
-    ("scans", "options", "reason"),
-    [
-        ([], {}, "at least one scan; got none"),
-        ({"a": Scan()}, {}, "scan 'a' has no points"),
-        ([ODD], {"label": ["a", "b"]}, "2 labels for 1 scans"),
-        ("lens.csv", {}, "needs scans; got str"),
-        ([1], {}, "needs scans; got int"),
-    ],
-)
-def test_what_cannot_be_drawn_is_refused(scans: Any, options: Any, reason: str) -> None:
-    with pytest.raises((TypeError, ValueError), match=reason):
-        vek.plot(scans, **options)
-    assert not mpl.pyplot.get_fignums()
-
-
-@pytest.fixture
-def shell() -> Any:
-    shell = InteractiveShell()
-    shell.extension_manager.load_extension("vekanalysis")
-    yield shell
-    shell.extension_manager.unload_extension("vekanalysis")
-    assert (
-        not {Scan, vek.Table} & shell.display_formatter.formatters["text/html"].type_printers.keys()
-    )
-
-
-def html(shell: Any, thing: object) -> str:
-    data, _ = shell.display_formatter.format(thing)
-    text: str = data.get("text/html", "")
-    return text
-
-
-def test_notebooks_show_a_small_picture(shell: Any, vek_file: Any) -> None:
-    big = Scan(np.linspace(200, 1200, 100_000), np.random.default_rng(1).normal(size=100_000))
-    text = html(shell, big)
-    assert len(text) < 10_000
-    assert re.search(r"<svg role=.*currentColor.*<title>.*100000 points", text)
-    gap = html(shell, Scan([1, 2, 3, 4], [1, math.nan, 3, math.inf]))
-    assert gap.count("h0.1") == 2
-    assert "2 not finite" in gap
-    extreme = html(shell, Scan([1, 2], [-1.7e308, 1.7e308]))
-    assert 'd="M0 48.0L240 0.0"' in extreme
-    for thing in (Scan(), Scan([1], [math.nan]), vek.Observer(ODD, ODD, ODD), vek_file):
-        assert html(shell, thing)
-        assert "nan" not in html(shell, thing)
-    assert html(shell, Interpolation.AKIMA) == ""
-
-
-def test_texts_of_files_are_escaped_in_notebooks(shell: Any, tmp_path: Path) -> None:
-    evil = "<script>alert(1)</script>"
-    path = tmp_path / "lens.csv"
-    path.write_text(f"{evil}\nwl;{evil}\n400;1\n410;2\n")
-    sets = [DataSet(evil, [(400, 1)])] * 50
-    file = vek.io.load_vekfile_binary_data(Contents(data_sets=sets).file())
-    for thing in (vek.read_table(path), file):
-        text = html(shell, thing)
-        assert "<script" not in text
-        assert "&lt;script" in text
-    assert "and 38 more" in text
-
-
 def test_spectra_keep_label_kind_and_unit() -> None:
     lens = vek.Spectrum(Scan([400, 410, 420], [25, 50, 60]), "transmittance", "%", "lens 7")
     series, array = interop.to_series(lens), interop.to_dataarray(lens)
@@ -335,9 +234,3 @@ def test_spectra_keep_label_kind_and_unit() -> None:
     assert same(interop.from_frame(frame)["lens 7"], lens.scan)
     with pytest.raises(ValueError, match="two spectra have the label 'lens 7'"):
         interop.to_frame([lens, lens])
-
-    ax = vek.plot([lens, Scan([400, 410], [1, 2])])
-    assert ax.get_ylabel() == "transmittance in %"
-    assert ax.get_legend_handles_labels()[1] == ["lens 7"]
-    with pytest.raises(vek.Refusal, match=r"transmittance in % and transmittance in 1 do not"):
-        vek.plot({"a": lens, "b": lens.to("1")})
