@@ -59,6 +59,14 @@ def _check(found: os.stat_result, path: str | os.PathLike[str]) -> None:
         raise OSError(errno.EINVAL, "Not a regular file", os.fspath(path))
 
 
+def as_text(name: str) -> str:
+    """A path or an argument, with the bytes that the locale has no characters for read as UTF-8.
+
+    UnicodeError if they are none.
+    """
+    return name.encode("utf-8", "surrogateescape").decode()
+
+
 def save(path: str | os.PathLike[str], content: bytes) -> None:
     """Write a file whole or not at all: beside its place first, and then renamed.
 

@@ -245,7 +245,8 @@ report inf.csv -> inf.csv: 1e+300 {NO_TAU}
 report --percent --reference cie_illuminant_a -> built-in cie_illuminant_a: not known to be a \
 transmittance; its unit is a.u.
 report --reference cie -> no built-in spectrum 'cie'; 'vekanalysis references' lists them
-report g.csv --data-set A -> --data-set chooses from measurement files, and none is named
+report g.csv --data-set A -> --data-set chooses from measurement files and those of other \
+instruments, and none is named; --columns chooses from tables
 report two.vek --data-set A --data-set D -> two.vek: no data set 'D'; the data sets are: 'A', 'B'
 csv two.vek --data-set D -> two.vek: no data set 'D'; the data sets are: 'A', 'B'
 report --csv o.csv -> no files: name a FILE or a directory

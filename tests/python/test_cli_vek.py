@@ -7,10 +7,14 @@ import math
 from pathlib import Path
 
 import pytest
-from cli import GREY, Runner, flat, write_csv, write_vek
+from cli import GREY, ROOT, Runner, flat, write_csv, write_vek
 
 import vekanalysis as vek
 
+INSTRUMENTS = [
+    ROOT / "tests/data/labfiles" / name
+    for name in ("spc-new-multi3.spc", "jdx-link-two-blocks.jdx")
+]
 LABELS = ["A", "B, \N{MICRO SIGN}\x1b", "A (2)"]
 
 
@@ -122,6 +126,32 @@ def test_data_sets_are_chosen_by_name(
     options = [f"--data-set={name}" for name in [*names, "C"]]
     spectra = run("report", "--json", lenses, other, GREY, *options).document["spectra"]
     assert [spectrum["label"] for spectrum in spectra] == [*labels, "C", "grey-glass-4mm"]
+
+
+@pytest.mark.parametrize(
+    ("names", "found"),
+    [
+        (["subfile 2"], ["subfile 2"]),
+        (["subfile 3", "subfile 1", "Sample A transmission"], ["1", "3", "transmission"]),
+        (["C", "Sample A reflection"], ["C", "reflection"]),
+        (["Sample A reflection (2)"], []),
+    ],
+)
+def test_spectra_of_other_instruments_are_chosen_by_name(
+    run: Runner, tmp_path: Path, names: list[str], found: list[str]
+) -> None:
+    other = write_vek(tmp_path / "other.vek", [("C", flat(1.0)), ("D", flat(1.0))])
+    # The reflectance is no quantity of a lens, but has peaks as all do.
+    command = ["peaks", "--json", other, *INSTRUMENTS, GREY]
+    command += [f"--data-set={name}" for name in names]
+    if not found:
+        told = run.refuse(*command)
+        assert f"no data set '{names[0]}'; the data sets are: 'C', 'D', 'subfile 1'" in told
+        return
+    labels = [spectrum["label"] for spectrum in run(*command).document["spectra"]]
+    assert len(labels) == len(found) + 1
+    assert all(label.endswith(end) for label, end in zip(labels, found, strict=False))
+    assert labels[-1] == "grey-glass-4mm"
 
 
 def test_content_tells_the_kind_and_labels_differ(run: Runner, tmp_path: Path) -> None:

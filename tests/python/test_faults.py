@@ -116,6 +116,28 @@ def test_no_home_and_no_language_are_no_fault(command: tuple[str, ...]) -> None:
     assert b"Traceback" not in done.stderr
 
 
+@pytest.mark.parametrize("name", ["Größe", "Gr\udcf6\udcdfe"])
+def test_names_on_a_certificate_are_those_given_whatever_the_locale(
+    name: str, tmp_path: Path
+) -> None:
+    (tmp_path / f"{name}.csv").symlink_to(GREY)
+    for number, chosen in enumerate([[], ["--set", f"object={name}"], ["--group", "{object}.csv"]]):
+        pages = []
+        for locale in ("C", "C.UTF-8"):
+            out = tmp_path / f"{number}{locale}.html"
+            command = ["certificate", str(tmp_path / f"{name}.csv"), *chosen, "--out", str(out)]
+            environment = {"LC_ALL": locale, "PYTHONUTF8": "0", "PYTHONCOERCECLOCALE": "0"}
+            done = shell('exec "$@"', *command, environment=environment)
+            if name == "Größe":
+                assert done.returncode == 0, done.stderr
+                pages.append(out.read_bytes())
+            else:
+                assert b"in UTF-8" in done.stderr
+                assert (done.returncode, done.stderr.count(b"\n"), out.exists()) == (2, 1, False)
+        assert pages == [] or pages[0] == pages[1]
+        assert pages == [] or pages[0].count(name.encode()) >= 3
+
+
 # Commands that write a file, which comes last.
 FILES: dict[str, tuple[str, ...]] = {
     "table": ("report", *[GREY] * 40, "--csv"),

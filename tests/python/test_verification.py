@@ -152,6 +152,28 @@ def test_options_of_reading_and_data_sets_are_kept(run: Runner, tmp_path: Path) 
     assert run("verify", *records).status == 0
 
 
+@pytest.mark.parametrize(
+    ("names", "status"),
+    [
+        (["none.json", "cert.json"], 2),
+        (["cert.json", "lab.toml", "changed.json"], 2),
+        (["changed.json", "cert.json"], 1),
+        (["cert.json", "cert.json"], 0),
+    ],
+)
+def test_each_of_several_records_is_told(
+    made: Made, run: Runner, names: list[str], status: int
+) -> None:
+    text = made.record.read_text()
+    (made.folder / "changed.json").write_text(text.replace("2026-17", "2026-18"))
+    done = run("verify", *[made.folder / name for name in names])
+    reasons = {"none.json": "cannot be read", "lab.toml": "no record", "changed.json": "diff"}
+    told = iter((done.out + done.err).splitlines())
+    for name in sorted(names, key=lambda name: name in ("none.json", "lab.toml")):
+        assert any(f"{name}: " in line and reasons.get(name, "agree") in line for line in told)
+    assert done.status == status
+
+
 DEEP = f'{{"format": "vekanalysis certificate", "a": {"[" * 5000}{"]" * 5000}}}'
 
 

@@ -54,6 +54,8 @@ def render(folder: Path | None, view: Mapping[str, Any]) -> str:
         page: str = template.render(view, style=Markup(style), policy=policy)
     except jinja2.TemplateError as error:
         raise Refusal(_described(error, files["page.html"])) from None
+    except Refusal:
+        raise
     except (ArithmeticError, LookupError, TypeError, ValueError, AttributeError) as error:
         raise Refusal(f"{files['page.html']}: {type(error).__name__}: {error}") from None
     return page

@@ -227,7 +227,7 @@ def _of_pages(folder: Path, pages: list[Mapping[str, str]], html: str) -> Iterat
             continue
         if hashlib.sha256(content).hexdigest() != page["sha256"]:
             yield f"{file}: its SHA-256 digest is not that of the record"
-        if index == 0 and content != html.encode("utf-8", "replace"):
+        if index == 0 and content != html.encode():
             yield from _lines(file, content.decode("utf-8", "replace"), html)
 
 

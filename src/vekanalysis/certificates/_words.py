@@ -8,6 +8,8 @@ from functools import cache
 from pathlib import Path
 from typing import Any, Final
 
+from .._files import as_text
+from ..errors import Refusal
 from ..quantities import Quantity, Value
 from ..reports import one_line
 from ..uncertainty import Uncertain, rounded
@@ -149,5 +151,12 @@ def symbol(text: str) -> tuple[str, str, str]:
 
 
 def safe(text: str) -> str:
-    """Text of others on one line, without characters that control anything."""
+    """Text of others on one line, without characters that control anything.
+
+    Refusal of what is no text: the page would show another name.
+    """
+    try:
+        text = as_text(text)
+    except UnicodeError:
+        raise Refusal(f"{text!a}: a page has text in UTF-8 alone, and this is none") from None
     return _BLANK.join(map(one_line, text.split(_BLANK)))

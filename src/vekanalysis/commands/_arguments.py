@@ -7,6 +7,7 @@ from argparse import SUPPRESS, Namespace
 from collections.abc import Callable, Collection
 from typing import Any
 
+from .._files import as_text
 from ._errors import CommandError
 
 type Arguments = argparse._ArgumentGroup
@@ -38,8 +39,17 @@ def finite(text: str) -> float:
     return number
 
 
-def _columns(text: str) -> list[int | str]:
-    return [int(part) if re.fullmatch("[0-9]{1,9}", part) else part for part in text.split(",")]
+def utf8_text(argument: str) -> str:
+    """What is no path, whatever the locale."""
+    try:
+        return as_text(argument)
+    except UnicodeError:
+        raise argparse.ArgumentTypeError(f"must be text in UTF-8, not {argument!a}") from None
+
+
+def _columns(argument: str) -> list[int | str]:
+    parts = utf8_text(argument).split(",")
+    return [int(part) if re.fullmatch("[0-9]{1,9}", part) else part for part in parts]
 
 
 def _lines(text: str) -> int | Collection[int]:
@@ -55,8 +65,8 @@ def _lines(text: str) -> int | Collection[int]:
     return lines
 
 
-def _delimiter(text: str) -> str:
-    return _DELIMITERS.get(text, text)
+def _delimiter(argument: str) -> str:
+    return _DELIMITERS.get(argument, utf8_text(argument))
 
 
 def add_files(add: Arguments, files: str) -> None:
@@ -65,6 +75,7 @@ def add_files(add: Arguments, files: str) -> None:
     add.add_argument(
         "--reference",
         metavar="NAME",
+        type=utf8_text,
         action="append",
         default=[],
         help="a built-in spectrum (see: references); repeatable",
@@ -91,9 +102,10 @@ def add_data_set(add: Arguments) -> None:
     add.add_argument(
         "--data-set",
         metavar="NAME",
+        type=utf8_text,
         action="append",
         default=[],
-        help="only this one of the measurement files; repeatable",
+        help="only this one, by its name in the files; repeatable",
     )
 
 
@@ -104,8 +116,18 @@ def add_json(add: Arguments) -> None:
 def add_units(add: Arguments, short: str = "", meaning: str = "") -> None:
     """What the files may not state of their values; ``short`` stands for the unit ``meaning``."""
     option = add.add_argument
-    option("--unit", metavar="UNIT", help="of values that state none: %%, 'mW m-2 nm-1' ...")
-    option("--kind", metavar="KIND", help="of values that do not say: absorbance, counts ...")
+    option(
+        "--unit",
+        metavar="UNIT",
+        type=utf8_text,
+        help="of values that state none: %%, 'mW m-2 nm-1' ...",
+    )
+    option(
+        "--kind",
+        metavar="KIND",
+        type=utf8_text,
+        help="of values that do not say: absorbance, counts ...",
+    )
     if short:
         escaped = meaning.replace("%", "%%")
         option(f"--{short}", action="store_true", help=f"the same as --unit '{escaped}'")

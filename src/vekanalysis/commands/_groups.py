@@ -2,11 +2,13 @@
 
 from argparse import Namespace
 from collections.abc import Iterator, Sequence
+from contextlib import suppress
 from typing import Final
 
+from .._files import as_text
 from ..quantities import Repeats
 from ..spectrum import Spectrum
-from ._arguments import Arguments
+from ._arguments import Arguments, utf8_text
 from ._errors import CommandError
 
 _OBJECT: Final = "{object}"
@@ -14,7 +16,7 @@ _OBJECT: Final = "{object}"
 
 def add_group(add: Arguments, help: str) -> None:
     """The option that makes spectra repeats of one object."""
-    add.add_argument("--group", metavar="PATTERN", help=help)
+    add.add_argument("--group", metavar="PATTERN", type=utf8_text, help=help)
 
 
 def grouped(spectra: Sequence[Spectrum], pattern: str) -> list[Repeats]:
@@ -74,6 +76,8 @@ def place_of(spectrum: Spectrum) -> tuple[str | None, str | None]:
 
 def name_of(file: str, part: str | None, pattern: str) -> str:
     """The name that a pattern is of."""
+    with suppress(UnicodeError):
+        file = as_text(file)
     file = file.replace("\\", "/")
     name = file if "/" in pattern else file.rpartition("/")[2]
     return name if part is None else f"{name}: {part}"

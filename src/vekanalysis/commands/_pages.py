@@ -30,7 +30,7 @@ def check_targets(targets: Iterable[str], inputs: Iterable[str], overwrite: bool
 def write_page(path: str, content: bytes | str) -> None:
     """Write a file beside its place first."""
     if isinstance(content, str):
-        content = content.encode("utf-8", "replace")
+        content = content.encode()
     try:
         save(path, content)
     except OSError as error:

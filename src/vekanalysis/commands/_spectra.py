@@ -7,13 +7,7 @@ from contextlib import contextmanager
 
 from .. import reports
 from .._files import read_regular
-from ..reading import (
-    check_names,
-    is_measurement_file,
-    parse_measurement,
-    read,
-    select_data_sets,
-)
+from ..reading import not_there, offered_names, read
 from ..spectrum import Spectrum
 from ._arguments import reading_options
 from ._errors import CommandError
@@ -45,8 +39,8 @@ def refuse_directories(files: Sequence[str]) -> None:
 def read_spectra(arguments: Namespace, references: Sequence[str] = ()) -> list[Spectrum]:
     """All spectra asked for, those of the files first.
 
-    Of measurement files all data sets count, or those whose names are asked for; each of these
-    must be in one of the files at least.
+    Of measurement files all data sets count, or those whose names are asked for, and so do the
+    spectra of other instruments' files; each name must be in one of the files at least.
     """
     options = reading_options(arguments)
     names: list[str] = arguments.data_set
@@ -55,12 +49,13 @@ def read_spectra(arguments: Namespace, references: Sequence[str] = ()) -> list[S
     left = dict.fromkeys(names)
     for path in arguments.files:
         here: list[str] = []
-        if names and is_measurement_file(content := read_file(path)):
-            file = parse_measurement(content, path)
-            offered += file.data_sets
-            here = [name for name in names if select_data_sets(file, [name])]
-            if not here:
-                continue
+        if names:
+            there = offered_names(read_file(path), path, options.get("encoding"))
+            if there is not None:
+                offered += there
+                here = [name for name in names if name in there or name in there.values()]
+                if not here:
+                    continue
         left = {name: None for name in left if name not in here}
         with told(path):
             spectra += read(path, data_sets=here, **options)
@@ -68,9 +63,13 @@ def read_spectra(arguments: Namespace, references: Sequence[str] = ()) -> list[S
             raise CommandError(
                 f"{path}: more than {_MOST} spectra in all; choose with --data-set or --columns"
             )
-    if names and not offered:
-        raise CommandError("--data-set chooses from measurement files, and none is named")
-    check_names(", ".join(arguments.files), list(left), {}, offered)
+    if left:
+        if not offered:
+            raise CommandError(
+                "--data-set chooses from measurement files and those of other instruments, and "
+                "none is named; --columns chooses from tables"
+            )
+        raise not_there(", ".join(arguments.files), next(iter(left)), offered)
     spectra += [reports.built_in(name) for name in references]
     if not spectra:
         raise CommandError("no spectrum: name a FILE or a --reference")

@@ -16,6 +16,7 @@ from ._arguments import (
     add_units,
     own_tables,
     reading_options,
+    utf8_text,
 )
 from ._errors import CommandError
 from ._groups import add_group, grouped_if_asked
@@ -38,8 +39,9 @@ def add_arguments(arguments: Arguments) -> None:
     option("--settings", metavar="LAB", help="of the laboratory (TOML)")
     option("--uncertainty", metavar="BUDGET", help="by a budget (TOML)")
     option("--limits", metavar="LIMITS", help="with a decision rule (TOML)")
-    option("--purpose", metavar="NAME", action="append", default=[], help="of requirements")
-    option("--set", metavar="NAME=TEXT", action="append", default=[], help="a field: object=...")
+    repeated: dict[str, Any] = {"action": "append", "default": [], "type": utf8_text}
+    option("--purpose", metavar="NAME", **repeated, help="of requirements")
+    option("--set", metavar="NAME=TEXT", **repeated, help="a field: object=...")
     option("--out", metavar="OUT", required=True, help="the page, or a directory for pages")
     option("--pdf", metavar="OUT", help="the same as PDF; needs WeasyPrint")
     option("--record", metavar="OUT", help="what it was computed from (JSON), for verify")
@@ -149,7 +151,7 @@ def _write(
 
     certificate = Certificate(spectrum, **common)
     html = certificate.html()
-    pages = {targets.page: html.encode("utf-8", "replace")}
+    pages = {targets.page: html.encode()}
     if targets.pdf is not None:
         try:
             pages[targets.pdf] = pdf(html)

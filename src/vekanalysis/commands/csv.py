@@ -35,13 +35,12 @@ def add_arguments(arguments: Arguments) -> None:
 
 def run(arguments: Namespace) -> None:
     from ..errors import Refusal
-    from ..reading import check_names, parse_measurement, select_data_sets
+    from ..reading import parse_measurement, select_data_sets
     from ._spectra import read_file
     from ._terminal import emit, note
 
     file = parse_measurement(read_file(arguments.file), arguments.file)
     selected = select_data_sets(file, arguments.data_set)
-    check_names(file.path, arguments.data_set, selected, file.data_sets)
     is_long = arguments.long or len(selected) > 1
     try:
         table = reports.PointTable(

@@ -1,9 +1,9 @@
 """Files of every format that the library knows, as spectra: `read` is the one door."""
 
-from .files import EXTENSIONS, read, read_content, stem
+from .choice import not_there
+from .files import EXTENSIONS, offered_names, read, read_content, stem
 from .measurement import (
     MeasurementFile,
-    check_names,
     is_measurement_file,
     parse_measurement,
     select_data_sets,
@@ -28,10 +28,11 @@ __all__ = [
     "TextOptions",
     "WavelengthUnit",
     "check_finite",
-    "check_names",
     "in_nm",
     "is_measurement_file",
     "names_wavelengths",
+    "not_there",
+    "offered_names",
     "parse_measurement",
     "read",
     "read_content",

@@ -3,16 +3,19 @@
 import hashlib
 import os
 from collections.abc import Collection, Mapping, Sequence
+from contextlib import suppress
 from types import MappingProxyType
 from typing import IO, Any
 
 from .._core import AKIMA, Interpolation, Scan, io
+from .._files import as_text
 from ..errors import Refusal
 from ..spectrum import Source, Spectrum
 from ..units import Kind
+from . import laboratory, measurement
 from .encoding import read_source, shortened
 from .laboratory import laboratory_format, read_laboratory
-from .measurement import is_measurement_file, read_measurement
+from .measurement import is_measurement_file, parse_measurement, read_measurement
 from .statements import Statement
 from .text import Column, Duplicates, TextFile, TextOptions, check_options, read_text
 from .values import Options, check_values, settled
@@ -58,7 +61,8 @@ def read(
     path : path or open file
         The file.
     data_sets : sequence of str
-        Of a measurement file only the data sets of these names; each must be there.
+        Of a measurement file only the data sets of these names, of files of other instruments
+        the spectra; each must be there.
     columns, skip, delimiter, decimal, encoding
         How a text file is laid out, as in `read_table`.
     wavelength_unit : {"nm", "um", "angstrom", "m"}, optional
@@ -150,6 +154,14 @@ def read_content(
     return _from_text(read_text(name, content, text, follows=True), source, values)
 
 
+def offered_names(content: bytes, name: str, encoding: str | None = None) -> dict[str, str] | None:
+    """The names that ``data_sets`` of `read` chooses by, by label; None of a table of text."""
+    if is_measurement_file(content):
+        return measurement.offered_names(parse_measurement(content, name))
+    form = laboratory_format(content)
+    return form and laboratory.offered_names(content, form, name, encoding)
+
+
 def _from_pairs(
     content: bytes, source: Source, values: Options, text: TextOptions
 ) -> Spectrum | None:
@@ -231,5 +243,7 @@ def _spectrum(
 def stem(path: str) -> str:
     """The name of a file without folder and ending, if the ending is one of measurements."""
     name = path.replace("\\", "/").rpartition("/")[2]
+    with suppress(UnicodeError):
+        name = as_text(name)
     start, dot, extension = name.rpartition(".")
     return start if start and f"{dot}{extension.lower()}" in EXTENSIONS else name

@@ -11,6 +11,7 @@ from typing import Any, Literal
 from .._core import AKIMA
 from ..errors import Refusal
 from ..spectrum import Source, Spectrum
+from .choice import chosen
 from .text import distinct
 from .values import Options
 
@@ -66,24 +67,8 @@ def read_laboratory(
     for option, value in _OF_TABLES.items():
         if options.get(option, value) != value:
             raise Refusal(f"{name}: {option} is for tables of text, and this is {form}")
-    try:
-        curves = _curves(content, form, options.get("encoding"))
-    except Refusal as error:
-        raise Refusal(f"{name}: {error.reason}", error.remedy) from None
-    alone = len(curves) == 1
-    parts = distinct([curve.part or curve.label or "curve" for curve in curves])
-    named = dict(zip(parts, curves, strict=True))
-    if data_sets:
-        named = {
-            part: curve
-            for part, curve in named.items()
-            if part in data_sets or (curve.label and curve.label in data_sets)
-        }
-        found = [*named, *(curve.label for curve in named.values())]
-        missing = [data_set for data_set in data_sets if data_set not in found]
-        if missing:
-            there = ", ".join(f"'{part}'" for part in parts)
-            raise Refusal(f"{name}: no data set '{missing[0]}'; the data sets are: {there}")
+    named = _named_curves(content, form, name, options.get("encoding"))
+    alone = len(named) == 1
     wanted = Wanted(
         asked,
         options.get("wavelength_unit"),
@@ -99,8 +84,31 @@ def read_laboratory(
             curve.label or (stem if alone else part),
             wanted,
         )
-        for part, curve in named.items()
+        for part in chosen(name, _names(named), data_sets)
+        for curve in [named[part]]
     ]
+
+
+def offered_names(
+    content: bytes, form: Format, name: str, encoding: str | None = None
+) -> dict[str, str]:
+    """The names of the spectra in a file in one of the formats, by what tells them apart."""
+    return _names(_named_curves(content, form, name, encoding))
+
+
+def _names(named: Mapping[str, Curve]) -> dict[str, str]:
+    return {part: curve.label or part for part, curve in named.items()}
+
+
+def _named_curves(
+    content: bytes, form: Format, name: str, encoding: str | None
+) -> dict[str, Curve]:
+    try:
+        curves = _curves(content, form, encoding)
+    except Refusal as error:
+        raise Refusal(f"{name}: {error.reason}", error.remedy) from None
+    parts = distinct([curve.part or curve.label or "curve" for curve in curves])
+    return dict(zip(parts, curves, strict=True))
 
 
 def _curves(content: bytes, form: Format, encoding: str | None) -> Sequence[Curve]:

@@ -1,13 +1,14 @@
 """The maker's measurement files as spectra, with what their records say."""
 
 import warnings
-from collections.abc import Iterable, Mapping, Sequence
+from collections.abc import Sequence
 from typing import NamedTuple
 
 from .._core import Scan, io
 from ..errors import Refusal, Remedy
 from ..spectrum import Source, Spectrum
-from .encoding import shortened, showable
+from .choice import chosen
+from .encoding import shortened
 from .statements import state_unit
 from .text import TextOptions, distinct
 from .values import Options, settled
@@ -54,27 +55,15 @@ def unreadable(path: str, error: Exception) -> Refusal:
 
 
 def select_data_sets(file: MeasurementFile, names: Sequence[str]) -> dict[str, io.DataSet]:
-    """The data sets by label, of which there must be some; those with such a name or label."""
+    """The data sets by label, those with such a name or label; Refusal where one is none."""
+    return {label: file.data_sets[label] for label in chosen(file.path, offered_names(file), names)}
+
+
+def offered_names(file: MeasurementFile) -> dict[str, str]:
+    """The names of the data sets, of which there must be some, by label."""
     if not file.data_sets:
         raise Refusal(f"{file.path}: there are no data sets in it")
-    if not names:
-        return file.data_sets
-    return {
-        label: data_set
-        for label, data_set in file.data_sets.items()
-        if label in names or data_set.name in names
-    }
-
-
-def check_names(
-    where: str, names: Sequence[str], chosen: Mapping[str, io.DataSet], offered: Iterable[str]
-) -> None:
-    """Refuse a name that has chosen nothing."""
-    found = {*chosen, *(data_set.name for data_set in chosen.values())}
-    for name in names:
-        if name not in found:
-            there = ", ".join(f"'{showable(label)}'" for label in offered)
-            raise Refusal(f"{where}: no data set '{name}'; the data sets are: {there}")
+    return {label: data_set.name for label, data_set in file.data_sets.items()}
 
 
 def read_measurement(
@@ -87,7 +76,6 @@ def read_measurement(
     """The data sets of a measurement file, all or those named."""
     file = parse_measurement(content, source.file or "file")
     selected = select_data_sets(file, data_sets)
-    check_names(file.path, data_sets, selected, file.data_sets)
     return [_spectrum(file, label, source, values, options) for label in selected]
 
 
