@@ -12,8 +12,8 @@ import pytest
 from cli import GREY, ROOT, Runner, flat, write_csv, write_vek
 
 import vekanalysis as vek
-from vekanalysis.certificates import Certificate, Limits, Settings
-from vekanalysis.quantities import LENS_FULL
+from vekanalysis.certificates import Certificate, Field, Limits, Logo, Settings
+from vekanalysis.quantities import LENS, LENS_FULL
 from vekanalysis.uncertainty import Budget, Component, of_points
 
 EXAMPLES = ROOT / "examples"
@@ -170,33 +170,117 @@ def test_fields_come_from_the_header_unless_they_are_stated(tmp_path: Path) -> N
         Certificate(stated, settings=own, fields={"objekt": "x"})
 
 
+LED = "ISO8980_3_led_red"
+DECIMALS = "4: decimals must be a number from 0 to 12"
+GONE = "cannot be read: No such file or directory"
+
+
 @pytest.mark.parametrize(
-    ("text", "line", "words"),
+    ("text", "told"),
     [
-        ("adress = 3", 3, "unknown key 'adress'; did you mean 'address'"),
-        ("address = 3", 3, "address must be a text or a list"),
-        ('logo = "none.png"', 3, "none.png: cannot be read"),
-        ('logo = "text.png"', 3, "is no PNG, JPEG or GIF"),
-        ('logo = "large.png"', 3, "is above 1 MB"),
-        ('[page]\nlanguage = "fr"', 4, "language is 'fr'; there are 'en', 'de'"),
-        ('[page]\nfigures = "percent"', 4, "did you mean 'per cent'"),
-        ("[page]\ndecimals = -1", 4, "decimals must be a number from 0 to 12"),
-        ('[page]\nquantities = ["ISO8980_3_tau_vv"]', 4, f"did you mean '{TAU_V}'"),
-        (f'[page]\nquantities = ["{TAU_V}", "{TAU_V}"]', 4, "twice"),
-        ('[page]\ntemplates = "none"', 4, "is no folder"),
-        ("[fields]\nobject = { heder = 1 }", 4, "unknown key 'heder'; did you mean 'header'"),
-        ("[fields]\nobject = { ask = 1 }", 4, "ask must be true or false"),
-        ("[field]", 3, "unknown table 'field'; did you mean 'fields'"),
+        ("adress = 3", "3: [laboratory] has an unknown key 'adress'; did you mean 'address'?"),
+        ("address = 3", "3: address must be a text or a list of texts"),
+        ("address = ['x', 3]", "3: address must be a text or a list of texts"),
+        ("logo = 3", "3: logo must be a text"),
+        ('logo = "none.png"', f"3: logo: {{}}none.png: {GONE}"),
+        ('logo = "text.png"', "3: logo: {}text.png: is no PNG, JPEG or GIF picture"),
+        ('logo = "large.png"', "3: logo: {}large.png: is above 1 MB"),
+        ('[page]\nlanguage = "fr"', "4: language is 'fr'; there are 'en', 'de'"),
+        ('[page]\ndecimal = ";"', "4: decimal is ';'; there are '.', ','"),
+        ('[page]\nfigures = "percent"', "4: figures is 'percent'; did you mean 'per cent'?"),
+        *((f"[page]\ndecimals = {each}", DECIMALS) for each in (-1, 13, 1.0, "true", "'4'")),
+        ('[page]\ntitle = " "', "4: title must be a text"),
+        (
+            '[page]\nquantities = ["ISO8980_3_tau_vv"]',
+            f"4: there is no quantity 'ISO8980_3_tau_vv' of lenses; did you mean '{TAU_V}'?",
+        ),
+        (f'[page]\nquantities = ["{TAU_V}", "{TAU_V}"]', f"4: quantities has '{TAU_V}' twice"),
+        ("[page]\nquantities = []", "4: quantities must be a list of keys"),
+        (f'[page]\nquantities = "{TAU_V}"', "4: quantities must be a list of keys"),
+        ('[page]\ntemplates = "none"', "4: templates: {}none: is no folder"),
+        (
+            "[fields]\nobject = { heder = 1 }",
+            "4: object has an unknown key 'heder'; did you mean 'header'?",
+        ),
+        ("[fields]\nobject = { ask = 1 }", "4: object: ask must be true or false"),
+        ("[fields]\nobject = { value = 1 }", "4: object: value must be a text"),
+        ("[fields]\nobject = 3", "4: object must be a text or a table of value, header, ask"),
+        ("[field]", "3: the settings have an unknown table 'field'; did you mean 'fields'?"),
+        (f"[tables]\n{LED} = 3", f"4: {LED} must be the name of a file"),
+        (f'[tables]\n{LED} = ""', f"4: {LED} must be the name of a file"),
+        (f'[tables]\n{LED} = "none.csv"', f"4: {LED}: {{}}none.csv: {GONE}"),
     ],
 )
-def test_a_mistake_is_told_with_its_line(tmp_path: Path, text: str, line: int, words: str) -> None:
+def test_a_mistake_is_told_with_its_line(tmp_path: Path, text: str, told: str) -> None:
     (tmp_path / "text.png").write_text("no picture")
-    (tmp_path / "large.png").write_bytes(PNG + bytes(1 << 20))
+    (tmp_path / "large.png").write_bytes(PNG + bytes((1 << 20) - len(PNG) + 1))
     with pytest.raises(vek.Refusal) as refusal:
         settings(tmp_path, text)
-    told = str(refusal.value)
-    assert told.startswith(f"{tmp_path / 'lab.toml'}: line {line}: ")
-    assert words in told
+    assert str(refusal.value) == f"{tmp_path / 'lab.toml'}: line {told.format(f'{tmp_path}/')}"
+
+
+@pytest.mark.parametrize(
+    ("text", "told"),
+    [
+        ("", ": [laboratory]: name is missing"),
+        ("\n[laboratory]", ": line 2: [laboratory]: name is missing"),
+        ("[laboratory]\nname = 3", ": line 2: name must be a text"),
+        ("page = 3", ": line 1: page is a table: [page]"),
+    ],
+)
+def test_the_laboratory_has_a_name(tmp_path: Path, text: str, told: str) -> None:
+    (tmp_path / "lab.toml").write_text(text)
+    with pytest.raises(vek.Refusal) as refusal:
+        Settings.read(tmp_path / "lab.toml")
+    assert str(refusal.value) == f"{tmp_path / 'lab.toml'}{told}"
+
+
+@pytest.mark.parametrize(
+    ("start", "kind"),
+    [(PNG[:8], "png"), (b"\xff\xd8\xff", "jpeg"), (b"GIF87a", "gif"), (b"GIF89a", "gif")],
+)
+def test_settings_have_all_that_is_in_the_file(tmp_path: Path, start: bytes, kind: str) -> None:
+    picture = start + bytes((1 << 20) - len(start))
+    (tmp_path / "logo").write_bytes(picture)
+    (tmp_path / "own").mkdir()
+    text = f"""address = "a\\nb"
+logo = "logo"
+[page]
+title = "T"
+language = "de"
+figures = "per cent"
+decimals = 12
+quantities = ["{TAU_V}"]
+templates = "own"
+[fields]
+method = "M"
+object = {{ value = "V", header = "H", ask = true }}
+"""
+    found = settings(tmp_path, text)
+    assert found == Settings(
+        name="Lab",
+        address=("a", "b"),
+        logo=Logo(f"image/{kind}", picture),
+        logo_name="logo",
+        title="T",
+        language="de",
+        decimal=",",
+        percent=True,
+        decimals=12,
+        quantities=(TAU_V,),
+        templates=tmp_path / "own",
+        templates_name="own",
+        fields={"method": Field("M"), "object": Field("V", "H", True)},
+        file=str(tmp_path / "lab.toml"),
+        sha256=hashlib.sha256((tmp_path / "lab.toml").read_bytes()).hexdigest(),
+    )
+    plain = settings(tmp_path, '[page]\nlanguage = "en"\nfigures = "fractions"\ndecimals = 0')
+    assert (plain.decimal, plain.percent, plain.decimals) == (".", False, 0)
+    assert settings(tmp_path, '[page]\nlanguage = "de"\ndecimal = "."').decimal == "."
+    keys = tuple(quantity.key for quantity in LENS)
+    assert settings(tmp_path, "") == Settings(
+        name="Lab", quantities=keys, file=plain.file, sha256=settings(tmp_path, "").sha256
+    )
 
 
 def test_logo_and_templates_of_the_laboratory_are_taken(tmp_path: Path) -> None:

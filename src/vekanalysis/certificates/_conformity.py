@@ -168,8 +168,8 @@ def assess(
     """
     for purpose in purposes:
         if purpose not in limits.purposes:
-            known = nearest(purpose, limits.purposes) if limits.purposes else ""
-            raise Refusal(f"{limits.file}: no requirement is for the purpose '{purpose}'{known}")
+            reason = f"no requirement is for the purpose '{purpose}'"
+            raise Refusal(f"{limits.file}: {reason}{nearest(purpose, limits.purposes)}")
     judge = _Judge(limits.decision, values, results, trusted)
     category = judge.membership(limits.categories) if limits.categories else None
     statements = []

@@ -208,8 +208,6 @@ def _measured(folder: Path, stated: Mapping[str, Any]) -> Spectrum | Repeats:
 def _options(stated: Mapping[str, Any], wanted: list[dict[str, Any]]) -> dict[str, Any]:
     """How a file is read of which these spectra are wanted."""
     options = dict(stated)
-    if isinstance(options.get("skip"), list):
-        options["skip"] = set(options["skip"])
     if "data_sets" in options:
         # Others may be in other files.
         options["data_sets"] = [each["data_set"] for each in wanted if each["data_set"]]
