@@ -1,4 +1,4 @@
-"""The laboratories' formats: JCAMP-DX, SPC, lensmeter XML and TM-27, read and written."""
+"""The laboratories' formats: JCAMP-DX, SPC, lensmeter XML and TM-27, as they are read."""
 
 import contextlib
 import io
@@ -9,10 +9,9 @@ from typing import Any
 
 import numpy as np
 import pytest
-from numpy.typing import NDArray
 
 import vekanalysis as vek
-from vekanalysis import Refusal, Scan, Spectrum
+from vekanalysis import Refusal
 from vekanalysis.reading import read_content
 
 FILES = Path(__file__).resolve().parents[1] / "data" / "labfiles"
@@ -675,115 +674,3 @@ def test_reading_is_linear_in_the_size_of_hostile_files() -> None:
         with contextlib.suppress(ValueError):
             read_content(content, "f")
         assert time.perf_counter() - start < 5.0
-
-
-GRID: NDArray[np.float64] = np.array([380.0, 381.1, 400.0 + 1e-9, 550.0, 780.0])
-VALUES: NDArray[np.float64] = np.array([1 / 3, 1e-300, -0.0, 0.1 + 0.2, 1.9999999999999998])
-WRITTEN = [
-    Spectrum(Scan(GRID, VALUES), "transmittance", "1", "lens 7, grey"),
-    Spectrum(Scan(GRID, VALUES * 30), "transmittance", "%", 'Glas "A" <µ> & ß'),
-    Spectrum(Scan(np.linspace(380, 780, 401), np.sin(np.arange(401.0))), "reflectance", "1", "T"),
-    Spectrum(Scan([400.0, 401.0, 402.0], [-0.0, 0.0, -0.0]), "counts", "counts", "evenly spaced"),
-    Spectrum(Scan(GRID, VALUES), "absorbance", "OD", "##x $$ y"),
-    Spectrum(Scan(GRID, VALUES * 1e-7), "irradiance", "mW m-2 nm-1"),
-    Spectrum(Scan(GRID, VALUES * 1e200), "radiance", "W m-2 sr-1 nm-1", "lamp"),
-    Spectrum(Scan(GRID, VALUES), "irradiance", "a.u.", "lamp"),
-    Spectrum(Scan(GRID, VALUES), "counts", "counts", "Counts of E"),
-    Spectrum(Scan(GRID, VALUES), "responsivity", "A W-1", "diode"),
-    Spectrum(Scan(GRID, VALUES), "unknown", None, "Signal of T"),
-]
-
-
-@pytest.mark.parametrize("extension", ["csv", "jdx", "spdx"])
-@pytest.mark.parametrize("spectrum", WRITTEN, ids=lambda s: f"{s.kind} {s.unit}")
-def test_what_is_written_is_read_back_to_the_last_bit(
-    spectrum: Spectrum, extension: str, tmp_path: Path
-) -> None:
-    path = tmp_path / f"file.{extension}"
-    vek.write(spectrum, path)
-    (back,) = vek.read(path)
-    coherent = spectrum
-    if spectrum.unit not in (None, "a.u."):
-        base = vek.units.parse(spectrum.unit or "")
-        assert base is not None
-        coherent = spectrum.to(base.base)
-    assert back.scan.to_lists() == coherent.scan.to_lists()
-    assert np.array_equal(np.signbit(back.scan.values()), np.signbit(coherent.scan.values()))
-    # "relative" says nothing of the kind.
-    kind = "unknown" if extension == "spdx" and spectrum.unit == "a.u." else spectrum.kind
-    assert (back.kind, back.unit) == (kind, coherent.unit)
-    if extension != "csv":
-        label = spectrum.label or "file"
-        if extension == "jdx":
-            label = label.replace("##", "# #").replace("$$", "$ $")
-        assert back.label == label
-
-
-@pytest.mark.parametrize("extension", ["csv", "jdx"])
-def test_several_spectra_are_written_to_one_file(extension: str, tmp_path: Path) -> None:
-    path = tmp_path / f"file.{extension}"
-    lens = Spectrum(Scan([400, 410, 420], [0.1, 0.2, 0.3]), "transmittance", "1", "lens")
-    dark = Spectrum(Scan([410, 415], [0.01, 0.02]), "transmittance", "1", "lens")
-    vek.write([lens, dark], path)
-    assert [spectrum.scan for spectrum in vek.read(path)] == [lens.scan, dark.scan]
-
-
-def test_a_file_is_written_whole_or_not_at_all(tmp_path: Path) -> None:
-    lens = Spectrum(Scan([400, 410], [0.1, 0.2]), "transmittance", "1", "lens")
-    path = tmp_path / "lens.csv"
-    vek.write(lens, path)
-    before = path.read_bytes()
-    with pytest.raises(FileExistsError):
-        vek.write(lens, path)
-    vek.write(lens.replace(label="other"), path, overwrite=True)
-    assert path.read_bytes() != before
-    with pytest.raises(IsADirectoryError):
-        vek.write(lens, tmp_path, format="csv", overwrite=True)
-    with pytest.raises(FileNotFoundError):
-        vek.write(lens, tmp_path / "none" / "lens.csv")
-    assert [file.name for file in tmp_path.iterdir()] == ["lens.csv"]
-
-
-@pytest.mark.parametrize(
-    ("kind", "unit", "label"),
-    [
-        ("other", None, "T (%)"),
-        ("counts", None, "Lens [%]"),
-        ("other", "furlong", "Lens (%T)"),
-        ("absorbance", "OD", "Wavelength (nm)"),
-        ("unknown", None, "nm"),
-        ("irradiance", "W m-2 nm-1", "a" * 3000),
-        ("flux", "W nm-1", "Abs x 1000"),
-    ],
-)
-def test_labels_in_csv_change_no_values(
-    kind: vek.units.Kind, unit: str | None, label: str, tmp_path: Path
-) -> None:
-    spectrum = Spectrum(Scan([400, 410], [0.1, 90]), kind, unit, label)
-    path = tmp_path / "lens.csv"
-    vek.write(spectrum, path)
-    (back,) = vek.read(path)
-    assert back.scan == spectrum.scan
-    assert unit is None or (back.kind, back.unit) == (kind, unit)
-
-
-@pytest.mark.parametrize(
-    ("changes", "name", "reason"),
-    [
-        ({}, "lens.xls", "the ending does not say the format; pass format='csv', format='jcamp'"),
-        ({"unit": None}, "lens.csv", "its unit is not stated; pass unit='1' or unit='%'"),
-        ({"scan": Scan([400, 410], [0.1, np.nan])}, "a.csv", "the value at 410 nm is nan"),
-        ({"scan": Scan([0, 410], [0.1, 0.2])}, "a.csv", "must be finite and above zero"),
-        ({"scan": Scan([1, 2], [0.1, 0.2])}, "a.spdx", "would be taken for micrometres"),
-        ({"scan": Scan([400], [0.1])}, "a.csv", "1 points, at least 2"),
-        ({"scan": Scan([400, 410], [0.1, 2.5])}, "a.spdx", "above 2 would be taken for per cent"),
-    ],
-)
-def test_what_a_file_could_not_give_back_is_not_written(
-    changes: dict[str, Any], name: str, reason: str, tmp_path: Path
-) -> None:
-    lens = Spectrum(Scan([400, 410], [0.1, 0.2]), "transmittance", "1", "lens").replace(**changes)
-    with pytest.raises(Refusal) as refused:
-        vek.write(lens, tmp_path / name)
-    assert reason in str(refused.value)
-    assert not [*tmp_path.iterdir()]

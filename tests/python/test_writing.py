@@ -1,0 +1,279 @@
+"""Spectra written as CSV, JCAMP-DX and TM-27."""
+
+import datetime
+from pathlib import Path
+from typing import Any
+from xml.sax.saxutils import escape
+
+import numpy as np
+import pytest
+from numpy.typing import NDArray
+
+import vekanalysis as vek
+from vekanalysis import Refusal, Scan, Spectrum
+
+GRID: NDArray[np.float64] = np.array([380.0, 381.1, 400.0 + 1e-9, 550.0, 780.0])
+VALUES: NDArray[np.float64] = np.array([1 / 3, 1e-300, -0.0, 0.1 + 0.2, 1.9999999999999998])
+WRITTEN = [
+    Spectrum(Scan(GRID, VALUES), "transmittance", "1", "lens 7, grey"),
+    Spectrum(Scan(GRID, VALUES * 30), "transmittance", "%", 'Glas "A" <µ> & ß'),
+    Spectrum(Scan(np.linspace(380, 780, 401), np.sin(np.arange(401.0))), "reflectance", "1", "T"),
+    Spectrum(Scan([400.0, 401.0, 402.0], [-0.0, 0.0, -0.0]), "counts", "counts", "evenly spaced"),
+    Spectrum(Scan(GRID, VALUES), "absorbance", "OD", "##x $$ y"),
+    Spectrum(Scan(GRID, VALUES * 1e-7), "irradiance", "mW m-2 nm-1"),
+    Spectrum(Scan(GRID, VALUES * 1e200), "radiance", "W m-2 sr-1 nm-1", "lamp"),
+    Spectrum(Scan(GRID, VALUES), "irradiance", "a.u.", "lamp"),
+    Spectrum(Scan(GRID, VALUES), "counts", "counts", "Counts of E"),
+    Spectrum(Scan(GRID, VALUES), "responsivity", "A W-1", "diode"),
+    Spectrum(Scan(GRID, VALUES), "unknown", None, "Signal of T"),
+]
+
+
+@pytest.mark.parametrize("extension", ["csv", "jdx", "spdx"])
+@pytest.mark.parametrize("spectrum", WRITTEN, ids=lambda s: f"{s.kind} {s.unit}")
+def test_what_is_written_is_read_back_to_the_last_bit(
+    spectrum: Spectrum, extension: str, tmp_path: Path
+) -> None:
+    path = tmp_path / f"file.{extension}"
+    vek.write(spectrum, path)
+    (back,) = vek.read(path)
+    coherent = spectrum
+    if spectrum.unit not in (None, "a.u."):
+        base = vek.units.parse(spectrum.unit or "")
+        assert base is not None
+        coherent = spectrum.to(base.base)
+    assert back.scan.to_lists() == coherent.scan.to_lists()
+    assert np.array_equal(np.signbit(back.scan.values()), np.signbit(coherent.scan.values()))
+    # "relative" says nothing of the kind.
+    kind = "unknown" if extension == "spdx" and spectrum.unit == "a.u." else spectrum.kind
+    assert (back.kind, back.unit) == (kind, coherent.unit)
+    if extension != "csv":
+        label = spectrum.label or "file"
+        if extension == "jdx":
+            label = label.replace("##", "# #").replace("$$", "$ $")
+        assert back.label == label
+
+
+def written(spectra: Spectrum | list[Spectrum], path: Path) -> str:
+    vek.write(spectra, path, overwrite=True)
+    return path.read_text()
+
+
+def test_several_spectra_are_the_columns_of_a_csv(tmp_path: Path) -> None:
+    path = tmp_path / "file.CSV"
+    lens = Spectrum(Scan([400, 410, 420], [0.1, -1e-7, 0.3]), "transmittance", "1", "lens\n7")
+    dark = Spectrum(Scan([410, 415.5], [1e22, 0.02]), "transmittance", "1", "lens 7")
+    lamp = Spectrum(Scan([410, 415.5], [0, 0.02]), "irradiance", "mW m-2 nm-1", "=lamp, A")
+    assert written([lens, dark, lamp], path) == (
+        "Wavelength [nm],lens 7 transmittance [1],2 lens 7 transmittance [1],"
+        '"\'=lamp, A irradiance [mW m-2 nm-1]"\n'
+        "400.0,0.1,,\n410.0,-1e-07,1e+22,0.0\n415.5,,0.02,0.02\n420.0,0.3,,\n"
+    )
+    assert [spectrum.scan for spectrum in vek.read(path)] == [
+        lens.scan, dark.scan, lamp.scan / 1000,
+    ]  # fmt: skip
+
+
+JCAMP = f"""##TITLE= {{title}}
+##JCAMP-DX= 4.24
+##DATA TYPE= {{form}}
+##ORIGIN= vekanalysis {vek.version()}
+##OWNER= not stated
+"""
+BLOCK = """##XUNITS= NANOMETERS
+##YUNITS= {unit}
+##XFACTOR= 1
+##YFACTOR= 1
+##FIRSTX= {x[0]}
+##LASTX= {x[2]}
+##NPOINTS= 3
+##FIRSTY= 25
+##MAXX= {x[2]}
+##MINX= {x[0]}
+##MAXY= 1E+22
+##MINY= -1E-07
+{data}
+##END=
+"""
+EVEN, UNEVEN = ("400", "402.5", "405"), ("800", "801", "803")
+TYPES = [
+    (EVEN, "absorbance", "OD", "UV/VIS SPECTRUM", "ABSORBANCE"),
+    (EVEN, "absorbance", "mOD", "UV/VIS SPECTRUM", "ABSORBANCE (mOD)"),
+    (EVEN, "transmittance", "1", "UV/VIS SPECTRUM", "TRANSMITTANCE (1)"),
+    (EVEN, "reflectance", "%", "UV/VIS SPECTRUM", "REFLECTANCE (%)"),
+    (UNEVEN, "counts", "counts", "INFRARED SPECTRUM", "COUNTS"),
+    (UNEVEN, "irradiance", "W m-2 nm-1", "EMISSION SPECTRUM", "IRRADIANCE (W m-2 nm-1)"),
+    (EVEN, "radiance", None, "EMISSION SPECTRUM", "RADIANCE"),
+    (EVEN, "intensity", "W sr-1", "EMISSION SPECTRUM", "INTENSITY (W sr-1)"),
+    (EVEN, "flux", "W nm-1", "EMISSION SPECTRUM", "FLUX (W nm-1)"),
+    (EVEN, "other", "lx", "UV/VIS SPECTRUM", "lx"),
+    (EVEN, "unknown", None, "UV/VIS SPECTRUM", ""),
+]
+
+
+def test_a_jcamp_file_has_a_block_a_spectrum(tmp_path: Path) -> None:
+    spectra, blocks = [], []
+    for x, kind, unit, form, stated in TYPES:
+        scan = Scan([float(wl) for wl in x], [25, 1e22, -1e-7])
+        spectra.append(Spectrum(scan, kind, unit, "##a $$"))
+        data = f"##XYPOINTS= (XY..XY)\n{x[0]}, 25\n{x[1]}, 1E+22\n{x[2]}, -1E-07"
+        if x is EVEN:
+            data = "##XYDATA= (X++(Y..Y))\n400 25 1E+22 -1E-07"
+        head = JCAMP.format(title="# #a $ $", form=form)
+        blocks.append(head + BLOCK.format(unit=stated, x=x, data=data))
+        assert written(spectra[-1], tmp_path / "one.jdx") == blocks[-1]
+    path = tmp_path / "file.dx"
+    head, blank = JCAMP.format(title="11 spectra", form="LINK"), "\n"
+    assert written(spectra, path) == f"{head}##BLOCKS= 11\n{blank.join(blocks)}##END=\n"
+    found = [spectrum.scan.wavelengths() for spectrum in vek.read(path)]
+    assert found == [spectrum.scan.wavelengths() for spectrum in spectra]
+    fractions = Spectrum(Scan([400, 410], [0.5, 2.0]), "reflectance", "1")
+    assert "\n##YUNITS= REFLECTANCE\n" in written(fractions, path)
+
+
+@pytest.mark.parametrize("digits", [1, 2, 3])
+def test_lines_of_ordinates_have_at_most_76_signs(digits: int, tmp_path: Path) -> None:
+    values = [1.0 + (10**digits - 1) % (i + 3) * 10**-digits for i in range(90)]
+    lens = Spectrum(Scan(np.arange(400.0, 490.0), values), "absorbance", "OD")
+    text = written(lens, tmp_path / "lens.jcm")
+    lines = text.partition("(Y..Y))\n")[2].removesuffix("\n##END=\n").split("\n")
+    for line, following in zip(lines, [*lines[1:], None], strict=True):
+        assert len(line) <= 76
+        assert following is None or len(line) + len(following.split()[1]) + 1 > 76
+
+
+# What a TM-27 file has at most, besides its points.
+FACTS = {
+    "Manufacturer": "A & B",
+    "CatalogNumber": "lens <7>",
+    "Description": "tinted glass",
+    "DocumentCreator": "me",
+    "MeasurementEquipment": "SR-1",
+    "Laboratory": "Lab",
+    "ReportNumber": "7",
+    "ReportDate": "2026-05-04",
+    "DocumentCreationDate": "2026-05-05",
+    "Comments": "dark",
+    "SpectralQuantity": "transmittance",
+    "TransmissionGeometry": "0:0",
+    "BandwidthFWHM": "5",
+    "BandwidthCorrected": "true",
+}
+
+
+def tm27(facts: dict[str, str], values: tuple[str, str]) -> str:
+    def elements(names: list[str]) -> str:
+        texts = [(name, escape(facts[name])) for name in names if name in facts]
+        return "".join(f"    <{name}>{text}</{name}>\n" for name, text in texts)
+
+    header = list(FACTS)[:10]
+    others = ["SpectralQuantity", "TransmissionGeometry", "ReflectionGeometry", *list(FACTS)[12:]]
+    return (
+        '<?xml version="1.0" encoding="UTF-8"?>\n'
+        '<IESTM2714 xmlns="http://www.ies.org/iestm2714" version="1.0">\n'
+        f"  <Header>\n{elements(header)}  </Header>\n"
+        f"  <SpectralDistribution>\n{elements(others)}"
+        f'    <SpectralData wavelength="400.0">{values[0]}</SpectralData>\n'
+        f'    <SpectralData wavelength="410.5">{values[1]}</SpectralData>\n'
+        "  </SpectralDistribution>\n</IESTM2714>\n"
+    )
+
+
+@pytest.mark.parametrize(
+    ("kind", "unit", "quantity", "factor", "more"),
+    [
+        ("transmittance", "%", "transmittance", 0.01, {"TransmissionGeometry": "other"}),
+        ("reflectance", "1", "reflectance", 1, {"ReflectionGeometry": "other"}),
+        ("flux", "mW nm-1", "flux", 0.001, {}),
+        ("irradiance", "W m-2 µm-1", "irradiance", 0.001, {}),
+        ("radiance", "W cm-2 sr-1 nm-1", "radiance", 10000, {}),
+        ("intensity", "kW sr-1 nm-1", "intensity", 1000, {}),
+        ("irradiance", "a.u.", "relative", 1, {}),
+        ("irradiance", None, "other", 1.0, {"Comments": "Quantity: irradiance"}),
+        ("counts", "counts s-1", "other", 1, {"Comments": "Quantity: counts [counts s-1]"}),
+        ("unknown", "1", "other", 1, {"Comments": "Quantity: [1]"}),
+    ],
+)
+def test_a_tm27_file_states_the_quantity_and_is_in_its_unit(
+    kind: vek.units.Kind, unit: str, quantity: str, factor: float, more: Any, tmp_path: Path
+) -> None:
+    spectrum = Spectrum(Scan([400, 410.5], [0.5, 0.25]), kind, unit)
+    facts = {
+        "Description": "spectrum",
+        "DocumentCreator": f"vekanalysis {vek.version()}",
+        "DocumentCreationDate": datetime.datetime.now(datetime.UTC).date().isoformat(),
+        "SpectralQuantity": quantity,
+    }
+    text = written(spectrum, tmp_path / "a.spdx")
+    assert text == tm27(facts | more, (f"{0.5 * factor}", f"{0.25 * factor}"))
+
+
+def test_what_is_known_of_a_measurement_is_in_a_tm27_file(tmp_path: Path) -> None:
+    lens = Spectrum(Scan([400, 410.5], [0.5, 2.0]), "transmittance", "1", "lens <7>")
+    text = written(lens.replace(metadata=FACTS), tmp_path / "a.spdx")
+    assert text == tm27(FACTS, ("0.5", "2.0"))
+    known = "kind", "unit", "scan", "label"
+    (back,) = vek.read(tmp_path / "a.spdx")
+    assert [getattr(back, name) for name in known] == [getattr(lens, name) for name in known]
+    assert "<Description>lens &lt;7&gt;</Description>" in written(lens, tmp_path / "a.spdx")
+
+
+def test_a_file_is_written_whole_or_not_at_all(tmp_path: Path) -> None:
+    lens = Spectrum(Scan([400, 410], [0.1, 0.2]), "transmittance", "1", "lens")
+    path = tmp_path / "lens.csv"
+    vek.write(lens, path)
+    before = path.read_bytes()
+    with pytest.raises(FileExistsError):
+        vek.write(lens, path)
+    vek.write(lens.replace(label="other"), path, overwrite=True)
+    assert path.read_bytes() != before
+    with pytest.raises(IsADirectoryError):
+        vek.write(lens, tmp_path, format="csv", overwrite=True)
+    with pytest.raises(FileNotFoundError):
+        vek.write(lens, tmp_path / "none" / "lens.csv")
+    assert [file.name for file in tmp_path.iterdir()] == ["lens.csv"]
+
+
+@pytest.mark.parametrize(
+    ("kind", "unit", "label"),
+    [
+        ("other", None, "T (%)"),
+        ("counts", None, "Lens [%]"),
+        ("other", "furlong", "Lens (%T)"),
+        ("absorbance", "OD", "Wavelength (nm)"),
+        ("unknown", None, "nm"),
+        ("irradiance", "W m-2 nm-1", "a" * 3000),
+        ("flux", "W nm-1", "Abs x 1000"),
+    ],
+)
+def test_labels_in_csv_change_no_values(
+    kind: vek.units.Kind, unit: str | None, label: str, tmp_path: Path
+) -> None:
+    spectrum = Spectrum(Scan([400, 410], [0.1, 90]), kind, unit, label)
+    path = tmp_path / "lens.csv"
+    vek.write(spectrum, path)
+    (back,) = vek.read(path)
+    assert back.scan == spectrum.scan
+    assert unit is None or (back.kind, back.unit) == (kind, unit)
+
+
+@pytest.mark.parametrize(
+    ("changes", "name", "reason"),
+    [
+        ({}, "lens.xls", "the ending does not say the format; pass format='csv', format='jcamp'"),
+        ({"unit": None}, "lens.csv", "its unit is not stated; pass unit='1' or unit='%'"),
+        ({"scan": Scan([400, 410], [0.1, np.nan])}, "a.csv", "the value at 410 nm is nan"),
+        ({"scan": Scan([0, 410], [0.1, 0.2])}, "a.csv", "must be finite and above zero"),
+        ({"scan": Scan([1, 2], [0.1, 0.2])}, "a.spdx", "would be taken for micrometres"),
+        ({"scan": Scan([400], [0.1])}, "a.csv", "1 points, at least 2"),
+        ({"scan": Scan([400, 410], [0.1, 2.5])}, "a.spdx", "above 2 would be taken for per cent"),
+    ],
+)
+def test_what_a_file_could_not_give_back_is_not_written(
+    changes: dict[str, Any], name: str, reason: str, tmp_path: Path
+) -> None:
+    lens = Spectrum(Scan([400, 410], [0.1, 0.2]), "transmittance", "1", "lens").replace(**changes)
+    with pytest.raises(Refusal) as refused:
+        vek.write(lens, tmp_path / name)
+    assert reason in str(refused.value)
+    assert not [*tmp_path.iterdir()]
