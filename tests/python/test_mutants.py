@@ -86,7 +86,7 @@ def test_the_seed_determines_the_faults() -> None:
     ("near", "first"),
     [
         ("src/vekanalysis/certificates/_limits.py", "test_limits.py"),
-        ("src/vekanalysis/uncertainty/_budget.py", "test_budgets.py"),
+        ("src/vekanalysis/uncertainty/_budget.py", "test_uncertainty_budgets.py"),
         ("src/python/add_fitting_module.cpp", "test_fitting.py"),
     ],
 )

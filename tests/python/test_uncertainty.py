@@ -2,6 +2,7 @@
 
 import csv
 import math
+import re
 from concurrent.futures import ProcessPoolExecutor, ThreadPoolExecutor
 from decimal import Decimal
 from pathlib import Path
@@ -13,19 +14,24 @@ import pytest
 import vekanalysis as vek
 from vekanalysis import quantities
 from vekanalysis._core.uncertainty import ErrorModel
+from vekanalysis.quantities import LENS_FULL
 from vekanalysis.uncertainty import (
     Budget,
     Component,
     Matrix,
     Propagator,
     Results,
+    _simulation,
     compare,
+    of_points,
     propagate,
     simulate,
 )
-from vekanalysis.uncertainty._simulation import _shortest, _symmetric
+from vekanalysis.uncertainty._case import case_of
+from vekanalysis.uncertainty._simulation import _shortest, _symmetric, _tolerances
 
 ROOT = Path(__file__).parents[2]
+CUBIC = vek.Interpolation.CUBIC
 LENS = {record.key: record for record in quantities.LENS}
 LIGHT = {record.key: record for record in quantities.LIGHT}
 TAU_V = "ISO8980_3_tau_v"
@@ -128,22 +134,41 @@ def _noise(correlation: object) -> Component:
     return Component(name="noise", kind="noise", standard=0.0005, correlation=correlation)
 
 
-def test_other_components_of_a_spectrum() -> None:
+STEPS = np.arange(-3000, 3001) / 1000.0
+TRIANGLE = np.maximum(1.0 - np.abs(STEPS), 0.0)
+
+
+@pytest.mark.parametrize(
+    ("slit", "shape"),
+    [(None, TRIANGLE), ("triangular", TRIANGLE), ("gaussian", 0.5 ** (4.0 * STEPS**2))],
+)
+def test_a_slit_broadens_a_line(slit: Any, shape: np.ndarray) -> None:
     wavelengths = np.arange(280.0, 831.0, 5.0)
     # A Gaussian of 20 nm, and as it is seen through a slit of 5 nm. The change is proportional to
     # the bandwidth squared, so half the bandwidth is worth all of it.
     fine = np.arange(-60_000, 60_001) * 0.005
-    slit = np.maximum(1.0 - np.abs(np.arange(-1000, 1001)) / 1000.0, 0.0)
     peak = np.exp(-(fine**2) / 800.0)
-    seen = np.convolve(peak, slit / slit.sum(), "same")
+    seen = np.convolve(peak, shape / shape.sum(), "same")
     narrow, change = (
         vek.Scan(wavelengths, np.interp(wavelengths - 550.0, fine, y)) for y in (peak, seen - peak)
     )
-    effect = Component(name="slit", kind="bandwidth", fwhm=5, standard=2.5)
+    effect = Component(name="slit", kind="bandwidth", fwhm=5, standard=2.5, slit=slit)
     expected = quantities.evaluate(change, [LENS[TAU_V]])[TAU_V].value
     found = propagate(narrow, budget(effect), [TAU_V])[TAU_V].contributions["slit"]
     assert found == pytest.approx(expected, rel=0.02)
+    # Of a parabola the second derivative is 2 everywhere; at the ends nobody knows it.
+    parabola = vek.Scan(wavelengths, (wavelengths - 300.0) ** 2, interpolation=CUBIC)
+    for fwhm in (5.0, 20.0):
+        effect = Component(name="s", kind="bandwidth", fwhm=fwhm, standard=0.5 * fwhm, slit=slit)
+        u = of_points(vek.Spectrum(parabola * 1e-6, "transmittance", "1"), budget(effect))
+        assert u[[0, -1]].tolist() == [0.0, 0.0]
+        variance = np.average((fwhm * STEPS) ** 2, weights=shape)
+        assert u[8:-8] == pytest.approx(1e-6 * variance, rel=1e-3)
+        assert u[1:-1] == pytest.approx(1e-6 * variance, rel=0.3)
 
+
+def test_other_components_of_a_spectrum() -> None:
+    wavelengths = np.arange(280.0, 831.0, 5.0)
     flat = vek.Scan(wavelengths, np.full(len(wavelengths), 0.25))
     line = vek.Scan(wavelengths, (wavelengths - 280.0) / 1000.0)
     stray = Component(name="stray", kind="stray-light", standard=1.0, unit="%")
@@ -152,6 +177,10 @@ def test_other_components_of_a_spectrum() -> None:
     assert propagate(flat, budget(stray), [TAU_V])[TAU_V].u == pytest.approx(0.0, abs=1e-16)
     tau = propagate(line, budget(stray), [TAU_V])[TAU_V]
     assert tau.contributions["stray"] == pytest.approx(0.01 * (0.275 - tau.value), rel=1e-9)
+    for band, mean in (((402, 507), 0.1745), ((100, 400), 0.06), ((780, 900), 0.525)):
+        part = Component(name="stray", kind="stray-light", standard=0.01, band=band)
+        found = propagate(line, budget(part), [TAU_V])[TAU_V].contributions["stray"]
+        assert found == pytest.approx(0.01 * (mean - tau.value), rel=1e-9)
     as_noise = propagate(line, budget(NOISE), [TAU_V])[TAU_V].u
     assert propagate(line, budget(jitter), [TAU_V])[TAU_V].u == pytest.approx(as_noise, rel=1e-6)
     both = propagate(flat, budget(figure), [TAU_V, RED])
@@ -313,6 +342,43 @@ def test_a_margin_knows_what_both_sides_have_in_common() -> None:
     assert pair.ratio("A", "B").u == pytest.approx(0.000450, rel=0.01)
 
 
+def test_what_is_certain_or_missing_is_no_trouble() -> None:
+    effects = {"a": np.array([[0.1], [0.0], [-0.2]])}
+    problems = {"D": "It is dark"}
+    results = Results(
+        "ABC", np.array([1.0, 2.0, 4.0]), effects, {"a": math.inf}, 0.9, problems,
+        [(0.0, math.inf), (0.0, 1.0), (-math.inf, 4.1)],
+    )  # fmt: skip
+    assert repr(results) == "<Results: 3 quantities, 1 components>"
+    assert (len(results), list(results), dict(results.problems)) == (3, [*"ABC"], problems)
+    assert results.covariance() == pytest.approx(np.outer([0.1, 0, -0.2], [0.1, 0, -0.2]))
+    assert results.covariance("C", "A") == pytest.approx(np.array([[0.04, -0.02], [-0.02, 0.01]]))
+    assert results.correlation("A", "C") == pytest.approx(-1.0)
+    assert all(map(math.isnan, (results.correlation("A", "B"), results.correlation("B", "C"))))
+    product = results.derive(lambda a, b, c: a * b * c, *"ABC")
+    assert (product.value, product.contributions["a"]) == pytest.approx((8.0, 0.4))
+    assert (results["B"].u, results["B"].dof) == (0.0, math.inf)
+    margin = results.margin("C", "A", 2.0)
+    assert (margin.value, margin.u) == pytest.approx((2.0, 0.4))
+    # What is possible cuts the intervals, unless nothing would be left of them.
+    k = 1.6448536
+    ends = [(1 - 0.1 * k, 1 + 0.1 * k), (2.0, 2.0), (4 - 0.2 * k, 4.1)]
+    for figure, interval in zip(results.values(), ends, strict=True):
+        assert figure.interval == pytest.approx(interval)
+    wider = results.covering(0.99)
+    assert (wider.coverage, wider["C"].k) == (0.99, pytest.approx(2.5758293))
+    assert (wider["C"].interval[1], dict(wider.problems)) == (4.1, problems)
+    zero = Results("AB", np.array([1.0, 0.0]), {}, {}, 0.95)
+    assert (zero["A"].u, zero["A"].dof, zero["A"].contributions) == (0.0, math.inf, {})
+    with pytest.raises(ZeroDivisionError):
+        zero.ratio("A", "B")
+    for method in (results.__getitem__, results.covariance):
+        for key, told in (("D", "D: It is dark"), ("E", "no 'E'; there are 'A', 'B', 'C'")):
+            with pytest.raises(KeyError) as missing:
+                method(key)
+            assert missing.value.args == (told,)
+
+
 def _drawn(trials: int, dimension: int, add: Any, seed: int = 1) -> np.ndarray:
     """Draws of an error model on a spectrum of zeros."""
     model = ErrorModel(vek.Scan(np.arange(float(dimension)), np.zeros(dimension)))
@@ -349,6 +415,19 @@ def test_the_shortest_interval_of_a_skew_distribution() -> None:
     shortest, symmetric = _shortest(ordered, 0.95), _symmetric(ordered, 0.95)
     assert np.ravel(shortest) == pytest.approx([0.0, math.log(20.0)], abs=0.02)
     assert np.ravel(symmetric) == pytest.approx([-math.log(0.975), math.log(40.0)], abs=0.02)
+
+
+def test_the_rules_of_coverage_intervals() -> None:
+    # JCGM 101:2008, 7.7: q = 10 of M = 20 draws, r = 5; 19 and 1.
+    squares = np.arange(1.0, 21.0)[np.newaxis] ** 2
+    found = [np.ravel(_symmetric(squares, p)).tolist() for p in (0.5, 0.95)]
+    assert found == [[25, 225], [1, 400]]
+    found = [np.ravel(_shortest(-squares[:, ::-1], p)).tolist() for p in (0.5, 0.95)]
+    assert found == [[-121, -1], [-400, -1]]
+    # 7.9.2: half a unit of the last digit of u; 0.0996 is 0.10.
+    u = np.array([0.0996, 0.0994, 0.1, 1.0, 9.96, 0.0])
+    assert _tolerances(u, 2) == pytest.approx([0.005, 0.0005, 0.005, 0.05, 0.5, 0.0])
+    assert _tolerances(u, 1) == pytest.approx([0.05, 0.05, 0.05, 0.5, 5.0, 0.0])
 
 
 # JCGM 102:2011, 9.3: modulus and phase of a complex number near 0, u 0.010 of both parts.
@@ -415,6 +494,86 @@ def test_two_digits_are_settled_by_as_many_draws_as_they_take() -> None:
     assert drawn[TAU_V].validated is True
 
 
+def test_draws_that_do_not_settle_say_so(monkeypatch: pytest.MonkeyPatch) -> None:
+    monkeypatch.setattr(_simulation, "_MOST_DRAWS", 29_999)
+    drawn = simulate(glass(), budget(GAIN, NOISE), seed=1)
+    assert (drawn.draws, drawn.converged) == (20_000, False)
+    monkeypatch.undo()
+    drawn = simulate(glass(), budget(GAIN), [TAU_V], seed=1, coverage=0.999, digits=1)
+    # 7.9.2: blocks of 100 / (1 - p) draws.
+    assert (drawn.draws, drawn.converged, drawn.coverage, drawn.digits) == (200_000, True, 0.999, 1)
+
+
+def test_what_draws_cannot_tell_is_left_out() -> None:
+    lamp = vek.Spectrum(vek.lighting.reference("LED-B3"), "irradiance", "W m-2 nm-1")
+    unsure = Component(name="unsure", kind="gain", standard=1.0)
+    keys = ["illuminance", "chromaticity.x", "CIE_tristimulus_values.X"]
+    drawn = simulate(lamp, budget(unsure), [LIGHT[key] for key in keys], draws=12_345, seed=7)
+    assert repr(drawn) == "<Simulation: 2 quantities, 12345 draws, seed 7>"
+    assert (len(drawn), [*drawn], drawn.converged) == (2, [keys[0], keys[2]], None)
+    # Of a normal distribution so many are below -1: there is no light, and so no colour.
+    count, _, rest = drawn.problems[keys[1]].partition(" ")
+    assert rest == "of 12345 draws have no value"
+    assert int(count) == pytest.approx(12_345 * 0.15866, rel=0.06)
+    assert drawn.problems.keys() == {keys[1]}
+    first = drawn.first_order[keys[0]]
+    assert (drawn[keys[0]].value, drawn[keys[0]].validated) == (first.value, True)
+    # An asymmetric distribution: the first order has the wrong interval, or none at all.
+    shift = Component(name="shift", kind="wavelength", standard=3.0)
+    keys = ["peak_wavelength", "dominant_wavelength.purity", "luminance"]
+    drawn = simulate(lamp, budget(shift), keys, draws=10_000, seed=1)
+    assert [figure.validated for figure in drawn.values()] == [None, False]
+    first = "It goes from point to point: only draws have its uncertainty"
+    no_radiance = "Not computable: irradiance, not a radiance; its unit is W m-2 nm-1"
+    assert drawn.first_order.problems == {keys[0]: first, keys[2]: no_radiance}
+    assert drawn.problems == {keys[2]: no_radiance}
+
+
+@pytest.mark.parametrize(
+    ("arguments", "told"),
+    [
+        ({"seed": -1}, "seed must be from 0 to 2**64 - 1, not -1"),
+        ({"seed": 2**64}, f"seed must be from 0 to 2**64 - 1, not {2**64}"),
+        ({"digits": 0}, "digits must be 1 or 2, not 0"),
+        ({"digits": 3}, "digits must be 1 or 2, not 3"),
+        ({"draws": 1999}, "at least 2000 draws are needed for that coverage"),
+        ({"draws": 9999, "coverage": 0.99}, "at least 10000 draws are needed for that coverage"),
+    ],
+)
+def test_draws_that_cannot_be_are_refused(arguments: dict[str, Any], told: str) -> None:
+    with pytest.raises(ValueError, match=r"simulate: ") as refusal:
+        simulate(glass(), budget(GAIN), [TAU_V], **arguments)
+    assert str(refusal.value) == f"simulate: {told}"
+    least = simulate(glass(), budget(GAIN), [TAU_V], draws=2000, seed=2**64 - 1)
+    assert least.seed == 2**64 - 1
+    assert simulate(glass(), budget(GAIN), [TAU_V], draws=2000, seed=0).seed == 0
+
+
+SIGNED = re.compile(r"duv|purity|[ab]_star|colour_(rendering|fidelity)|\.der$|scotopic|f1_prime")
+
+
+@pytest.mark.parametrize("kind", ["transmittance", "irradiance", "responsivity", "unknown", None])
+def test_intervals_end_where_quantities_do(kind: Any) -> None:
+    records = {"irradiance": quantities.LIGHT, "responsivity": quantities.PHOTOMETER}.get(
+        kind, quantities.LENS
+    )
+    spectrum: Any = glass()
+    if kind is not None:
+        unit = {"irradiance": "W m-2 nm-1", "responsivity": "A W-1"}.get(kind)
+        spectrum = vek.Spectrum(spectrum, kind, unit)
+    more = LENS_FULL if kind == "transmittance" else records
+    certain = propagate(spectrum, budget(), None if more is records else more)
+    assert {*certain, *certain.problems} == {record.key for record in more}
+    wide = Component(name="wide", kind="figure", standard=1e9, quantities=[*certain])
+    for key, figure in propagate(spectrum, budget(wide), [*certain]).items():
+        low, high = figure.interval
+        clear = quantities.evaluate(spectrum, [quantities.quantity(key)])[key].clear_lens
+        is_bounded = ("tau" in key and "over" not in key) or "chromaticity" in key
+        assert (low < -1e9) == bool(SIGNED.search(key)), key
+        assert low < -1e9 or low == 0.0, key
+        assert high == (clear or 1.0) if is_bounded else high > 1e9, key
+
+
 def test_no_interval_reaches_into_the_impossible() -> None:
     wavelengths = np.arange(280.0, 781.0, 5.0)
     dark = vek.Scan(wavelengths, np.full(len(wavelengths), 1e-5))
@@ -453,26 +612,117 @@ def test_two_spectra_of_one_day_share_their_errors() -> None:
         assert result.difference.contributions[name] == pytest.approx(expected)
     assert result.ratio.value == pytest.approx(2.0)
     assert result.ratio.contributions["gain"] == pytest.approx(0.0, abs=1e-9)
+    keys = ["CIE_1931_chromaticity.x", TAU_V]
+    # Without light there are no chromaticity and no ratio.
+    dark, dim = lens * 0.0, lens * (0.05 / result.a.value)
+    both = compare(lens, dark, budget(GAIN, own), keys, coverage=0.99)
+    assert (repr(both), list(both), len(both)) == ("<Comparison: 1 quantities>", [TAU_V], 1)
+    assert (both[TAU_V].ratio, both[TAU_V].difference.value) == (None, result.a.value)
+    assert both[TAU_V].difference.k == pytest.approx(2.5758293)
+    with pytest.raises(KeyError, match=r"chromaticity\.x: The result is not a finite number"):
+        both[keys[0]]
+    ratio = compare(lens, dim, budget(own), [TAU_V])[TAU_V].ratio
+    assert ratio is not None
+    assert (ratio.value, ratio.u / ratio.value) == pytest.approx(
+        (result.a.value / 0.05, 0.001 * math.sqrt(2.0))
+    )
+
+
+def test_what_each_point_has_for_itself_is_not_shared_by_other_points() -> None:
+    wavelengths = np.arange(380.0, 781.0, 5.0)
+    fine, coarse = (vek.Scan(grid, 0.5 + 0.0 * grid) for grid in (wavelengths, wavelengths[::2]))
+    assert compare(fine, coarse, budget(NOISE, GAIN), [TAU_V])[TAU_V].difference.u > 0.0
+    shared = Component(
+        name="n", kind="noise", standard=0.01, correlation="independent", shared=True
+    )
+    with pytest.raises(vek.Refusal) as refusal:
+        compare(fine, coarse, budget(GAIN, shared), [TAU_V])
+    assert str(refusal.value) == (
+        "component 'n' is shared, and has a number for each point: the spectra have 81 and 41"
+    )
+    same = compare(fine, fine * 0.5, budget(GAIN, shared), [TAU_V])[TAU_V]
+    assert same.difference.contributions["n"] == pytest.approx(0.0, abs=1e-12)
+
+
+# Sizes and their correlation at 400, 410 and 430 nm.
+SIZES = np.array([1e-3, 2e-3, 3e-3])
+VALUES = np.array([0.5, 0.25, 0.2])
+APART = np.abs(np.subtract.outer([0.0, 10.0, 30.0], [0.0, 10.0, 30.0]))
+NEAR = np.exp(-APART / 20.0)
+# Between 400 and 430 nm the errors are linear, but not smaller for it.
+LEFT, RIGHT = np.array([2.5, 2.0]) / math.sqrt(7.0)
+LINE = np.array([[1.0, LEFT, 0.5], [LEFT, 1.0, RIGHT], [0.5, RIGHT, 1.0]])
+ENDS = Matrix([400.0, 430.0], [[1.0, 0.5], [0.5, 1.0]])
+WHOLE = Matrix([400.0, 430.0], [[1e-6, 5e-7], [5e-7, 1e-6]])
+THIRDS = np.array([[1.0, 0.0], [2 / 3, 1 / 3], [0.0, 1.0]])
 
 
 @pytest.mark.parametrize(
-    ("component", "words"),
+    ("arguments", "expected"),
     [
-        ({"kind": "noise", "standard": [(400, 1), (500, 1)], "correlation": "full"}, "from 400 nm"),
+        ({"standard": SIZES, "correlation": "independent"}, np.diag(SIZES**2)),
+        ({"standard": SIZES, "correlation": "full"}, np.outer(SIZES, SIZES)),
+        ({"standard": SIZES, "correlation": {"length": 20}}, NEAR * np.outer(SIZES, SIZES)),
+        ({"standard": SIZES, "correlation": {"matrix": ENDS}}, LINE * np.outer(SIZES, SIZES)),
+        ({"standard": SIZES, "correlation": {"matrix": NEAR}}, NEAR * np.outer(SIZES, SIZES)),
         (
-            {"kind": "noise", "standard": [1, 2], "correlation": "full"},
-            "2 numbers, the spectrum 49",
+            {"standard": [(400, 1), (430, 4)], "unit": "%", "correlation": "full"},
+            np.outer([1, 2, 4], [1, 2, 4]) * 1e-4,
         ),
-        ({"kind": "offset", "standard": 1, "unit": "mW m-2 nm-1"}, "the spectrum is in 1"),
-        ({"kind": "covariance", "covariance": np.eye(3)}, "for 3 points"),
-        ({"kind": "stray-light", "standard": 1, "band": (100, 200)}, "no data in the band"),
+        (
+            {"standard": 1, "unit": "%", "relative": True, "correlation": "full"},
+            np.outer(VALUES, VALUES) * 1e-4,
+        ),
+        ({"covariance": WHOLE}, THIRDS @ WHOLE.values @ THIRDS.T),
+        ({"covariance": 1e-6 * NEAR}, 1e-6 * NEAR),
+        ({"covariance": NEAR, "relative": True}, NEAR * np.outer(VALUES, VALUES)),
     ],
 )
-def test_a_budget_that_does_not_fit_is_refused(component: dict[str, Any], words: str) -> None:
+@pytest.mark.parametrize("unit", ["1", "%"])
+def test_the_covariance_of_the_points(
+    arguments: dict[str, Any], expected: np.ndarray, unit: str
+) -> None:
+    kind: Any = "covariance" if "covariance" in arguments else "noise"
+    noise = Component(name="noise", kind=kind, **arguments)
+    scale = 1.0 if unit == "1" else 100.0
+    scan = vek.Scan([400.0, 410.0, 430.0], scale * VALUES * [1.0, -1.0, 1.0])
+    case = case_of(vek.Spectrum(scan, "transmittance", unit), budget(noise), [MIN])
+    (effect,) = case.prepared.effects(case.spectrum)
+    rows = np.diag(effect.rows[0]) if effect.form == "independent" else effect.rows
+    assert rows.T @ rows == pytest.approx(expected, rel=1e-9, abs=1e-18)
+
+
+@pytest.mark.parametrize(
+    ("component", "told"),
+    [
+        (
+            {"kind": "noise", "standard": [(400, 1), (500, 1)], "correlation": "full"},
+            "component 'c': its size is stated from 400 nm to 500 nm, the spectrum goes from "
+            "320 nm to 800 nm",
+        ),
+        (
+            {"kind": "noise", "standard": [1, 2], "correlation": "full"},
+            "component 'c': its size has 2 numbers, the spectrum 49 points",
+        ),
+        (
+            {"kind": "offset", "standard": 1, "unit": "mW m-2 nm-1"},
+            "component 'c': its unit is mW m-2 nm-1, the spectrum is in 1",
+        ),
+        (
+            {"kind": "covariance", "covariance": np.eye(3)},
+            "component 'c': its matrix is for 3 points, the spectrum has 49",
+        ),
+        (
+            {"kind": "stray-light", "standard": 1, "band": (100, 200)},
+            "the spectrum has no data in the band of stray light, 100-200 nm",
+        ),
+    ],
+)
+def test_a_budget_that_does_not_fit_is_refused(component: dict[str, Any], told: str) -> None:
     lens = vek.Spectrum(glass(), "transmittance", "1")
     with pytest.raises(vek.Refusal) as refusal:
         propagate(lens, budget(Component(name="c", **component)), [TAU_V])
-    assert words in str(refusal.value)
+    assert str(refusal.value) == told
 
 
 def test_sizes_follow_the_unit_of_the_spectrum() -> None:
@@ -482,6 +732,13 @@ def test_sizes_follow_the_unit_of_the_spectrum() -> None:
     told = Component(name="zero", kind="offset", standard=1.0, unit="mW m-2 nm-1")
     keys = [LIGHT["illuminance"], LIGHT["CIE_tristimulus_values.Y"]]
     lux = 683.002 * 1e-3 * 106.86
+    own = Component(name="own", kind="noise", standard=1e-3, correlation="independent")
+    in_milliwatts, in_watts = (
+        propagate(each, budget(own), keys) for each in (lamp, lamp.to("W m-2 nm-1"))
+    )
+    for key, scale in (("illuminance", 1.0), ("CIE_tristimulus_values.Y", 1000.0)):
+        expected = scale * in_watts[key].u
+        assert in_milliwatts[key].u == pytest.approx(expected, rel=1e-9) != 0.0
     for component in (zero, told):
         results = propagate(lamp, budget(component), keys)
         assert results["illuminance"].u == pytest.approx(lux, rel=0.001)

@@ -21,6 +21,8 @@ from ._sizes import Floats
 
 # Grids that a budget is kept prepared for: the files of a folder have one or two.
 _GRIDS: Final = 8
+# Units of indices, differences and shifts, which may be below zero; those of amounts cannot.
+_SIGNED: Final = ("1", "%", "rad")
 
 type Keys = Iterable[Quantity | str]
 
@@ -98,8 +100,8 @@ def _possible(record: Quantity, value: quantities.Value) -> Interval:
         return 0.0, 1.0
     if record.is_quotient:
         return 0.0, math.inf
-    is_amount = record.unit != "1" or record.symbol == "L*"
-    return 0.0 if is_amount else -math.inf, math.inf
+    is_signed = record.unit in _SIGNED and record.symbol != "L*"
+    return -math.inf if is_signed else 0.0, math.inf
 
 
 def case_of(spectrum: Spectrum | Scan, budget: Budget, keys: Keys | None) -> Case:

@@ -185,10 +185,10 @@ def _per_nm_of_bandwidth(component: Component, spectrum: Measured) -> Floats:
 def _mean(spectrum: Measured, band: tuple[float, float] | None) -> float:
     """Mean of the values over a band, trapezoidal; over all that is measured without one."""
     wavelengths, values = spectrum.wavelengths, spectrum.values
-    low, high = (wavelengths[0], wavelengths[-1]) if band is None else band
-    low, high = max(low, wavelengths[0]), min(high, wavelengths[-1])
+    first, last = (wavelengths[0], wavelengths[-1]) if band is None else band
+    low, high = max(first, wavelengths[0]), min(last, wavelengths[-1])
     if not low < high:
-        raise Refusal(f"the spectrum has no data in the band of stray light, {low:g}-{high:g} nm")
+        raise Refusal(f"the spectrum has no data in the band of stray light, {first:g}-{last:g} nm")
     inside = (wavelengths > low) & (wavelengths < high)
     x = np.concatenate(([low], wavelengths[inside], [high]))
     return float(np.trapezoid(np.interp(x, wavelengths, values), x) / (high - low))

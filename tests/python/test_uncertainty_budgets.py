@@ -1,0 +1,462 @@
+"""Budgets of uncertainty: their files, their components, how figures are rounded."""
+
+import math
+from pathlib import Path
+from typing import Any
+
+import numpy as np
+import pytest
+
+import vekanalysis as vek
+from vekanalysis._toml import Place, line_of
+from vekanalysis.uncertainty import Budget, Component, Matrix, coverage_factor, rounded
+
+EXAMPLES = Path(__file__).parents[2] / "examples"
+
+NOISE = """
+[[component]]
+name = "noise"
+kind = "noise"
+{}
+"""
+
+
+def test_the_example_says_what_its_sizes_are() -> None:
+    budget = Budget.read(EXAMPLES / "budget.toml")
+    sizes = {c.name: c.size.values.item() for c in budget.components if c.size is not None}
+    assert (budget.label, budget.coverage) == ("Bench 1, March 2026", 0.95)
+    assert sizes == pytest.approx(
+        {"100 % line": 0.002, "zero": 0.0009 / math.sqrt(3), "noise": 0.0005, "wavelength": 0.2}
+    )
+    assert [c.law for c in budget.components] == ["normal", "rectangular", "t", "normal"]
+    assert [c.is_shared for c in budget.components] == [True, True, False, True]
+
+
+# Lines of a component, and what is told of the file, line by line from the first, which is blank.
+# FULL is the correlation, NOISE the component, HOW what a correlation may be.
+MISTAKES = """\
+standart = 1 | FULL -> 5: component 'noise' has an unknown key 'standart'; did you mean 'standard'?
+standard = 1 -> 2: NOISE correlation is missing; HOW
+standard = 1 | correlation = "fall" -> 6: NOISE correlation is 'fall'; HOW
+standard = 1 | correlation = { width = 1 } -> 6: NOISE correlation is {'width': 1}; HOW
+standard = 1 | correlation = { length = 0 } -> 6: NOISE correlation is 0; it must be a number \
+above 0
+FULL -> 2: NOISE its size is missing: standard, expanded with k, or half_width
+standard = 1 | FULL | expanded = 2 | k = 2 -> 7: NOISE has both standard and expanded; one states \
+the size
+expanded = 2 | FULL -> 5: NOISE expanded needs k
+standard = 1 | k = 2 | FULL -> 6: NOISE k needs expanded
+expanded = 1 | k = 0 | FULL -> 6: NOISE k is 0; it must be a number above 0
+expanded = 1 | k = inf | FULL -> 6: NOISE k is inf; it must be a number above 0
+FULL | standard = -1 -> 6: NOISE standard must not be below 0
+FULL | standard = [ |  [400, 1], |  [390, 1]] -> 6: NOISE standard must have ascending wavelengths
+FULL | standard = nan -> 6: NOISE standard has numbers that are not finite
+FULL | standard = true -> 6: NOISE standard must be a number, not True
+FULL | standard = [] -> 6: NOISE standard is empty
+FULL | standard = ["a"] -> 6: NOISE standard must be a number, or pairs of wavelength and number
+FULL | standard = [[1, 2, 3]] -> 6: NOISE standard must be a number, or pairs of wavelength and \
+number
+half_width = 1 | FULL -> 5: NOISE half_width needs a distribution: rectangular, triangular or \
+arcsine
+standard = 1 | FULL | quantities = 1 -> 7: NOISE kind 'noise' has no quantities
+standard = 1 | FULL | distribution = "box" -> 7: NOISE distribution is 'box'; there are 'normal', \
+'t', 'rectangular', 'triangular', 'arcsine'
+standard = 1 | FULL | distribution = "t" -> 7: NOISE distribution 't' needs dof
+standard = 1 | FULL | dof = 0 -> 7: NOISE dof is 0; it must be a number above 0
+standard = 1 | FULL | dof = "a" -> 7: NOISE dof is 'a'; it must be a number above 0
+standard = 1 | FULL | shared = 1 -> 7: NOISE shared must be true or false
+standard = 1 | FULL | pivot = 500 -> 7: NOISE kind 'noise' has no pivot
+standard = 1 | FULL | unit = "furlong" -> 7: NOISE the unit 'furlong' is not understood
+standard = "none.csv" | FULL -> 5: standard: ~/none.csv: cannot be read: No such file or directory
+standard = "uneven.csv" | FULL -> 5: standard: ~/uneven.csv: line 3: 3 cells in place of 2
+standard = "down.csv" | FULL -> 5: standard: ~/down.csv: the wavelengths do not ascend
+standard = "empty.csv" | FULL -> 5: standard: ~/empty.csv: there are no numbers in it
+standard = "inf.csv" | FULL -> 5: standard: ~/inf.csv: there are numbers that are not finite
+standard = "word.csv" | FULL -> 5: standard: ~/word.csv: line 1: could not convert string to \
+float: 'x'
+standard = "long.csv" | FULL -> 5: standard: ~/long.csv: more than 5000 lines
+standard = "three.csv" | FULL -> 5: standard: ~/three.csv: 3 columns; name one of them
+standard = { file = "three.csv", column = "wl" } | FULL -> 5: standard: ~/three.csv: no column 'wl'
+standard = { column = "a" } | FULL -> 5: standard: a table needs file, and may have column
+standard = { file = "three.csv", row = 1 } | FULL -> 5: standard: a table needs file, and may have \
+column
+standard = { file = 3 } | FULL -> 5: standard: a file is named by a text
+standard = 1 | correlation = { matrix = "square.csv" } -> 6: MATRIX is no correlation matrix: its \
+diagonal is not 1
+standard = 1 | correlation = { matrix = "beyond.csv" } -> 6: MATRIX is no correlation matrix: \
+beyond a correlation of 1 in row 1, column 2
+standard = 1 | correlation = { matrix = "negative.csv" } -> 6: MATRIX is no correlation matrix: it \
+has an eigenvalue of -0.8, and none may be below 0
+standard = 1 | correlation = { matrix = "uneven.csv" } -> 6: correlation: ~/uneven.csv: line 3: 3 \
+cells in place of 2
+standard = 1 | correlation = { matrix = "pair.csv" } -> 6: correlation: ~/pair.csv: 2 lines of 2 \
+columns; a matrix needs a column for the wavelengths and as many more as there are lines
+standard = 1 | correlation = { matrix = [1, 2] } -> 6: MATRIX must be a square matrix
+standard = 1 | correlation = { matrix = [] } -> 6: MATRIX must be a square matrix
+standard = 1 | correlation = { matrix = [["a"]] } -> 6: MATRIX must be a matrix of numbers
+standard = 1 | correlation = { matrix = [[nan]] } -> 6: MATRIX has numbers that are not finite
+standard = 1 | FULL | [[component]] | kind = "gain" -> 7: component 2: name is missing
+standard = 1 | FULL | [[component]] | name = "b" -> 7: component 'b': kind is missing
+standard = 1 | FULL | [[component]] | name = " " | kind = "gain" -> 8: a component needs a name
+standard = 1 | FULL | [[component]] | name = "noise" | kind = "gain" | standard = 1 -> 8: two \
+components are named 'noise'
+standard = 1 | FULL | averaged = 1 -> 7: NOISE averaged is for repeats
+repeats = "pair.csv" | FULL -> 2: NOISE averaged is missing; how many scans a spectrum is the mean \
+of must be stated; 1 for one scan
+repeats = "pair.csv" | averaged = 1 | FULL -> 5: NOISE repeats: at least two spectra are needed
+repeats = "three.csv" | averaged = 0 | FULL -> 5: NOISE averaged must be a whole number above 0
+repeats = "three.csv" | averaged = true | FULL -> 5: NOISE averaged must be a whole number above 0
+repeats = ["three.csv", "down.csv"] | averaged = 1 | FULL -> 5: NOISE repeats: the wavelengths of \
+the spectra differ
+repeats = "zero.csv" | relative = true | averaged = 1 | FULL -> 5: NOISE repeats: no relative \
+noise where the mean is 0
+repeats = "none.csv" | averaged = 1 | FULL -> 5: repeats: ~/none.csv: cannot be read: No such file \
+or directory
+repeats = [] | FULL -> 5: repeats: must be a file, a list of files, or true for those of the object
+repeats = [3] | FULL -> 5: repeats: must be a file, a list of files, or true for those of the object
+repeats = "pair.csv" | averaged = 1 | FULL | dof = 3 | k = 2 -> 8: NOISE repeats give its size; \
+dof is too much
+repeats = true | averaged = 1 | FULL -> 6: NOISE averaged is too much: the mean is that of all \
+repeats of the object
+repeats = true -> 2: NOISE correlation is missing; "independent", "full", "observed" or a table \
+must be stated
+repeats = true | FULL | [[component]] | name = "b" | kind = "gain" | repeats = true -> 9: \
+component 'b': repeats are of kind 'noise'
+"""
+FILES = {
+    "uneven": "wavelength,size\n400,1\n410,1,1\n",
+    "square": "400,1.01,0\n410,0,1.01\n",
+    "beyond": "400,1,1.1\n410,1.1,1\n",
+    "negative": "400,1,.9,-.9\n410,.9,1,.9\n420,-.9,.9,1\n",
+    "pair": "400,0.5\n410,0.6\n",
+    "three": "wl,a,b\n400,0.5,1\n410,0.6,1\n",
+    "down": "420,0.5\n400,0.6\n",
+    "zero": "400,0.5,-0.5\n410,0.6,1\n",
+    "empty": "wl,a\n",
+    "inf": "400,inf\n",
+    "word": "400,x\n",
+    "long": "".join(f"{n},1\n" for n in range(5001)),
+}
+SHORT = {
+    "FULL": 'correlation = "full"',
+    "MATRIX": "NOISE the matrix of correlation",
+    "NOISE": "component 'noise':",
+    "HOW": 'it must be stated: "independent", "full", { length = ... } in nm or { matrix = ... }',
+}
+
+
+@pytest.mark.parametrize("mistake", MISTAKES.splitlines())
+def test_a_mistake_is_told_with_its_line(tmp_path: Path, mistake: str) -> None:
+    for short, long in SHORT.items():
+        mistake = mistake.replace(short, long)
+    lines, told = mistake.replace("~", str(tmp_path)).split(" -> ")
+    for name, text in FILES.items():
+        (tmp_path / f"{name}.csv").write_text(text)
+    file = tmp_path / "budget.toml"
+    file.write_text(NOISE.format(lines.replace(" | ", "\n")))
+    with pytest.raises(vek.Refusal) as refusal:
+        Budget.read(file)
+    assert str(refusal.value) == f"{file}: line {told}"
+
+
+BETWEEN = "it must lie between 0 and 1"
+MANY_BITS = "no TOML: a whole number has more than 64 bits"
+
+
+@pytest.mark.parametrize(
+    ("text", "told"),
+    [
+        ("coverage = 1.5", "line 1: coverage is 1.5; it must lie between 0 and 1"),
+        ("\nlabel = 3\n", "line 2: label must be a text"),
+        ('labell = ""', "line 1: the budget has an unknown key 'labell'; did you mean 'label'?"),
+        ("component = 3", "line 1: components are written under [[component]]"),
+        ("component = [3]", "line 1: components are written under [[component]]"),
+        ("\nlabel =\n", "line 2: no TOML: Invalid value"),
+        (f"coverage = {'9' * 5000}", "no TOML: a number has too many digits"),
+        (f"label = {'[' * 5000}", "too deeply nested"),
+        (b"label = '\xff'", "no TOML: it is not in UTF-8"),
+        ("coverage = 9223372036854775807", f"line 1: coverage is {2**63 - 1}; {BETWEEN}"),
+        ("coverage = -9223372036854775808", f"line 1: coverage is -{2**63}; {BETWEEN}"),
+        ("coverage = 9223372036854775808", MANY_BITS),
+        ("coverage = [{x = [-9223372036854775809]}]", MANY_BITS),
+        (
+            '"a\\nb" = 1',
+            "the budget has an unknown key 'a\N{REPLACEMENT CHARACTER}b'; there are 'label', "
+            "'date', 'coverage', 'component'",
+        ),
+    ],
+)
+def test_a_mistake_at_the_top_is_told(tmp_path: Path, text: str | bytes, told: str) -> None:
+    file = tmp_path / "budget.toml"
+    file.write_bytes(text.encode() if isinstance(text, str) else text)
+    with pytest.raises(vek.Refusal) as refusal:
+        Budget.read(file)
+    assert str(refusal.value) == f"{file}: {told}"
+
+
+ODD = """\
+"label" = "[[component]]"
+note = '''
+key = 1
+[[component]]
+'''
+a.b = 1
+[laboratory]
+name = "A"
+ 'b' . c = 2
+[[component]]
+name = "[[component]]"
+ [[ component ]]
+list = [
+"kind = 2",
+]
+kind = 1
+size = { a = 1 }
+[component.sub]
+[[component]]
+[laboratory.address]
+"""
+
+
+@pytest.mark.parametrize(
+    ("table", "number", "key", "line"),
+    [
+        (None, None, "label", 1),
+        (None, None, "a", 6),
+        (None, None, "laboratory", 7),
+        (None, None, "component", 10),
+        ("laboratory", None, None, 7),
+        ("laboratory", None, "name", 8),
+        ("laboratory", None, "b", 9),
+        ("laboratory", None, "address", 20),
+        ("component", 0, None, 10),
+        ("component", 0, "name", 11),
+        ("component", 1, None, 12),
+        ("component", 1, "list", 13),
+        ("component", 1, "kind", 16),
+        ("component", 1, "size", 17),
+        ("component", 1, "sub", 18),
+        ("component", 2, None, 19),
+    ],
+)
+def test_the_line_of_a_key_is_found(
+    table: str | None, number: int | None, key: str | None, line: int
+) -> None:
+    assert line_of(ODD, Place(table, number, key)) == line
+
+
+def test_reasons_and_the_search_for_lines_have_an_end(tmp_path: Path) -> None:
+    file = tmp_path / "budget.toml"
+    for length in (216, 217):
+        file.write_text(f"{'k' * length} = 1")
+        with pytest.raises(vek.Refusal) as refusal:
+            Budget.read(file)
+        reason = f"the budget has an unknown key '{'k' * length}'; there are 'label', 'date', "
+        reason += "'coverage', 'component'"
+        told = str(refusal.value).removeprefix(f"{file}: line 1: ")
+        assert told == (reason if len(reason) == 300 else f"{reason[:299]}…")
+    # Each line in the text may be that of the key, and costs the time of all before it.
+    for count, line in ((100, 103), (1000, None)):
+        text = f'text = """\n{"key = 1\n" * count}"""\nkey = 1\n'
+        assert line_of(text, Place(key="key")) == line
+
+
+BAND = "band must be two ascending wavelengths in nm"
+KEYS = "quantities must be a list of keys"
+NO_FRACTION = "the unit 'nm' is none of a fraction"
+EYE = np.eye(2)
+
+
+@pytest.mark.parametrize(
+    ("kind", "arguments", "told"),
+    [
+        ("gain", {"relative": True}, "kind 'gain' has no relative"),
+        ("gain", {"unit": "nm"}, NO_FRACTION),
+        ("noise", {"unit": "nm", "relative": True, "correlation": "full"}, NO_FRACTION),
+        ("gian", {}, "kind is 'gian'; did you mean 'gain'?"),
+        ("gain", {"standard": {500: 1, 400: -1}}, "standard must not be below 0"),
+        ("gain", {"standard": [(4, 1), (4, 2)]}, "standard must have ascending wavelengths"),
+        ("gain", {"dof": True}, "dof is True; it must be a number above 0"),
+        (
+            "wavelength-scale",
+            {},
+            "pivot is missing; the wavelength in nm at which the scale is right must be stated",
+        ),
+        ("wavelength-scale", {"pivot": 0}, "pivot is 0; it must be a number above 0"),
+        ("bandwidth", {}, "fwhm is missing; the bandwidth itself, in nm, must be stated"),
+        ("bandwidth", {"fwhm": math.inf}, "fwhm is inf; it must be a number above 0"),
+        (
+            "bandwidth",
+            {"fwhm": 5, "slit": "round"},
+            "slit is 'round'; there are 'triangular', 'gaussian'",
+        ),
+        ("figure", {"quantities": "a"}, KEYS),
+        ("figure", {"quantities": 3}, KEYS),
+        ("figure", {"quantities": [3]}, KEYS),
+        (
+            "figure",
+            {"quantities": []},
+            "quantities is missing; the keys of the quantities it adds to must be stated",
+        ),
+        (
+            "figure",
+            {"standard": [1, 2], "quantities": ["a"]},
+            "a figure has one size, not one by wavelength",
+        ),
+        ("stray-light", {"band": (400, 400)}, BAND),
+        ("stray-light", {"band": (400, 500, 600)}, BAND),
+        ("stray-light", {"band": (400, "a")}, BAND),
+        (
+            "noise",
+            {"standard": None, "half_width": 1, "distribution": "arcsine"}
+            | {"correlation": {"length": 20}},
+            "a partial correlation needs a normal or t distribution",
+        ),
+        (
+            "noise",
+            {"distribution": "rectangular", "correlation": {"matrix": EYE}},
+            "a partial correlation needs a normal or t distribution",
+        ),
+    ],
+)
+def test_a_component_that_cannot_be_is_refused(
+    kind: str, arguments: dict[str, object], told: str
+) -> None:
+    with pytest.raises(vek.Refusal) as refusal:
+        Component(name="c", kind=kind, **{"standard": 1} | arguments)  # type: ignore[arg-type]
+    assert str(refusal.value) == f"component 'c': {told}"
+
+
+@pytest.mark.parametrize(
+    ("covariance", "told"),
+    [
+        ([[1, 2]], "the matrix of covariance must be a square matrix"),
+        ([[1, 0.5], [0.6, 1]], "the matrix of covariance is not symmetric in row 1, column 2"),
+        (
+            [[1, 0], [0, -1]],
+            "the matrix of covariance is no covariance matrix: it has numbers below 0 in its "
+            "diagonal",
+        ),
+        (
+            [[1, 0, 0], [0, 4, 2.1], [0, 2.1, 1]],
+            "the matrix of covariance is no covariance matrix: beyond a correlation of 1 in row 2, "
+            "column 3",
+        ),
+        (Matrix([400, 410, 420], EYE), "the matrix of covariance has 2 rows for 3 wavelengths"),
+        (Matrix([400, 400], EYE), "the matrix of covariance must have ascending wavelengths"),
+        (None, "kind 'covariance' needs a covariance matrix, or a size with the correlation"),
+    ],
+)
+def test_a_covariance_that_cannot_be_is_refused(covariance: object, told: str) -> None:
+    size = {"standard": 1} if covariance is None else {"covariance": covariance}
+    with pytest.raises(vek.Refusal) as refusal:
+        Component(name="c", kind="covariance", **size)  # type: ignore[arg-type]
+    assert str(refusal.value) == f"component 'c': {told}"
+
+
+A = Component(name="a", kind="gain", standard=1)
+
+
+@pytest.mark.parametrize(
+    ("arguments", "told"),
+    [
+        ({"coverage": True}, "coverage must be a number between 0 and 1"),
+        ({"coverage": 0.0}, "coverage is 0.0; it must lie between 0 and 1"),
+        ({"coverage": 1}, "coverage is 1; it must lie between 0 and 1"),
+        ({"components": [A, A]}, "two components are named 'a'"),
+        (
+            {"components": [A], "of_repeats": [{"name": "a", "correlation": "full"}]},
+            "two components are named 'a'",
+        ),
+        (
+            {"of_repeats": [{"name": "a", "correlation": "full"}] * 2},
+            "two components are named 'a'",
+        ),
+        ({"of_repeats": [{"name": "a", "correlation": "full", "k": 3}]}, "'a': k needs expanded"),
+        ({"components": [3]}, "a Budget has Components, not int"),
+    ],
+)
+def test_a_budget_that_cannot_be_is_refused(arguments: dict[str, Any], told: str) -> None:
+    with pytest.raises((vek.Refusal, TypeError)) as refusal:
+        Budget(**arguments)
+    assert str(refusal.value).removeprefix("component ") == told
+
+
+def test_a_matrix_of_a_certificate_may_lack_rank_and_digits() -> None:
+    rng = np.random.default_rng(1)
+    effects = rng.standard_normal((4, 30)) * np.geomspace(1e-6, 1.0, 30)
+    exact = effects.T @ effects
+    scale = np.sqrt(np.diagonal(exact))
+    rounded_to_3 = np.round(exact / np.outer(scale, scale), 3) * np.outer(scale, scale)
+    for matrix, tolerance in ((exact, 1e-9), (rounded_to_3, 0.02)):
+        component = Component(name="c", kind="covariance", covariance=Matrix(None, matrix))
+        assert component.partial is not None
+        factor = component.partial.factor
+        assert factor is not None
+        made = factor.rows.T @ factor.rows
+        assert np.abs(made - exact).max() <= tolerance * np.outer(scale, scale).max()
+        assert np.abs((made - exact) / np.outer(scale, scale)).max() <= tolerance
+
+
+# JCGM 100:2008, H.2: resistance and reactance scatter as the repeats do, correlation and all.
+def test_repeats_keep_the_correlation_between_their_points() -> None:
+    volt = [5.007, 4.994, 5.005, 4.990, 4.999]
+    milliampere = [19.663, 19.639, 19.640, 19.685, 19.678]
+    repeats = [vek.Scan([1.0, 2.0], list(pair)) for pair in zip(volt, milliampere, strict=True)]
+    observed = Component.from_repeats("r", repeats, averaged=5, correlation="observed")
+    assert observed.partial is not None
+    assert observed.partial.factor is not None
+    rows = observed.partial.factor.rows
+    covariance = rows.T @ rows
+    u = np.sqrt(np.diagonal(covariance))
+    assert u == pytest.approx([0.0032, 0.0095], abs=5e-5)
+    assert covariance[0, 1] / u.prod() == pytest.approx(-0.36, abs=0.005)
+    assert observed.dof == 4
+    single = Component.from_repeats("r", repeats, averaged=1, correlation="independent")
+    assert single.size is not None
+    assert single.size.values == pytest.approx(u * math.sqrt(5))
+
+
+def test_repeats_of_a_file_are_taken_in_their_unit(tmp_path: Path) -> None:
+    (tmp_path / "r.csv").write_text("Wavelength (nm),a (%T),b (%T)\n400,50,52\n410,60,60\n")
+    file = tmp_path / "budget.toml"
+    file.write_text(NOISE.format('repeats = "r.csv"\naveraged = 1\ncorrelation = "independent"'))
+    (component,) = Budget.read(file).components
+    assert component.size is not None
+    assert component.size.values == pytest.approx([0.01 * math.sqrt(2.0), 0.0])
+    (tmp_path / "r.csv").write_text("Wavelength (nm),a,b\n400,50,52\n410,60,60\n")
+    with pytest.raises(vek.Refusal, match=r"line 5: .*unit of .* is not stated"):
+        Budget.read(file)
+
+
+@pytest.mark.parametrize(
+    ("value", "expanded", "nearest", "up"),
+    [
+        (0.549559, 0.002239, "0.5496 ± 0.0022", "0.5496 ± 0.0023"),
+        (0.237014, 0.003735, "0.2370 ± 0.0037", "0.2370 ± 0.0038"),
+        (10.05762, 0.027, "10.058 ± 0.027", "10.058 ± 0.027"),  # JCGM 100:2008, 7.2.6
+        (0.54951, 0.00996, "0.550 ± 0.010", "0.550 ± 0.010"),
+        (0.5, 0.0995, "0.50 ± 0.10", "0.50 ± 0.10"),
+        (12345.6, 123.4, "12350 ± 120", "12350 ± 130"),
+        (-1.7207, 0.0515, "-1.721 ± 0.052", "-1.721 ± 0.052"),
+        (9.3e-6, 0.0011, "0.0000 ± 0.0011", "0.0000 ± 0.0011"),
+        (-9.3e-6, 0.0011, "0.0000 ± 0.0011", "0.0000 ± 0.0011"),
+        (0.25, 0.0, "0.25", "0.25"),
+        (1.0 / 3.0, 1e-18, "0.3333333333333333", "0.3333333333333333"),
+        (0.25, math.nan, "0.25", "0.25"),
+        (0.25, math.inf, "0.25", "0.25"),
+    ],
+)
+def test_figures_keep_the_digits_that_their_uncertainty_leaves(
+    value: float, expanded: float, nearest: str, up: str
+) -> None:
+    assert str(rounded(value, expanded)) == nearest
+    assert str(rounded(value, expanded, direction="up")) == up
+
+
+def test_the_coverage_factor_takes_whole_degrees_of_freedom() -> None:
+    assert (
+        coverage_factor(0.95, 16.75) == coverage_factor(0.95, 16) == pytest.approx(2.12, abs=5e-3)
+    )
+    assert coverage_factor(0.95, 0.4) == pytest.approx(12.706, abs=5e-4)
+    assert coverage_factor(0.95, math.inf) == pytest.approx(1.96, abs=5e-4)
