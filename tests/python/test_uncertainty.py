@@ -1,6 +1,7 @@
 """Figures with their uncertainty: first order, draws, comparisons, against published numbers."""
 
 import csv
+import dataclasses
 import math
 import re
 from concurrent.futures import ProcessPoolExecutor, ThreadPoolExecutor
@@ -770,6 +771,22 @@ def _every_kind() -> Budget:
         Component(name="far", correlation={"matrix": matrix}, relative=True, **correlated),
         Component(name="rounded", kind="figure", standard=0.0001, quantities=[TAU_V]),
     )
+
+
+@pytest.mark.parametrize("component", _every_kind().components, ids=lambda each: each.name)
+def test_draws_of_each_kind_agree_with_the_first_order(component: Component) -> None:
+    # The draws of a t distribution of so few degrees of freedom scatter too much to be compared.
+    alone = budget(dataclasses.replace(component, dof=math.inf))
+    drawn = simulate(glass(), alone, [TAU_V, "CIE_1931_chromaticity.y"], draws=10_000, seed=1)
+    for key, figure in drawn.items():
+        first = drawn.first_order[key]
+        assert figure.u == pytest.approx(first.u, rel=0.04, abs=1e-15)
+        assert figure.value == first.value
+        assert figure.mean == pytest.approx(first.value, abs=0.05 * first.u + 1e-15)
+        half = 0.5 * (figure.interval[1] - figure.interval[0])
+        assert half == pytest.approx(first.expanded, rel=0.05, abs=1e-15)
+        assert np.diff(figure.shortest) <= np.diff(figure.interval)
+    assert drawn[TAU_V].u > 0.0
 
 
 @pytest.mark.parametrize("relative", [False, True])

@@ -1,6 +1,8 @@
 """Budgets of uncertainty: their files, their components, how figures are rounded."""
 
+import hashlib
 import math
+from datetime import date
 from pathlib import Path
 from typing import Any
 
@@ -398,6 +400,52 @@ def test_a_matrix_of_a_certificate_may_lack_rank_and_digits() -> None:
         assert np.abs((made - exact) / np.outer(scale, scale)).max() <= tolerance
 
 
+SQUARE = [[1.0, 0.5], [0.5, 1.0]]
+
+
+@pytest.mark.parametrize(
+    ("line", "text", "values"),
+    [
+        ('standard = "a.csv"', "400,1\n\n 410 , 3\n , \n", [1, 2, 3]),
+        ('standard = "a.csv"', "\N{ZERO WIDTH NO-BREAK SPACE}wl;u\n400;1\n410;3\n", [1, 2, 3]),
+        ('standard = {file = "a.csv", column = "b"}', "wl, a ,b\n400,9,2\n410,9,4\n", [2, 3, 4]),
+        ('standard = {file = "a.csv", column = "a"}', "wl, a ,b\n400,2,9\n410,4,9\n", [2, 3, 4]),
+        ('expanded = "a.csv"\nk = 4', "400,1\n410,3\n", [0.25, 0.5, 0.75]),
+        ('half_width = "a.csv"\ndistribution = "triangular"', "400,6\n410,6\n", [6**0.5] * 3),
+        ('half_width = "a.csv"\ndistribution = "arcsine"', "400,2\n410,2\n", [2**0.5] * 3),
+        ("standard = [[400, 1], [410, 3]]", "", [1, 2, 3]),
+        ("standard = [7, 8, 9]", "", [7, 8, 9]),
+        ("standard = 7", "", [7, 7, 7]),
+        ('standard = 1\ncorrelation = { matrix = "a.csv" }', "400,1,.5\n410,.5,1\n", SQUARE),
+        ('standard = 1\ncorrelation = { matrix = "a.csv" }', "w,u,,\n4,7,1,.5\n5,7,.5,1", SQUARE),
+        ('covariance = "a.csv"', "400,1,.5\n410,.5,1\n", SQUARE),
+    ],
+)
+def test_sizes_and_matrices_come_from_files(
+    tmp_path: Path, line: str, text: str, values: list[Any]
+) -> None:
+    file, curve = tmp_path / "budget.toml", tmp_path / "a.csv"
+    curve.write_text(text, newline="")
+    kind = "covariance" if "covariance" in line else "noise"
+    head = f'label = "B"\ndate = 2026-03-01\n[[component]]\nname = "a"\nkind = "{kind}"\n'
+    file.write_text(head + line + ("" if values is SQUARE else '\ncorrelation = "full"'))
+    budget = Budget.read(file)
+    (component,) = budget.components
+    if values is SQUARE:
+        assert component.partial is not None
+        assert component.partial.factor is not None
+        rows = component.partial.factor.rows
+        assert rows.T @ rows == pytest.approx(np.array(SQUARE))
+    else:
+        assert component.size is not None
+        grid = np.array([400.0, 405.0, 410.0])
+        assert component.size.on(grid, "it").tolist() == pytest.approx(values)
+    digests = {each: hashlib.sha256(each.read_bytes()).hexdigest() for each in (file, curve)}
+    assert (budget.file, budget.sha256) == (str(file), digests[file])
+    assert dict(budget.files) == ({"a.csv": digests[curve]} if text else {})
+    assert (budget.label, budget.date) == ("B", date(2026, 3, 1))
+
+
 # JCGM 100:2008, H.2: resistance and reactance scatter as the repeats do, correlation and all.
 def test_repeats_keep_the_correlation_between_their_points() -> None:
     volt = [5.007, 4.994, 5.005, 4.990, 4.999]
@@ -415,6 +463,35 @@ def test_repeats_keep_the_correlation_between_their_points() -> None:
     single = Component.from_repeats("r", repeats, averaged=1, correlation="independent")
     assert single.size is not None
     assert single.size.values == pytest.approx(u * math.sqrt(5))
+
+
+def test_the_noise_of_repeats_may_be_relative() -> None:
+    pairs = [[1.0, -2.0], [3.0, -2.0], [2.0, -5.0]]
+    repeats = [vek.Scan([400.0, 410.0], pair) for pair in pairs]
+    for relative, expected in ((False, [1.0, 3.0**0.5]), (True, [0.5, 3.0**-0.5])):
+        noise: Any = Component.from_repeats(
+            "r", repeats, averaged=1, correlation="full", relative=relative, shared=True
+        )
+        assert noise.size.values == pytest.approx(expected)
+        assert (noise.relative, noise.dof, noise.is_shared, noise.law) == (relative, 2.0, True, "t")
+        mean = Component.from_repeats(
+            "r", repeats, averaged=4, correlation="observed", relative=relative
+        )
+        assert (mean.kind, mean.relative) == ("covariance", relative)
+        assert (mean.dof, mean.is_shared) == (2.0, False)
+        rows: Any = mean.partial.factor.rows  # type: ignore[union-attr]
+        assert np.sqrt((rows**2).sum(axis=0)) == pytest.approx(0.5 * np.array(expected))
+    # Values without a unit are fractions, or what is relative to them is wanted.
+    for value, is_taken in ((1.5, True), (-0.5, True), (1.51, False), (-0.51, False)):
+        scans = [vek.Spectrum(vek.Scan([400.0, 410.0], [each, 1.0])) for each in (1.0, value)]
+        for relative in (False, True):
+            if is_taken or relative:
+                Component.from_repeats(
+                    "r", scans, averaged=1, correlation="full", relative=relative
+                )
+            else:
+                with pytest.raises(vek.Refusal, match=r"'r': repeats: the unit of .* no fractions"):
+                    Component.from_repeats("r", scans, averaged=1, correlation="full")
 
 
 def test_repeats_of_a_file_are_taken_in_their_unit(tmp_path: Path) -> None:
@@ -452,6 +529,16 @@ def test_figures_keep_the_digits_that_their_uncertainty_leaves(
 ) -> None:
     assert str(rounded(value, expanded)) == nearest
     assert str(rounded(value, expanded, direction="up")) == up
+
+
+def test_digits_are_as_many_as_are_asked_for() -> None:
+    asked = [str(rounded(12.3456, 0.0951, digits=digits)) for digits in (1, 2, 3, 5)]
+    assert asked == ["12.3 ± 0.1", "12.346 ± 0.095", "12.3456 ± 0.0951", "12.345600 ± 0.095100"]
+    with pytest.raises(ValueError, match=r"^rounded: at least one digit is needed$"):
+        rounded(1.0, 0.1, digits=0)
+    told = r"^rounded: direction must be 'nearest' or 'up', not 'down'$"
+    with pytest.raises(ValueError, match=told):
+        rounded(1.0, 0.1, direction="down")  # type: ignore[arg-type]
 
 
 def test_the_coverage_factor_takes_whole_degrees_of_freedom() -> None:

@@ -110,7 +110,7 @@ class Factor(NamedTuple):
         if np.array_equal(self.wavelengths, grid):
             return self.rows
         _check_range(self.wavelengths, grid, what)
-        right = np.clip(np.searchsorted(self.wavelengths, grid), 1, count - 1)
+        right = np.maximum(np.searchsorted(self.wavelengths, grid), 1)
         left = right - 1
         span = self.wavelengths[right] - self.wavelengths[left]
         share = (grid - self.wavelengths[left]) / span
