@@ -89,7 +89,9 @@ def test_bands_and_luminosity_are_shaded_behind() -> None:
         assert shade.vertices.min(0).tolist() == [380, 0]
         assert shade.vertices.max(0).tolist() == [780, height]
         assert axes.collections[0].get_zorder() < axes.lines[0].get_zorder()
-    assert not vek.plot(CURVE).patches
+    plain = vek.plot(CURVE)
+    assert not plain.patches
+    assert {line.get_visible() for line in plain.get_xgridlines()} == {True}
 
 
 LENS = vek.Spectrum(Scan([400, 410, 420], [25, 50, 60]), "transmittance", "%", "lens 7")

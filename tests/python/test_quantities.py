@@ -2,6 +2,8 @@
 
 import copy
 import math
+import re
+from typing import Any
 
 import pytest
 
@@ -16,20 +18,43 @@ def spectrum(value: float, kind: str = "unknown", unit: str | None = None) -> ve
     return vek.Spectrum(vek.Scan(wavelengths, [value] * 81), kind, unit, "it")  # type: ignore[arg-type]
 
 
+TAKEN = "not stated; the values are taken for fractions"
+SO_TAKEN = "taken for a transmittance"
+PER_CENT = "converted from transmittance in % to transmittance in 1"
+DENSITY = "converted from absorbance in OD to transmittance in 1"
+TO_WATT = "converted from irradiance in mW m-2 nm-1 to irradiance in W m-2 nm-1"
+
+
 @pytest.mark.parametrize(
     ("value", "kind", "unit", "wanted", "result", "note"),
     [
         (0.5, "transmittance", "1", "transmittance", 0.5, None),
-        (50, "transmittance", "%", "transmittance", 0.5, "converted from transmittance in %"),
-        (1, "absorbance", "OD", "transmittance", 0.1, "converted from absorbance in OD"),
-        (1, "unknown", "OD", "transmittance", 0.1, "converted from absorbance in OD"),
-        (0.5, "unknown", None, "transmittance", 0.5, "kind and unit are not stated; the values"),
-        (0.5, "transmittance", None, "transmittance", 0.5, "its unit is not stated; the values"),
-        (50, "unknown", "%", "transmittance", 0.5, "values in %, taken for a transmittance"),
-        (2, "irradiance", "mW m-2 nm-1", "irradiance", 0.002, "converted from irradiance in mW"),
-        (2, "unknown", "mW m-2 nm-1", "irradiance", 0.002, "converted from irradiance in mW"),
+        (50, "transmittance", "%", "transmittance", 0.5, PER_CENT),
+        (1, "absorbance", "OD", "transmittance", 0.1, DENSITY),
+        (1, "unknown", "OD", "transmittance", 0.1, DENSITY),
+        (0.5, "unknown", None, "transmittance", 0.5, f"kind and unit are {TAKEN}"),
+        (0.5, "transmittance", None, "transmittance", 0.5, f"its unit is {TAKEN}"),
+        (
+            50,
+            "unknown",
+            "%",
+            "transmittance",
+            0.5,
+            f"values in %, taken for a transmittance; {PER_CENT}",
+        ),
+        (2, "irradiance", "mW m-2 nm-1", "irradiance", 0.002, TO_WATT),
+        (2, "unknown", "mW m-2 nm-1", "irradiance", 0.002, TO_WATT),
         (2, "counts", "counts", "light", 2, None),
         (2, "unknown", None, "light", 2, None),
+        (2, "unknown", "A", "light", 2, None),
+        (2, "other", "A", "light", 2, None),
+        (2, "other", "V", "light", 2, None),
+        (2, "other", "furlong", "light", 2, None),
+        (2, "other", None, "responsivity", 2, None),
+        (2, "unknown", "V W-1", "responsivity", 2, None),
+        (0.5, "unknown", "1", "transmittance", 0.5, f"values in 1, {SO_TAKEN}"),
+        (1.5, "unknown", None, "transmittance", 1.5, f"kind and unit are {TAKEN}"),
+        (-0.5, "transmittance", "1", "transmittance", -0.5, None),
         (2, "unknown", None, "responsivity", 2, None),
     ],
 )
@@ -38,40 +63,41 @@ def test_a_spectrum_becomes_what_is_wanted(
 ) -> None:
     made = quantities.measurand(spectrum(value, kind, unit), wanted)
     assert made.scan[500] == result
-    assert (note or "") in "; ".join(made.notes)
-    assert bool(made.notes) == (note is not None)
+    assert "; ".join(made.notes) == (note or "")
+
+
+NO_FRACTION = "380 nm is no transmittance between 0 and 1"
+AS_PER_CENT = "; pass unit='%' if the values are per cent"
 
 
 @pytest.mark.parametrize(
     ("value", "kind", "unit", "wanted", "reason"),
     [
+        (0.5, "reflectance", "1", "transmittance", "reflectance, not a transmittance"),
+        (0.5, "unknown", "a.u.", "transmittance", "not known to be a transmittance"),
+        (0.5, "other", None, "transmittance", "not known to be a transmittance"),
+        (0.5, "counts", "counts", "transmittance", "counts, not a transmittance"),
+        (0.5, "unknown", "V W-1", "transmittance", "responsivity, not a transmittance"),
+        (50, "unknown", None, "transmittance", f"50 at {NO_FRACTION}{AS_PER_CENT}"),
+        (1.51, "unknown", None, "transmittance", f"1.51 at {NO_FRACTION}{AS_PER_CENT}"),
+        (150, "unknown", None, "transmittance", f"150 at {NO_FRACTION}{AS_PER_CENT}"),
+        (150.5, "unknown", None, "transmittance", f"150.5 at {NO_FRACTION}"),
+        (-0.51, "transmittance", "1", "transmittance", f"-0.51 at {NO_FRACTION}"),
+        (math.nan, "unknown", None, "transmittance", f"nan at {NO_FRACTION}"),
+        (0.5, "absorbance", None, "transmittance", "absorbance, not a transmittance"),
+        (1, "unknown", None, "irradiance", "not known to be an irradiance"),
         (
-            0.5,
-            "reflectance",
-            "1",
-            "transmittance",
-            "it: reflectance, not a transmittance; its unit is 1",
+            *(1, "irradiance", None, "irradiance"),
+            "irradiance of which the unit is not stated; pass unit='W m-2 nm-1'",
         ),
-        (0.5, "unknown", "a.u.", "transmittance", "it: not known to be a transmittance; its unit"),
-        (0.5, "other", None, "transmittance", "it: not known to be a transmittance"),
-        (0.5, "counts", "counts", "transmittance", "it: counts, not a transmittance"),
-        (50, "unknown", None, "transmittance", "it: 50 at 380 nm is no transmittance between 0"),
-        (math.nan, "unknown", None, "transmittance", "it: nan at 380 nm is no transmittance"),
-        (
-            0.5,
-            "absorbance",
-            None,
-            "transmittance",
-            "it: absorbance, not a transmittance; its unit is not stated",
-        ),
-        (1, "unknown", None, "irradiance", "not known to be an irradiance; its unit is not stated"),
-        (1, "irradiance", None, "irradiance", "irradiance of which the unit is not stated"),
-        (1, "radiance", "W m-2 sr-1 nm-1", "irradiance", "it: radiance, not an irradiance"),
-        (1, "transmittance", "1", "light", "it: transmittance, not a light source"),
-        (1, "other", "µmol m-2 s-1 nm-1", "light", "it: not known to be a light source; its unit"),
-        (1, "other", "W m-2 eV-1", "light", "it: not known to be a light source"),
-        (1, "other", None, "light", "it: not known to be a light source; its unit is not stated"),
-        (1, "irradiance", "W m-2 nm-1", "responsivity", "it: irradiance, not a responsivity"),
+        (1, "radiance", "W m-2 sr-1 nm-1", "irradiance", "radiance, not an irradiance"),
+        (1, "transmittance", "1", "light", "transmittance, not a light source"),
+        (1, "unknown", "OD", "light", "absorbance, not a light source"),
+        (1, "unknown", "A W-1", "light", "responsivity, not a light source"),
+        (1, "other", "µmol m-2 s-1 nm-1", "light", "not known to be a light source"),
+        (1, "other", "W m-2 eV-1", "light", "not known to be a light source"),
+        (1, "other", None, "light", "not known to be a light source"),
+        (1, "irradiance", "W m-2 nm-1", "responsivity", "irradiance, not a responsivity"),
     ],
 )
 def test_another_kind_is_refused(
@@ -79,7 +105,56 @@ def test_another_kind_is_refused(
 ) -> None:
     with pytest.raises(vek.Refusal) as refusal:
         quantities.measurand(spectrum(value, kind, unit), wanted)
-    assert reason in refusal.value.reason
+    stated = "its unit is not stated" if unit is None else f"its unit is {unit}"
+    told = reason if " at " in reason or "pass" in reason else f"{reason}; {stated}"
+    assert str(refusal.value) == f"it: {told}"
+
+
+@pytest.mark.parametrize(
+    ("changes", "wanted", "reason"),
+    [
+        (
+            {"source": vek.Source("a.vek", data_set="3")},
+            "transmittance",
+            "a.vek: 3: counts, not a transmittance; its unit is counts; choose another with "
+            "data_sets=",
+        ),
+        (
+            {"source": vek.Source("a.csv", column="b"), "kind": "reflectance", "unit": "1"},
+            "light",
+            "a.csv: b: reflectance, not a light source; its unit is 1; choose other columns with "
+            "columns=",
+        ),
+        (
+            {"kind": "other", "unit": "lx", "notes": ("a", "title 'E' is no kind")},
+            "transmittance",
+            "it: not known to be a transmittance; title 'E' is no kind",
+        ),
+        (
+            {"kind": "other", "unit": "lx", "notes": ("a", "title 'E' is no kind")},
+            "light",
+            "it: not known to be a light source; its unit is lx",
+        ),
+    ],
+)
+def test_a_refusal_tells_what_else_to_choose(changes: Any, wanted: str, reason: str) -> None:
+    with pytest.raises(vek.Refusal) as refusal:
+        quantities.measurand(spectrum(1, "counts", "counts").replace(**changes), wanted)
+    assert str(refusal.value) == reason
+
+
+@pytest.mark.parametrize(
+    ("values", "worst"),
+    [
+        ([0, 2, 30, -40], "-40 at 403 nm"),
+        ([2, math.inf, math.nan, 3], "inf at 401 nm"),
+        ([1.6, 1.5, -0.5, 1.7], "1.7 at 403 nm"),
+    ],
+)
+def test_of_wrong_transmittances_the_worst_is_named(values: list[float], worst: str) -> None:
+    lens = vek.Spectrum(vek.Scan([400, 401, 402, 403], values))
+    with pytest.raises(vek.Refusal, match=f"^spectrum: {worst} is no transmittance"):
+        quantities.measurand(lens, "transmittance")
 
 
 @pytest.mark.parametrize(
@@ -108,11 +183,13 @@ def test_a_gap_in_the_bands_is_told_once(
     assert [each for each in made.notes if "apart" in each] == ([] if note is None else [note])
 
 
-def test_values_that_look_like_per_cent_have_a_remedy() -> None:
-    with pytest.raises(vek.Refusal, match="pass unit='%' if the values are per cent"):
-        quantities.measurand(spectrum(50), "transmittance")
-    with pytest.raises(ValueError, match="kind is 'colour'; it must be 'light' or one of"):
-        quantities.measurand(spectrum(50), "colour")
+def test_what_no_spectrum_can_be_made_is_refused() -> None:
+    for kind in ("colour", "unknown", "other"):
+        known = re.escape(f"('transmittance', {str(vek.units.KINDS[1:-2])[1:]}")
+        with pytest.raises(
+            ValueError, match=f"^kind is '{kind}'; it must be 'light' or one of {known}$"
+        ):
+            quantities.measurand(spectrum(50, "other"), kind)
 
 
 def test_light_in_an_unknown_unit_has_a_colour_and_no_illuminance() -> None:

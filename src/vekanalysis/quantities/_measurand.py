@@ -56,16 +56,17 @@ def measurand(spectrum: Spectrum, kind: str) -> Spectrum:
         case "transmittance":
             return _with_gap_told(_checked_fractions(_as_transmittance(spectrum)))
         case "light":
-            if spectrum.kind in _OF_MATTER or _is_no_light(spectrum):
+            if _kind_of(spectrum) in _OF_MATTER or _is_no_light(spectrum):
                 raise _other_kind(spectrum, "light source")
             return _with_gap_told(spectrum)
         case "responsivity":
             if _kind_of(spectrum) not in ("responsivity", "other", "unknown"):
                 raise _other_kind(spectrum, "responsivity")
             return spectrum
-    if not units.is_kind(kind) or kind == "unknown":
-        raise ValueError(f"kind is {kind!r}; it must be 'light' or one of {units.KINDS[:-1]}")
-    return _in_coherent_unit(spectrum, kind)
+    coherent = units.coherent(kind) if units.is_kind(kind) else None
+    if not units.is_kind(kind) or coherent is None:
+        raise ValueError(f"kind is {kind!r}; it must be 'light' or one of {units.KINDS[:-2]}")
+    return _in_unit(spectrum, kind, coherent)
 
 
 def _is_no_light(spectrum: Spectrum) -> bool:
@@ -100,11 +101,9 @@ def _other_kind(spectrum: Spectrum, wanted: str) -> Refusal:
     return Refusal(f"{spectrum.where}: {kind}, not {article} {wanted}; {unit}", remedy)
 
 
-def _in_coherent_unit(spectrum: Spectrum, kind: units.Kind) -> Spectrum:
+def _in_unit(spectrum: Spectrum, kind: units.Kind, coherent: str) -> Spectrum:
     if _kind_of(spectrum) != kind:
         raise _other_kind(spectrum, kind)
-    coherent = units.coherent(kind)
-    assert coherent is not None
     if spectrum.unit is None:
         raise Refusal(
             f"{spectrum.where}: {kind} of which the unit is not stated",
