@@ -126,13 +126,19 @@ def draw_spectral_colours(
     ----------
     ax : matplotlib.axes.Axes
     scan : Scan
-        Drawn between ``lowest`` and ``highest`` nm, where it has data.
+        Drawn between ``lowest`` and ``highest`` nm, where it has data; not if it has too few points
+        for its interpolation.
     """
     low = max(lowest, scan.min_wavelength())
     high = min(highest, scan.max_wavelength())
+    if not low < high:
+        return
     steps = max(1, round(high - low))
     edges = [low + (high - low) * i / steps for i in range(steps + 1)]
-    values = [scan(wl) for wl in edges]
+    try:
+        values = [scan(wl) for wl in edges]
+    except RuntimeError:  # No curve, so no area below it.
+        return
     for i in range(steps):
         colour = _colour_of(0.5 * (edges[i] + edges[i + 1]))
         # The edge covers the seam to the neighbour.

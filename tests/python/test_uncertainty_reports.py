@@ -57,6 +57,7 @@ def test_a_table_has_each_file_as_it_is_by_itself(run: Runner, tmp_path: Path) -
     )
     arguments = ("report", "--uncertainty", BUDGET, "--jobs", "1", "--csv", "-")
     table = run(*arguments, folder)
+    assert run(*arguments, "--jobs", "2", folder) == table
     assert table.status == 1
     lines = table.out.splitlines()[1:]
     apart = [run(*arguments, file).out.splitlines()[1:] for file in sorted(folder.iterdir())[:2]]

@@ -101,7 +101,7 @@ def _entry(name: str) -> _Entry:
         lowest, highest, what, source = _OF_TEMPERATURE[function]
         if lowest <= kelvin <= highest:
             return _Entry(name, "relative", source, "formula")
-        raise Refusal(f"no {what} of {kelvin:g} K: from {lowest} to {highest} K")
+        raise Refusal(f"no {what} of {kelvin:.16g} K: from {lowest} to {highest} K")
     raise Refusal(f"no built-in spectrum '{name}'; 'vekanalysis references' lists them")
 
 

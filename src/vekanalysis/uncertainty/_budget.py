@@ -92,6 +92,13 @@ class Budget:
         object.__setattr__(self, "components", tuple(self.components))
         object.__setattr__(self, "of_repeats", tuple(map(dict, self.of_repeats)))
 
+    # For processes that share the work: a view of a mapping cannot travel.
+    def __getstate__(self) -> dict[str, Any]:
+        return self.__dict__ | {"files": dict(self.files)}
+
+    def __setstate__(self, state: Mapping[str, Any]) -> None:
+        self.__dict__.update(state, files=MappingProxyType(state["files"]))
+
     def with_repeats(self, repeats: Sequence[Spectrum | Scan]) -> Self:
         """The budget for the mean of these repeats, with the noise that they show.
 
