@@ -4,6 +4,7 @@ import csv
 import io
 import math
 from pathlib import Path
+from typing import Any
 
 import pytest
 from cli import GREY, ROOT, Runner, flat, write_csv
@@ -40,20 +41,46 @@ def test_points_between_are_those_of_the_scan() -> None:
     assert on_grid(per_cent).scan.values() == pytest.approx(expected, abs=1e-12)
 
 
+def test_a_billionth_of_a_nanometre_is_measured_there() -> None:
+    near = on_grid(spectrum([300 + 2e-10, 305 - 9e-10, 310 - 2e-10], [0.5, 0.3, 0.25]))
+    assert near.scan.to_lists() == ([300, 305, 310], [0.5, 0.3, 0.25])
+    assert near.notes == ("brought to 300-310 nm, step 5 nm: 3 points, all of them measured",)
+    # Of two points beside a wavelength the nearer one is taken.
+    two = on_grid(spectrum([300, 305 - 5e-10, 305 + 2e-10, 310 + 9e-10], [0.1, 0.2, 0.3, 0.4]))
+    assert two.scan.values() == [0.1, 0.3, 0.4]
+    line = vek.Scan([300 + 2e-8, 306, 311], [0.1, 0.2, 0.3], 1e-9, vek.LINEAR)
+    beside = on_grid(vek.Spectrum(line, "transmittance", "1", notes=("a",)))
+    assert beside.notes == (
+        "a",
+        "brought to 305-310 nm, step 5 nm: 2 points, 2 of them interpolated",
+    )
+    assert (beside.scan.epsilon, beside.scan.interpolation) == (1e-9, vek.LINEAR)
+
+
+TOO_FEW = "it cannot be interpolated: Cannot initialize a spline, too few points"
+UNMEASURED = (
+    "1 of the wavelengths in steps of 10 nm were not measured, and points between others have no "
+    "errors of their own to be uncertain by"
+)
+
+
 @pytest.mark.parametrize(
-    ("points", "step", "words"),
+    ("wavelengths", "options", "reason"),
     [
-        ([(301.0, 0.5), (304.0, 0.5)], 5.0, "no multiple of 5 nm"),
-        ([(301.0, 0.5), (309.0, 0.5)], 5.0, "cannot be interpolated"),
-        ([(300.0, 0.5), (900.0, 0.5)], 1e-6, "is too fine"),
+        ([], {}, "it has no points"),
+        ([301, 304], {}, "no multiple of 5 nm lies within its data"),
+        ([301, 309], {}, TOO_FEW),
+        ([300, 310 + 2e-9], {"step": 10.0, "thinned": True}, UNMEASURED),
+        ([300, 1300], {"step": 1e-3}, "a step of 0.001 nm is too fine for its range"),
+        ([300, 1299.999], {"step": 1e-3}, TOO_FEW),
     ],
 )
 def test_what_cannot_be_brought_there_is_refused(
-    points: list[tuple[float, float]], step: float, words: str
+    wavelengths: list[float], options: dict[str, Any], reason: str
 ) -> None:
-    wavelengths, values = zip(*points, strict=True)
-    with pytest.raises(vek.Refusal, match=words):
-        on_grid(spectrum([*wavelengths], [*values]), step)
+    with pytest.raises(vek.Refusal) as refused:
+        on_grid(spectrum(wavelengths, [0.5] * len(wavelengths)), **options)
+    assert str(refused.value) == f"s: {reason}"
 
 
 @pytest.mark.parametrize("step", [0.0, -1.0, math.nan, math.inf])

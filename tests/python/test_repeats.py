@@ -29,6 +29,10 @@ GAIN = '[[component]]\nname = "gain"\nkind = "gain"\nstandard = 0.01\n'
 OBSERVED = BUDGET + 'correlation = "observed"\n'
 
 
+GRID = [400.0, 410.0, 420.0]
+LENS = vek.Spectrum(vek.Scan(GRID, [0.1, 0.2, 0.3]), "transmittance", "1", "Lens 7 (1)")
+
+
 def three(folder: Path, name: str = "lens-07", values: tuple[float, ...] = (0.4, 0.5, 0.6)) -> None:
     for number, value in enumerate(values, start=1):
         write_csv(folder / f"{name}_{number}.csv", flat(value))
@@ -102,16 +106,46 @@ def test_the_mean_does_not_depend_on_the_order() -> None:
         assert Repeats(spectra, "x").mean.scan.values() == values
         shuffled = chance.sample(numbers, 9)
         assert Scatter.of(shuffled) == Scatter.of(numbers)
-    assert Scatter.of([0.5, None]) == (2, None, None)
+    assert Scatter.of([0.5, 1.0, 1.5, 1.0]) == (4, 1.0, math.sqrt(0.5 / 3))
+    for few, n, mean in (([0.5], 1, 0.5), ([], 0, None), ([0.5, None], 2, None)):
+        assert Scatter.of(few) == (n, mean, None)
     assert Scatter.of([0.5, float("nan")]) == (2, None, None)
 
 
 def test_a_mean_states_what_all_scans_state() -> None:
-    def scan(**metadata: str) -> vek.Spectrum:
-        return vek.Spectrum(vek.Scan(flat(0.5)), "transmittance", "1", metadata=metadata)
+    first = LENS.replace(
+        scan=vek.Scan(GRID, [0.125, 0.25, 0.5], 1e-9, vek.LINEAR),
+        metadata={"slit": "1", "operator": "A", "date": "1", "lamp": "D"},
+        notes=("column 3 'a': x", "column 12: y", "z"),
+    )
+    second = first.replace(
+        scan=first.scan * 3,
+        metadata={"lamp": "D", "date": "2", "operator": "A"},
+        notes=("column 4 'b': x", "q"),
+    )
+    mean = Repeats([first, second], "lens").mean
+    assert [*mean.metadata.items()] == [("operator", "A"), ("lamp", "D")]
+    assert mean.notes == ("mean of 2 scans: Lens 7 (1), Lens 7 (1)", "x", "y", "z", "q")
+    expected = vek.Scan(GRID, [0.25, 0.5, 1.0], 1e-9, vek.LINEAR)
+    assert (mean.scan.to_lists(), repr(mean.scan)) == (expected.to_lists(), repr(expected))
+    assert (mean.kind, mean.unit, mean.label) == ("transmittance", "1", "lens")
 
-    mean = Repeats([scan(operator="A", date="1"), scan(date="2", operator="A")], "x").mean
-    assert dict(mean.metadata) == {"operator": "A"}
+
+@pytest.mark.parametrize(
+    ("sources", "told"),
+    [
+        (
+            [("a.vek", "1"), ("b.csv", None, "T"), ("a.vek", "2", "T"), ("c.csv",)],
+            "mean of 4 scans: a.vek: 1, 2; b.csv: T; c.csv",
+        ),
+        ([(None, "x"), ("f", "")], "mean of 2 scans: x; f"),
+        ([()], "one scan only: Lens 7 (1)"),
+        ([(None, None, None, "D65")], "one scan only: built-in D65"),
+    ],
+)
+def test_a_mean_tells_where_its_scans_are(sources: list[tuple[str]], told: str) -> None:
+    spectra = [LENS.replace(source=vek.Source(*source)) for source in sources]
+    assert Repeats(spectra).mean.notes == (told,)
 
 
 def test_the_scatter_of_a_figure_is_the_noise_of_the_mean(run: Runner, tmp_path: Path) -> None:
@@ -414,16 +448,55 @@ def test_one_object_that_cannot_be_had_costs_no_other(run: Runner, tmp_path: Pat
     assert (status, err.count("\n")) == (1, 1)
 
 
+def as_linear(epsilon: float, interpolation: vek.Interpolation) -> dict[str, vek.Scan]:
+    return {"scan": vek.Scan(*LENS.scan.to_lists(), epsilon, interpolation)}
+
+
+OTHERS = "epsilon or interpolation is not that of the others"
+
+
+@pytest.mark.parametrize(
+    ("changes", "reason"),
+    [
+        ({"kind": "reflectance"}, "reflectance in 1, and @ is transmittance in 1: no repeats of "
+         "one object"),
+        ({"unit": None}, "transmittance in a unit that is not stated, and @ is transmittance in 1: "
+         "no repeats of one object"),
+        ({"scan": vek.Scan(GRID[1:], [1, 1])}, "2 points from 410 to 420 nm, and @ has 3 points "
+         "from 400 to 420 nm: repeats of other wavelengths have no mean; pass grid= to bring them "
+         "to common ones"),
+        (as_linear(1e-20, vek.LINEAR), OTHERS),
+        (as_linear(1e-9, vek.AKIMA), OTHERS),
+        ({"scan": vek.Scan(GRID, [1, math.nan, 1])}, "there are values that are not finite"),
+    ],
+)  # fmt: skip
+def test_what_has_no_mean_is_told(changes: dict[str, object], reason: str) -> None:
+    with pytest.raises(vek.Refusal) as refused:
+        _ = Repeats([LENS, LENS.replace(label="b", **changes)]).mean
+    assert str(refused.value) == f"b: {reason.replace('@', LENS.label)}"
+
+
 def test_repeats_in_python_are_checked() -> None:
-    spectrum = vek.Spectrum(vek.Scan(flat(0.5)), "transmittance", "1", "Lens 7 (1)")
-    assert Repeats([spectrum, spectrum.replace(label="Lens 7 (2)")]).label == "Lens 7"
-    with pytest.raises(ValueError, match="at least one"):
+    repeats = Repeats([LENS, LENS.replace(label="Lens 7 (2)")])
+    assert (repeats.label, repr(repeats)) == ("Lens 7", "<Repeats 'Lens 7': 2 scans>")
+    assert Repeats([LENS.replace(label="a"), LENS.replace(label="b")]).label == "a"
+    per_cent = repeats.transmittances().spectra[0].to("%")
+    thinned = Repeats([per_cent] * 2, "x").transmittances(20.0, thinned=True)
+    assert thinned.mean.scan.to_lists() == ([400.0, 420.0], [0.1, 0.3])
+    with pytest.raises(vek.Refusal, match="were not measured"):
+        repeats.transmittances(5.0, thinned=True)
+    with pytest.raises(ValueError, match=r"^Repeats: there must be at least one spectrum$"):
         Repeats([])
-    with pytest.raises(TypeError, match="not Scan"):
-        Repeats([spectrum.scan])  # type: ignore[list-item]
-    with pytest.raises(vek.Refusal, match="not finite"):
-        _ = Repeats([spectrum, spectrum.replace(scan=spectrum.scan * float("nan"))]).mean
+    with pytest.raises(TypeError, match=r"^Repeats are Spectra, not Scan$"):
+        Repeats([LENS.scan])  # type: ignore[list-item]
+    first, copied, other, column = (
+        LENS.replace(source=vek.Source(*place, sha256="f"))
+        for place in (("a", "1"), ("b", "1"), ("a", "2"), ("a", "1", "c"))
+    )
+    assert len(Repeats([first, other, column])) == 3
+    with pytest.raises(vek.Refusal, match=r"^b: 1: this scan is there twice: a copy is no"):
+        Repeats([first, copied])
     with pytest.raises(vek.Refusal, match="two components are named 'a'"):
         Budget(of_repeats=[{"name": "a", "correlation": "full"}] * 2)
     with pytest.raises(TypeError, match="got Repeats"):
-        vek.reports.peaks(Repeats([spectrum]))  # type: ignore[arg-type]
+        vek.reports.peaks(Repeats([LENS]))  # type: ignore[arg-type]
