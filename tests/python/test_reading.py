@@ -270,6 +270,66 @@ def test_files_are_read_as_they_state(
     assert all(380.0 <= s.scan.min_wavelength() <= 999.5 for s in spectra)
 
 
+ROWS = "400;1;9\n410;2;3\n"
+# Labels, wavelengths and values as they come out, and all that is told.
+TOLD: list[tuple[str, dict[str, Any], dict[str, tuple[list[float], list[float]]], list[str]]] = [
+    ("nm;a;um;b\n400;1;.5;2\n500;1;.6;2\n", {},
+     {"a": ([400, 500], [1, 1]), "b": ([500, 600], [2, 2])},
+     ["wavelengths converted from um to nm"]),
+    ("410 1\n400 2\n405 3\n", {"sort": True}, {"lens": ([400, 405, 410], [2, 3, 1])}, []),
+    *(
+        (f"n,wl,T\n{first},400,0.25\n{second},410,0.5\n", {},
+         {"lens": ([400, 410], [0.25, 0.5])} if counts else
+         {"n": ([400, 410], [first, second]), "T": ([400, 410], [0.25, 0.5])},
+         ["'n' left out: it numbers the rows"] * counts)
+        for first, second, counts in ((0, 1, 1), (1, 2, 1), (2, 3, 0), (0, 2, 0))
+    ),
+    ("wl,n\n400,1\n410,2\n", {}, {"lens": ([400, 410], [1, 2])}, []),
+    ("n,wl,T\n1,400,5\n2,410,6\n", {"columns": ["wl", "n"]}, {"lens": ([400, 410], [1, 2])}, []),
+    ("nm;a;b\n400;1;\n410;2;3\n420;;4\n", {},
+     {"a": ([400, 410], [1, 2]), "b": ([410, 420], [3, 4])},
+     ["'a': cells without a number left out: 1, the first in line 4"]),
+    ("nm;a;nm;b\n400;1;400;2\n410;;410;3\n;;420;4\n", {},
+     {"a": ([400], [1]), "b": ([400, 410, 420], [2, 3, 4])},
+     ["'a': cells without a number left out: 1, the first in line 3"]),
+    *(
+        (f"nm{sign}a\n400{sign}1\n400{sign}4\n400{sign}7\n410{sign}3\n", {"duplicates": rule},
+         {"lens": ([400, 410], [value, 3])},
+         ["'a': points merged with others of the same wavelength: 2"])
+        for sign in "; " for rule, value in (("first", 1), ("last", 7), ("mean", 4))
+    ),
+    ("400 1\n400 2\n400 4\n410 3\n", {"duplicates": "last"}, {"lens": ([400, 410], [4, 3])},
+     ["2 repeated wavelengths: the last value of each counts"]),
+    ("400 1\n400 2\n410 3\n", {"duplicates": "last"}, {"lens": ([400, 410], [2, 3])},
+     ["1 repeated wavelength: the last value of each counts"]),
+    ("nm;a;a;a (2);a\n400;1;2;3;4\n", {}, {
+        "a": ([400], [1]), "a (2)": ([400], [2]), "a (2) (2)": ([400], [3]), "a (3)": ([400], [4]),
+    }, []),
+    ("x;nm;T\n5;400;1\n6;410;2\n", {}, {"x": ([400, 410], [5, 6]), "T": ([400, 410], [1, 2])}, []),
+    (f"nm;a [x];b / y\n{ROWS}", {"columns": ("nm", "b")}, {"lens": ([400, 410], [9, 3])}, []),
+    (f"nm;a [x];b / y\n{ROWS}", {"columns": (0, "a")}, {"lens": ([400, 410], [1, 2])}, []),
+    ("0.4;1\n0.5;2\n", {"wavelength_unit": "um"}, {"lens": ([400, 500], [1, 2])},
+     ["wavelengths converted from um to nm"]),
+    *(
+        ("".join(map("t{}\n".format, range(count))) + "400 1\n", {}, {"lens": ([400], [1])},
+         [f"skipped, since there are no numbers: line 1, 2, 3, 4, 5{more}"])
+        for count, more in ((6, ""), (7, " and 1 more"), (9, " and 3 more"))
+    ),
+]  # fmt: skip
+
+
+@pytest.mark.parametrize(("text", "options", "points", "notes"), TOLD)
+def test_what_is_done_to_a_table_is_told(
+    text: str,
+    options: dict[str, Any],
+    points: dict[str, tuple[list[float], list[float]]],
+    notes: list[str],
+) -> None:
+    spectra = read(text, **options)
+    assert {spectrum.label: spectrum.scan.to_lists() for spectrum in spectra} == points
+    assert [note for note in spectra[0].notes if not note.startswith("column")] == notes
+
+
 @pytest.mark.parametrize(("highest", "told"), [(1.5, True), (2, False)])
 def test_per_cent_that_look_like_fractions_are_told(highest: float, told: bool) -> None:
     (lens,) = read(f"nm;T [%]\n400;0.5\n410;{highest}\n")
@@ -365,6 +425,38 @@ REFUSED: dict[str, tuple[str, dict[str, Any], str, str]] = {
         "exchange the rows and columns",
     ),
     "no order": ("400 1\n410 2\n405 3\n", {}, "line 3: wavelength 405 after 410", "--sort"),
+    **{
+        f"order of {text}": (text.replace(" ", "\n"), {"sort": True} if asked else {}, reason, "")
+        for text, asked, reason in (
+            ("410;1 400;2 ;7 405;3", 0, "line 3: there is no wavelength"),
+            ("410;1 400;2 405;3", 0, "line 3: wavelength 405 after 400, where they descend"),
+            ("410;1 400;2 400;3 405;3", 0, "line 3: wavelength 400 again; pass duplicates"),
+            ("400;1 410;2 405;3 405;3", 0, "line 3: wavelength 405 after 410, where they ascend"),
+            ("t;u 400;1 410;2 400;3", 1, "line 4: wavelength 400 again, after line 2; pass dupli"),
+        )
+    },
+    **{
+        f"column {column!r}": (text, {"columns": ("nm", column)}, reason, "")
+        for text, column, reason in (
+            (
+                "nm;a;a\n400;1;1",
+                "a",
+                "there are several columns named 'a'; the columns are: 'nm', ",
+            ),
+            ("nm;a;b\n400;1;1", 3, "there is no column 3; there are 3, from 0"),
+            ("nm;a;b\n400;1;1", -1, "there is no column -1; there are 3, from 0"),
+            (f"nm{';c' * 7}\n1{';1' * 7}", "x", "named 'x'; the columns are: 'nm'" + ", 'c'" * 7),
+            (f"nm{';c' * 9}\n1{';1' * 9}", "x", "'nm'" + ", 'c'" * 7 + " and 2 more"),
+        )
+    },
+    "one column": ("400;;\n410;;", {}, "line 1: got one column, '400;;'; two are needed", ""),
+    "no values": ("nm;a;b\n400;1;-\n410;1;", {}, "'b' has no numbers; choose others", "--columns"),
+    "pairs apart": (
+        "a;nm;b;nm;c\n5;400;2;400;1",
+        {},
+        "columns 1 'nm' and 3 'nm' look like wavelengths; choose with columns=",
+        "the wavelengths first",
+    ),
     "half a pair": ("nm;T;nm;T\n400;1;;1\n", {}, "line 2: there is no wavelength", ""),
     "beyond nm": ("um;T\n0.4;1\n1e306;1\n", {}, "a wavelength in um is too large", ""),
     "below nm": ("um;T\n1e-20;1\n0.4;1\n", {}, "a wavelength in um is too small", ""),

@@ -269,8 +269,8 @@ def _find_column(source: str, names: list[str], column: int | str) -> int:
         there = ", ".join(f"'{shortened(name)}'" for name in names[:_NAMED])
         if len(names) > _NAMED:
             there += f" and {len(names) - _NAMED} more"
-        what = "several columns" if found else "no column"
-        raise Refusal(f"{source}: there is {what} named '{column}'; the columns are: {there}")
+        what = "are several columns" if found else "is no column"
+        raise Refusal(f"{source}: there {what} named '{column}'; the columns are: {there}")
     return found[0]
 
 
