@@ -127,6 +127,12 @@ def test_frames_join_on_exact_wavelengths_or_evaluate_on_a_grid() -> None:
         ([a], "all", "must be 'union', 'common' or an array"),
         ([a], [[1]], "2 dimensions; one is needed"),
         ([a], ["x"], "must be numbers"),
+        (
+            [a],
+            np.ma.masked_less([400, 450], 420),
+            "some of its wavelengths are masked; pass grid.com",
+        ),
+        ([a], [400, math.nan], "grid: wavelength 2 is nan, not a number"),
         ([], "union", "at least one scan"),
     ]:
         with pytest.raises(ValueError, match=reason):
@@ -198,6 +204,8 @@ def test_arrays_with_other_names_and_units() -> None:
         (array(), "needs one coordinate along 'band', the wavelengths; got none"),
         (array(a=[1, 2], b=[1, 2]), "got 'a', 'b'"),
         (array(band=[400, 500]).expand_dims("time"), r"2 dimensions \(time, band\)"),
+        (array(band=[400, 500]).sum(), r"^array: it has 0 dimensions \(none\); a spectrum has one"),
+        (array().rename("lens"), r"^array 'lens': it needs one coordinate along 'band', the wave"),
     ]:
         with pytest.raises(ValueError, match=reason):
             interop.from_dataarray(refused)

@@ -357,6 +357,107 @@ def test_labels_that_make_no_spectrum(labels: dict[str, object], reason: str) ->
     assert reason in refusal(jcamp(table, **labels))
 
 
+VACUUM = "wavelengths converted from {}: those in vacuum, 0.15 nm longer than in air at 550 nm"
+IN_VACUUM = VACUUM.format("cm-1")
+
+
+@pytest.mark.parametrize(
+    ("x", "ends", "wavelengths", "note"),
+    [
+        ("MICROMETERS", (0.5876, 0.6), [587.6, 593.8, 600], "wavelengths converted from um to nm"),
+        ("Angstroms", (4000, 4100), [400, 405, 410], "wavelengths converted from angstrom to nm"),
+        ("mm", (4e-4, 4.1e-4), [400, 405, 410], "wavelengths converted from mm to nm"),
+        ("Meters", (4e-7, 4.1e-7), [400, 405, 410], "wavelengths converted from m to nm"),
+        # hc / e is 1239.841984 nm eV.
+        ("eV", (2, 4), [309.96049608300063, 413.2806614440008, 619.9209921660013], VACUUM),
+        ("1/CM", (20000, 25000), [400, 4000 / 9, 500], VACUUM),
+        ("nm", (420, 400), [400, 410, 420], None),
+    ],
+)
+def test_units_of_x(
+    x: str, ends: tuple[float, float], wavelengths: list[float], note: str | None
+) -> None:
+    content = jcamp(f"{ends[0]!r} 1 2 3", 3, x=x, first=repr(ends[0]), last=repr(ends[1]))
+    (spectrum,) = read_content(content, "f")
+    descends = ends[0] > ends[1] or note == VACUUM
+    assert spectrum.scan.to_lists() == (wavelengths, [3, 2, 1] if descends else [1, 2, 3])
+    assert spectrum.notes == (
+        (note.format("eV" if x == "eV" else "cm-1"), COUNTS) if note else (COUNTS,)
+    )
+
+
+@pytest.mark.parametrize(
+    ("y", "highest", "options", "kind", "unit", "value", "note"),
+    [
+        ("TRANSMITTANCE", "2", {}, "transmittance", "1", 2,
+         "taken as a fraction: no unit is stated, and the highest value is 2"),
+        ("REFLECTANCE", "2.25", {}, "reflectance", "1", 0.0225,
+         "taken as per cent: no unit is stated, and the highest value is 2.25"),
+        ("TRANSMITTANCE", "2.5", {"unit": "1"}, "transmittance", "1", 2.5, None),
+        ("A", "2", {}, "absorbance", "OD", 2, None),
+        ("Arbitrary Units", "2", {}, "unknown", "a.u.", 2, None),
+        ("RELATIVE", "2", {"unit": "%", "kind": "reflectance"}, "reflectance", "1", 0.02, None),
+        ("W/m2/um", "2", {}, "irradiance", "W m-2 nm-1", 0.002, IN_VACUUM),
+        ("IRRADIANCE", "2", {"unit": "W/m2/nm"}, "irradiance", "W m-2 nm-1", 2, IN_VACUUM),
+    ],
+)  # fmt: skip
+def test_units_of_y(
+    y: str, highest: str, options: dict[str, Any], kind: str, unit: str, value: float, note: str
+) -> None:
+    x = {"x": "1/CM", "first": 20000, "last": 25000} if note and "vacuum" in note else {"last": 420}
+    (spectrum,) = read_content(
+        jcamp(f"{x.get('first', 400)} {highest} 1 0", 3, y=y, **x), "f", **options
+    )
+    assert (spectrum.kind, spectrum.unit, max(spectrum.scan.values())) == (kind, unit, value)
+    assert [*spectrum.notes[:-1]] == [note] * bool(note)
+
+
+@pytest.mark.parametrize(
+    ("factor", "value"),
+    [("1.", 3), ("+.5", 1.5), ("1e3", 3000), ("0.0001", 0.0003), ("0.3", 0.3 * 3), ("1" * 60, None),
+     ("-0.01", -0.03), ("1" * 61, ""), ("1e", ""), ("e5", ""), ("1_0", ""), ("1e1234567", "")],
+)  # fmt: skip
+def test_factors(factor: str, value: float | str | None) -> None:
+    content = jcamp(f"##YFACTOR= {factor}\n{EVEN}")
+    if value == "":
+        assert f"line 9: YFACTOR: '{factor[:59]}" in refusal(content)
+        return
+    (spectrum,) = read_content(content, "f")
+    assert spectrum.scan(420) == (float(factor) * 3 if value is None else value)
+
+
+@pytest.mark.parametrize(
+    ("points", "reason", "sorted_reason"),
+    [
+        ("400 1\n400 2\n420 3", "point 2: x is 400 again; pass duplicates", "point 2: x is 400"),
+        ("420 1\n420 2\n400 3", "point 2: x is 420 again; pass duplicates", "point 2: x is 420"),
+        ("400 1\n410 2\n405 3\n410 4", "point 3: x is 405 after 410, where it ascends; pass",
+         "point 4: x is 410 again"),
+        ("420 1\n400 2\n410 3\n420 4", "point 3: x is 410 after 400, where it descends; pass",
+         "point 4: x is 420 again"),
+    ],
+)  # fmt: skip
+def test_points_out_of_order(points: str, reason: str, sorted_reason: str) -> None:
+    content = jcamp(PAIRS + points, points.count("\n") + 1)
+    assert reason in refusal(content)
+    assert sorted_reason in refusal(content, sort=True)
+
+
+def test_texts_for_metadata_are_one_line_of_bounded_length() -> None:
+    for title, label in (
+        ("x y\t" * 200, "x y " * 74 + "x y…"),
+        ("x" * 300, "x" * 300),
+        ("a\x07", "a"),
+    ):
+        (spectrum,) = read_content(
+            jcamp("400 1 2 3 4 5").replace(b"= t", f"= {title}".encode()), "f"
+        )
+        assert (spectrum.label, spectrum.metadata["TITLE"]) == (label, label)
+    many = "".join(f"##{index}#= {index}\n" for index in range(105))
+    (spectrum,) = read_content(jcamp(f"{many}{EVEN}"), "f")
+    assert [*spectrum.metadata] == ["TITLE", "DATA TYPE", *(f"{index}#" for index in range(98))]
+
+
 def test_raman_shifts_are_no_wavelengths() -> None:
     content = jcamp("400 1 2 3 4 5", x="1/CM").replace(b"UV/VIS", b"RAMAN")
     assert "Raman shift" in refusal(content)

@@ -108,6 +108,7 @@ Absorbance per cm -> other cm-1 8
 Optical density/mm -> other mm-1 8
 Absorbance, 10x dilution -> absorbance OD 8
 Lens 10 %T -> transmittance 1 0.08
+Lens 10 %T2 -> transmittance 1 0.08
 R (%T) -> transmittance 1 0.08
 Lens 5/10 T% -> transmittance 1 0.08
 Transmittance (0-100) -> transmittance 1 0.08
@@ -341,7 +342,18 @@ REFUSED: dict[str, tuple[str, dict[str, Any], str, str]] = {
     "unit against %": ("nm;T [1]\n400;1", {"unit": "%"}, "stated is 1, asked for is %", "--unit"),
     "kind": ("nm;R\n400;1", {"kind": "transmittance"}, "stated is reflectance, asked", "--kind"),
     "other": ("nm;Absorptance\n400;1", {"kind": "transmittance"}, "another quantity", "--kind"),
-    "no fit": ("nm;T\n400;1", {"unit": "W/m2/nm"}, "not measured in W m-2 nm-1", ""),
+    "no fit": (
+        "nm;T\n400;1",
+        {"unit": "W/m2/nm"},
+        "lens.csv: column 1 'T': stated is transmittance, which is not measured in W m-2 nm-1",
+        "",
+    ),
+    "no fit of two": (
+        "400;1",
+        {"unit": "W/m2/nm", "kind": "transmittance"},
+        "transmittance is not measured in W m-2 nm-1",
+        "",
+    ),
     "furlong": ("400;1", {"unit": "furlong"}, "the unit 'furlong' is not understood", ""),
     "kind unknown": ("400;1", {"kind": "unknown"}, "kind is 'unknown'; it must be one of", ""),
     "like per cent": ("nm;T\n400;85", {}, "looks like per cent; pass unit='%'", "--unit '%'"),

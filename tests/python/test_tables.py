@@ -139,6 +139,40 @@ def test_options_that_do_not_fit_are_refused(options: dict[str, Any], reason: st
         read("nm;a\n400;1\n410;2", **options)
 
 
+@pytest.mark.parametrize("reader", [vek.read, vek.read_table])
+@pytest.mark.parametrize(
+    ("ends", "look"),
+    [
+        ((1e-6, 1.99e-5), "1e-06 to 1.99e-05 look like m,"),
+        ((1e-6, 2e-5), "1e-06 to 2e-05 look like um,"),
+        ((0.5, 19.9), "0.5 to 19.9 look like um,"),
+        ((5, 20), None),
+        ((1, 2), "the wavelengths are 1, 2, 3 to 2, which look like row numbers; pass"),
+        ((2, 30), None),
+        ((1, 30), None),
+        ((349.9, 3500), None),
+        ((350, 3500), "from 350 to 3500 look like wavenumbers in cm-1, not nm, and no title says"),
+        ((680, 3500), "from 680 to 3500 look like wavenumbers"),
+        ((680.1, 3500), None),
+        ((500, 3499.9), None),
+        ((2499.9, 2600), None),
+        ((2500, 2600), "from 2500 to 2600 look like angstrom, not nm, and no title says what they"),
+    ],
+)
+def test_wavelengths_of_no_stated_unit_are_looked_at(
+    ends: tuple[float, float], look: str | None, reader: Any
+) -> None:
+    content = "{};1\n{};2\n".format(*ends)
+    if look is None:
+        assert reader(io.StringIO(content))
+        return
+    with pytest.raises(vek.Refusal, match=re.escape(look)):
+        reader(io.StringIO(content))
+    for title in "nm", "Wavelength (nm)":
+        assert reader(io.StringIO(f"{title};T\n{content}"), columns=(0, 1))
+    assert reader(io.StringIO(content), wavelength_unit="nm")
+
+
 def test_comma_and_numbers_are_read_as_told() -> None:
     assert read("380,0,0,5\n390,1,0,7", delimiter=",").keys() == {
         "column 1",
