@@ -1,5 +1,6 @@
 """Reports as functions: their defaults, documents and pictures, and what they refuse."""
 
+import hashlib
 import json
 import math
 import pickle
@@ -14,8 +15,8 @@ from cli import GREY, ROOT, Runner, flat, write_csv
 import vekanalysis as vek
 from vekanalysis import Scan, Spectrum, batch, reports
 from vekanalysis.quantities import LENS, LENS_FULL, LIGHT, Repeats
-from vekanalysis.reports import COLUMNS, LIGHT_COLUMNS
-from vekanalysis.uncertainty import Budget
+from vekanalysis.reports import COLUMNS, LIGHT_COLUMNS, _uncertain
+from vekanalysis.uncertainty import Budget, Component, simulate
 
 TWO = str(ROOT / "examples/two-lenses.vek")
 LAMPS = [str(ROOT / f"examples/lamp-{name}.csv") for name in ("visible", "infrared")]
@@ -288,3 +289,112 @@ def test_a_picture_is_written_in_the_format_of_its_name(tmp_path: Path) -> None:
     assert b"<svg" in (tmp_path / "a.svg").read_bytes()
     report.draw(tmp_path / "without")
     assert (tmp_path / "without").read_bytes()[:4] == b"\x89PNG"
+
+
+def test_a_document_has_all_of_a_quantity() -> None:
+    short = Spectrum(Scan(flat(0.25, 500, 600)), "transmittance", "1", "s")
+    lens = documented(reports.lens(short))
+    clear = lens["ISO8980_3_tau_signal_led.red"]["values"][0]["clear_lens"]
+    assert clear == pytest.approx(0.048449, abs=1e-6)
+    nothing = "No data within 315-380 nm"
+    for key, section, weights, value, needed, covered in (
+        ("ISO8980_3_tau_signal_led.red", "3.5", ["ISO8980_3_led_red"], 0.25 * clear, 550, 685),
+        ("CIE_1931_chromaticity.x", "7", [], 0.359557, 380, 780),
+        ("ISO8980_3_tau_uva", "3.1", [], None, 315, 380),
+    ):
+        (record,) = [record for record in LENS if record.key == key]
+        assert lens[key] == {
+            **{"key": key, "symbol": record.symbol, "name": record.name, "unit": "1"},
+            **{"band_nm": [*(record.band or ())], "standard": record.standard},
+            **{"section": section, "weights": weights, "notes": [*record.notes]},
+            "values": [
+                {
+                    "value": value and pytest.approx(value, abs=1e-6),
+                    "needed_nm": [needed, covered],
+                    "covered_nm": value and [max(needed, 500), 600],
+                    "complete": False,
+                    "clear_lens": clear if "led" in key else None,
+                    "problem": None if value else nothing,
+                }
+            ],
+        }
+    peak = documented(reports.light(reports.built_in("FL2")))["peak_wavelength"]
+    nobody = dict.fromkeys(("needed_nm", "covered_nm", "clear_lens", "problem"))
+    assert peak["values"] == [{"value": 435.0, "complete": True} | nobody]
+    assert (peak["band_nm"], peak["section"], peak["standard"]) == (None, None, "")
+
+
+def documented(report: reports.Report) -> dict[str, Any]:
+    """What the document has of each quantity."""
+    return {each["key"]: each for each in json.loads(report.json())["quantities"]}
+
+
+TAU_V = "ISO8980_3_tau_v"
+
+
+def test_a_document_has_all_of_an_uncertainty() -> None:
+    (grey,) = vek.read(GREY)
+    budget = Budget.read(BUDGET)
+    report = reports.lens(grey, budget=budget, draws=2000, seed=3)
+    drawn = simulate(grey, budget, LENS, draws=2000, seed=3)
+    head = {
+        **{"label": "Bench 1, March 2026", "date": None, "file": BUDGET, "coverage": 0.95},
+        "sha256": hashlib.sha256(Path(BUDGET).read_bytes()).hexdigest(),
+        "components": ["100 % line", "zero", "noise", "wavelength"],
+    }
+    draws = [{"count": 2000, "seed": 3, "converged": None}]
+    assert report.document()["budget"] == head | {"draws": draws}
+    plain = reports.lens(grey, budget=budget)
+    assert plain.document()["budget"] == head
+    (value,) = documented(report)[TAU_V]["values"]
+    result, figure = drawn.first_order[TAU_V], drawn[TAU_V]
+    assert value.pop("draws") == {
+        **{"mean": figure.mean, "u": figure.u, "first_order_validated": figure.validated},
+        **{"interval": [*figure.interval], "shortest": [*figure.shortest]},
+    }
+    assert value == documented(plain)[TAU_V]["values"][0]
+    said = {"u": result.u, "U": result.expanded, "k": result.k, "dof": result.dof}
+    assert {name: value[name] for name in said} == said
+    assert value["contributions"] == dict(result.contributions)
+    dated = Budget(label="x", date="2026-01-01")
+    none = dict.fromkeys(("file", "sha256"))
+    assert reports.lens(grey, budget=dated).document()["budget"] == none | {
+        **{"label": "x", "date": "2026-01-01", "coverage": 0.95, "components": []}
+    }
+    # Nothing is uncertain, whichever way it is looked at.
+    for how in ({}, {"draws": 2000, "seed": 1}):
+        lines = reports.lens(grey, budget=dated, **how).lines()
+        assert [line.split()[-3:] for line in lines if " luminous, D65 " in line] == [
+            ["0.549559", "±", "0"]
+        ]
+        assert "     - The uncertainty budget is 'x'." in lines
+    (row,) = plain.rows()
+    keys = [f"{quantity.key}_{name}" for quantity in LENS for name in "uUk"]
+    assert (*row,) == (*COLUMNS, *keys)
+    assert [row[f"{TAU_V}_{name}"] for name in "uUk"] == [result.u, result.expanded, result.k]
+    assert row["ISO8980_3_tau_suvb_k"] is None
+
+
+def test_what_came_of_draws_is_said() -> None:
+    lens = Spectrum(Scan(flat(0.5)), "transmittance", "1", "L")
+    gain = Budget(components=[Component(name="g", kind="gain", standard=0.01)], coverage=0.9)
+    report = reports.lens(lens, budget=gain, draws=10_000, seed=1)
+    assert report.uncertainty is not None
+    (drawn,) = report.uncertainty.drawn or ()
+    wrong = [key for key, figure in drawn.items() if not figure.validated]
+    assert len(wrong) > 3
+    words = " ".join(report.text().split())
+    assert "- Intervals are those of 90 % of the draws, symmetric in probability." in words
+    told = "L: 10000 draws, seed 1; the first order is not validated, to 2 digits, for "
+    assert f"{told}{', '.join(wrong[:3])} and {len(wrong) - 3} more. - The" in words
+    names = ("draws", "seed", "converged", "digits")
+    for failed, settled, expected in (
+        ([], None, "the first order is validated for all quantities."),
+        ([], True, "the first order is validated for all quantities."),
+        (wrong[:3], False, f"not validated, to 2 digits, for {', '.join(wrong[:3])}."),
+    ):
+        figures = {key: drawn[key]._replace(validated=key not in failed) for key in drawn}
+        facts = dict(zip(names, (2000, 7, settled, 2), strict=True))
+        told = _uncertain._said_of("L", type("Drawn", (dict,), facts)(figures))
+        assert told.startswith(f"L: 2000 draws, seed 7{', not settled' * (settled is False)}; the")
+        assert told.endswith(expected)

@@ -72,16 +72,14 @@ class Uncertainty(NamedTuple):
         from ..uncertainty import rounded
 
         result = self.results[index].get(key)
-        if result is None:
+        drawn = None if self.drawn is None else self.drawn[index].get(key)
+        if result is None or (self.drawn is not None and drawn is None):
             return None
-        if self.drawn is not None:
-            figure = self.drawn[index].get(key)
-            if figure is None:
-                return None
-            return _with_interval(result, figure.interval, scale)
         value, expanded = rounded(result.value, result.expanded)
         if expanded is None:
             return aligned(f"{10.0**scale * result.value:.6g}", *_PLACES) + " ± 0"
+        if drawn is not None:
+            return _with_interval(result, drawn.interval, scale)
         if result.interval != (result.value - result.expanded, result.value + result.expanded):
             return _with_interval(result, result.interval, scale)
         shown = aligned(_scaled(value, scale), *_PLACES)
