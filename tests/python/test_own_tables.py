@@ -1,8 +1,10 @@
 """Tables of a laboratory's own in place of built-in ones: the right figures change, no others."""
 
 import json
+import math
 import pickle
 import random
+import re
 import shutil
 from pathlib import Path
 
@@ -175,23 +177,85 @@ def points(*pairs: tuple[float, float]) -> Scan:
     return scan
 
 
+CLEAR = "ANSI_Z80_3_2015_red_signal_transmittance"
+RED_GRID = [float(wl) for wl in range(550, 690, 5)]
+
+
+def on(grid: list[float], value: float = 1.0) -> Scan:
+    return Scan(grid, [value] * len(grid))
+
+
 @pytest.mark.parametrize(
     ("name", "table", "told"),
     [
-        ("ISO8980_3_led_rot", BOX, "no table 'ISO8980_3_led_rot' to replace; did you mean"),
-        ("cie_illuminant_d65", BOX, "no table 'cie_illuminant_d65' to replace"),
-        (RED, Scan(GRID[60:], [1.0] * 21), "begins at 680 nm"),
-        (RED, Scan(GRID[:40], [1.0] * 40), "ends at 575 nm"),
-        (RED, Scan([*GRID[:50], *GRID[51:]], [1.0] * 80), "nothing between 625 and 635 nm"),
+        (RED, Scan(), f"has no values; {RED} begins at 550 nm"),
+        (RED, on(GRID[60:]), f"begins at 680 nm; {RED} begins at 550 nm"),
+        (RED, on([550 + 2e-6, *RED_GRID[1:]]), f"begins at 550 nm; {RED} begins at 550 nm"),
+        (RED, on(GRID[:40]), f"ends at 575 nm; {RED} ends at 685 nm"),
+        (RED, on([*RED_GRID[:-1], 685 - 2e-6]), f"ends at 685 nm; {RED} ends at 685 nm"),
+        *(
+            (
+                *(RED, on([wl for wl in GRID if wl != left_out])),
+                f"has nothing between {left_out - 5} and {left_out + 5} nm; 5 nm are the widest "
+                f"step of {RED}",
+            )
+            for left_out in (550, 630, 685)
+        ),
         (RED, points((600.0, -0.1)), "is -0.1 at 600 nm; no weight is below zero"),
-        (RED, points((600.0, float("nan"))), "at 600 nm that is no finite number"),
-        (RED, Scan(GRID, [0.0] * 81), "all values are 0"),
-        ("ANSI_Z80_3_2015_red_signal_transmittance", BOX * 90.0, "values up to 90"),
+        (RED, points((600.0, math.nan)), "has a value at 600 nm that is no finite number"),
+        (RED, on(GRID, 0.0), "all values are 0"),
+        (CLEAR, on(GRID, 1.5), "has values up to 1.5; a transmittance is a fraction"),
     ],
 )
 def test_what_cannot_take_the_place_is_refused(name: str, table: Scan, told: str) -> None:
-    with pytest.raises(Refusal, match=told.replace("(", r"\(")):
-        with_tables(LENS_FULL, [OwnTable(name, table)])
+    for file, where in ((None, f"table '{name}'"), ("red.csv", "red.csv")):
+        with pytest.raises(Refusal) as refused:
+            with_tables(LENS_FULL, [OwnTable(name, table, file)])
+        assert str(refused.value) == f"{where}: {told}"
+
+
+@pytest.mark.parametrize(
+    ("name", "table"),
+    [
+        (RED, on([550 + 5e-7, *RED_GRID[1:-1], 685 - 5e-7])),
+        (RED, on([*RED_GRID[:4], 570 + 5e-7 - 5e-8, *RED_GRID[5:]])),
+        (RED, on([300, 550, *RED_GRID[1:], 900], 90)),
+        (CLEAR, on([380, *range(590, 790, 10)])),
+    ],
+)
+def test_tables_reach_as_far_in_steps_as_wide(name: str, table: Scan) -> None:
+    own = with_tables([quantities.quantity(RED_KEY), *LENS_FULL], [OwnTable(name, table)])
+    assert {name} == {each for record in own for each in record.own_tables}
+
+
+@pytest.mark.parametrize(
+    ("name", "more"),
+    [("ISO8980_3_led_rot", f"; did you mean '{RED}'?"), ("x", f"; there are '{REPLACEABLE[0]}', ")],
+)
+def test_a_table_must_be_one_of_those(name: str, more: str) -> None:
+    told = f"there is no table '{name}' to replace{more}"
+    for refused in (
+        lambda: OwnTable.read(name, GREY),
+        lambda: with_tables([], [OwnTable(name, BOX)]),
+    ):
+        with pytest.raises(Refusal, match=f"^{re.escape(told)}"):
+            refused()
+
+
+NOTE = "Computed with the laboratory's own table in place of the built-in one: "
+
+
+@pytest.mark.parametrize(
+    ("table", "note"),
+    [
+        (OwnTable(RED, BOX), "."),
+        (OwnTable(RED, BOX, "a\n.csv"), ", a?.csv."),
+        (OwnTable(RED, BOX, "a" * 200, "12"), f", {'a' * 200} (SHA-256 12)."),
+        (OwnTable(RED, BOX, "a" * 101 + "b" * 100), f", {'a' * 100}…{'b' * 100}."),
+    ],
+)
+def test_a_note_has_file_and_digest(table: OwnTable, note: str) -> None:
+    assert table.note == f"{NOTE}{RED}{note}"
 
 
 def test_files_that_are_no_table_are_refused_in_a_line(run: Runner, tmp_path: Path) -> None:
