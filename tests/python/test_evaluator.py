@@ -218,6 +218,44 @@ def test_a_changed_table_is_noticed() -> None:
     assert e(np.ones(len(GRID))) == pytest.approx([1.0], rel=1e-4)
 
 
+def test_the_evaluators_used_last_are_kept_for_their_grids() -> None:
+    scan = vek.Scan(GRID, lenses(GRID, 1)[0])
+    kept = quantities.evaluator_for(scan, V)
+    assert quantities.evaluator_for(scan * 0.5, [quantities.quantity(V)]) is kept
+    own = quantities.OwnTable("blue_light_hazard", colorimetry.data.blue_light_hazard() * 2.0)
+    replaced = quantities.with_tables([quantities.quantity("ISO12311_tau_sb")], [own])
+    linear, coarse = (vek.Scan(*scan.to_lists(), *form) for form in ((1e-20, vek.LINEAR), (1e-9,)))
+    for args in [
+        (linear, V),
+        (coarse, V),
+        (scan, [V, V]),
+        (scan, "ISO12311_tau_sb"),
+        (scan, replaced),
+        (scan, V, "A"),
+        *((vek.Scan(GRID + i, GRID / 1000), V) for i in range(1, 9)),
+        (linear, V),
+    ]:
+        assert quantities.evaluator_for(*args) is not kept
+    # With 15 others there is room for it, and as the one used last it outlives 15 more.
+    for shift in (0.5, 1.5):
+        assert quantities.evaluator_for(scan, V) is kept
+        for i in range(1, 16):
+            quantities.evaluator_for(vek.Scan(GRID + i + shift, GRID / 1000), V)
+    quantities.evaluator_for(linear, V)
+    assert quantities.evaluator_for(scan, V) is not kept
+
+    fits = [kept.is_for(scan, "D65"), kept.is_for(scan, colorimetry.data.cie_illuminant_d65())]
+    assert fits == [True, True]
+    assert not any((kept.is_for(scan, "A"), kept.is_for(coarse, "D65"), kept.fits(linear)))
+    assert (kept.row(scan), kept.rows([scan, scan])) == (
+        [*kept(scan.values())],
+        [kept.row(scan)] * 2,
+    )
+    assert (kept.kinds, kept.wavelengths.tolist()) == (("transmittance",), GRID.tolist())
+    assert repr(kept) == "<Evaluator of 1 quantities, 486 points, 315 to 800 nm>"
+    assert repr(Evaluator([], [])) == "<Evaluator of 0 quantities, 0 points, no wavelengths>"
+
+
 @pytest.mark.parametrize(
     ("values", "error", "text"),
     [

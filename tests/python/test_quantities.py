@@ -225,7 +225,14 @@ def test_a_white_is_named_or_given() -> None:
     for white in "a", light, vek.Spectrum(light):
         value = quantities.evaluate(light, wanted, white=white)[key].value
         assert value == pytest.approx(100, abs=1e-12)
-    assert quantities.illuminant("E").values() == [1.0] * 81
+    data = colorimetry.data
+    for name, known in (
+        ("A", light),
+        ("c", data.cie_illuminant_c()),
+        ("d65", data.cie_illuminant_d65()),
+    ):
+        assert quantities.illuminant(name) is known
+    assert quantities.illuminant("E") == vek.Scan(range(380, 781, 5), [1.0] * 81)
     with pytest.raises(ValueError, match="no illuminant 'F2'"):
         quantities.evaluate(light, wanted, white="F2")
 

@@ -3,10 +3,12 @@
 import subprocess
 import sys
 from pathlib import Path
+from typing import Any
 
 import pytest
 
 from vekanalysis import samples
+from vekanalysis.samples import __main__ as command
 
 EXAMPLES = Path(__file__).resolve().parents[2] / "examples"
 
@@ -31,23 +33,59 @@ def test_an_unknown_sample_is_refused() -> None:
         samples.read("lens")
 
 
+def write(place: Path, **streams: Any) -> subprocess.CompletedProcess[str]:
+    line = [sys.executable, "-P", "-m", "vekanalysis.samples", str(place)]
+    pipes: Any = {"stdout": subprocess.PIPE, "stderr": subprocess.PIPE} | streams
+    return subprocess.run(line, text=True, **pipes)
+
+
+TITLES = {samples.get(name).file: samples.get(name).title for name in samples.names()} | {
+    "lab.toml": "Settings of a laboratory, for certificates",
+    "budget.toml": "Uncertainty budget",
+    "limits-categories.toml": "Limits of filter categories, to be checked against the standard",
+    "uncertainty/repeats.toml": "Uncertainty budget of the mean of repeats",
+    "calibration/steps.csv": "Micro-steps and wavelengths of a monochromator",
+    "calibration/start.json": "Parameters of its drawings",
+}
+
+
 def test_the_samples_are_written_into_a_folder_and_overwrite_nothing(tmp_path: Path) -> None:
     folder = tmp_path / "new" / "examples"
-    folder.mkdir(parents=True)
-    (folder / "line-lamp.csv").write_text("mine")
-
-    def write(place: Path) -> subprocess.CompletedProcess[str]:
-        command = [sys.executable, "-P", "-m", "vekanalysis.samples", str(place)]
-        return subprocess.run(command, capture_output=True, text=True)
-
+    (folder / "uncertainty").mkdir(parents=True)
+    mine = ("line-lamp.csv", "uncertainty/repeats.toml")
+    for name in mine:
+        (folder / name).write_text("mine")
     done = write(folder)
-    assert (done.returncode, done.stderr.count("is there already")) == (0, 1)
-    assert (folder / "line-lamp.csv").read_text() == "mine"
-    written = [path.relative_to(folder) for path in folder.rglob("*.*")]
-    assert {*map(Path, (samples.get(name).file for name in samples.names()))} < {*written}
-    for path in written:
-        is_mine = path.name == "line-lamp.csv"
-        assert is_mine or (folder / path).read_bytes() == (EXAMPLES / path).read_bytes()
-    assert {path.suffix for path in written} == {".csv", ".vek", ".toml", ".json"}
+    told = [f"{folder / file}: {title}" for file, title in TITLES.items() if file not in mine]
+    assert (done.returncode, done.stdout.splitlines()) == (0, told)
+    assert done.stderr == "".join(f"{folder / name} is there already\n" for name in mine)
+    written = {str(path.relative_to(folder)): path for path in folder.rglob("*.*")}
+    assert written.keys() == TITLES.keys()
+    for file, path in written.items():
+        expected = b"mine" if file in mine else (EXAMPLES / file).read_bytes()
+        assert path.read_bytes() == expected
     refused = write(folder / "line-lamp.csv")
-    assert (refused.returncode, "Traceback" in refused.stderr) == (1, False)
+    assert (refused.returncode, refused.stdout) == (1, "")
+    assert refused.stderr == (
+        f"python -m vekanalysis.samples: [Errno 17] File exists: '{folder / 'line-lamp.csv'}'\n"
+    )
+
+
+@pytest.mark.skipif(not Path("/dev/full").exists(), reason="there is no device that is full")
+def test_files_are_written_whether_or_not_anybody_can_be_told(tmp_path: Path) -> None:
+    with open("/dev/full", "w") as full:
+        done = write(tmp_path / "a", stdout=full)
+        assert done.returncode == 1
+        assert done.stderr == ("python -m vekanalysis.samples: standard output cannot be written\n")
+        silent = write(tmp_path / "a", stderr=full)
+        assert (silent.returncode, silent.stdout) == (0, "")
+    assert {str(path.relative_to(tmp_path / "a")) for path in tmp_path.rglob("*.*")} == {*TITLES}
+
+
+def test_an_interrupt_ends_the_writing_quietly(monkeypatch: pytest.MonkeyPatch) -> None:
+    def interrupted(folder: Path) -> None:
+        raise KeyboardInterrupt
+
+    monkeypatch.setattr(command, "write", interrupted)
+    monkeypatch.setattr(sys, "argv", ["samples", "folder"])
+    assert command.main() == 130
