@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+import contextlib
 import csv
 import os
 import signal
@@ -9,19 +10,22 @@ import subprocess
 import sys
 import threading
 import time
-from collections.abc import Sequence
-from contextlib import suppress
+from collections.abc import Callable, Sequence
 from functools import partial
 from pathlib import Path
+from types import SimpleNamespace
+from typing import Any
 
 import pytest
 from cli import GREY, ROOT, Runner, flat, write_csv, write_vek
 
+from vekanalysis._core import version
 from vekanalysis.batch import COLUMNS, report_rows
 from vekanalysis.commands import _processes
-from vekanalysis.commands._errors import CommandError
+from vekanalysis.commands._errors import CommandError, Terminated
 from vekanalysis.commands._output import Output
 from vekanalysis.commands._processes import CannotStart, Lost, map_in_order
+from vekanalysis.commands._tally import Tally
 
 VEK = str(ROOT / "examples/two-lenses.vek")
 posix = pytest.mark.skipif(os.name != "posix", reason="signals of POSIX systems")
@@ -135,7 +139,7 @@ def leave_amidst_a_result(begun: Path) -> None:
         os.kill(os.getpid(), signal.SIGINT)
 
     threading.Thread(target=interrupt, daemon=True).start()
-    with suppress(KeyboardInterrupt):
+    with contextlib.suppress(KeyboardInterrupt):
         next(map_in_order(partial(_break_off, begun=begun), [1], 1))
 
 
@@ -229,3 +233,173 @@ def test_a_cluster_that_loses_a_worker_gives_the_same_table(run: Runner, tmp_pat
     assert one.count(b"\n") == 801
     refusal = run.refuse("report", "--csv", tables[0], GREY, "--cluster", "127.0.0.1:1")
     assert refusal.startswith("--cluster 127.0.0.1:1: no scheduler answers: ")
+
+
+class _Future:
+    """What a worker computes when it is asked for; one that reads a deadly file is ended."""
+
+    def __init__(self, work: Callable[[], Any], waiting: list[int]) -> None:
+        self.work, self.waiting = work, waiting
+        waiting[0] += 1
+        waiting[1] = max(waiting)
+
+    def result(self) -> Any:
+        self.waiting[0] -= 1
+        return self.work()
+
+
+class _Scheduler(SimpleNamespace):
+    """In the place of Dask's module and its client, with two threads."""
+
+    class KilledWorker(Exception):
+        pass
+
+    class CancelledError(Exception):
+        pass
+
+    def __init__(self, fault: Exception | None = None) -> None:
+        super().__init__(fault=fault, said=[], waiting=[0, 0], bundles=[])
+
+    def Client(self, address: str, **options: Any) -> Any:
+        self.said.append((address, options))
+        if isinstance(self.fault, ConnectionError | ValueError):
+            raise self.fault
+        return self
+
+    def __enter__(self) -> None:
+        self.said.append("entered")
+
+    def __exit__(self, *_: object) -> None:
+        self.said.append("left")
+
+    def nthreads(self) -> dict[str, int]:
+        return {"a": 1, "b": 1}
+
+    def submit(self, function: Any, *arguments: Any, pure: bool) -> _Future:
+        assert not pure
+        rows_of_files, paths, version = arguments
+        self.bundles.append(len(paths))
+
+        def work() -> Any:
+            if self.fault is not None:
+                raise self.fault
+            if any("deadly" in path for _, path in paths):
+                raise self.KilledWorker
+            assert all(os.path.isabs(path) for _, path in paths)
+            ours = "0.1" if any("old" in path for _, path in paths) else version
+            return function(rows_of_files, paths, ours)
+
+        return _Future(work, self.waiting)
+
+
+@pytest.fixture
+def lenses(tmp_path: Path, monkeypatch: pytest.MonkeyPatch) -> list[str]:
+    monkeypatch.chdir(tmp_path)
+    for name in "ab":
+        write_csv(Path(f"{name}.csv"), flat(0.5, step=50))
+    return ["a.csv", "b.csv"] * 100
+
+
+def test_a_cluster_gives_the_table_of_this_process(
+    run: Runner, lenses: list[str], monkeypatch: pytest.MonkeyPatch
+) -> None:
+    cluster = _Scheduler()
+    monkeypatch.setitem(sys.modules, "distributed", cluster)
+    here = run("report", "--csv", "-", "--jobs", 1, *lenses, "none.csv")
+    there = run("report", "--csv", "-", "--cluster", "h:1", *lenses, "none.csv")
+    assert there == here
+    assert cluster.said == [("h:1", {"timeout": 5, "set_as_default": False}), "entered", "left"]
+    assert (cluster.bundles, cluster.waiting) == ([32] * 6 + [9], [0, 6])
+    Path("deadly.csv").write_text(Path("a.csv").read_text())
+    lost = run("report", "--csv", "-", "--cluster", "h:1", *lenses[:20], "deadly.csv", "b.csv")
+    rows = [*csv.DictReader(lost.out.splitlines())]
+    assert [row["file"] for row in rows] == [*lenses[:20], "deadly.csv", "b.csv"]
+    assert [row["error"] for row in rows if row["error"]] == ["the workers that read it were ended"]
+    assert lost.err == (
+        "vekanalysis: 22 files, 21 spectra; 1 failed: the workers that read it were ended "
+        "(deadly.csv)\n"
+    )
+    assert cluster.bundles[7:] == [11, 11] + [1] * 11
+
+
+@pytest.mark.parametrize(
+    ("fault", "told"),
+    [
+        (ConnectionError("refused"), "no scheduler answers: refused"),
+        (ValueError("no address"), "no scheduler answers: no address"),
+        (_Scheduler.CancelledError("lost"), "the scheduler is gone: lost"),
+        (OSError("broken"), "the scheduler is gone: broken"),
+        (ImportError("none there"), "a worker cannot import vekanalysis: none there"),
+        (None, f"a worker has vekanalysis {version()}, this is {version()}"),
+    ],
+)
+def test_a_cluster_that_cannot_do_it_ends_the_batch(
+    run: Runner,
+    lenses: list[str],
+    monkeypatch: pytest.MonkeyPatch,
+    fault: Exception | None,
+    told: str,
+) -> None:
+    monkeypatch.setitem(sys.modules, "distributed", _Scheduler(fault))
+    write_csv(Path("old.csv"), flat(0.5))
+    refusal = run.refuse("report", "--csv", "t.csv", "--cluster", "h:1", "old.csv")
+    assert refusal == f"--cluster h:1: {told}"
+    assert not Path("t.csv").exists()
+    monkeypatch.setitem(sys.modules, "distributed", None)
+    refusal = run.refuse("report", "--csv", "t.csv", "--cluster", "h:1", "old.csv")
+    assert refusal == (
+        "--cluster needs Dask's distributed: pip install 'vekanalysis[dask]'; in a checkout, "
+        "tools/setup dask"
+    )
+
+
+def test_the_sentence_on_a_batch_names_the_kinds_of_failure() -> None:
+    tally = Tally(12_000)
+    assert str(tally) == "0 of 12,000 files, 0 spectra; none failed"
+    tally.add("good.csv", [{"error": None}])
+    assert str(tally) == "1 of 12,000 files, 1 spectrum; none failed"
+    tally.add("two.vek", [{"error": None}, {"error": None}])
+    tally.add("stray.csv", [], 10)
+    assert (str(tally), tally.failed) == ("12 of 12,000 files, 3 spectra; none failed", 0)
+    for number in range(1500):
+        tally.add(
+            f"{number}.csv", [{"error": f"line {number}: '{number}' is none; add --skip 2-2"}]
+        )
+    for name in "abcdef":
+        tally.add(name, [{"error": f"{name}: {name} is {name * 90}; use another"}])
+    tally.add("b", [{"error": f"b is {'b' * 90}; use another"}], 10_482)
+    assert (tally.done, tally.failed) == (12_000, 1507)
+    shown = {each: f"{each} is {each * 74}…; use another" for each in "abcd"}
+    assert str(tally) == (
+        "12,000 files, 3 spectra; 1,507 failed: "
+        "line 0: '0' is none; add --skip 2-2 (1,500 files, first 0.csv); "
+        f"{shown['b']} (2 files, first b); {shown['a']} (a); {shown['c']} (c); {shown['d']} (d); "
+        "other reasons (2 files)"
+    )
+    objects = Tally(1, "object")
+    objects.add("all", [{"error": None}])
+    assert str(objects) == "1 file, 1 object; none failed"
+
+
+@pytest.mark.parametrize(
+    ("end", "written"),
+    [(None, True), (KeyboardInterrupt, True), (Terminated, True), (ValueError, False)],
+)
+@pytest.mark.parametrize("there", [None, b"", b"object,n,error,notes,x\n"])
+def test_a_table_takes_its_place_when_it_is_whole(
+    tmp_path: Path, end: type[BaseException] | None, written: bool, there: bytes | None
+) -> None:
+    table = tmp_path / "table.csv"
+    if there is not None:
+        table.write_bytes(there)
+    with contextlib.suppress(KeyboardInterrupt, ValueError), Output(str(table)) as out:
+        out.write("\N{MICRO SIGN}\n")
+        assert (table.read_bytes() if table.exists() else None) == there
+        # Each line is there at once, for whoever looks.
+        (hidden,) = (path for path in tmp_path.iterdir() if path.name.startswith("."))
+        assert hidden.read_bytes() == b"\xc2\xb5\n"
+        if end is not None:
+            raise end
+    found = table.read_bytes() if table.exists() else None
+    assert found == (b"\xc2\xb5\n" if written else there)
+    assert [*tmp_path.iterdir()] == ([table] if found is not None else [])
