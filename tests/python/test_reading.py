@@ -544,20 +544,6 @@ def test_facts_of_headers_are_metadata() -> None:
     assert spectrum.notes == ("skipped, since there are no numbers: line 10",)
 
 
-def test_spectra_are_values() -> None:
-    (lens,) = read("nm;T [%]\n400;50\n410;60\n")
-    scan = lens.scan
-    scan *= 2.0
-    assert lens.scan.values() == [0.5, 0.6]
-    with pytest.raises(AttributeError, match="cannot be changed; replace"):
-        lens.unit = "%"  # type: ignore[misc]
-    with pytest.raises(TypeError):
-        lens.metadata["sample"] = "other"  # type: ignore[index]
-    assert lens == lens.replace(label="x").replace(label="lens") != lens.replace(label="x")
-    with pytest.raises(TypeError, match="has no 'name'; it has"):
-        lens.replace(name="x")
-
-
 # Each of them took a time that grew with the square of its length, or failed with a traceback.
 LONG = {
     "two long numbers": "1" * 40_000 + " " + "1" * 40_000 + "x\n",

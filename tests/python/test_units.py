@@ -160,63 +160,6 @@ def test_a_ratio_is_a_factor_or_a_divisor(
     assert units.ratio(units.known(have), units.known(wanted)) == expected
 
 
-@pytest.mark.parametrize(
-    ("kind", "have", "value", "wanted", "expected"),
-    [
-        ("transmittance", "%", 54.2, "1", 0.542),
-        ("transmittance", "1", 0.542, "%", 54.2),
-        ("transmittance", "%", 10.0, "OD", 1.0),
-        ("transmittance", "1", 0.5, "mOD", 301.02999566398),
-        ("absorbance", "1", 2.0, "%", 1.0),
-        ("absorbance", "mOD", 1000.0, "1", 0.1),
-        ("irradiance", "mW/cm²/nm", 3.0, "W m-2 nm-1", 30.0),
-        ("irradiance", "W/m2/um", 451.0, "W/m2/nm", 0.451),
-        ("irradiance", "W m-2 nm-1", 0.451, "µW/cm2/nm", 45.1),
-        ("responsivity", "A/W", 0.25, "mA/W", 250.0),
-        ("reflectance", "%", 4.0, "1", 0.04),
-    ],
-)
-def test_conversions(
-    kind: units.Kind, have: str, value: float, wanted: str, expected: float
-) -> None:
-    spectrum = vek.Spectrum(vek.Scan([400, 410], [value, value]), kind, have)
-    converted = spectrum.to(wanted)
-    assert converted.scan.values() == pytest.approx([expected] * 2, rel=1e-13)
-    assert converted.unit == units.known(wanted).name
-    assert converted.notes[-1].startswith("converted from")
-    assert converted.to(wanted) is converted
-
-
-@pytest.mark.parametrize(
-    ("kind", "have", "wanted", "reason"),
-    [
-        ("transmittance", "1", "W/m2/nm", "transmittance in 1 cannot be converted to W m-2 nm-1"),
-        ("transmittance", None, "%", "its unit is not stated"),
-        ("reflectance", "%", "OD", "cannot be converted to OD"),
-        ("irradiance", "W/m2", "W/m2/nm", "cannot be converted to W m-2 nm-1"),
-        ("counts", "counts/s", "counts", "cannot be converted to counts"),
-        ("unknown", "1", "OD", "cannot be converted to OD"),
-        ("other", "furlong", "1", "its unit 'furlong' is not understood"),
-        ("transmittance", "1", "furlong", "'furlong' is not understood"),
-    ],
-)
-def test_what_has_no_conversion_is_refused(
-    kind: units.Kind, have: str | None, wanted: str, reason: str
-) -> None:
-    spectrum = vek.Spectrum(vek.Scan([400, 410], [1, 1]), kind, have, "lens")
-    with pytest.raises(vek.Refusal, match=f"{reason}"):
-        spectrum.to(wanted)
-
-
-@pytest.mark.parametrize(
-    ("kind", "unit"),
-    [("transmittance", "W/m2/nm"), ("absorbance", "%"), ("irradiance", "counts"), ("furlong", "1")],
-)
-def test_a_unit_must_be_of_the_kind(kind: units.Kind, unit: str) -> None:
-    with pytest.raises(vek.Refusal, match=f"no unit of {kind}|must be one of"):
-        vek.Spectrum(vek.Scan([400], [1]), kind, unit)
-
-
 RELATIVE = "% ‰ 1 a.u."
 FITTING = {
     "transmittance": "% ‰ 1",
@@ -237,9 +180,3 @@ def test_units_fit_their_kinds(kind: units.Kind, fitting: str) -> None:
     assert found == {*fitting.split()}
     with pytest.raises(vek.Refusal, match=r"^the unit 'furlong' is not understood$"):
         units.known("furlong")
-
-
-def test_zero_has_no_absorbance() -> None:
-    dark = vek.Spectrum(vek.Scan([400, 410, 420], [0, 0.5, -1]), "transmittance", "1", "dark")
-    with pytest.raises(vek.Refusal, match="dark: 0 at 400 nm has no absorbance, nor have 1 more"):
-        dark.to("OD")
