@@ -3,6 +3,7 @@
 import hashlib
 import math
 from pathlib import Path
+from statistics import NormalDist
 from typing import Any
 
 import numpy as np
@@ -19,6 +20,7 @@ from vekanalysis.certificates import (
     Statement,
     assess,
 )
+from vekanalysis.certificates._conformity import Check, probability
 from vekanalysis.certificates._limits import Term
 from vekanalysis.quantities import Value
 from vekanalysis.uncertainty import Results
@@ -171,6 +173,136 @@ def test_few_repeats_make_a_statement_less_sure(
     assert statement.probability == pytest.approx(probability, abs=1e-9)
 
 
+@pytest.mark.parametrize(
+    ("word", "times", "verdict", "probability"),
+    [
+        ("above", 1.0, "fail", 0.0),
+        ("at_least", 1.0, "pass", 1.0),
+        ("below", 1.0, "fail", 0.0),
+        ("at_most", 1.0, "pass", 1.0),
+        ("above", 0.5, "pass", 1.0),
+        ("at_most", 0.5, "fail", 0.0),
+    ],
+)
+@pytest.mark.parametrize("other", [TAU_V, SUVA])
+def test_what_changes_alike_is_certain(
+    tmp_path: Path, other: str, word: str, times: float, verdict: str, probability: float
+) -> None:
+    text = f'[decision]\nrule = "non-binary"\n[[requirement]]\nname = "a"\nquantity = "{SUVA}"\n'
+    bound = f'{word} = {{ times = {times}, quantity = "{other}" }}'
+    file = written(tmp_path / "limits.toml", text + bound)
+    given = figures({SUVA: (0.1, 0.001), TAU_V: (0.1, 0.001)}, r=1.0)
+    (statement,) = assess(file, *given).statements
+    (check,) = statement.checks
+    assert (statement.verdict, statement.probability) == (verdict, pytest.approx(probability))
+    assert check.u == pytest.approx(0.001 * (1.0 - times), abs=1e-15)
+    sign = 1.0 if word in ("above", "at_least") else -1.0
+    assert check.margin == pytest.approx(sign * 0.1 * (1.0 - times), abs=1e-15)
+
+
+def test_a_statement_has_all_that_it_rests_on(tmp_path: Path) -> None:
+    text = f"""
+[decision]
+rule = "non-binary"
+factor = 0.5
+[[requirement]]
+name = "both"
+quantity = "{SUVA}"
+above = 0.02
+at_most = {{ largest = [0.025, {{ times = 0.3, quantity = "{TAU_V}" }}] }}
+when = "x"
+"""
+    given = figures({SUVA: (0.0305, 0.001), TAU_V: (0.1, 0.002)}, r=0.25)
+    limits = written(tmp_path / "limits.toml", text)
+    assert assess(limits, *given).statements == ()
+    (statement,) = assess(limits, *given, purposes=("x",)).statements
+    # Of the difference: 0.001, and 0.3 times 0.002, a quarter correlated.
+    u = math.sqrt(0.001**2 + 0.0006**2 - 2 * 0.25 * 0.001 * 0.0006)
+    normal = NormalDist().cdf
+    lower, upper = (dict(zip(Check._fields, each, strict=True)) for each in statement.checks)
+    assert lower == approximately(
+        {"word": "above", "limit": 0.02, "relative": None, "verdict": "pass"}
+        | {"margin": 0.0105, "u": 0.001, "expanded": 0.002, "guard": 0.001, "probability": 1.0}
+    )
+    assert upper == approximately(
+        {"word": "at_most", "limit": 0.03, "relative": f"0.3 {TAU_V}", "margin": -0.0005}
+        | {"u": u, "expanded": 2 * u, "guard": u, "probability": normal(-0.0005 / u)}
+        | {"verdict": "conditional fail"}
+    )
+    facts = {"u": 0.001, "expanded": 0.002, "k": 2.0, "probability": normal(-0.0005 / u)}
+    assert statement._replace(checks=())._asdict() == approximately(
+        {"name": "both", "quantity": SUVA, "verdict": "conditional fail", "reason": None}
+        | {"value": 0.0305, "checks": (), "categories": (), "when": "x"}
+        | facts
+    )
+
+
+def approximately(facts: dict[str, Any]) -> dict[str, Any]:
+    return {
+        name: pytest.approx(value, abs=1e-12) if isinstance(value, float) else value
+        for name, value in facts.items()
+    }
+
+
+@pytest.mark.parametrize(
+    ("change", "reason"),
+    [
+        ({}, None),
+        ({"decision": False}, "the limits state no decision rule"),
+        ({"results": False}, "no uncertainty is stated"),
+        ({"value": Value(problem="No data within 1-2 nm")}, f"{TAU_V}: No data within 1-2 nm"),
+        (
+            {"value": FULL._replace(value=0.1, covered=(380.0, 700.0))},
+            f"{TAU_V}: the data do not cover the band",
+        ),
+        ({"u": 0.0}, f"{TAU_V}: the budget gives it no uncertainty"),
+        ({"u": None}, f"{TAU_V}: no uncertainty: for a reason"),
+    ],
+)
+def test_what_a_bound_is_relative_to_is_looked_at_as_well(
+    tmp_path: Path, change: dict[str, Any], reason: str | None
+) -> None:
+    rule = '[decision]\nrule = "simple"\n' * change.get("decision", True)
+    text = f'[[requirement]]\nname = "a"\nquantity = "{SUVA}"\nwhen = "x"\n'
+    bound = f'below = {{ times = 0.5, quantity = "{TAU_V}" }}'
+    limits = written(tmp_path / "limits.toml", rule + text + bound)
+    u = change.get("u", 0.002)
+    values, results = figures({SUVA: (0.03, 0.001)} | ({TAU_V: (0.1, u)} if u is not None else {}))
+    values |= {TAU_V: change.get("value", FULL._replace(value=0.1))}
+    if u is None:
+        results = Results(
+            [SUVA],
+            np.array([0.03]),
+            {"a": np.array([[0.001]])},
+            {"a": math.inf},
+            TWO_SIGMA,
+            {TAU_V: "for a reason"},
+        )
+    given = results if change.get("results", True) else None
+    (statement,) = assess(limits, values, given, purposes=["x"]).statements
+    if reason is None:
+        assert (statement.verdict, statement.reason) == ("pass", None)
+        return
+    known = (0.001, pytest.approx(0.002), pytest.approx(2.0)) if given else (None,) * 3
+    assert statement == Statement("a", SUVA, "not decided", reason, 0.03, *known, when="x")
+
+
+@pytest.mark.parametrize(
+    ("dof", "expected"),
+    [
+        (1.0, 0.5 + math.atan(1.5) / math.pi),
+        (2.0, 0.5 + 1.5 / (2.0 * math.sqrt(2.0 + 1.5**2))),
+        (9_999.0, 0.933177),
+        (10_000.0, NormalDist().cdf(1.5)),
+        (math.inf, NormalDist().cdf(1.5)),
+    ],
+)
+def test_the_probability_is_that_of_students_t(dof: float, expected: float) -> None:
+    assert probability(0.03, 0.02, dof) == pytest.approx(expected, abs=2e-6)
+    assert probability(-0.03, 0.02, dof) == pytest.approx(1.0 - expected, abs=2e-6)
+    assert (probability(0.03, 0.02, dof) == NormalDist().cdf(1.5)) == (dof >= 10_000.0)
+
+
 def classified(value: float, u: float, rule: str = "non-binary") -> Conformity:
     limits = Limits.read(EXAMPLE)
     assert limits.decision == Decision("non-binary", 1.0, 0.95)
@@ -186,6 +318,12 @@ def classified(value: float, u: float, rule: str = "non-binary") -> Conformity:
         (0.4400, 0.0040, "non-binary", "1", (), {"2": 0.0062, "1": 0.9938, "3": 0.0}),
         (0.1790, 0.0020, "guard-band", "3", ("2",), {"2": 0.3085, "1": 0.0, "3": 0.6915}),
         (0.4300, 0.0001, "non-binary", "2", ("1",), {"2": 0.5, "1": 0.5}),
+        (0.8000, 0.0040, "simple", "1", (), {"0": 0.5, "1": 0.5}),
+        (0.4300, 0.0040, "simple", "2", (), {"1": 0.5, "2": 0.5}),
+        (0.0300, 0.0010, "simple", None, (), {"4": 0.5}),
+        (0.7961, 0.0020, "non-binary", "1", ("0",), {"0": 0.0256}),
+        (0.7959, 0.0020, "non-binary", "1", (), {"0": 0.0202}),
+        (0.7961, 0.0020, "uncritical", "1", ("0",), {"0": 0.0256}),
         (0.0250, 0.0010, "non-binary", None, (), {"4": 0.0}),
         (0.0290, 0.0010, "non-binary", None, ("4",), {"4": 0.1587}),
     ],
@@ -213,6 +351,19 @@ def test_a_requirement_of_a_category_says_if_that_is_in_doubt(tmp_path: Path) ->
     limits = written(tmp_path / "limits.toml", text)
     statements = assess(limits, *figures({TAU_V: (0.435, 0.004)})).statements
     assert [(each.name, each.categories) for each in statements] == [("one", ("1",)), ("both", ())]
+    for value, name, reason in (
+        (0.01, None, "the figure is in none of the categories"),
+        (None, None, "No data"),
+    ):
+        values, results = figures({TAU_V: (value or 0.0, 0.001)})
+        values |= {TAU_V: Value(problem="No data") if value is None else values[TAU_V]}
+        category, statements = assess(limits, values, results)
+        assert category is not None
+        assert category[:3] == (name, (), reason)
+        told = f"it is for some categories only, and {reason}"
+        assert {(each.verdict, each.reason, each.when) for each in statements} == {
+            ("not decided", told, None)
+        }
 
 
 @pytest.mark.parametrize(

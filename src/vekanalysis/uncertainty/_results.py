@@ -166,7 +166,7 @@ class Results(Mapping[str, Uncertain]):
     def margin(self, a: str, b: str, factor: float = 1.0) -> Uncertain:
         """``a`` less ``factor`` times ``b``: how far ``a`` is below or above that limit."""
         value = self._value(a) - factor * self._value(b)
-        return self._combined(value, {a: 1.0, b: -factor})
+        return self._combined(value, {b: -factor} | {a: 1.0 - factor * (a == b)})
 
     def derive(self, function: Callable[..., float], *keys: str) -> Uncertain:
         """A figure that is computed of others, to first order.
