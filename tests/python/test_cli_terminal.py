@@ -2,16 +2,26 @@
 
 from __future__ import annotations
 
+import io
 import os
 import re
 import shlex
 import shutil
+import signal
 import subprocess
 import sys
+import threading
 from pathlib import Path
 
 import pytest
 from cli import GREY, ROOT, Runner
+
+import vekanalysis.__main__ as entry
+from vekanalysis.__main__ import main
+from vekanalysis.commands import _terminal, completion
+from vekanalysis.commands._errors import CommandError, Terminated
+from vekanalysis.commands._parser import make_parser
+from vekanalysis.errors import Refusal, Remedy
 
 pty = pytest.importorskip("pty", reason="terminals of POSIX systems")
 
@@ -94,3 +104,216 @@ def test_colour_is_for_terminals_without_objection(
     os.close(ours)
     assert (b"\x1b[1m" in shown or b"\x1b[1;" in shown) == coloured
     assert re.search(rb"usage: |Lens report", re.sub(rb"\x1b\[[0-9;]*m", b"", shown))
+
+
+class Screen(io.StringIO):
+    """A stream that is a terminal, or none."""
+
+    def __init__(self, is_terminal: bool = True, encoding: str = "utf-8") -> None:
+        super().__init__()
+        self._is_terminal, self._encoding = is_terminal, encoding
+
+    @property
+    def encoding(self) -> str:
+        return self._encoding
+
+    def isatty(self) -> bool:
+        return self._is_terminal
+
+
+def test_a_terminal_shows_how_far_a_batch_is(monkeypatch: pytest.MonkeyPatch) -> None:
+    clock = [100.0]
+    monkeypatch.setattr(_terminal, "monotonic", lambda: clock[0])
+    monkeypatch.setenv("TERM", "xterm")
+    screen = Screen()
+    monkeypatch.setattr(sys, "stderr", screen)
+    with _terminal.Progress(4000, hidden=False) as progress:
+        for seconds, done in ((0.0625, 1), (0.125, 10), (0.1875, 20), (60.0, 2000), (100.0, 4000)):
+            clock[0] = 100.0 + seconds
+            progress.show(done, 1)
+    shown = screen.getvalue().split("\r")
+    assert shown == [
+        "",
+        f"[{'-' * 24}] 10 of 4,000 files, 1 failed, 0:50 left\x1b[K",
+        f"[{'#' * 12}{'-' * 12}] 2,000 of 4,000 files, 1 failed, 1:00 left\x1b[K",
+        f"[{'#' * 24}] 4,000 of 4,000 files, 1 failed, 0:00 left\x1b[K",
+        "\x1b[K",
+    ]
+    for hidden, stream in ((True, Screen()), (False, Screen(False))):
+        monkeypatch.setattr(sys, "stderr", stream)
+        with _terminal.Progress(10, hidden=hidden) as progress:
+            clock[0] += 1.0
+            progress.show(1, 0)
+        assert stream.getvalue() == ""
+
+
+@pytest.mark.parametrize(
+    ("stream", "term", "no_color", "expected"),
+    [
+        (Screen(), "xterm", "", (True, True)),
+        (Screen(), None, None, (True, True)),
+        (Screen(), "xterm", "1", (True, False)),
+        (Screen(), "dumb", None, (False, False)),
+        (Screen(False), "xterm", None, (False, False)),
+    ],
+)
+def test_what_is_a_terminal(
+    monkeypatch: pytest.MonkeyPatch,
+    stream: Screen,
+    term: str | None,
+    no_color: str | None,
+    expected: tuple[bool, bool],
+) -> None:
+    for name, value in (("TERM", term), ("NO_COLOR", no_color)):
+        monkeypatch.delenv(name, raising=False)
+        if value is not None:
+            monkeypatch.setenv(name, value)
+    monkeypatch.setattr(sys, "stdout", stream)
+    monkeypatch.setenv("COLUMNS", "123")
+    assert (_terminal.is_terminal(stream), _terminal.in_colour()) == expected
+    assert not _terminal.is_terminal(None)
+    assert _terminal.width_for(70) == 70
+    assert _terminal.width_for(None) == (123 if expected[0] else None)
+    assert main(["report", GREY]) == 0
+    (heading, *_, row) = [line for line in stream.getvalue().splitlines() if line]
+    assert heading.startswith("\x1b[1m") == heading.endswith("\x1b[0m") == expected[1]
+    assert "\x1b" not in row
+
+
+@pytest.mark.parametrize("is_terminal", [True, False])
+def test_no_character_does_what_it_should_not(
+    monkeypatch: pytest.MonkeyPatch, is_terminal: bool
+) -> None:
+    text = "\N{MICRO SIGN}\t\x1b[0m\x9b\n"
+    for encoding, shown in (("utf-8", "\N{MICRO SIGN}"), ("ascii", "u"), (None, "u")):
+        stream = Screen(is_terminal, encoding)  # type: ignore[arg-type]
+        monkeypatch.setattr(sys, "stdout", stream)
+        _terminal.emit(text)
+        first, *rest = stream.getvalue()
+        assert first == shown
+        assert "".join(rest) == ("\t?[0m?\n" if is_terminal else f"\t\x1b[0m{rest[5]}\n")
+    escape = r"\u001b\u009b\ud83d\ude00" if is_terminal else "\x1b\x9b\N{GRINNING FACE}"
+    stream = Screen(is_terminal)
+    monkeypatch.setattr(sys, "stdout", stream)
+    _terminal.emit_json(lambda ascii_only: "\x1b\x9b\N{GRINNING FACE}\n")
+    assert stream.getvalue() == escape.replace(r"\ud83d\ude00", "\N{GRINNING FACE}") + "\n\n"
+    for encoding, asked, expected in (
+        *(("utf-8", False, "False"), ("utf-8", True, "True")),
+        *(("ascii", False, "True"), ("latin-1", False, "True")),
+    ):
+        stream = Screen(is_terminal, encoding)
+        monkeypatch.setattr(sys, "stdout", stream)
+        _terminal.emit_json(lambda only: f"{only}{'' if only else '\u20ac'}", asked)
+        assert stream.getvalue().strip("\n\u20ac") == expected
+
+
+def test_an_end_has_its_status_and_its_reason(
+    monkeypatch: pytest.MonkeyPatch, capfd: pytest.CaptureFixture[str]
+) -> None:
+    remedy = Remedy("pass {} there", (("data_sets", "A"),))
+    ends: list[tuple[BaseException | None, int, str]] = [
+        (None, 0, ""),
+        (CommandError("no files"), 2, "no files"),
+        (Refusal("it is\nno lens", remedy), 2, "it is?no lens; add --data-set A there"),
+        (MemoryError(), 2, "not enough memory"),
+        (OSError(5, "Input/output error"), 2, "standard output: Input/output error"),
+        (OSError("odd"), 2, "standard output: odd"),
+        (BrokenPipeError(), 141, ""),
+        (KeyboardInterrupt(), 130, ""),
+        (Terminated(), 143, ""),
+    ]
+    for end, status, told in ends:
+
+        def run(end: BaseException | None = end) -> None:
+            if end is not None:
+                raise end
+
+        monkeypatch.setattr(entry, "parse_arguments", lambda *_, run=run: run)
+        monkeypatch.setattr(entry, "_abandon_stdout", lambda: None)
+        found: list[int] = []
+        # Signals are for the main thread; in others all else is the same.
+        thread = threading.Thread(target=lambda found=found: found.append(main([])))
+        thread.start()
+        thread.join()
+        assert (main([]), found) == (status, [status])
+        line = f"vekanalysis: {told}\n" if told else ""
+        assert capfd.readouterr() == ("", 2 * line)
+
+    def fail(_: object, __: object) -> None:
+        raise TypeError("a fault of the program")
+
+    monkeypatch.setattr(entry, "parse_arguments", fail)
+    with pytest.raises(TypeError, match=r"^a fault of the program$"):
+        main([])
+    monkeypatch.setattr(sys, "stdout", None)
+    assert main([]) == 2
+    assert capfd.readouterr().err == "vekanalysis: standard output is closed\n"
+
+
+def test_the_handler_of_signals_is_put_back(monkeypatch: pytest.MonkeyPatch) -> None:
+    before = signal.getsignal(signal.SIGTERM)
+
+    def run() -> int:
+        os.kill(os.getpid(), signal.SIGTERM)
+        return 0
+
+    monkeypatch.setattr(entry, "parse_arguments", lambda *_: run)
+    assert (main([]), signal.getsignal(signal.SIGTERM)) == (143, before)
+
+
+BASH_OF_SOME = """\
+# Completion of p in bash: eval "$(p completion bash)"
+_p() {
+    local current=${COMP_WORDS[COMP_CWORD]} words=
+    case $COMP_CWORD,${COMP_WORDS[1]},${COMP_WORDS[COMP_CWORD - 1]} in
+    1,*) words='json completion calibrate -h --help --version' ;;
+    *,json,--indent) compopt +o bashdefault +o default ;;
+    *,calibrate,--free) compopt +o bashdefault +o default ;;
+    *,calibrate,--try-phases) compopt +o bashdefault +o default ;;
+"""
+ZSH_OF_SOME = """\
+#compdef a/p
+# Completion of a/p in zsh, after compinit: eval "$(a/p completion zsh)"
+_p() {
+    local state line
+    if ((CURRENT == 2)); then
+        _alternative 'commands:command:((json\\:"a measurement file as JSON" \
+completion\\:"completion with the Tab key"))' 'options:option:(-h --help --version)'
+        return
+    fi
+    local command=$words[2]
+    shift words
+    ((CURRENT--))
+    case $command in
+    json) _arguments '--help[]' '*:FILE:_files' '--indent[blanks a level; 0 line ends only, \
+-1 one line (default\\: 2)]:N: ' '--ascii[write characters beyond ASCII as \\u sequences]' ;;
+    completion) _arguments '--help[]' '*:shell:(bash zsh)' ;;
+    esac
+}
+compdef _p -p '*/p'
+"""
+
+
+def test_the_scripts_of_completion() -> None:
+    some = make_parser("p", ["json", "completion", "calibrate"])
+    assert completion._bash("p", "_p", some).startswith(BASH_OF_SOME)
+    end = completion._bash("p", "_p", some).partition("*) case ${COMP_WORDS[1]},$current in\n")[2]
+    assert (
+        end
+        == """\
+        json,-*) words='-h --help --indent --ascii' ;;
+        completion,-*) words='-h --help' ;;
+        completion,*) words='bash zsh' ;;
+        calibrate,-*) words='-h --help --start --free --try-phases --json --plot' ;;
+        esac ;;
+    esac
+    # Where there are no words, the names of files come.
+    mapfile -t COMPREPLY < <(compgen -W "$words" -- "$current")
+}
+complete -o bashdefault -o default -F _p p
+"""
+    )
+    assert completion._zsh("a/p", "_p", make_parser("a/p", ["json", "completion"])) == ZSH_OF_SOME
+    assert completion._zsh("p", "_p", make_parser("p", ["json"])).endswith("\ncompdef _p p\n")
+    repeated = completion._zsh("p", "_p", make_parser("p", ["csv"]))
+    assert re.search(r" '\*--data-set\[[^]]+\]:NAME: ' '--wide\[[^]]+\]' ", repeated)
