@@ -153,7 +153,7 @@ def _title(spectrum: Spectrum, others: Sequence[str]) -> str:
     titles = [
         title
         for title in (
-            f"{label} {kind}{unit}".strip(),
+            f"{f'{label} {kind}'.strip()}{unit}".strip(),
             f"{label}{unit}".strip(),
             f"{kind or 'value'}{unit}",
         )

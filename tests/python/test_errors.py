@@ -1,6 +1,7 @@
 """The words of refusals, for Python and for the command line."""
 
 import json
+import pickle
 from typing import Any
 
 import pytest
@@ -34,7 +35,8 @@ def test_a_remedy_is_an_argument_here_and_an_option_there(
     refusal = Refusal("a.csv: no", remedy)
     assert str(refusal) == f"a.csv: no; pass {in_python} or leave it; pass it"
     assert for_command_line(refusal) == f"a.csv: no; add {option} or leave it; pass it"
-    assert (refusal.reason, refusal.remedy) == ("a.csv: no", remedy)
+    again = pickle.loads(pickle.dumps(refusal))
+    assert (again.reason, again.remedy, again.args) == ("a.csv: no", remedy, refusal.args)
 
 
 def test_a_remedy_without_arguments_is_its_words() -> None:

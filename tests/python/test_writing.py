@@ -235,26 +235,39 @@ def test_a_file_is_written_whole_or_not_at_all(tmp_path: Path) -> None:
 
 
 @pytest.mark.parametrize(
-    ("kind", "unit", "label"),
+    ("kind", "unit", "label", "title"),
     [
-        ("other", None, "T (%)"),
-        ("counts", None, "Lens [%]"),
-        ("other", "furlong", "Lens (%T)"),
-        ("absorbance", "OD", "Wavelength (nm)"),
-        ("unknown", None, "nm"),
-        ("irradiance", "W m-2 nm-1", "a" * 3000),
-        ("flux", "W nm-1", "Abs x 1000"),
+        ("transmittance", "1", "lens", "lens transmittance [1]"),
+        ("irradiance", None, "lamp", "lamp irradiance"),
+        ("counts", "counts", "T", "T counts [counts]"),
+        ("unknown", "a.u.", "x", "x [a.u.]"),
+        ("irradiance", "W m-2 nm-1", "a" * 3000, f"{'a' * 100} irradiance [W m-2 nm-1]"),
+        # What would be read as something else is left out.
+        ("other", None, "T (%)", "value"),
+        ("other", None, "Reflectance", "value"),
+        ("unknown", None, "OD", "value"),
+        ("unknown", None, "", "value"),
+        ("counts", None, "Lens [%]", "counts"),
+        ("irradiance", None, "Lamp [W/m2/nm]", "irradiance"),
+        ("other", "furlong", "Lens (%T)", "value [furlong]"),
+        ("absorbance", "OD", "Wavelength (nm)", "absorbance [OD]"),
+        ("absorbance", None, "Reflectance 7", "Reflectance 7 absorbance"),
+        ("unknown", None, "nm", "value"),
+        ("flux", "W nm-1", "Abs x 1000", "flux [W nm-1]"),
     ],
 )
 def test_labels_in_csv_change_no_values(
-    kind: vek.units.Kind, unit: str | None, label: str, tmp_path: Path
+    kind: vek.units.Kind, unit: str | None, label: str, title: str, tmp_path: Path
 ) -> None:
     spectrum = Spectrum(Scan([400, 410], [0.1, 90]), kind, unit, label)
     path = tmp_path / "lens.csv"
-    vek.write(spectrum, path)
+    if kind == "transmittance":
+        spectrum = spectrum.replace(scan=spectrum.scan / 100)
+    text = written(spectrum, path)
+    assert text.splitlines()[0] == f"Wavelength [nm],{title}"
     (back,) = vek.read(path)
     assert back.scan == spectrum.scan
-    assert unit is None or (back.kind, back.unit) == (kind, unit)
+    assert unit in (None, "a.u.") or (back.kind, back.unit) == (kind, unit)
 
 
 @pytest.mark.parametrize(
