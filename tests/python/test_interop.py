@@ -142,6 +142,8 @@ def test_frames_join_on_exact_wavelengths_or_evaluate_on_a_grid() -> None:
 FOREIGN_SERIES = [
     (pd.Series([1.0, 2.0], [0.4, 0.5]), "look like um.*wavelength_unit='um'"),
     (pd.Series([1.0, 2.0], [4000, 5000]), "look like angstrom"),
+    (pd.Series([1.0, 2.0], [1, 2]), "are 1, 2, 3 to 2, which look like row numbers"),
+    (pd.Series([1.0, 2.0], [2, 1]), "from 1 to 2 look like um"),
     (pd.Series([1.0, 2.0]), "start at 0; they must be above zero"),
     (pd.Series([1.0, 2.0], pd.Index([400, 500], name="wl / um")), "in um"),
     (pd.Series([1.0, 2.0], pd.Index([400, 500], name="wavenumber")), "not a wavelength"),

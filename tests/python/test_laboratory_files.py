@@ -198,6 +198,7 @@ FORMS = {
     "pairs called data": ("##XYDATA= (XY..XY)\n400 1E1 410 12 420 14 430 16 440 18", None),
     "data behind the form": ("##XYDATA= (X++(Y..Y)) 400 10 12\n420 14 16 18", None),
     "pairs behind the form": ("##XYPOINTS=(XY..XY)400 10 410 12;420 14\n430 16;440 18", None),
+    "sums of fractions": ("400 0.1K.2\n410 2.3K.2K.2K.2", [0.1, 0.1 + 2.2, 4.5, 6.7, 6.7 + 2.2]),
     "decimal commas": ("400,0 10,0 12,0\n420,0 14,0 16,0 18,0", None),
 }
 
@@ -267,6 +268,10 @@ def test_what_contradicts_the_table_is_told(
 REFUSED_JCAMP = {
     "doubtful E": ("400 1.5E0 2 3", "E without a sign can be read in two ways"),
     "check value": ("400A0KK\n420A5K", "line 11: the check value 15 differs from 14 in line 10"),
+    "check value of a fraction": (
+        "400 .5KK\n420 4.6K",
+        "the check value 4.5999999999999996 differs",
+    ),
     "too few": ("400 10 12 14 16", "4 points in the table, where NPOINTS is 5"),
     "too many": ("400 10 12 14 16 18 20", "line 10: more than 5 points, which NPOINTS states"),
     "bomb": ("400A0W99999999999999999", "more than 5 points"),
@@ -539,6 +544,16 @@ XML = {
     "depth": (lenses(before="<a>" * 100_000), "line 3: elements more than 20 deep"),
     "long text": (lenses(before="a" * 200_000), "more than 100000 characters in 'Ophthalmology'"),
     "elements": (lenses(before="<a/>" * 600_000), "more than 500000 elements"),
+    "attributes": (
+        f"<R {' '.join(f'a{index}="1"' for index in range(65))}/>".encode(),
+        "line 1: more than 64 attributes",
+    ),
+    "many attributes": (
+        f"<R {' '.join(f'a{index}="1"' for index in range(64))}/>".encode(),
+        "it holds a prescription only",
+    ),
+    "deep": (b"<R>" + b"<a>" * 19 + b"</a>" * 19 + b"</R>", "it holds a prescription only"),
+    "deeper": (b"<R>" + b"<a>" * 20, "line 1: elements more than 20 deep"),
     "cut": (lenses(lens("R", "400:1"))[:-30], "damaged XML"),
     "encoding": (b'<?xml version="1.0" encoding="UTF-7"?><R/>', "in the encoding 'utf-7'"),
     "bytes": (b"<R>\n\xff</R>", "line 2: the bytes are not utf-8"),
@@ -589,6 +604,8 @@ FLOAT, OLD_FLOAT, OLD_MULTIPLE, MULTIPLE, LISTED = (
 )
 U32 = struct.Struct("<I").pack
 SPC = {
+    "header only": (sample("spc-old-even-nm.spc")[:224], "the points need 378 bytes, and 224 are"),
+    "no header": (sample("spc-old-even-nm.spc")[:223], "line 1: the bytes are not utf-16-le"),
     "truncated": (sample("spc-truncated.spc"), "need 666 bytes, and 600 are there"),
     "huge count": (sample("spc-huge-count.spc"), "and 917 are there"),
     "one point": (patched(FLOAT, points=U32(1)), "1 points are announced"),

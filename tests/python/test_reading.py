@@ -118,6 +118,10 @@ Log Absorbance -> other None 8
 Delta Absorbance -> other None 8
 Normalised transmittance -> other a.u. 8
 Normalised irradiance -> irradiance a.u. 8
+Irradiance intensity -> irradiance None 8
+Radiant flux, radiant intensity -> other None 8
+E [W/cm²/nm] -> irradiance W m-2 nm-1 80000
+Reflectance (counts) -> other counts 8
 """
 
 
@@ -243,6 +247,11 @@ FILES: dict[str, tuple[str, dict[str, Any], list[tuple[str, str, str | None, lis
     ),
     "no line above": ("T: 25 %\n400 1\n410 2\n", {}, [("lens", "unknown", None, [1, 2])]),
     "asked": ("400;50\n410;60\n", {"unit": "%"}, [("lens", "unknown", "1", [0.5, 0.6])]),
+    "dark": (
+        "nm;T\n400;1.51\n",
+        {"unit": "%"},
+        [("lens", "transmittance", "1", [0.0151])],
+    ),
     "kind asked": (
         "nm;A\n400;1\n410;2\n",
         {"kind": "absorbance"},
@@ -253,6 +262,8 @@ FILES: dict[str, tuple[str, dict[str, Any], list[tuple[str, str, str | None, lis
         {"unit": "mW/m2/nm"},
         [("lens", "irradiance", "W m-2 nm-1", [0.001, 0.002])],
     ),
+    "in volts": ("nm;T [V]\n400;1\n410;2\n", {}, [("lens", "other", "V", [1, 2])]),
+    "photons": ("nm;V/nm\n400;1\n410;2\n", {}, [("lens", "other", "V nm-1", [1, 2])]),
     "as stated": (
         "nm;T [%]\n400;50\n410;60\n",
         {"unit": "percent", "kind": "transmittance"},
@@ -261,14 +272,60 @@ FILES: dict[str, tuple[str, dict[str, Any], list[tuple[str, str, str | None, lis
 }
 
 
-@pytest.mark.parametrize(("text", "options", "expected"), FILES.values(), ids=FILES)
-def test_files_are_read_as_they_state(
-    text: str, options: dict[str, Any], expected: list[tuple[str, str, str | None, list[float]]]
-) -> None:
+# The facts of some of these files, and the notes of their spectra.
+NOTES: dict[str, tuple[dict[str, str], list[str]]] = {
+    "a time": ({"time": "12:30"}, []),
+    "wavelengths in names": ({"sample": "x", "Unit": "W/m2/nm"}, [
+        "the wavelengths stand in the names of the rows, as 'E 400[nm]'",
+        "column 1 'Unit;W/m2/nm': irradiance in W m-2 nm-1",
+    ]),
+    "unit in a header": ({"Unit": "mW/m2/nm"}, [
+        "column 1 'Unit: mW/m2/nm': irradiance in mW m-2 nm-1, divided by 1000"
+    ]),
+    "unit row": ({}, [
+        "column 1 'a %': in %, kind not stated, divided by 100",
+        "column 2 'b W m-2 nm-1': irradiance in W m-2 nm-1",
+    ]),
+    "units behind": ({}, ["column 1: in %, kind not stated, divided by 100"]),
+    "µm behind": ({}, ["wavelengths converted from um to nm"]),
+    "no numbers": ({}, [
+        "'T [%]': cells without a number left out: 3, the first in line 3",
+        "column 1 'T [%]': transmittance in %, divided by 100",
+    ]),
+    "header of places": (
+        {"XUNITS": "nm", "YUNITS": "%T", "YFACTOR": "1.000000", "YOFFSET": "0.000000"}, [
+            "skipped, since there are no numbers: line 1, 2, 3, 8, 9",
+            "column 1 'YUNITS: %T': transmittance in %, divided by 100",
+        ],
+    ),
+    "header of modes": ({"Mode": "Absorbance", "slit": "2 nm"}, [
+        "column 1 'Mode;Absorbance': absorbance in OD"
+    ]),
+    "a line above": ({}, ["column 1 '# T in %': transmittance in %, divided by 100"]),
+    "no line above": ({"T": "25 %"}, []),
+    "pairs without names": ({}, [
+        "column 1 'T': transmittance, unit not stated", "column 3 'R': reflectance, unit not stated"
+    ]),
+    "asked": ({}, ["column 1: in %, kind not stated, as asked, divided by 100"]),
+    "kind asked": ({}, ["column 1 'A': absorbance in OD, as asked"]),
+    "arbitrary": ({}, [
+        "column 1 'Intensity (a.u.)': irradiance in mW m-2 nm-1, as asked, divided by 1000"
+    ]),
+    "in volts": ({}, ["column 1 'T [V]': transmittance is not measured in V"]),
+    "photons": ({}, ["column 1 'V/nm': in V nm-1, another quantity"]),
+}  # fmt: skip
+
+
+@pytest.mark.parametrize("case", FILES)
+def test_files_are_read_as_they_state(case: str) -> None:
+    text, options, expected = FILES[case]
     spectra = read(text, **options)
     found = [(s.label, s.kind, s.unit, s.scan.values()) for s in spectra]
     assert found == expected
     assert all(380.0 <= s.scan.min_wavelength() <= 999.5 for s in spectra)
+    if case in NOTES:
+        notes = dict.fromkeys(note for spectrum in spectra for note in spectrum.notes)
+        assert (spectra[0].metadata, [*notes]) == NOTES[case]
 
 
 ROWS = "400;1;9\n410;2;3\n"
@@ -277,6 +334,8 @@ TOLD: list[tuple[str, dict[str, Any], dict[str, tuple[list[float], list[float]]]
     ("nm;a;um;b\n400;1;.5;2\n500;1;.6;2\n", {},
      {"a": ([400, 500], [1, 1]), "b": ([500, 600], [2, 2])},
      ["wavelengths converted from um to nm"]),
+    ('"nm" ;"a ""b"" ; c";\t"d\n400;1;"2"\n', {},
+     {'a "b" ; c': ([400], [1]), '"d': ([400], [2])}, []),
     ("410 1\n400 2\n405 3\n", {"sort": True}, {"lens": ([400, 405, 410], [2, 3, 1])}, []),
     *(
         (f"n,wl,T\n{first},400,0.25\n{second},410,0.5\n", {},
@@ -363,6 +422,7 @@ REFUSED: dict[str, tuple[str, dict[str, Any], str, str]] = {
         "reaches no more than 0.85, which looks like fractions",
         "leave --unit out if they are fractions, or give --kind transmittance too",
     ),
+    "like fractions still": ("nm;T\n400;1.5", {"unit": "%"}, "reaches no more than 1.5, which", ""),
     **{
         f"header with {fact}": (f"{fact}\nnm\tT\n400\t1\n410\t2\n", {}, reason, "")
         for fact, reason in {
@@ -531,6 +591,71 @@ def test_what_a_file_is_does_not_depend_on_its_name(tmp_path: Path) -> None:
     assert vek.read(path, data_sets=["A (2)"]) == [second]
     path.write_bytes("Wellenlänge in nm;T\n400;0,5\n410;0,6\n".encode("utf-16"))
     assert vek.read(path)[0].scan.to_lists() == first.scan.to_lists()
+    # In UTF-16 the second byte may be that of a version of SPC, and some letters end in zero.
+    path.write_bytes(("MĀ\n" + "x\n" * 40 + "nm;T\n400;0,5\n410;0,6\n").encode("utf-16-be"))
+    assert vek.read(path)[0].scan.to_lists() == first.scan.to_lists()
+
+
+LENS = DataSet("A", [(0.4, 50.0), (0.41, 60.0)])
+
+
+@pytest.mark.parametrize("applied", [False, True])
+def test_records_of_measurement_files_are_metadata(applied: bool) -> None:
+    contents = Contents(
+        data_sets=[LENS],
+        x_type=4,
+        apply_data_calibration=applied,
+        apply_reference=applied,
+        pre_scan_addon_filename=" ",
+    )
+    (lens,) = read(contents.file(), unit="%", interpolation=vek.LINEAR, epsilon=0.5)
+    expected = {
+        "date": "2024-03-01 10:15:00",
+        "summary": "summary",
+        "measurement": "Transmittance",
+        "x axis": "Wavelength / nm",
+        "y axis": "Transmittance",
+        "system file": "system.ini",
+        "certificate file": "certificate.pdf",
+        "add-on before": "before",
+        "add-on after": "after",
+        "add-on after, file": "after.exe",
+    }
+    if applied:
+        expected |= {"reference": "none", "reference file": "reference.vek"}
+        expected |= {"reference parameter": "1.0", "calibration file": "calibration.cal"}
+    assert lens.metadata == expected
+    assert lens.scan == vek.Scan([400, 410], [0.5, 0.6], 0.5, vek.LINEAR)
+    assert lens.notes == (
+        "wavelengths converted from um to nm",
+        "data set 'A': transmittance in %, as asked, divided by 100",
+    )
+
+
+@pytest.mark.parametrize(
+    ("contents", "options", "reason"),
+    [
+        (Contents(), {}, "lens.csv: there are no data sets in it"),
+        (Contents(data_sets=[DataSet("A", [])]), {}, "lens.csv: data set 'A': it has no points"),
+        (Contents(data_sets=[LENS, LENS]), {"data_sets": ["A", "B"]},
+         "lens.csv: no data set 'B'; the data sets are: 'A', 'A (2)'"),
+        (Contents(data_sets=[LENS], x_type=4), {"wavelength_unit": "nm"},
+         "lens.csv: data set 'A': its x axis is 'Wavelength / µm', asked for is nm"),
+        (Contents(data_sets=[LENS], x_type=1), {},
+         "lens.csv: data set 'A': its x axis is 'Time / s', not a wavelength in nm"),
+        (Contents(data_sets=[LENS]), {"decimal": "-"}, "decimal is '-'; it must be '.' or ','"),
+    ],
+)  # fmt: skip
+def test_measurement_files_that_are_refused(
+    contents: Contents, options: dict[str, Any], reason: str
+) -> None:
+    with pytest.raises(vek.Refusal) as caught:
+        read(contents.file(), **options)
+    assert caught.value.reason == reason
+    with pytest.raises(
+        vek.Refusal, match="^lens.csv: no readable measurement file: File corrupted$"
+    ):
+        read(contents.file()[:600])
 
 
 def test_facts_of_headers_are_metadata() -> None:
