@@ -13,7 +13,8 @@ from cli import GREY, ROOT, Runner, flat, write_csv, write_vek
 
 import vekanalysis as vek
 from vekanalysis.certificates import Certificate, Field, Limits, Logo, Settings
-from vekanalysis.quantities import LENS, LENS_FULL
+from vekanalysis.certificates._words import Words, safe, symbol
+from vekanalysis.quantities import LENS, LENS_FULL, Value, quantity
 from vekanalysis.uncertainty import Budget, Component, of_points
 
 EXAMPLES = ROOT / "examples"
@@ -149,6 +150,77 @@ def test_figures_at_their_ends(tmp_path: Path) -> None:
     page = Page(Certificate(spectrum, budget=Budget.read(EXAMPLES / "budget.toml")).html())
     assert "0.0000 0.0000 to 0.0010" in page.text
     assert "1 of the values are below 0, the lowest −0.001." in page.text  # noqa: RUF001
+
+
+Y, A_STAR, Q_RED = (
+    "CIE_tristimulus_values.Y",
+    "CIELAB_tristimulus_values.a_star",
+    "ISO8980_3_Q_led.red",
+)
+
+
+@pytest.mark.parametrize(
+    ("key", "number", "plain", "percent"),
+    [
+        (TAU_V, 0.123456, "0.1235|0.123456|0.12", "12,35 %|12,3456 %|12 %"),
+        (TAU_V, 0.00125, "0.0013|0.00125|0.0013", "0,13 %|0,125 %|0,13 %"),
+        (TAU_V, -4e-05, "0.0000|-0.00004|-0.000040", "0,00 %|-0,004 %|-0,0040 %"),
+        (TAU_V, 1.00005, "1.0001|1.00005|1.0", "100,01 %|100,005 %|100 %"),
+        (Q_RED, 10.5, "10.5000|10.5|10", "10,5000|10,5|10"),
+        (Y, 5807.3412, "5807.34 nm|5807.34 nm|5800 nm", "5807,34 nm|5807,34 nm|5800 nm"),
+        (Y, 0.99996, "1.0000 nm|0.99996 nm|1.0 nm", "1,0000 nm|0,99996 nm|1,0 nm"),
+        (Y, 1.0, "1.00000 nm|1 nm|1.0 nm", "1,00000 nm|1 nm|1,0 nm"),
+        (Y, 123456.7, "123457 nm|123457 nm|120000 nm", "123457 nm|123457 nm|120000 nm"),
+        (A_STAR, -79.0159, "-79.0159|-79.0159|-79", "-79,0159|-79,0159|-79"),
+    ],
+)
+def test_figures_limits_and_guard_bands_have_their_digits(
+    key: str, number: float, plain: str, percent: str
+) -> None:
+    record = quantity(key)
+    for words, expected in (
+        (Words(Settings()), plain),
+        (Words(Settings(language="de", decimal=",", percent=True)), percent),
+    ):
+        shown = [each(record, number) for each in (words.value, words.limit, words.guard)]
+        told = "|".join(shown).replace("\N{MINUS SIGN}", "-").replace("\N{NO-BREAK SPACE}", " ")
+        assert told == expected
+        figure = words.figure(record, Value(value=number), None)
+        assert figure == (shown[0].partition("\N{NO-BREAK SPACE}")[0], "")
+
+
+@pytest.mark.parametrize(
+    ("share", "said"),
+    [
+        (1.0, "> 99,9 %"),
+        (0.9990001, "> 99,9 %"),
+        (0.999, "99,9 %"),
+        (0.12345, "12,3 %"),
+        (0.001, "0,1 %"),
+        (0.00099, "< 0,1 %"),
+    ],
+)
+def test_no_probability_is_certain(share: float, said: str) -> None:
+    words = Words(Settings(decimal=","))
+    assert words.probability(share).replace("\N{NO-BREAK SPACE}", " ") == said
+
+
+def test_reasons_are_translated_with_their_numbers() -> None:
+    words = Words(Settings(language="de", decimal=","))
+    data = "Keine Daten innerhalb von 1\N{EN DASH}2,5 nm."
+    assert words.translated("No data within 1-2.5 nm") == data
+    assert words.translated(f"{TAU_V}: No data within 1-2.5 nm") == f"{TAU_V}: {data}"
+    assert words.translated("no uncertainty is stated") == "eine Unsicherheit ist nicht angegeben"
+    assert words.kept == set()
+    assert words.translated("x: y") == "x: y"
+    assert words.kept == {"y"}
+    assert words.interval((315.0, 380.5)) == "315\N{EN DASH}380,5"
+    english = Words(Settings())
+    assert (english.translated("x"), english.note("y"), english.kept) == ("x", "y", set())
+    assert [symbol(each) for each in ("L*", "\N{GREEK SMALL LETTER TAU}_V", "a_b*", "x")] == [
+        *(("L", "", "*"), ("\N{GREEK SMALL LETTER TAU}", "V", ""), ("a", "b", "*"), ("x", "", ""))
+    ]
+    assert safe("a\N{NO-BREAK SPACE}b\nc\x1b") == "a\N{NO-BREAK SPACE}b?c?"
 
 
 def test_fields_come_from_the_header_unless_they_are_stated(tmp_path: Path) -> None:

@@ -55,7 +55,7 @@ class Words:
             return f"{about[1]}: {self.translated(about[2])}"
         nothing = _NO_DATA.fullmatch(english)
         if nothing:
-            return self("no_data", range=nothing[1].replace("-", _DASH))
+            return self("no_data", range=_DASH.join(map(self.number, nothing[1].split("-"))))
         found = sentences.get(english)
         return self._or_kept(english, self._notes(english) if found is None else found)
 
