@@ -1,16 +1,19 @@
 """Records of certificates, and their verification: whatever is changed is found."""
 
+import hashlib
 import json
 import re
 import shutil
+from collections.abc import Callable
 from pathlib import Path
-from typing import NamedTuple
+from typing import Any, NamedTuple
 
 import pytest
-from cli import ROOT, Runner, flat, write_vek
+from cli import ROOT, Runner, flat, write_csv, write_vek
 
 import vekanalysis as vek
-from vekanalysis.certificates import verify
+from vekanalysis.certificates import Certificate, _record, record, verify
+from vekanalysis.quantities import OwnTable, Repeats
 
 NOISE = """
 [[component]]
@@ -172,6 +175,149 @@ def test_each_of_several_records_is_told(
     for name in sorted(names, key=lambda name: name in ("none.json", "lab.toml")):
         assert any(f"{name}: " in line and reasons.get(name, "agree") in line for line in told)
     assert done.status == status
+
+
+def changed(folder: Path, change: Callable[[dict[str, Any]], object]) -> Path:
+    """A record that was changed by one who knows how digests are made."""
+    document = json.loads((folder / "c.json").read_text())
+    change(document)
+    document.pop("sha256")
+    document["sha256"] = _record._digest(document)
+    (folder / "d.json").write_text(_record._text(document))
+    return folder / "d.json"
+
+
+@pytest.fixture
+def plain(tmp_path: Path, run: Runner, monkeypatch: pytest.MonkeyPatch) -> Path:
+    """The folder of a certificate of a spectrum, and of nothing else."""
+    monkeypatch.chdir(tmp_path)
+    write_csv(Path("a.csv"), flat(0.5))
+    assert run("certificate", "a.csv", "--out", "c.html", "--record", "c.json").status == 0
+    return tmp_path
+
+
+SPECTRUM, QUANTITY = "report.spectra[0]", "report.quantities[ISO8980_3_tau_v]"
+
+
+@pytest.mark.parametrize(
+    ("change", "told"),
+    [
+        (lambda d: d.update(more=1), []),
+        (
+            lambda d: d["report"]["spectra"][0].update(points=100),
+            [f"{SPECTRUM}.points: the record has 100, computed again: 101"],
+        ),
+        (
+            lambda d: d["report"]["spectra"][0].update(points=101.0),
+            [f"{SPECTRUM}.points: the record has 101.0, computed again: 101"],
+        ),
+        (
+            lambda d: [d["report"]["spectra"][0].pop("points"), d["report"].update(x=1)],
+            [
+                f"{SPECTRUM}.points: is in only one of record and computation",
+                "report.x: is in only one of record and computation",
+            ],
+        ),
+        (
+            lambda d: d["report"]["quantities"][3]["values"][0].update(value=-0.0),
+            [f"{QUANTITY}.values[0].value: the record has -0.0, computed again: 0.5"],
+        ),
+        (
+            lambda d: d["report"]["spectra"][0]["step_nm"].append(1),
+            [f"{SPECTRUM}.step_nm: the record has [5.0, 5.0, 1], computed again: [5.0, 5.0]"],
+        ),
+        (
+            lambda d: d["report"].update(notes="x"),
+            ['report.notes: the record has "x", computed again: ["All figures but the mea...'],
+        ),
+        (
+            lambda d: d["digests"][1].update(name="q"),
+            ['digests[q].name: the record has "q", computed again: "page.html"'],
+        ),
+        (
+            lambda d: d["pages"].append({"path": "none.pdf", "sha256": "0"}),
+            ["{}/none.pdf: cannot be read: No such file or directory"],
+        ),
+        (
+            lambda d: d["pages"].append({"path": "a.csv", "sha256": "0"}),
+            ["{}/a.csv: its SHA-256 digest is not that of the record"],
+        ),
+        (
+            lambda d: d.update(version="0"),
+            [f"{{}}/d.json: it was written by version 0, and this is {vek.__version__}"],
+        ),
+        (
+            lambda d: d["files"]["input"][0].update(path="b.csv"),
+            ["{}/b.csv: cannot be read: No such file or directory"],
+        ),
+        (
+            lambda d: d["report"]["spectra"][0].update(column=7),
+            ["cannot be computed again: a.csv: the spectrum is not in it any more"],
+        ),
+    ],
+)
+def test_differences_are_told_one_by_one(
+    plain: Path, change: Callable[[dict[str, Any]], object], told: list[str]
+) -> None:
+    found = verify(changed(plain, change))
+    ends = [each.format(plain).removesuffix("...") for each in told]
+    assert [each[: len(end)] for each, end in zip(found.differences, ends, strict=True)] == ends
+    # Points, range, steps; of 35 quantities band and values, with what is needed and covered.
+    assert found.figures == (0 if "b.csv" in str(told) or "any more" in str(told) else 271)
+
+
+@pytest.mark.parametrize(
+    ("change", "told"),
+    [
+        (
+            lambda d: d["report"]["spectra"][0].update(repeats=3),
+            "TypeError: repeats must be a list",
+        ),
+        (lambda d: d["options"].update(skip=["x"]), "TypeError: 'str' object cannot be"),
+        (lambda d: d.pop("pages"), "KeyError: 'pages'"),
+        (lambda d: d.update(fields=3), "TypeError: 'int' object is not"),
+    ],
+)
+def test_a_record_that_is_not_complete_is_refused(
+    plain: Path, change: Callable[[dict[str, Any]], object], told: str
+) -> None:
+    path = changed(plain, change)
+    with pytest.raises(vek.Refusal) as refusal:
+        verify(path)
+    assert str(refusal.value).startswith(f"{path}: no complete record: {told}")
+
+
+def test_a_page_that_differs_much_is_told_in_part(plain: Path) -> None:
+    page = (plain / "c.html").read_text()
+    (plain / "c.html").write_text(page.replace("<", " <x") + "\n")
+    own, *lines, last = verify(plain / "c.json").differences
+    file, count = plain / "c.html", page.count("\n") + 1
+    assert own == f"{file}: its SHA-256 digest is not that of the record"
+    assert lines[0] == f"{file}: line 1: <x!DOCTYPE html>: computed again: <!DOCTYPE html>"
+    assert (len(lines), last) == (20, f"{file}: {count + 1} lines; computed again: {count}")
+
+
+def test_a_record_needs_files(plain: Path) -> None:
+    (spectrum,) = vek.read("a.csv")
+    pages = {"p.html": b"page", "p.pdf": b"paper"}
+    path = plain / "in/r.json"
+    made = json.loads(record(Certificate(spectrum), path, pages, {"skip": {3, 1}}))
+    assert made["files"] == {"input": [{"name": "a.csv", "path": "../a.csv"}]}
+    assert (made["options"], made["format"]) == ({"skip": [1, 3]}, "vekanalysis certificate")
+    assert made["pages"] == [
+        {"name": name, "path": f"../{name}", "sha256": hashlib.sha256(page).hexdigest()}
+        for name, page in pages.items()
+    ]
+    loose = vek.Spectrum(spectrum.scan, label="loose")
+    table = OwnTable("ISO8980_3_led_red", vek.colorimetry.data.ISO8980_3_led_red())
+    for certificate, reason in (
+        (Certificate(loose), "loose: a record needs a spectrum from a file"),
+        (Certificate(Repeats([spectrum, loose], "m")), "loose: a record needs a spectrum from a"),
+        (Certificate(spectrum, tables=[table]), f"table '{table.name}': a record needs a table fr"),
+    ):
+        with pytest.raises(vek.Refusal) as refusal:
+            record(certificate, path, pages, {})
+        assert str(refusal.value).startswith(reason)
 
 
 DEEP = f'{{"format": "vekanalysis certificate", "a": {"[" * 5000}{"]" * 5000}}}'
