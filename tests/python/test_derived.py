@@ -1,6 +1,7 @@
 """Quantities that follow from others: quotients, of which both parts must be there."""
 
 import csv
+import itertools
 import json
 import math
 from pathlib import Path
@@ -54,6 +55,16 @@ def test_each_is_the_quotient_of_the_functions() -> None:
     for record in DERIVED:
         factor = 1.0 if record.is_quotient else 1.25
         assert brighter[record.key].value == pytest.approx(factor * expected[record.key], rel=1e-12)
+
+
+def test_they_stand_behind_the_others_of_their_standard() -> None:
+    found = [(record.standard, record in DERIVED) for record in LENS_FULL]
+    runs = [run for run, _ in itertools.groupby(found)]
+    iso, ansi, *others = dict.fromkeys(record.standard for record in LENS)
+    expected = [(iso, False), (iso, True), (ansi, False), (ansi, True)]
+    assert runs == [*expected, *((standard, False) for standard in others)]
+    assert [each for each in LENS_FULL if each not in DERIVED] == [*LENS]
+    assert [each for each in LENS_FULL if each in DERIVED] == [*DERIVED]
 
 
 @pytest.mark.parametrize(

@@ -218,6 +218,22 @@ def test_a_changed_table_is_noticed() -> None:
     assert e(np.ones(len(GRID))) == pytest.approx([1.0], rel=1e-4)
 
 
+def test_a_named_white_is_the_built_in_one_and_a_given_one_a_copy() -> None:
+    table = colorimetry.data.cie_illuminant_a()
+    before = table[560]
+    named, given = (Evaluator(GRID, V, white=white) for white in ("a", table))
+    assert (named.is_current, given.is_current) == (True, True)
+    try:
+        table[560] = 2 * before
+        assert (named.is_current, given.is_current) == (False, True)
+        scan = vek.Scan(GRID, GRID / 1000)
+        assert not any(each.is_for(scan, "A") for each in (named, given))
+        named(np.ones(len(GRID)))
+    finally:
+        table[560] = before
+    assert (named.is_current, named.is_for(scan, "A"), given.is_for(scan, "A")) == (True,) * 3
+
+
 def test_the_evaluators_used_last_are_kept_for_their_grids() -> None:
     scan = vek.Scan(GRID, lenses(GRID, 1)[0])
     kept = quantities.evaluator_for(scan, V)
