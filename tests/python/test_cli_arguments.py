@@ -121,6 +121,27 @@ def test_texts_that_mean_nothing_are_refused(run: Runner, option: str, told: str
 
 
 @pytest.mark.parametrize(
+    ("line", "option", "lowest", "highest"),
+    [
+        ("json a", "indent", -1, 1024),
+        ("calibrate a --start b --free c", "try_phases", 1, 1000),
+    ],
+)
+def test_numbers_have_their_limits(
+    run: Runner, line: str, option: str, lowest: int, highest: int
+) -> None:
+    command, name = line.split()[0], f"--{option.replace('_', '-')}"
+    parser = make_parser("vekanalysis", [command])
+    for number in (lowest, highest):
+        assert getattr(parser.parse_args([*line.split(), name, str(number)]), option) == number
+    for number in (lowest - 1, highest + 1):
+        assert run.refuse(*line.split(), name, number) == (
+            f"argument {name}: must be {lowest} to {highest}, not {number}; "
+            f"'vekanalysis {command} --help' explains"
+        )
+
+
+@pytest.mark.parametrize(
     ("arguments", "told"),
     [
         ("report g.csv --csv - --json", "TABLE"),

@@ -22,6 +22,8 @@ from vekanalysis.uncertainty import (
     Matrix,
     Propagator,
     Results,
+    _case,
+    _propagator,
     _simulation,
     compare,
     of_points,
@@ -161,7 +163,9 @@ def test_a_slit_broadens_a_line(slit: Any, shape: np.ndarray) -> None:
     parabola = vek.Scan(wavelengths, (wavelengths - 300.0) ** 2, interpolation=CUBIC)
     for fwhm in (5.0, 20.0):
         effect = Component(name="s", kind="bandwidth", fwhm=fwhm, standard=0.5 * fwhm, slit=slit)
-        u = of_points(vek.Spectrum(parabola * 1e-6, "transmittance", "1"), budget(effect))
+        # What is added to figures does nothing to points.
+        both = budget(effect, _every_kind().components[-1])
+        u = of_points(vek.Spectrum(parabola * 1e-6, "transmittance", "1"), both)
         assert u[[0, -1]].tolist() == [0.0, 0.0]
         variance = np.average((fwhm * STEPS) ** 2, weights=shape)
         assert u[8:-8] == pytest.approx(1e-6 * variance, rel=1e-3)
@@ -773,6 +777,24 @@ def _every_kind() -> Budget:
     )
 
 
+def test_what_spectra_of_one_day_share() -> None:
+    own = [each.name for each in _every_kind().components if not each.is_shared]
+    assert own == ["noise", "jitter", "near", "far", "rounded"]
+    matrix = Component(name="m", kind="covariance", covariance=np.eye(2))
+    asked = dataclasses.replace(NOISE, shared=True), dataclasses.replace(GAIN, shared=False)
+    assert (matrix.is_shared, *(each.is_shared for each in asked)) == (True, True, False)
+
+
+def test_budgets_are_kept_prepared_for_few_grids() -> None:
+    kept = budget(GAIN)
+    for start in range(10):
+        propagate(vek.Scan([300.0 + start, 800.0, 900.0], [0.5] * 3), kept, [MIN])
+    assert len(_case._prepared_budgets[kept]) == 8
+    assert kept.with_repeats([]) is kept
+    with pytest.raises(vek.Refusal, match=r"^no quantity is asked for$"):
+        propagate(vek.Spectrum(glass(), "transmittance", "1"), kept, [])
+
+
 @pytest.mark.parametrize("component", _every_kind().components, ids=lambda each: each.name)
 def test_draws_of_each_kind_agree_with_the_first_order(component: Component) -> None:
     # The draws of a t distribution of so few degrees of freedom scatter too much to be compared.
@@ -790,7 +812,11 @@ def test_draws_of_each_kind_agree_with_the_first_order(component: Component) -> 
 
 
 @pytest.mark.parametrize("relative", [False, True])
-def test_many_spectra_have_the_digits_of_each(relative: bool) -> None:
+def test_many_spectra_have_the_digits_of_each(
+    relative: bool, monkeypatch: pytest.MonkeyPatch
+) -> None:
+    if relative:  # Each spectrum by itself.
+        monkeypatch.setattr(_propagator, "_VALUES", 1)
     figure = Component(
         name="figure", kind="figure", standard=0.01, quantities=[SUVA], relative=relative
     )
