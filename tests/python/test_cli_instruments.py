@@ -50,6 +50,39 @@ def test_peaks_have_widths_over_their_background(run: Runner, tmp_path: Path) ->
     assert "  no peaks\n" in run("peaks", write_csv(tmp_path / "flat.csv", flat(1.0))).out
 
 
+@pytest.mark.parametrize(
+    ("options", "expected"),
+    [
+        ("", [420, 448, 480]),
+        ("--min-height 1.5", [420, 448]),
+        ("--min-prominence 3", [448]),
+        ("--min-distance 29", [448, 480]),
+        ("--min-width 3", [420, 448]),
+    ],
+)
+def test_each_limit_leaves_out_peaks(
+    run: Runner, tmp_path: Path, options: str, expected: list[float]
+) -> None:
+    points = gaussians((420, 2.0, 3.0), (448, 5.0, 1.5), (480, 1.0, 1.0))
+    path = write_csv(tmp_path / "lamp.csv", points)
+    (found,) = run("peaks", path, "--json", *options.split()).document["spectra"]
+    assert [peak["wavelength_nm"] for peak in found["peaks"]] == pytest.approx(expected, rel=1e-6)
+
+
+def test_peaks_are_measured_over_their_baseline(run: Runner, tmp_path: Path) -> None:
+    # The lowest points beside the peaks are 1, 1.25 and 1.
+    corners = [(400.0, 1.0), (410.0, 3.0), (420.0, 1.25), (430.0, 2.0), (440.0, 1.0)]
+    scan = vek.Scan(*map(list, zip(*corners, strict=True)))
+    path = write_csv(tmp_path / "a.csv", [(400.0 + i, scan(400.0 + i)) for i in range(41)])
+    for baseline, expected in (("prominence", [1.0, 1.25]), ("zero", [0.0, 0.0]), ("valleys", [])):
+        document = run("peaks", path, "--json", "--baseline", baseline).document
+        peaks = document["spectra"][0]["peaks"]
+        line = [1.0 + 0.0125 * (peaks[0]["wavelength_nm"] - 400.0)]
+        line += [1.25 - 0.0125 * (peaks[1]["wavelength_nm"] - 420.0)]
+        assert document["baseline"] == baseline
+        assert [peak["baseline"] for peak in peaks] == pytest.approx(expected or line, abs=1e-9)
+
+
 def test_a_joined_spectrum_is_the_librarys(run: Runner, tmp_path: Path) -> None:
     names = [EXAMPLES / f"lamp-{name}.csv" for name in ("visible", "infrared")]
     scans = [vek.io.load_csv(name) for name in names]
