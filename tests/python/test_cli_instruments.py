@@ -11,6 +11,7 @@ import pytest
 from cli import GREY, ROOT, Points, Runner, flat, write_csv, write_vek
 
 import vekanalysis as vek
+from vekanalysis.reports._calibration import _shown
 
 EXAMPLES = ROOT / "examples"
 STEPS, START = EXAMPLES / "calibration/steps.csv", EXAMPLES / "calibration/start.json"
@@ -130,11 +131,25 @@ def test_a_calibration_finds_the_drive(run: Runner) -> None:
     assert two["after"] == {name: getattr(parameters, name) for name in start()}
 
 
+FIXED = "d: free, but no fit moves d, omega_t or omega_m."
+UNCHANGED = "The fit changed nothing: the parameters are those of the start."
+AFAR = (
+    "phi is not found from afar, and hardly moves where the amplitude a is small; to try 36 "
+    "phases, say, starts from phases over half a turn and keeps the best."
+)
+IN_METRES = (
+    "The fit ended because the root of the summed squared residuals was 1e-9 or less. In metres "
+    "that is 1 nm, and too early: give d and the wavelengths in nm."
+)
+NO_EFFECT = "phi has no effect while the amplitude a is 0."
 NOTES = [
-    ({}, "d", 1.0, ["d: free, but no fit moves", "changed nothing"]),
-    ({"a": 0.01}, "cos_K,phi", 1.0, ["phi is not found from afar"]),
-    ({}, "cos_K,phi", 1.0, ["no effect while the amplitude"]),
-    ({}, "cos_K,theta_z,alpha", 1e-9, ["In metres that is 1 nm"]),
+    ({}, "d", 1.0, [FIXED, UNCHANGED]),
+    ({"a": 0.01}, "cos_K,phi", 1.0, [AFAR]),
+    ({"a": 1.0}, "cos_K,phi --try-phases 36", 1.0, []),
+    ({}, "cos_K,phi", 1.0, [NO_EFFECT]),
+    ({}, "cos_K,theta_z", 1e-9, []),
+    ({}, "cos_K,theta_z,alpha", 1e-9, [IN_METRES]),
+    ({}, "cos_K,theta_z,alpha", 1.0, []),
 ]
 
 
@@ -146,12 +161,41 @@ def test_what_a_fit_cannot_do_is_said(
     parameters = start(**changes)
     (tmp_path / "p.json").write_text(json.dumps(parameters | {"d": unit * parameters["d"]}))
     path = write_csv(tmp_path / "steps.csv", points)
-    arguments = ("calibrate", path, "--start", tmp_path / "p.json", "--free", free)
-    said = run(*arguments, "--json").document["notes"]
-    assert len(said) == len(notes)
-    for note, text in zip(notes, said, strict=True):
-        assert note in text
-        assert " ".join(text.split()) in " ".join(run(*arguments).out.split())
+    arguments = ("calibrate", path, "--start", tmp_path / "p.json", "--free", *free.split())
+    assert run(*arguments, "--json").document["notes"] == notes
+    out = run(*arguments).out
+    assert ("\nNotes\n" in out) == bool(notes)
+    assert all(" ".join(note.split()) in " ".join(out.split()) for note in notes)
+
+
+def test_a_fit_of_as_many_points_as_parameters_says_so() -> None:
+    steps = vek.Scan([18286.0, 21355.0], [253.652, 296.728])
+    fit = vek.reports.calibration("x", steps, start(), ["cos_K", "alpha"], notes=["first"])
+    few = "As many free parameters as points: the residuals say nothing."
+    assert fit.notes == ("first", few)
+    assert fit.free == ("cos_K", "alpha")
+    with pytest.raises(vek.Refusal, match="with these parameters the grating equation has no"):
+        vek.reports.calibration("x", steps, start(cos_K=1e300, alpha=0), ["a"])
+    still = vek.reports.calibration("x", steps, start(), ["theta_z", "a"])
+    told = "a: free, but did not move."
+    assert (told in still.notes) == (still.after["a"] == still.before["a"])
+
+
+@pytest.mark.parametrize(
+    ("residual", "rms", "shown"),
+    [
+        (1.23456, 1e6, "1.23e+00"),
+        (1.23456, 999_999.0, "1"),
+        (123.456, 123.0, "123"),
+        (1.23456, 0.5, "1.235"),
+        (0.0123456, 0.01, "0.0123"),
+        (1.23456e-6, 1e-6, "0.00000123"),
+        (1.2345e-7, 9e-7, "1.23e-07"),
+        (0.0, 0.0, "0.00e+00"),
+    ],
+)
+def test_residuals_have_the_digits_of_their_rms(residual: float, rms: float, shown: str) -> None:
+    assert _shown(residual, rms) == shown
 
 
 REFUSALS = """\

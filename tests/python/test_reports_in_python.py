@@ -15,7 +15,7 @@ from cli import GREY, ROOT, Runner, flat, write_csv
 import vekanalysis as vek
 from vekanalysis import Scan, Spectrum, batch, reports
 from vekanalysis.quantities import LENS, LENS_FULL, LIGHT, Repeats
-from vekanalysis.reports import COLUMNS, LIGHT_COLUMNS, _uncertain
+from vekanalysis.reports import COLUMNS, LIGHT_COLUMNS, _layout, _uncertain
 from vekanalysis.uncertainty import Budget, Component, simulate
 
 TWO = str(ROOT / "examples/two-lenses.vek")
@@ -398,3 +398,43 @@ def test_what_came_of_draws_is_said() -> None:
         told = _uncertain._said_of("L", type("Drawn", (dict,), facts)(figures))
         assert told.startswith(f"L: 2000 draws, seed 7{', not settled' * (settled is False)}; the")
         assert told.endswith(expected)
+
+
+@pytest.mark.parametrize(
+    ("value", "shown"),
+    [
+        (0.0, "0.0000"),
+        (9.99999, "10.0000"),
+        (10.0, "10.0000"),
+        (100.0, "100.000"),
+        (-123.45, "-123.450"),
+        (12345.678, "12345.7"),
+        (123456.7, "123457"),
+        (1234567.8, "1234568"),
+        (0.1, "0.1000"),
+        (0.0999, "0.0999"),
+        (0.012345678, "0.01235"),
+        (-0.0012345678, "-0.001235"),
+    ],
+)
+def test_numbers_have_four_decimals_or_six_digits(value: float, shown: str) -> None:
+    assert _layout.number(value) == shown
+
+
+def test_texts_are_cut_and_aligned() -> None:
+    assert [_layout.aligned(each, 4, 3) for each in ("-", "12.5", "1.2345")] == [
+        *("   -    ", "  12.5  ", "   1.2345")
+    ]
+    assert [_layout.shortened("abcdef", room) for room in (6, 5, 1)] == ["abcdef", "abcd…", "…"]
+    cut = [_layout.shortened_within("abcdefgh", room) for room in (8, 7, 6)]
+    assert cut == ["abcdefgh", "abc…fgh", "abc…gh"]
+    assert _layout.interval((315.0, 380.25)) == "315-380.25"
+    assert [_layout.text_width(width) for width in (None, 50, 81)] == [80, 50, 80]
+    document = {"a": [math.nan, {"b": -math.inf}, 1.5, True, None], "b": "ä"}
+    assert json.loads(_layout.json_text(document)) == {
+        "a": [None, {"b": None}, 1.5, True, None]
+    } | {"b": "ä"}
+    assert _layout.showable("τ λ·°…Δ語ä", "latin-1") == "tau lambda·°.d?ä"
+    assert _layout.one_line("a\nb\tc") == "a?b?c"
+    heading = _layout.one_line(_layout.Heading("a\x1b"))
+    assert (heading, type(heading)) == ("a?", _layout.Heading)
