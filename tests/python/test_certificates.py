@@ -3,6 +3,7 @@
 import base64
 import hashlib
 import re
+import struct
 import tomllib
 from html.parser import HTMLParser
 from pathlib import Path
@@ -14,7 +15,7 @@ from cli import GREY, ROOT, Runner, flat, write_csv, write_vek
 import vekanalysis as vek
 from vekanalysis.certificates import Certificate, Field, Limits, Logo, Settings
 from vekanalysis.certificates._words import Words, safe, symbol
-from vekanalysis.quantities import LENS, LENS_FULL, Value, quantity
+from vekanalysis.quantities import LENS, LENS_FULL, OwnTable, Value, quantity
 from vekanalysis.uncertainty import Budget, Component, of_points
 
 EXAMPLES = ROOT / "examples"
@@ -373,6 +374,70 @@ def test_logo_and_templates_of_the_laboratory_are_taken(tmp_path: Path) -> None:
             example(settings=own).html()
         assert str(refusal.value).startswith(str(template))
         assert words in str(refusal.value)
+
+
+def sha256(content: bytes) -> str:
+    return hashlib.sha256(content).hexdigest()
+
+
+def test_a_document_has_all_that_was_computed(tmp_path: Path) -> None:
+    (tmp_path / "logo.png").write_bytes(PNG)
+    (tmp_path / "own").mkdir()
+    (tmp_path / "own/page.css").write_text("p {}")
+    keys = f'quantities = ["{TAU_V}", "{Q_RED}"]\ntemplates = "own"'
+    own = settings(tmp_path, f'logo = "logo.png"\n[page]\n{keys}')
+    scan = vek.Scan(range(550, 690, 5), [1.0] * 28)
+    first = Certificate(*vek.read(GREY), settings=own, tables=[OwnTable(LED, scan)])
+    assert [table.name for table in first.tables] == [LED]
+    package = ROOT / "src/vekanalysis/certificates/templates"
+    d65 = vek.colorimetry.data.cie_illuminant_d65()
+    assert [tuple(each.values()) for each in first.digests()][:6] == [
+        ("input", GREY, sha256(Path(GREY).read_bytes())),
+        ("settings", own.file, own.sha256),
+        ("logo", "logo.png", sha256(PNG)),
+        ("template", "page.html", sha256((package / "page.html").read_bytes())),
+        ("template", "own/page.css", sha256(b"p {}")),
+        ("table", f"{LED}: ", sha256(packed(scan))),
+    ]
+    assert first.digests()[-1] == {
+        **{"role": "table", "name": "cie_illuminant_d65", "sha256": sha256(packed(d65))},
+    }
+    assert (first.document()["conformity"], first.document()["grid_nm"]) == (None, None)
+    made = example(grid=10.0)
+    document = made.document()
+    assert list(document) == ["report", "fields", "purposes", "grid_nm", "conformity", "digests"]
+    assert (document["purposes"], document["grid_nm"]) == (["driving"], 10.0)
+    assert document["fields"] == dict(made.fields)
+    assert made.conformity is not None
+    (statement,) = made.conformity.statements
+    (check,) = statement.checks
+    assert document["conformity"]["statements"] == [
+        {**statement._asdict(), "checks": [check._asdict()], "categories": []}
+    ]
+    assert document["conformity"]["category"]["name"] == "1"
+    assert document["report"]["budget"]["label"] == "Bench 1, March 2026"
+    nothing = Certificate(made.spectrum, budget=Budget())
+    assert (nothing.budget, nothing.results, nothing.scans) == (None, None, (nothing.spectrum,))
+    assert "No uncertainty is stated." in nothing.html()
+
+
+def packed(scan: vek.Scan) -> bytes:
+    numbers = [*scan.wavelengths(), *scan.values()]
+    return struct.pack(f"<{len(numbers)}d", *numbers)
+
+
+def test_the_coverage_of_the_decision_counts_for_it(tmp_path: Path) -> None:
+    (tmp_path / "l.toml").write_text(
+        f'[decision]\nrule = "guard-band"\ncoverage = 0.99\n'
+        f'[[requirement]]\nname = "a"\nquantity = "{TAU_V}"\nabove = 0.1\n'
+    )
+    made = example(limits=Limits.read(tmp_path / "l.toml"), purposes=[])
+    assert made.conformity is not None
+    assert made.results is not None
+    (statement,) = made.conformity.statements
+    assert statement.k == pytest.approx(2.576, abs=1e-3)
+    assert made.results[TAU_V].k == pytest.approx(1.96, abs=1e-3)
+    assert statement.checks[0].guard == pytest.approx(2.576 * statement.u, rel=1e-3)
 
 
 def test_points_have_the_uncertainty_of_their_components() -> None:

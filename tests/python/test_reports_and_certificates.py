@@ -27,6 +27,8 @@ OUT_OF = {
     r"(?s)<style>.*?</style>|style-src &#39;.*?&#39;": lambda found: "(style)",
 }
 
+OVERLAPPING = {"up": range(400, 460, 10), "down": range(425, 475, 5), "all": range(390, 480, 10)}
+
 
 def make_inputs(folder: Path) -> None:
     """What the commands name, besides the examples."""
@@ -44,6 +46,10 @@ def make_inputs(folder: Path) -> None:
     (folder / "lamp.txt").write_text(f"Lamp 3\nnm;E [mW/(m^2*nm)];S [counts]\n{rows}")
     sets = [("A", [(400, 1), (410, 2), (410, 3)]), ("=B", []), ("A", [(400, 4), (405, 5)])]
     write_vek(folder / "sets.vek", sets)
+    over = [(name, [(wl, wl / 100) for wl in grid]) for name, grid in OVERLAPPING.items()]
+    write_vek(folder / "over.vek", over, type_and_units=("Counts / counts", "7 1"))
+    write_csv(folder / "slope.csv", [(wl, wl / 1000) for wl, _ in flat(0, 400, 430)])
+    write_csv(folder / "uv.csv", [(wl, 0.5 + wl / 1e4) for wl, _ in flat(0, 285, 380)])
 
 
 def printed_by(command: str) -> str:
