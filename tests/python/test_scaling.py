@@ -20,7 +20,7 @@ import pytest
 from cli import ROOT, Runner
 from vekwriter import Contents, DataSet
 
-from vekanalysis import Refusal
+from vekanalysis import Refusal, reports
 from vekanalysis.certificates import Limits, Settings
 from vekanalysis.reading import read
 from vekanalysis.uncertainty import Budget
@@ -272,7 +272,10 @@ def _check(
     for file, length in zip(files, (size, FACTOR * size), strict=True):
         content = make(length)
         file.write_bytes(content.encode() if isinstance(content, str) else content)
-    small, large = files
+    _check_times(call, *files)
+
+
+def _check_times(call: Callable[[Path], object], small: Path, large: Path) -> None:
     call(small)  # What is made once counts for none.
     for _ in range(3):
         times = _best(lambda: call(small)), _best(lambda: call(large))
@@ -313,6 +316,40 @@ def test_a_file_of_very_many_spectra_or_lines_of_text_is_refused(
     rows = "".join(f"{wl}{';1' * count}\n" for wl in (400, 410))
     (tmp_path / "a.csv").write_text(f"{header}nm{';' * count}\n{rows}")
     assert reason in run.refuse("report", tmp_path / "a.csv")
+
+
+@pytest.mark.parametrize(
+    ("words", "reason"),
+    [
+        (("report", "--grid", "1e-9"), "a step of 1e-09 nm is too fine for its range"),
+        (("report", "--grid", "1e-320"), "is too fine for its range"),
+        (("report", "--skip", "7,1-999999999"), "must be 1000000 lines at most, not 7,1-999999999"),
+        (("report", "--columns", "0,999999999"), "there is no column 999999999"),
+        (("csv", "--wide"), "18002 rows of 300 values; at most 5000000 values are taken side by"),
+    ],
+)
+def test_what_would_become_far_greater_than_the_input_is_refused(
+    words: tuple[str, ...], reason: str, run: Runner, tmp_path: Path
+) -> None:
+    path = tmp_path / "a"
+    if words[0] == "csv":
+        points = [[(400 + (i + number / 300), 0.5) for i in range(60)] for number in range(300)]
+        ends = [(300.0, 0.5), (500.0, 0.5)]
+        sets = [DataSet(str(number), [*ends, *each]) for number, each in enumerate(points)]
+        path.write_bytes(Contents(data_sets=sets).file())
+    else:
+        path.write_text("400;0.5\n410;0.5\n")
+    assert reason in run.refuse(*words, path)
+
+
+def test_the_text_of_a_report_follows_the_number_of_spectra(tmp_path: Path) -> None:
+    made = {}
+    for name, count in ("small.txt", 400), ("large.txt", FACTOR * 400):
+        (tmp_path / name).write_text(_columns(count, ["50"]))
+        made[name] = reports.lens(read(tmp_path / name))
+    _check_times(
+        lambda path: made[path.name].text(), tmp_path / "small.txt", tmp_path / "large.txt"
+    )
 
 
 @pytest.mark.parametrize("name", COMMANDS)

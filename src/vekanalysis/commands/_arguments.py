@@ -13,6 +13,8 @@ from ._errors import CommandError
 type Arguments = argparse._ArgumentGroup
 
 _DELIMITERS = {"tab": "\t", "blank": " ", "blanks": " ", "comma": ",", "semicolon": ";"}
+# Lines that can be named to be skipped; any number at the start can.
+_MOST_LINES = 1_000_000
 # Options that say how a file is to be read, by the names that reading has for them.
 _READING = [
     *("kind", "unit", "wavelength_unit", "columns", "skip"),
@@ -61,7 +63,10 @@ def _lines(text: str) -> int | Collection[int]:
         match = re.fullmatch("([0-9]{1,9})(?:-([0-9]{1,9}))?", part)
         if match is None:
             raise argparse.ArgumentTypeError(f"must be lines such as 5 or 1-3,7, not {text}")
-        lines.update(range(int(match[1]), int(match[2] or match[1]) + 1))
+        found = range(int(match[1]), int(match[2] or match[1]) + 1)
+        if len(lines) + len(found) > _MOST_LINES:
+            raise argparse.ArgumentTypeError(f"must be {_MOST_LINES} lines at most, not {text}")
+        lines.update(found)
     return lines
 
 

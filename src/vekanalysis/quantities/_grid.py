@@ -66,11 +66,11 @@ def on_grid(spectrum: Spectrum, step: float = TABLES, *, thinned: bool = False) 
     if not spectrum.points:
         raise Refusal(f"{spectrum.where}: it has no points")
     low, high = spectrum.range_nm
+    if (high - low) / step >= _MOST_POINTS or math.isinf(high / step):
+        raise Refusal(f"{spectrum.where}: a step of {step:g} nm is too fine for its range")
     first, last = math.ceil(low / step - 1e-9), math.floor(high / step + 1e-9)
     if last < first:
         raise Refusal(f"{spectrum.where}: no multiple of {step:g} nm lies within its data")
-    if last - first >= _MOST_POINTS:
-        raise Refusal(f"{spectrum.where}: a step of {step:g} nm is too fine for its range")
     grid: _Floats = np.arange(first, last + 1) * np.float64(step)
     measured, values = _measured(scan, grid)
     between = int((~measured).sum())

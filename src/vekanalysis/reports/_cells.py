@@ -88,6 +88,7 @@ def cells_of(
     """The figure of each spectrum, with its uncertainty, its marks and its scatter."""
     cells = []
     scale = style.scale(quantity)
+    has_repeats = any(report.repeats)
     for index, values in enumerate(report.values):
         value = values[quantity.key]
         said = report.uncertainty and report.uncertainty.cell(index, quantity.key, scale)
@@ -97,7 +98,7 @@ def cells_of(
         else:
             width = 0 if report.uncertainty is None else _UNCERTAIN
             cell = f"{_cell(quantity, value, style, footnotes):<{width}}"
-        if any(report.repeats):
+        if has_repeats:
             repeats = report.repeats[index]
             cell += f"{repeats.text(quantity.key, scale) if repeats else '':<{SCATTER_WIDTH}}"
         cells.append(cell)

@@ -11,6 +11,10 @@ from .._files import csv_cell
 from ..errors import Refusal
 from ._layout import interval
 
+# Values of the largest wide table, which data sets with points at other places each can make
+# greater by far than what they are made of.
+_MOST_CELLS = 5_000_000
+
 type Form = Literal["pairs", "long", "wide"]
 type _Rows = Iterable[Iterable[object]]
 
@@ -71,6 +75,11 @@ def _wide_table(scans: Mapping[str, Scan], x_title: str) -> tuple[_Rows, tuple[s
     common = interval((lowest, highest))
     note = f"{left_out} points outside of {common}, common to all, are left out (not by --long)"
     wavelengths = sorted({x for grid in inside for x in grid})
+    if len(wavelengths) * len(grids) > _MOST_CELLS:
+        raise Refusal(
+            f"{len(wavelengths)} rows of {len(grids)} values; at most {_MOST_CELLS} values are "
+            "taken side by side; the long form has all"
+        )
     try:
         columns = [_evaluated(scan, wavelengths) for scan in scans.values()]
     except RuntimeError as error:
