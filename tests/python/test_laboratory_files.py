@@ -9,6 +9,7 @@ from typing import Any
 
 import numpy as np
 import pytest
+from cli import rows
 
 import vekanalysis as vek
 from vekanalysis import Refusal
@@ -181,37 +182,15 @@ def jcamp(table: str, n: object = 5, **labels: object) -> bytes:
     return JCAMP.format(table=table, n=n, **facts).encode()
 
 
-# Ordinates 10, 12, 14, 16, 18 (or as given) in forms that samples do not have.
-FORMS = {
-    "DUP of a difference is a ramp": ("400 A0KV", None),
-    "DUP of a value is a plateau": ("400 A0W", [10, 10, 10, 10, 10]),
-    "DUP of one adds nothing": ("400A0SKSKSKSKS", None),
-    "check value only behind a difference": ("400A0KA4\n430A6K\n440A8", None),
-    "forms mixed in a line": ("400 +10 A2K 16.0,1.8E+01", None),
-    "E in a number needs a sign": ("400 A0K\n410A2KE", [10, 12, 14, 5]),
-    "exponent": ("400 1.0E+01-12+14\n430 16 18", [10, -12, 14, 16, 18]),
-    "closing dummy": ("400A0KKKK\n440@", None),
-    "comments, blank lines": ("400 10 12 $$ 99\n\n$$ 3\n420 14 16 18", None),
-    "missing ordinate": ("400 10 ? 14 16 18", [10, 14, 16, 18]),
-    "x within a step": ("400 10 12\n429 14 16 18", None),
-    "pairs in a line": ("##XYPOINTS= (XY..XY)\n400 10 410 12; 420, 14\n430,16 440,18", None),
-    "pairs called data": ("##XYDATA= (XY..XY)\n400 1E1 410 12 420 14 430 16 440 18", None),
-    "data behind the form": ("##XYDATA= (X++(Y..Y)) 400 10 12\n420 14 16 18", None),
-    "pairs behind the form": ("##XYPOINTS=(XY..XY)400 10 410 12;420 14\n430 16;440 18", None),
-    "sums of fractions": ("400 0.1K.2\n410 2.3K.2K.2K.2", [0.1, 0.1 + 2.2, 4.5, 6.7, 6.7 + 2.2]),
-    "decimal commas": ("400,0 10,0 12,0\n420,0 14,0 16,0 18,0", None),
-}
-
-
-@pytest.mark.parametrize("form", FORMS)
-def test_ordinate_forms(form: str) -> None:
-    table, expected = FORMS[form]
-    labels = {"first": "400,0", "last": "440,0"} if "commas" in form else {}
-    values = expected or [10, 12, 14, 16, 18]
-    if "E in" in form:
+@pytest.mark.parametrize(("case", "table", "expected"), rows("jcamp-forms.jsonl"))
+def test_ordinate_forms(case: str, table: str, expected: list[float] | None) -> None:
+    labels: dict[str, object] = {}
+    if "commas" in case:
+        labels = {"first": "400,0", "last": "440,0"}
+    if "E in" in case:
         labels = {"last": 430}
-    count = 5 if "missing" in form else len(values)
-    (spectrum,) = read_content(jcamp(table, count, **labels), "f")
+    values = expected or [10, 12, 14, 16, 18]
+    (spectrum,) = read_content(jcamp(table, 5 if "missing" in case else len(values), **labels), "f")
     assert spectrum.scan.values() == values
 
 
@@ -220,44 +199,7 @@ PAIRS = "##XYPOINTS= (XY..XY)\n"
 COUNTS = "'t': counts in counts"
 
 
-@pytest.mark.parametrize(
-    ("table", "labels", "notes"),
-    [
-        (f"##DELTAX= 1\n{EVEN}", {}, ["DELTAX is 1, but FIRSTX, LASTX and NPOINTS give 10"]),
-        (f"##DELTAX= -10.99\n{EVEN}", {}, []),
-        (f"##DELTAX= 11.01\n{EVEN}", {}, [
-            "DELTAX is 11.01, but FIRSTX, LASTX and NPOINTS give 10"
-        ]),
-        (f"##FIRSTY= 1.051\n##MINY= 1\n##MAXY= 5.06\n{EVEN}", {}, [
-            "FIRSTY is stated as 1.051, and is 1", "MAXY is stated as 5.06, and is 5"
-        ]),
-        (f"##FIRSTY= .96\n##MINY= .5\n##MAXY= 5.05\n{EVEN}", {}, [
-            "MINY is stated as 0.5, and is 1"
-        ]),
-        ("404 1 2 3 4\n436 5", {}, []),
-        ("410 1 2 3 4\n434 5", {}, [
-            "the lines start up to 1 steps from where FIRSTX, LASTX and NPOINTS put their points"
-        ]),
-        ("400 1 2\n414 3 4 5", {}, [
-            "the lines start up to 0.6 steps from where FIRSTX, LASTX and NPOINTS put their points"
-        ]),
-        ("400 1 ? 3 ? 5", {}, ["points without an ordinate ('?') left out: 2"]),
-        (f"{PAIRS}400.0003 1\n440 2", {"n": 2}, []),
-        (f"{PAIRS}400.1 1\n440.1 2", {"n": 2}, [
-            "FIRSTX is 400, but that point is at 400.1", "LASTX is 440, but that point is at 440.1"
-        ]),
-        (f"##PEAK TABLE= (XY..XY)\n1 2\n##NTUPLES= a\n{EVEN.replace('X', 'x')}", {}, [
-            "left out: a list of peaks (PEAK TABLE in line 9)",
-            "left out: NTUPLES (NTUPLES in line 11)",
-        ]),
-        (f"##DELTAX= 10\n{EVEN}", {"last": ""}, ["there is no LASTX: x follows from DELTAX"]),
-        (f"##XFACTOR= 2\n{EVEN.replace('400', '200')}", {"first": ""}, []),
-        (f"{EVEN}\n##END=\n##DATE= 1", {}, ["left out: line 13, behind the end"]),
-        ("400A0KKKK\n440A9", {}, [
-            "line 11: the check value 19 differs from 18 in line 10; it is the closing line"
-        ]),
-    ],
-)  # fmt: skip
+@pytest.mark.parametrize(("table", "labels", "notes"), rows("jcamp-notes.jsonl"))
 def test_what_contradicts_the_table_is_told(
     table: str, labels: dict[str, Any], notes: list[str]
 ) -> None:
@@ -265,64 +207,11 @@ def test_what_contradicts_the_table_is_told(
     assert [*spectrum.notes] == [*notes, COUNTS]
 
 
-REFUSED_JCAMP = {
-    "doubtful E": ("400 1.5E0 2 3", "E without a sign can be read in two ways"),
-    "check value": ("400A0KK\n420A5K", "line 11: the check value 15 differs from 14 in line 10"),
-    "check value of a fraction": (
-        "400 .5KK\n420 4.6K",
-        "the check value 4.5999999999999996 differs",
-    ),
-    "too few": ("400 10 12 14 16", "4 points in the table, where NPOINTS is 5"),
-    "too many": ("400 10 12 14 16 18 20", "line 10: more than 5 points, which NPOINTS states"),
-    "bomb": ("400A0W99999999999999999", "more than 5 points"),
-    "longer bomb": (f"400A0W{'9' * 9999}", "is too long a number"),
-    "line missing": ("400 10 12\n440 14 16 18", "line 11: it starts at 440, where FIRSTX, LASTX"),
-    "overflow": ("400 A9999999999999999999KKKK", "too large"),
-    "infinite": ("400 1E+999 1 1 1 1", "too large a number"),
-    "difference first": ("400KKKKK", "'K' before any ordinate"),
-    "repeat first": ("400T10", "'T10' before any ordinate"),
-    "repeated repeat": ("400A0TT", "a repeat count behind another"),
-    "behind a missing one": ("400 ? K 1 1 1", "behind a missing ordinate"),
-    "no number": ("400 10 12 14 x 18", "is not a line of ordinates"),
-    "separators": (",\n400 1 2 3 4 5", "line 10: ',' is not a line of ordinates"),
-    "no ordinate": ("400\n400 1 2 3 4 5", "there is no ordinate behind x"),
-    "half a pair": ("##XYPOINTS= (XY..XY)\n400 1 410", "line 10: a number without its partner"),
-    "two tables": ("400 1 2 3 4 5\n##XYDATA= (X++(Y..Y))\n400 1", "a second XYDATA in one block"),
-    "peaks": ("##PEAK TABLE= (XY..XY)\n400 1", "it holds a list of peaks (PEAK TABLE in line 9)"),
-    "pages": ("##NTUPLES= NMR\n##PAGE= 1", "it holds NTUPLES"),
-    "unknown form": ("##XYDATA= (R++(A..A))\n1 2", "has the form '(R++(A..A))'"),
-    "two units": ("##XUNITS= 1/CM\n##XYDATA= (X++(Y..Y))\n400 1", "and in line 4 'NANOMETERS'"),
-    "factor of 0": ("##YFACTOR= 0\n##XYDATA= (X++(Y..Y))\n400 1", "YFACTOR is 0"),
-    "factor is none": ("##YFACTOR= nan\n##XYDATA= (X++(Y..Y))\n400 1", "'nan' is not a number"),
-    "label": ("##YFAC\x7fTOR= 2\n##XYDATA= (X++(Y..Y))", "the label 'YFAC\ufffdTOR' is damaged"),
-    "open end": ("400 1 2 3 4 5", "it ends without ##END="),
-    "no end of x": (f"##LASTX=\n{EVEN}", "there is neither LASTX nor DELTAX"),
-    "step": (
-        "410.1 1 2 3 4\n436 5",
-        "line 10: it starts at 410.1, where FIRSTX, LASTX and NPOINTS"
-        " give 400: points are missing or doubled",
-    ),
-    "only others": (
-        "##PEAK TABLE= (XY..XY)\n1 1\n##PEAK ASSIGNMENTS= a\n##RADATA= q\n##NTUPLES= q",
-        "a list of peaks (PEAK TABLE in line 9), a list of peaks (PEAK ASSIGNMENTS in line "
-        "11), an interferogram (RADATA in line 12)",
-    ),
-    "starts with no x": ("A0 1 2 3 4 5", "line 10: it starts with 'A0', not with x"),
-    "check repeated": ("400A0K\n420T2", "'T2' where the last ordinate of line 10 is repeated"),
-    "half a number": ("##XYPOINTS= (XY..XY)\n400 1x", "line 10: '400 1x' is not pairs of numbers"),
-    "pairs too many": (
-        f"{PAIRS}1 1 2 1 3 1 4 1 5 1 6 1",
-        "line 10: more than 5 points, which",
-    ),
-    "infinite pair": (f"{PAIRS}1 1 2 1 3 1 4 1 5 1e999", "table from line 9 on is too large"),
-    "large sum": (f"400 1 1 1 {2**63 - 2}K", f"{2**63} is too large"),
-    "zeros": ("400 1 2 3 4 5\n\0", "line 11: zero bytes, which text does not have"),
-}
+BOMB = ["bomb", f"400A0W{'9' * 9999}", f"line 10: 'W{'9' * 58}…' is too long a number"]
 
 
-@pytest.mark.parametrize("case", REFUSED_JCAMP)
-def test_damaged_jcamp_is_refused(case: str) -> None:
-    table, reason = REFUSED_JCAMP[case]
+@pytest.mark.parametrize(("case", "table", "reason"), [*rows("jcamp-refused.jsonl"), BOMB])
+def test_damaged_jcamp_is_refused(case: str, table: str, reason: str) -> None:
     content = jcamp(table)
     if case == "no end of x":
         content = content.replace(b"##LASTX= 440\n", b"")
@@ -330,7 +219,7 @@ def test_damaged_jcamp_is_refused(case: str) -> None:
         content = content.replace(b"##NPOINTS= 5\n", b"")
     if case == "open end":
         content = content.replace(b"##END=", b"")
-    assert reason in refusal(content)
+    assert refusal(content) == f"f: {reason}"
 
 
 @pytest.mark.parametrize(
@@ -521,7 +410,7 @@ def test_lenses_are_named_after_their_sides() -> None:
     assert read_content(bare.encode("utf-16"), "f")[1].scan == left.scan
 
 
-BOMB = '<!DOCTYPE a [<!ENTITY b "bbbb"><!ENTITY c "&b;&b;&b;">]>'
+ENTITIES = '<!DOCTYPE a [<!ENTITY b "bbbb"><!ENTITY c "&b;&b;&b;">]>'
 POINT = "<TransmittanceValue><m:Transmittance>3</m:Transmittance></TransmittanceValue>"
 XML = {
     "prescription": (sample("joia-no-spectrum.xml"), "it holds a prescription only"),
@@ -538,7 +427,7 @@ XML = {
         "right lens, point 2: the units ('nm', '%') differ from ('nm', '1')",
     ),
     "entities": (
-        lenses(lens("R", "400:1")).replace(b"<Oph", BOMB.encode() + b"<Oph", 1),
+        lenses(lens("R", "400:1")).replace(b"<Oph", ENTITIES.encode() + b"<Oph", 1),
         "line 2: a document type (<!DOCTYPE>)",
     ),
     "depth": (lenses(before="<a>" * 100_000), "line 3: elements more than 20 deep"),
