@@ -3,6 +3,7 @@
 import copy
 import math
 import re
+from pathlib import Path
 from typing import Any
 
 import pytest
@@ -18,96 +19,20 @@ def spectrum(value: float, kind: str = "unknown", unit: str | None = None) -> ve
     return vek.Spectrum(vek.Scan(wavelengths, [value] * 81), kind, unit, "it")  # type: ignore[arg-type]
 
 
-TAKEN = "not stated; the values are taken for fractions"
-SO_TAKEN = "taken for a transmittance"
-PER_CENT = "converted from transmittance in % to transmittance in 1"
-DENSITY = "converted from absorbance in OD to transmittance in 1"
-TO_WATT = "converted from irradiance in mW m-2 nm-1 to irradiance in W m-2 nm-1"
+ROWS = (Path(__file__).resolve().parents[1] / "data/measurands.txt").read_text("utf-8")
 
 
-@pytest.mark.parametrize(
-    ("value", "kind", "unit", "wanted", "result", "note"),
-    [
-        (0.5, "transmittance", "1", "transmittance", 0.5, None),
-        (50, "transmittance", "%", "transmittance", 0.5, PER_CENT),
-        (1, "absorbance", "OD", "transmittance", 0.1, DENSITY),
-        (1, "unknown", "OD", "transmittance", 0.1, DENSITY),
-        (0.5, "unknown", None, "transmittance", 0.5, f"kind and unit are {TAKEN}"),
-        (0.5, "transmittance", None, "transmittance", 0.5, f"its unit is {TAKEN}"),
-        (
-            50,
-            "unknown",
-            "%",
-            "transmittance",
-            0.5,
-            f"values in %, taken for a transmittance; {PER_CENT}",
-        ),
-        (2, "irradiance", "mW m-2 nm-1", "irradiance", 0.002, TO_WATT),
-        (2, "unknown", "mW m-2 nm-1", "irradiance", 0.002, TO_WATT),
-        (2, "counts", "counts", "light", 2, None),
-        (2, "unknown", None, "light", 2, None),
-        (2, "unknown", "A", "light", 2, None),
-        (2, "other", "A", "light", 2, None),
-        (2, "other", "V", "light", 2, None),
-        (2, "other", "furlong", "light", 2, None),
-        (2, "other", None, "responsivity", 2, None),
-        (2, "unknown", "V W-1", "responsivity", 2, None),
-        (0.5, "unknown", "1", "transmittance", 0.5, f"values in 1, {SO_TAKEN}"),
-        (1.5, "unknown", None, "transmittance", 1.5, f"kind and unit are {TAKEN}"),
-        (-0.5, "transmittance", "1", "transmittance", -0.5, None),
-        (2, "unknown", None, "responsivity", 2, None),
-    ],
-)
-def test_a_spectrum_becomes_what_is_wanted(
-    value: float, kind: str, unit: str | None, wanted: str, result: float, note: str | None
-) -> None:
-    made = quantities.measurand(spectrum(value, kind, unit), wanted)
-    assert made.scan[500] == result
-    assert "; ".join(made.notes) == (note or "")
-
-
-NO_FRACTION = "380 nm is no transmittance between 0 and 1"
-AS_PER_CENT = "; pass unit='%' if the values are per cent"
-
-
-@pytest.mark.parametrize(
-    ("value", "kind", "unit", "wanted", "reason"),
-    [
-        (0.5, "reflectance", "1", "transmittance", "reflectance, not a transmittance"),
-        (0.5, "unknown", "a.u.", "transmittance", "not known to be a transmittance"),
-        (0.5, "other", None, "transmittance", "not known to be a transmittance"),
-        (0.5, "counts", "counts", "transmittance", "counts, not a transmittance"),
-        (0.5, "unknown", "V W-1", "transmittance", "responsivity, not a transmittance"),
-        (50, "unknown", None, "transmittance", f"50 at {NO_FRACTION}{AS_PER_CENT}"),
-        (1.51, "unknown", None, "transmittance", f"1.51 at {NO_FRACTION}{AS_PER_CENT}"),
-        (150, "unknown", None, "transmittance", f"150 at {NO_FRACTION}{AS_PER_CENT}"),
-        (150.5, "unknown", None, "transmittance", f"150.5 at {NO_FRACTION}"),
-        (-0.51, "transmittance", "1", "transmittance", f"-0.51 at {NO_FRACTION}"),
-        (math.nan, "unknown", None, "transmittance", f"nan at {NO_FRACTION}"),
-        (0.5, "absorbance", None, "transmittance", "absorbance, not a transmittance"),
-        (1, "unknown", None, "irradiance", "not known to be an irradiance"),
-        (
-            *(1, "irradiance", None, "irradiance"),
-            "irradiance of which the unit is not stated; pass unit='W m-2 nm-1'",
-        ),
-        (1, "radiance", "W m-2 sr-1 nm-1", "irradiance", "radiance, not an irradiance"),
-        (1, "transmittance", "1", "light", "transmittance, not a light source"),
-        (1, "unknown", "OD", "light", "absorbance, not a light source"),
-        (1, "unknown", "A W-1", "light", "responsivity, not a light source"),
-        (1, "other", "µmol m-2 s-1 nm-1", "light", "not known to be a light source"),
-        (1, "other", "W m-2 eV-1", "light", "not known to be a light source"),
-        (1, "other", None, "light", "not known to be a light source"),
-        (1, "irradiance", "W m-2 nm-1", "responsivity", "irradiance, not a responsivity"),
-    ],
-)
-def test_another_kind_is_refused(
-    value: float, kind: str, unit: str | None, wanted: str, reason: str
-) -> None:
-    with pytest.raises(vek.Refusal) as refusal:
-        quantities.measurand(spectrum(value, kind, unit), wanted)
-    stated = "its unit is not stated" if unit is None else f"its unit is {unit}"
-    told = reason if " at " in reason or "pass" in reason else f"{reason}; {stated}"
-    assert str(refusal.value) == f"it: {told}"
+@pytest.mark.parametrize("row", ROWS.splitlines()[1:])
+def test_a_spectrum_becomes_what_is_wanted_or_is_refused(row: str) -> None:
+    value, kind, unit, wanted, result, told = row.split("; ", 5)
+    given = spectrum(float(value), kind, None if unit == "None" else unit)
+    if result == "refused":
+        with pytest.raises(vek.Refusal) as refusal:
+            quantities.measurand(given, wanted)
+        assert str(refusal.value) == told
+    else:
+        made = quantities.measurand(given, wanted)
+        assert (made.scan[500], "; ".join(made.notes) or "nothing") == (float(result), told)
 
 
 @pytest.mark.parametrize(
