@@ -1,4 +1,7 @@
 #include <gtest/gtest.h>
+#include <sys/mman.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <array>
 #include <bit>
@@ -54,11 +57,6 @@
 #include "utils/peaks.hpp"
 #include "utils/statistics.hpp"
 #include "utils/stitching.hpp"
-
-#ifdef __unix__
-#include <sys/mman.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 namespace vekanalysis {
 
@@ -589,4 +587,3 @@ INSTANTIATE_TEST_SUITE_P(Calls, OutOfMemory, testing::Range<std::size_t>(0, std:
 }  // namespace
 
 }  // namespace vekanalysis
-#endif
