@@ -144,6 +144,9 @@ def test_numbers_have_their_limits(
 @pytest.mark.parametrize(
     ("arguments", "told"),
     [
+        ("", "the following arguments are required: COMMAND; 'vekanalysis --help' explains"),
+        ("certificate g.csv", "REQUIRED --out; 'vekanalysis certificate --help' explains"),
+        ("calibrate g.csv", "REQUIRED --start, --free; 'vekanalysis calibrate --help' explains"),
         ("report g.csv --csv - --json", "TABLE"),
         ("report g.csv --csv - --plot p", "TABLE"),
         ("light --csv - --reference D50", "TABLE"),
@@ -226,6 +229,7 @@ def test_what_does_not_go_together_is_refused(
     for short, long in {
         "TABLE": "--csv, --jobs, --cluster and --pattern are for files, without --json, --plot or "
         "--reference",
+        "REQUIRED": "the following arguments are required:",
         "FIGURES": "--figures percent is for the text; JSON and tables have fractions",
         "STITCH": "two spectra can be stitched",
     }.items():

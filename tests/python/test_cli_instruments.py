@@ -110,7 +110,7 @@ def start(**changes: float) -> dict[str, Any]:
     return json.loads(START.read_text()) | changes  # type: ignore[no-any-return]
 
 
-def test_a_calibration_finds_the_drive(run: Runner) -> None:
+def test_a_calibration_finds_the_drive(run: Runner, tmp_path: Path) -> None:
     fit = ("calibrate", STEPS, "--start", START, "--json", "--free")
     document = run(*fit, "cos_K,theta_z,alpha,a,phi", "--try-phases", 36).document
     assert document["before"] == start()
@@ -122,6 +122,9 @@ def test_a_calibration_finds_the_drive(run: Runner) -> None:
     residuals = [point["after"] for point in document["points"]]
     assert document["rms_after"] == pytest.approx(math.hypot(*residuals) / math.sqrt(14))
     assert document["notes"] == []
+    # As many points as parameters are enough.
+    few = write_csv(tmp_path / "few.csv", [*vek.io.load_csv(STEPS).items()][:2])
+    assert run("calibrate", few, "--start", START, "--free", "cos_K,theta_z").status == 0
     two = run(*fit, "cos_K,theta_z").document
     parameters, free = vek.fitting.FitWavelengthParams(), vek.fitting.FitWavelengthParamsFree()
     for name, value in start().items():

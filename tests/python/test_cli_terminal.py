@@ -40,6 +40,9 @@ def test_help_fits_a_screen_and_its_examples_work(
     text = run.output()
     assert len(text.splitlines()) <= 24
     assert max(map(len, text.splitlines())) <= 80
+    # One command explains how text files are laid out.
+    for option in ("--wavelength-unit", "--skip", "--sort"):
+        assert (option in text) == (command == "info")
     whole_lines = text.replace("\\\n", "").splitlines()
     examples = [line for line in whole_lines if line.startswith("  vekanalysis ")]
     assert examples or command == "completion"

@@ -84,6 +84,8 @@ def test_one_data_set_is_a_plain_csv(run: Runner, lenses: Path, tmp_path: Path) 
 def test_the_long_form_has_all_points(run: Runner, lenses: Path) -> None:
     text = run("csv", lenses).out
     assert run("csv", lenses, "--long").out == text
+    two = run("csv", lenses, "--data-set", "A (2)", "--data-set", LABELS[1]).out
+    assert len(two.splitlines()) == 1 + 21 + 43
     header, *rows = csv.reader(text.splitlines())
     assert header == ["data set", "Wavelength / nm", "Transmittance"]
     assert len(rows) == 41 + 21 + 43

@@ -358,6 +358,7 @@ def test_what_has_no_mean_costs_no_other_object(run: Runner, tmp_path: Path) -> 
     assert table.status == 1
     rows = [*csv.DictReader(io.StringIO(table.out))]
     told = [(row["object"], row["n"], row["error"].removeprefix(f"{tmp_path}/")) for row in rows]
+    assert "(empty)" in table.err
     empty = "empty_3.csv: the file is empty"
     assert told[0] == ("", "", "stray.csv: its name 'stray.csv' does not fit to --group")
     assert told[1] == ("", "", "x.csv: the file is empty")

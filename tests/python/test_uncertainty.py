@@ -497,6 +497,8 @@ def test_two_digits_are_settled_by_as_many_draws_as_they_take() -> None:
     assert 10_000 < drawn.draws < 60_000
     assert drawn[TAU_V].u == pytest.approx(u, abs=5e-5)
     assert drawn[TAU_V].validated is True
+    # And of 0.00050, c = 50, in the blocks in which this seed settles them.
+    assert simulate(glass(), budget(ZERO), [TAU_V], seed=1).draws == 270_000
 
 
 def test_draws_that_do_not_settle_say_so(monkeypatch: pytest.MonkeyPatch) -> None:
@@ -521,6 +523,9 @@ def test_what_draws_cannot_tell_is_left_out() -> None:
     assert rest == "of 12345 draws have no value"
     assert int(count) == pytest.approx(12_345 * 0.15866, rel=0.06)
     assert drawn.problems.keys() == {keys[1]}
+    # One standard uncertainty below there is no light at all.
+    not_finite = {keys[1]: "The uncertainty is not a finite number"}
+    assert dict(drawn.first_order.problems) == not_finite
     first = drawn.first_order[keys[0]]
     assert (drawn[keys[0]].value, drawn[keys[0]].validated) == (first.value, True)
     # An asymmetric distribution: the first order has the wrong interval, or none at all.
@@ -718,6 +723,15 @@ def test_the_covariance_of_the_points(
             "component 'c': its matrix is for 3 points, the spectrum has 49",
         ),
         (
+            {
+                "kind": "noise",
+                "standard": 1,
+                "correlation": {"matrix": Matrix([400, 800], np.eye(2))},
+            },
+            "component 'c': its matrix is stated from 400 nm to 800 nm, the spectrum goes from "
+            "320 nm to 800 nm",
+        ),
+        (
             {"kind": "stray-light", "standard": 1, "band": (100, 200)},
             "the spectrum has no data in the band of stray light, 100-200 nm",
         ),
@@ -760,6 +774,7 @@ def test_sizes_follow_the_unit_of_the_spectrum() -> None:
     few = Component(name="few", kind="gain", standard=0.1, dof=2)
     with pytest.raises(vek.Refusal, match="2 degrees of freedom"):
         simulate(lamp, budget(few), keys)
+    simulate(lamp, budget(dataclasses.replace(few, dof=2.1)), keys, draws=2000)
 
 
 def _every_kind() -> Budget:

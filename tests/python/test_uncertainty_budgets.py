@@ -72,6 +72,7 @@ standard = 1 | FULL | unit = "furlong" -> 7: NOISE the unit 'furlong' is not und
 standard = "none.csv" | FULL -> 5: standard: ~/none.csv: cannot be read: No such file or directory
 standard = "uneven.csv" | FULL -> 5: standard: ~/uneven.csv: line 3: 3 cells in place of 2
 standard = "down.csv" | FULL -> 5: standard: ~/down.csv: the wavelengths do not ascend
+standard = "twice.csv" | FULL -> 5: standard: ~/twice.csv: the wavelengths do not ascend
 standard = "empty.csv" | FULL -> 5: standard: ~/empty.csv: there are no numbers in it
 standard = "inf.csv" | FULL -> 5: standard: ~/inf.csv: there are numbers that are not finite
 standard = "word.csv" | FULL -> 5: standard: ~/word.csv: line 1: could not convert string to \
@@ -133,6 +134,7 @@ FILES = {
     "pair": "400,0.5\n410,0.6\n",
     "three": "wl,a,b\n400,0.5,1\n410,0.6,1\n",
     "down": "420,0.5\n400,0.6\n",
+    "twice": "400,0.5\n400,0.6\n",
     "zero": "400,0.5,-0.5\n410,0.6,1\n",
     "empty": "wl,a\n",
     "inf": "400,inf\n",
@@ -414,6 +416,8 @@ SQUARE = [[1.0, 0.5], [0.5, 1.0]]
         ('half_width = "a.csv"\ndistribution = "triangular"', "400,6\n410,6\n", [6**0.5] * 3),
         ('half_width = "a.csv"\ndistribution = "arcsine"', "400,2\n410,2\n", [2**0.5] * 3),
         ("standard = [[400, 1], [410, 3]]", "", [1, 2, 3]),
+        ('standard = 7\ndistribution = "rectangular"', "", [7, 7, 7]),
+        ('expanded = 14\nk = 2\ndistribution = "arcsine"', "", [7, 7, 7]),
         ("standard = [7, 8, 9]", "", [7, 8, 9]),
         ("standard = 7", "", [7, 7, 7]),
         ('standard = 1\ncorrelation = { matrix = "a.csv" }', "400,1,.5\n410,.5,1\n", SQUARE),
@@ -519,6 +523,8 @@ def test_repeats_of_a_file_are_taken_in_their_unit(tmp_path: Path) -> None:
         (9.3e-6, 0.0011, "0.0000 ± 0.0011", "0.0000 ± 0.0011"),
         (-9.3e-6, 0.0011, "0.0000 ± 0.0011", "0.0000 ± 0.0011"),
         (0.25, 0.0, "0.25", "0.25"),
+        (0.0, 0.0, "0.0", "0.0"),
+        (math.nan, 0.1, "nan", "nan"),
         (1.0 / 3.0, 1e-18, "0.3333333333333333", "0.3333333333333333"),
         (0.25, math.nan, "0.25", "0.25"),
         (0.25, math.inf, "0.25", "0.25"),
