@@ -78,6 +78,22 @@ def test_scans_together_give_what_each_gives(catalogue: tuple[quantities.Quantit
     assert quantities.Figures(catalogue).of_many([]) == []
 
 
+def test_figures_say_what_evaluate_says_of_each_kind() -> None:
+    scan = vek.Scan(GRID, lenses(GRID, 1)[0])
+    # Quantities of three kinds, so that none stands where it stands among its own.
+    figures = quantities.Figures([V, "illuminance", "f1_prime", *LIGHT[:4], LENS[1]], "A")
+    for kind, unit in (("unknown", None), ("irradiance", "mW m-2 nm-1"), ("transmittance", "%")):
+        spectrum = vek.Spectrum(scan, kind, unit, "it")
+        expected = quantities.evaluate(spectrum, figures._records, white="A")
+        found = figures.values(spectrum)
+        assert [*found] == [*expected]
+        for value, wanted in zip(found.values(), expected.values(), strict=True):
+            assert value._replace(value=None) == wanted._replace(value=None)
+            assert value.value == pytest.approx(wanted.value, rel=1e-12)
+        _, said = figures(spectrum)
+        assert figures(spectrum.replace(scan=scan * 0.5))[1] is said
+
+
 def test_the_functions_themselves_agree() -> None:
     values = lenses(GRID, 4)
     keys = [V, "ISO8980_3_tau_signal_led.red", "CIE_1931_chromaticity.y"]

@@ -37,16 +37,11 @@ def test_spectra_are_values() -> None:
     same = {"source": tuple(LENS.source), "metadata": {"slit": "2 nm"}, "notes": ["n"]}
     assert LENS.replace(**same) == LENS != LENS.scan
     assert type(LENS.replace(**same).source) is Source
-    changes = {
-        "scan": SCAN * 2,
-        "unit": "‰",
-        "label": "x",
-        "source": (),
-        "metadata": {},
-        "notes": (),
-    }
-    for name, value in (changes | {"kind": "reflectance"}).items():
+    changes = {"scan": SCAN * 2, "unit": "‰", "label": "x", "source": (), "metadata": {}}
+    changes |= {"notes": (), "kind": "reflectance"}
+    for name, value in changes.items():
         assert LENS.replace(**{name: value}) != LENS
+    assert LENS.replace(**changes).label == "x"
     with pytest.raises(TypeError, match="unhashable"):
         hash(LENS)
 
