@@ -3,6 +3,7 @@
 from __future__ import annotations
 
 import json
+import re
 from collections.abc import Iterable, Sequence
 from pathlib import Path
 from typing import Any, NamedTuple
@@ -79,3 +80,9 @@ def write_vek(path: Path, data_sets: Iterable[tuple[str, Points]], **contents: A
     sets = [DataSet(name, points) for name, points in data_sets]
     path.write_bytes(Contents(data_sets=sets, **contents).file())
     return path
+
+
+def mistakes(name: str) -> list[tuple[str, str]]:
+    """Texts of files that are wrong, each with what is told of it, ``{}`` being the folder."""
+    text = (ROOT / "tests/data/mistakes" / name).read_text()
+    return re.findall(r"((?:(?!=> ).*\n)*)=> (.*)\n", text)

@@ -6,11 +6,13 @@ What it changes is to be read.
 
 import contextlib
 import io
+import json
 import math
 import re
 import shlex
 import shutil
 from pathlib import Path
+from typing import Any
 
 import pytest
 from cli import ROOT, flat, write_csv, write_vek
@@ -21,7 +23,9 @@ from vekanalysis.__main__ import main
 PRINTED = ROOT / "tests/data/printed"
 # What is the machine's or the version's: the last bits, digests of what has them, our version.
 OUT_OF = {
-    r"-?\b[0-9]+\.[0-9]{7,}(?:e[+-][0-9]+)?\b": lambda found: f"{round(float(found[0]), 12):.6g}",
+    r"-?\b[0-9]+(?:\.[0-9]{7,}|(?:\.[0-9]+)?(?=e-))(?:e[+-][0-9]+)?\b": lambda found: (
+        repr(float(f"{round(float(found[0]), 10):.6g}"))
+    ),
     r"\b[0-9a-f]{64}\b": lambda found: "(digest)",
     re.escape(vek.__version__): lambda found: "(version)",
     r"(?s)<style>.*?</style>|style-src &#39;.*?&#39;": lambda found: "(style)",
@@ -55,16 +59,30 @@ def make_inputs(folder: Path) -> None:
 def printed_by(command: str) -> str:
     """What a command prints, or ``cat`` shows of a file."""
     name, *arguments = shlex.split(command)
+    status = 0
     if name == "cat":
         text = "".join(f"{Path(each).read_text().rstrip()}\n" for each in arguments)
     else:
         out = io.TextIOWrapper(io.BytesIO(), "utf-8", write_through=True)
         with contextlib.redirect_stdout(out), contextlib.redirect_stderr(out):
             status = main([name, *arguments])
-        text = out.buffer.getvalue().decode() + f"(status {status})\n" * bool(status)
+        text = out.buffer.getvalue().decode()
+    if text.startswith("{"):
+        text = in_lines(json.loads(text))
+    text += f"(status {status})\n" * bool(status)
     for pattern, replacement in OUT_OF.items():
         text = re.sub(pattern, replacement, text)
     return text
+
+
+def in_lines(document: dict[str, Any]) -> str:
+    """JSON, an item a line."""
+    parts = [
+        (name, each)
+        for name, value in document.items()
+        for each in (value if isinstance(value, list) else [value])
+    ]
+    return "".join(f"{name}: {json.dumps(each, ensure_ascii=False)}\n" for name, each in parts)
 
 
 def commands_in(path: Path) -> list[tuple[str, str]]:

@@ -291,39 +291,6 @@ def test_a_picture_is_written_in_the_format_of_its_name(tmp_path: Path) -> None:
     assert (tmp_path / "without").read_bytes()[:4] == b"\x89PNG"
 
 
-def test_a_document_has_all_of_a_quantity() -> None:
-    short = Spectrum(Scan(flat(0.25, 500, 600)), "transmittance", "1", "s")
-    lens = documented(reports.lens(short))
-    clear = lens["ISO8980_3_tau_signal_led.red"]["values"][0]["clear_lens"]
-    assert clear == pytest.approx(0.048449, abs=1e-6)
-    nothing = "No data within 315-380 nm"
-    for key, section, weights, value, needed, covered in (
-        ("ISO8980_3_tau_signal_led.red", "3.5", ["ISO8980_3_led_red"], 0.25 * clear, 550, 685),
-        ("CIE_1931_chromaticity.x", "7", [], 0.359557, 380, 780),
-        ("ISO8980_3_tau_uva", "3.1", [], None, 315, 380),
-    ):
-        (record,) = [record for record in LENS if record.key == key]
-        assert lens[key] == {
-            **{"key": key, "symbol": record.symbol, "name": record.name, "unit": "1"},
-            **{"band_nm": [*(record.band or ())], "standard": record.standard},
-            **{"section": section, "weights": weights, "notes": [*record.notes]},
-            "values": [
-                {
-                    "value": value and pytest.approx(value, abs=1e-6),
-                    "needed_nm": [needed, covered],
-                    "covered_nm": value and [max(needed, 500), 600],
-                    "complete": False,
-                    "clear_lens": clear if "led" in key else None,
-                    "problem": None if value else nothing,
-                }
-            ],
-        }
-    peak = documented(reports.light(reports.built_in("FL2")))["peak_wavelength"]
-    nobody = dict.fromkeys(("needed_nm", "covered_nm", "clear_lens", "problem"))
-    assert peak["values"] == [{"value": 435.0, "complete": True} | nobody]
-    assert (peak["band_nm"], peak["section"], peak["standard"]) == (None, None, "")
-
-
 def documented(report: reports.Report) -> dict[str, Any]:
     """What the document has of each quantity."""
     return {each["key"]: each for each in json.loads(report.json())["quantities"]}
