@@ -166,30 +166,6 @@ def test_the_scatter_of_a_figure_is_the_noise_of_the_mean(run: Runner, tmp_path:
     assert "The scatter of the repeats is not in the uncertainty" in " ".join(text.split())
 
 
-@pytest.mark.parametrize(
-    ("lines", "told"),
-    [
-        ("", "line 2: component 'repeats': correlation is missing"),
-        ('correlation = "obsrved"', "'repeats': correlation is 'obsrved'"),
-        ('correlation = "full"\naveraged = 3', "line 7: component 'repeats': averaged is too much"),
-        (
-            'correlation = "full"\nstandard = 1',
-            "line 7: component 'repeats': repeats give its size",
-        ),
-        (f'correlation = "full"\n{OBSERVED}', "two components are named 'repeats'"),
-    ],
-)
-def test_a_wrong_noise_of_repeats_is_told_with_its_line(
-    run: Runner, tmp_path: Path, lines: str, told: str
-) -> None:
-    three(tmp_path)
-    (tmp_path / "b.toml").write_text(BUDGET + lines + "\n")
-    asked = ("report", "--group", "*", "--uncertainty", tmp_path / "b.toml")
-    refusal = run.refuse(*asked, *sorted(tmp_path.glob("*.csv")))
-    assert refusal.startswith(f"{tmp_path / 'b.toml'}: ")
-    assert told in refusal
-
-
 @pytest.mark.parametrize("command", ["report", "light", "certificate", "report --csv -"])
 def test_a_budget_of_repeats_needs_some(run: Runner, tmp_path: Path, command: str) -> None:
     three(tmp_path)

@@ -18,7 +18,6 @@ EXAMPLES = Path(__file__).parents[2] / "examples"
 NOISE = """
 [[component]]
 name = "noise"
-kind = "noise"
 {}
 """
 
@@ -123,8 +122,50 @@ repeats = true | averaged = 1 | FULL -> 6: NOISE averaged is too much: the mean 
 repeats of the object
 repeats = true -> 2: NOISE correlation is missing; "independent", "full", "observed" or a table \
 must be stated
+repeats = true | correlation = "fall" -> 6: NOISE correlation is 'fall'; HOW
+repeats = true | FULL | [[component]] | name = "noise" | kind = "gain" | standard = 1 -> 8: two \
+components are named 'noise'
 repeats = true | FULL | [[component]] | name = "b" | kind = "gain" | repeats = true -> 9: \
 component 'b': repeats are of kind 'noise'
+kind = "gian" | standard = 1 -> 4: NOISE kind is 'gian'; did you mean 'gain'?
+kind = "gain" | standard = 1 | relative = true -> 6: NOISE kind 'gain' has no relative
+kind = "gain" | standard = 1 | unit = "nm" -> 6: NOISE the unit 'nm' is none of a fraction
+standard = 1 | unit = "nm" | relative = true | FULL -> 6: NOISE the unit 'nm' is none of a fraction
+kind = "gain" | standard = [[4, 1], [4, 2]] -> 5: NOISE standard must have ascending wavelengths
+kind = "gain" | standard = 1 | dof = true -> 6: NOISE dof is True; it must be a number above 0
+kind = "wavelength-scale" | standard = 1 -> 2: NOISE pivot is missing; the wavelength in nm at \
+which the scale is right must be stated
+kind = "wavelength-scale" | standard = 1 | pivot = 0 -> 6: NOISE pivot is 0; it must be a number \
+above 0
+kind = "bandwidth" | standard = 1 -> 2: NOISE fwhm is missing; the bandwidth itself, in nm, must \
+be stated
+kind = "bandwidth" | standard = 1 | fwhm = inf -> 6: NOISE fwhm is inf; it must be a number above 0
+kind = "bandwidth" | standard = 1 | slit = "round" -> 6: NOISE slit is 'round'; there are \
+'triangular', 'gaussian'
+kind = "figure" | standard = 1 | quantities = "a" -> 6: NOISE quantities must be a list of keys
+kind = "figure" | standard = 1 | quantities = 3 -> 6: NOISE quantities must be a list of keys
+kind = "figure" | standard = 1 | quantities = [3] -> 6: NOISE quantities must be a list of keys
+kind = "figure" | standard = 1 | quantities = [] -> 2: NOISE quantities is missing; the keys of \
+the quantities it adds to must be stated
+kind = "figure" | standard = [1, 2] | quantities = ["a"] -> 5: NOISE a figure has one size, not \
+one by wavelength
+kind = "stray-light" | standard = 1 | band = [400, 400] -> 6: NOISE BAND
+kind = "stray-light" | standard = 1 | band = [400, 500, 600] -> 6: NOISE BAND
+kind = "stray-light" | standard = 1 | band = [400, "a"] -> 6: NOISE BAND
+half_width = 1 | distribution = "arcsine" | correlation = { length = 20 } -> 2: NOISE a partial \
+correlation needs a normal or t distribution
+standard = 1 | distribution = "rectangular" | correlation = { matrix = [[1]] } -> 2: NOISE a \
+partial correlation needs a normal or t distribution
+kind = "covariance" | standard = 1 -> 2: NOISE kind 'covariance' needs a covariance matrix, or a \
+size with the correlation
+kind = "covariance" | covariance = [[1, 2]] -> 5: OF_ALL must be a square matrix
+kind = "covariance" | covariance = [[1, 0.5], [0.6, 1]] -> 5: OF_ALL is not symmetric in row 1, \
+column 2
+kind = "covariance" | covariance = [[1, 0], [0, -1]] -> 5: OF_ALL is no covariance matrix: it has \
+numbers below 0 in its diagonal
+kind = "covariance" | covariance = [[1, 0, 0], [0, 4, 2.1], [0, 2.1, 1]] -> 5: OF_ALL is no \
+covariance matrix: beyond a correlation of 1 in row 2, column 3
+kind = "covariance" | covariance = "apart.csv" -> 5: OF_ALL must have ascending wavelengths
 """
 FILES = {
     "uneven": "wavelength,size\n400,1\n410,1,1\n",
@@ -135,6 +176,7 @@ FILES = {
     "three": "wl,a,b\n400,0.5,1\n410,0.6,1\n",
     "down": "420,0.5\n400,0.6\n",
     "twice": "400,0.5\n400,0.6\n",
+    "apart": "400,1,0\n400,0,1\n",
     "zero": "400,0.5,-0.5\n410,0.6,1\n",
     "empty": "wl,a\n",
     "inf": "400,inf\n",
@@ -143,6 +185,8 @@ FILES = {
 }
 SHORT = {
     "FULL": 'correlation = "full"',
+    "OF_ALL": "NOISE the matrix of covariance",
+    "BAND": "band must be two ascending wavelengths in nm",
     "MATRIX": "NOISE the matrix of correlation",
     "NOISE": "component 'noise':",
     "HOW": 'it must be stated: "independent", "full", { length = ... } in nm or { matrix = ... }',
@@ -157,7 +201,8 @@ def test_a_mistake_is_told_with_its_line(tmp_path: Path, mistake: str) -> None:
     for name, text in FILES.items():
         (tmp_path / f"{name}.csv").write_text(text)
     file = tmp_path / "budget.toml"
-    file.write_text(NOISE.format(lines.replace(" | ", "\n")))
+    kind = "" if lines.startswith("kind") else 'kind = "noise" | '
+    file.write_text(NOISE.format((kind + lines).replace(" | ", "\n")))
     with pytest.raises(vek.Refusal) as refusal:
         Budget.read(file)
     assert str(refusal.value) == f"{file}: line {told}"
@@ -265,99 +310,17 @@ def test_reasons_and_the_search_for_lines_have_an_end(tmp_path: Path) -> None:
         assert line_of(text, Place(key="key")) == line
 
 
-BAND = "band must be two ascending wavelengths in nm"
-KEYS = "quantities must be a list of keys"
-NO_FRACTION = "the unit 'nm' is none of a fraction"
-EYE = np.eye(2)
-
-
-@pytest.mark.parametrize(
-    ("kind", "arguments", "told"),
-    [
-        ("gain", {"relative": True}, "kind 'gain' has no relative"),
-        ("gain", {"unit": "nm"}, NO_FRACTION),
-        ("noise", {"unit": "nm", "relative": True, "correlation": "full"}, NO_FRACTION),
-        ("gian", {}, "kind is 'gian'; did you mean 'gain'?"),
+def test_what_no_file_can_say_is_refused_as_well() -> None:
+    for kind, size, told in (
         ("gain", {"standard": {500: 1, 400: -1}}, "standard must not be below 0"),
-        ("gain", {"standard": [(4, 1), (4, 2)]}, "standard must have ascending wavelengths"),
-        ("gain", {"dof": True}, "dof is True; it must be a number above 0"),
-        (
-            "wavelength-scale",
-            {},
-            "pivot is missing; the wavelength in nm at which the scale is right must be stated",
-        ),
-        ("wavelength-scale", {"pivot": 0}, "pivot is 0; it must be a number above 0"),
-        ("bandwidth", {}, "fwhm is missing; the bandwidth itself, in nm, must be stated"),
-        ("bandwidth", {"fwhm": math.inf}, "fwhm is inf; it must be a number above 0"),
-        (
-            "bandwidth",
-            {"fwhm": 5, "slit": "round"},
-            "slit is 'round'; there are 'triangular', 'gaussian'",
-        ),
-        ("figure", {"quantities": "a"}, KEYS),
-        ("figure", {"quantities": 3}, KEYS),
-        ("figure", {"quantities": [3]}, KEYS),
-        (
-            "figure",
-            {"quantities": []},
-            "quantities is missing; the keys of the quantities it adds to must be stated",
-        ),
-        (
-            "figure",
-            {"standard": [1, 2], "quantities": ["a"]},
-            "a figure has one size, not one by wavelength",
-        ),
-        ("stray-light", {"band": (400, 400)}, BAND),
-        ("stray-light", {"band": (400, 500, 600)}, BAND),
-        ("stray-light", {"band": (400, "a")}, BAND),
-        (
-            "noise",
-            {"standard": None, "half_width": 1, "distribution": "arcsine"}
-            | {"correlation": {"length": 20}},
-            "a partial correlation needs a normal or t distribution",
-        ),
-        (
-            "noise",
-            {"distribution": "rectangular", "correlation": {"matrix": EYE}},
-            "a partial correlation needs a normal or t distribution",
-        ),
-    ],
-)
-def test_a_component_that_cannot_be_is_refused(
-    kind: str, arguments: dict[str, object], told: str
-) -> None:
-    with pytest.raises(vek.Refusal) as refusal:
-        Component(name="c", kind=kind, **{"standard": 1} | arguments)  # type: ignore[arg-type]
-    assert str(refusal.value) == f"component 'c': {told}"
+        ("covariance", {"covariance": Matrix([4, 5, 6], np.eye(2))}, HAS_ROWS),
+    ):
+        with pytest.raises(vek.Refusal) as refusal:
+            Component(name="c", kind=kind, **size)  # type: ignore[arg-type]
+        assert str(refusal.value) == f"component 'c': {told}"
 
 
-@pytest.mark.parametrize(
-    ("covariance", "told"),
-    [
-        ([[1, 2]], "the matrix of covariance must be a square matrix"),
-        ([[1, 0.5], [0.6, 1]], "the matrix of covariance is not symmetric in row 1, column 2"),
-        (
-            [[1, 0], [0, -1]],
-            "the matrix of covariance is no covariance matrix: it has numbers below 0 in its "
-            "diagonal",
-        ),
-        (
-            [[1, 0, 0], [0, 4, 2.1], [0, 2.1, 1]],
-            "the matrix of covariance is no covariance matrix: beyond a correlation of 1 in row 2, "
-            "column 3",
-        ),
-        (Matrix([400, 410, 420], EYE), "the matrix of covariance has 2 rows for 3 wavelengths"),
-        (Matrix([400, 400], EYE), "the matrix of covariance must have ascending wavelengths"),
-        (None, "kind 'covariance' needs a covariance matrix, or a size with the correlation"),
-    ],
-)
-def test_a_covariance_that_cannot_be_is_refused(covariance: object, told: str) -> None:
-    size = {"standard": 1} if covariance is None else {"covariance": covariance}
-    with pytest.raises(vek.Refusal) as refusal:
-        Component(name="c", kind="covariance", **size)  # type: ignore[arg-type]
-    assert str(refusal.value) == f"component 'c': {told}"
-
-
+HAS_ROWS = "the matrix of covariance has 2 rows for 3 wavelengths"
 A = Component(name="a", kind="gain", standard=1)
 
 
@@ -501,7 +464,9 @@ def test_the_noise_of_repeats_may_be_relative() -> None:
 def test_repeats_of_a_file_are_taken_in_their_unit(tmp_path: Path) -> None:
     (tmp_path / "r.csv").write_text("Wavelength (nm),a (%T),b (%T)\n400,50,52\n410,60,60\n")
     file = tmp_path / "budget.toml"
-    file.write_text(NOISE.format('repeats = "r.csv"\naveraged = 1\ncorrelation = "independent"'))
+    file.write_text(
+        NOISE.format('kind = "noise"\nrepeats = "r.csv"\naveraged = 1\ncorrelation = "independent"')
+    )
     (component,) = Budget.read(file).components
     assert component.size is not None
     assert component.size.values == pytest.approx([0.01 * math.sqrt(2.0), 0.0])

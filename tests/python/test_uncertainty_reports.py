@@ -151,22 +151,6 @@ def test_no_figure_reaches_into_the_impossible(run: Runner, tmp_path: Path) -> N
     assert line.endswith(" 0.0000    0.0000 to 0.0010")
 
 
-@pytest.mark.parametrize(
-    ("arguments", "words"),
-    [
-        (["--draws", "auto"], "name a budget"),
-        (["--uncertainty", BUDGET, "--seed", "1"], "--seed is for --draws"),
-        (["--uncertainty", BUDGET, "--draws", "10"], "must be 2000 to"),
-        (["--uncertainty", BUDGET, "--draws", "auto", "--csv", "-"], "a table has the first order"),
-        (["--uncertainty", "none.toml"], "none.toml: cannot be read"),
-    ],
-)
-def test_what_does_not_go_together_is_refused(
-    run: Runner, arguments: list[str], words: str
-) -> None:
-    assert words in run.refuse("report", GREY, *arguments)
-
-
 def test_a_spectrum_without_slopes_is_refused(run: Runner, tmp_path: Path) -> None:
     (tmp_path / "two.csv").write_text("400,0.5\n500,0.6\n")
     for draws in ((), ("--draws", "2000", "--seed", "1")):
