@@ -126,7 +126,11 @@ def test_frames_join_on_exact_wavelengths_or_evaluate_on_a_grid() -> None:
     evaluated = interop.to_frame({"a": a}, grid=np.array([399, 450, 501]))["a"]
     assert evaluated.isna().tolist() == [True, False, True]
     assert evaluated[450] == 1.5
-    assert interop.to_frame([a], grid=[399], outside=0)[0].tolist() == [0]
+    assert interop.to_frame([a, Scan()], grid=[399], outside=0).to_numpy().tolist() == [[0, 0]]
+    ends = interop.to_frame(
+        [Scan([400, 500], [1, 2], interpolation=Interpolation.LINEAR)], grid=[400, 500]
+    )
+    assert ends[0].tolist() == [1, 2]
     assert interop.to_frame([b, b], grid="common").index.to_list() == b.wavelengths()
     for scans, grid, reason in [
         ([a, Scan()], "common", "no common wavelengths"),

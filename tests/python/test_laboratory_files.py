@@ -252,7 +252,6 @@ def test_labels_that_make_no_spectrum(labels: dict[str, object], reason: str) ->
 
 
 VACUUM = "wavelengths converted from {}: those in vacuum, 0.15 nm longer than in air at 550 nm"
-IN_VACUUM = VACUUM.format("cm-1")
 
 
 @pytest.mark.parametrize(
@@ -281,20 +280,8 @@ def test_units_of_x(
 
 
 @pytest.mark.parametrize(
-    ("y", "highest", "options", "kind", "unit", "value", "note"),
-    [
-        ("TRANSMITTANCE", "2", {}, "transmittance", "1", 2,
-         "taken as a fraction: no unit is stated, and the highest value is 2"),
-        ("REFLECTANCE", "2.25", {}, "reflectance", "1", 0.0225,
-         "taken as per cent: no unit is stated, and the highest value is 2.25"),
-        ("TRANSMITTANCE", "2.5", {"unit": "1"}, "transmittance", "1", 2.5, None),
-        ("A", "2", {}, "absorbance", "OD", 2, None),
-        ("Arbitrary Units", "2", {}, "unknown", "a.u.", 2, None),
-        ("RELATIVE", "2", {"unit": "%", "kind": "reflectance"}, "reflectance", "1", 0.02, None),
-        ("W/m2/um", "2", {}, "irradiance", "W m-2 nm-1", 0.002, IN_VACUUM),
-        ("IRRADIANCE", "2", {"unit": "W/m2/nm"}, "irradiance", "W m-2 nm-1", 2, IN_VACUUM),
-    ],
-)  # fmt: skip
+    ("y", "highest", "options", "kind", "unit", "value", "note"), rows("y-units.jsonl")
+)
 def test_units_of_y(
     y: str, highest: str, options: dict[str, Any], kind: str, unit: str, value: float, note: str
 ) -> None:
@@ -461,6 +448,19 @@ XML = {
         b"</SpectralData></SpectralDistribution></IESTM2714>",
         "it does not say what x is in",
     ),
+    "no distribution": (b"<IESTM2714/>", "f: no spectrum in this file: there is no SpectralDistr"),
+    "no wavelength": (
+        sample("tm27-irradiance.spdx").replace(b' wavelength="385.0"', b""),
+        "point 2: there is no wavelength",
+    ),
+    "two wavelengths": (
+        lenses(lens("S", "400:1").replace("<m:Tr", "<m:WaveLength>1</m:WaveLength><m:Tr")),
+        "line 4: WaveLength is there twice",
+    ),
+    "no transmittance": (
+        lenses(lens("S", "400:1").replace("m:Transmittance", "m:T")),
+        "lens, point 1: there is no transmittance",
+    ),
     "no points": (b"<IESTM2714><SpectralDistribution/></IESTM2714>", "there is no SpectralData"),
 }
 
@@ -469,6 +469,42 @@ XML = {
 def test_xml_that_is_refused(case: str) -> None:
     content, reason = XML[case]
     assert reason in refusal(content)
+
+
+@pytest.mark.parametrize(("quantity", "comment", "kind", "unit", "notes"), rows("tm27.jsonl"))
+def test_quantities_of_tm27(
+    quantity: str, comment: str, kind: str, unit: str | None, notes: list[str]
+) -> None:
+    content = sample("tm27-transmittance.spdx").replace(
+        b"y>transmittance", f"y>{quantity}".encode()
+    )
+    end = b"</t:Header>"
+    content = content.replace(end, f"<t:Comments>{comment}</t:Comments>".encode() + end)
+    (spectrum,) = read_content(content, "f")
+    words = {
+        "fraction": "taken as a fraction: no unit is stated, and the highest value is 0.9",
+        "custom": f"taken in {unit}, as is customary: the format states no unit",
+        "stated": f"the file states '{quantity}'",
+    }
+    assert (spectrum.kind, spectrum.unit) == (kind, unit)
+    assert [*spectrum.notes] == [note.format(**words) for note in notes]
+    assert spectrum.metadata.get("Comments", "") == comment
+
+
+COMMON = (
+    "<c:Common><c:Company> A\n B</c:Company><c:Date/><c:Patient><c:ID>7</c:ID>"
+    "<c:LastName>X</c:LastName></c:Patient></c:Common>"
+)
+
+
+@pytest.mark.parametrize(("points", "unit", "value", "notes"), rows("lensmeter.jsonl"))
+def test_what_lensmeters_state(points: str, unit: str, value: float, notes: list[str]) -> None:
+    content = lenses(lens("S", points, unit), before=COMMON)
+    for text in content, content.replace(b' unit="nm"', b""):
+        (spectrum,) = read_content(text, "f")
+        assert (spectrum.scan(500), [*spectrum.notes]) == (value, notes)
+        facts = {"Company": "A B", "Patient ID": "7", "UVTransmittance": "3 %"}
+        assert spectrum.metadata == facts
 
 
 SPC_OFFSETS = {"flags": 0, "exponent": 3, "points": 4, "first": 8, "subfiles": 24}

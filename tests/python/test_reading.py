@@ -144,7 +144,8 @@ def test_records_of_measurement_files_are_metadata(applied: bool) -> None:
         apply_reference=applied,
         pre_scan_addon_filename=" ",
     )
-    (lens,) = read(contents.file(), unit="%", interpolation=vek.LINEAR, epsilon=0.5)
+    options = {"interpolation": vek.LINEAR, "epsilon": 0.5} if applied else {}
+    (lens,) = read(contents.file(), unit="%", **options)
     expected = {
         "date": "2024-03-01 10:15:00",
         "summary": "summary",
@@ -161,7 +162,9 @@ def test_records_of_measurement_files_are_metadata(applied: bool) -> None:
         expected |= {"reference": "none", "reference file": "reference.vek"}
         expected |= {"reference parameter": "1.0", "calibration file": "calibration.cal"}
     assert lens.metadata == expected
-    assert lens.scan == vek.Scan([400, 410], [0.5, 0.6], 0.5, vek.LINEAR)
+    expected_scan = vek.Scan([400, 410], [0.5, 0.6], **options)
+    assert repr(lens.scan) == repr(expected_scan)
+    assert lens.scan.to_lists() == expected_scan.to_lists()
     assert lens.notes == (
         "wavelengths converted from um to nm",
         "data set 'A': transmittance in %, as asked, divided by 100",

@@ -98,6 +98,7 @@ REFUSED = {
         "pass percent=True to divide by 100 or percent=False to take the values as they are",
     ),
     "nm;Transmission\n400;12": (r"'Transmission' reaches 12, which looks like per", "percent"),
+    "nm;T\n400;2.1": (r"'T' reaches 2.1, which looks like per cent; pass percent=True", "percent"),
     "nm,A,B,nm\n400,1.5,2,400": (r"columns 0 'nm' and 3 'nm' look like wavelengths", "columns"),
     "PK\x03\x04": (r"a spreadsheet or an archive, not text", ""),
     "400\n410": (r"line 1: got '400', need lines with two numbers", ""),
@@ -179,6 +180,9 @@ def test_comma_and_numbers_are_read_as_told() -> None:
         "column 2",
         "column 3",
     }
+    assert read("nm;T\n400;2").scan[400] == 2
+    with pytest.raises(TypeError, match="a path or an open file is needed; got int"):
+        vek.read_table(5)  # type: ignore[call-overload]
     assert read("wl,a\n380,5\n390,7").scan.to_lists() == ([380, 390], [5, 7])
     assert read("0.4 1\n0.5876 1", wavelength_unit="um").scan.wavelengths() == [400, 587.6]
 
