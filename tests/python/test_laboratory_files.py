@@ -32,97 +32,33 @@ def refusal(content: bytes, **options: Any) -> str:
     return text
 
 
-# Points as the samples were made: number, then (nm, coherent value) of the first, middle and last.
-DIF = ("absorbance", 61, [(400, -0.0012), (550, -0.0006), (700, -0.0012)])
-PER_CENT = ("transmittance", 16, [(400, 0.8999), (560, 0.7161), (700, 0.9)])
-FLOATS = ("transmittance", 61, [(400, 0.8995512), (550, 0.5473508), (700, 0.8999999)])
-MULTI = [(0.8999184, 0.835882, 0.9), (0.8997552, 0.7076459, 0.9), (0.899592, 0.5794098, 0.8999999)]
-OLD = [(-0.2012, -0.2006, -0.2012), (-0.1006, -0.1003, -0.1006)]
-EXPECTED: dict[str, list[tuple[str, int, list[tuple[float, float]]]]] = {
-    **{f"jdx-absorbance-{form}.jdx": [DIF] for form in ("affn", "pac", "sqz", "dif", "difdup")},
-    "jdx-absorbance-sqzdup.jdx": [DIF],
-    "jdx-transmittance-xypoints.jdx": [
-        ("transmittance", 28, [(400, 0.88), (1e7 / 18600, 0.4614), (800, 0.8799)])
-    ],
-    "jdx-link-two-blocks.jdx": [
-        PER_CENT,
-        ("reflectance", 16, [(400, 0.04), (560, 0.07), (700, 0.04)]),
-    ],
-    "jdx-decimal-comma.jdx": [PER_CENT],
-    "spc-new-le-float-even-nm.spc": [FLOATS],
-    "spc-new-be-float-even-nm.spc": [FLOATS],
-    "spc-old-even-nm.spc": [FLOATS],
-    "spc-new-int16-exponent.spc": [
-        ("absorbance", 61, [(400, -0.001220703), (550, -0.0006103516), (700, -0.001220703)])
-    ],
-    "spc-new-int32-negative-exponent.spc": [
-        ("reflectance", 61, [(400, 0.04000107), (550, 0.06882368), (700, 0.04001181)])
-    ],
-    "spc-old-multi2.spc": [
-        ("absorbance", 61, [*zip((400, 550, 700), ys, strict=True)]) for ys in OLD
-    ],
-    "spc-new-multi3.spc": [
-        ("transmittance", 61, [*zip((400, 550, 700), ys, strict=True)]) for ys in MULTI
-    ],
-    "spc-new-xy-um.spc": [
-        ("transmittance", 48, [(400, 0.799592), (532.589, 0.3376395), (700.719, 0.8)])
-    ],
-    "spc-new-xyxy-directory.spc": [
-        ("transmittance", 11, [(400, 0.899592), (450, 0.8555282), (500, 0.4896226)]),
-        ("transmittance", 8, [(450, 0.8555282), (500, 0.4896226), (620, 0.8964165)]),
-    ],
-    "joia-single-descending-sjis.xml": [("transmittance", 21, [(380, 0), (580, 0.2), (780, 0.42)])],
-    "tm27-irradiance.spdx": [
-        ("irradiance", 81, [(380, 1.0401e-5), (580, 0.01578), (780, 1.0002e-5)])
-    ],
-    "tm27-transmittance.spdx": [
-        ("transmittance", 29, [(380, 0.0006), (520, 0.9), (780, 0.9)]),
-    ],
-}
+SAMPLES = rows("samples.jsonl")
 
 
-@pytest.mark.parametrize("name", EXPECTED)
-def test_samples_have_the_points_that_they_were_made_of(name: str) -> None:
+# With points as the samples were made: (nm, coherent value) of the first, middle and last.
+@pytest.mark.parametrize(("name", "expected"), SAMPLES)
+def test_samples_have_the_points_that_they_were_made_of(name: str, expected: list[Any]) -> None:
     spectra = vek.read(FILES / name)
-    found = []
-    for spectrum, (_, _, points) in zip(spectra, EXPECTED[name], strict=True):
-        values = [spectrum.scan(spectrum.scan.wavelengths()[0]) for _ in points[:1]]
-        values += [spectrum.scan(x) for x, _ in points[1:-1]]
-        values += [spectrum.scan(spectrum.scan.wavelengths()[-1])]
-        assert spectrum.range_nm == pytest.approx((points[0][0], points[-1][0]), rel=1e-6)
+    assert [
+        [s.label, s.source.data_set, s.kind, s.unit, s.points, s.metadata, [*s.notes]]
+        for s in spectra
+    ] == [facts for *facts, _ in expected]
+    for spectrum, (*_, points) in zip(spectra, expected, strict=True):
+        (first, _), *others, (last, _) = points
+        assert spectrum.range_nm == pytest.approx((first, last), rel=1e-6)
+        places = [spectrum.range_nm[0], *(x for x, _ in others), spectrum.range_nm[1]]
+        values = [spectrum.scan(x) for x in places]
         assert values == pytest.approx([y for _, y in points], rel=1e-6, abs=1e-12)
-        found.append((spectrum.kind, spectrum.points))
-    assert found == [expected[:2] for expected in EXPECTED[name]]
 
 
 def test_every_ordinate_form_gives_the_same_numbers() -> None:
-    names = [name for name in EXPECTED if name.startswith("jdx-absorbance")]
+    names = [name for name, _ in SAMPLES if name.startswith("jdx-absorbance")]
     scans = [vek.read(FILES / name)[0].scan for name in names]
     assert all(scan == scans[0] for scan in scans)
     values = scans[0].values()
     assert sum(values) == pytest.approx(13.2143, abs=1e-9)
     assert (scans[0](480), scans[0](600), scans[0](640)) == (1.1988, 0.3488, 0.0288)
     assert values.count(-0.0012) == 11
-
-
-def test_what_a_file_says_of_itself_goes_along() -> None:
-    (lens,) = vek.read(FILES / "joia-single-descending-sjis.xml")
-    assert lens.source.data_set == "S"
-    assert (lens.metadata["Company"], lens.metadata["Patient ID"]) == ("SYNTHETIC", "GREY-01")
-    assert "LastName" not in lens.metadata
-    assert "0.29 %" in lens.notes[0]
-    (spc,) = vek.read(FILES / "spc-new-le-float-even-nm.spc")
-    assert spc.metadata["date"] == "2026-01-15 09:30"
-    assert spc.metadata["SLIT"] == "2.0 nm"
-    assert [s.metadata["Z"] for s in vek.read(FILES / "spc-new-multi3.spc")] == [
-        "0 min",
-        "1 min",
-        "2 min",
-    ]
-    (vacuum,) = vek.read(FILES / "jdx-transmittance-xypoints.jdx")
-    assert "in vacuum" in vacuum.notes[0]
-    (old,) = vek.read(FILES / "spc-old-even-nm.spc")
-    assert "taken as per cent: no unit is stated, and the highest value is 90" in old.notes
 
 
 @pytest.mark.parametrize(
