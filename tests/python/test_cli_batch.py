@@ -10,7 +10,7 @@ import subprocess
 import sys
 import threading
 import time
-from collections.abc import Callable, Sequence
+from collections.abc import Callable, Iterator, Sequence
 from functools import partial
 from pathlib import Path
 from types import SimpleNamespace
@@ -351,6 +351,23 @@ def test_a_cluster_that_cannot_do_it_ends_the_batch(
         "--cluster needs Dask's distributed: pip install 'vekanalysis[dask]'; in a checkout, "
         "tools/setup dask"
     )
+
+
+def test_as_many_processes_as_are_asked_for_or_worth_it(
+    run: Runner, lenses: list[str], monkeypatch: pytest.MonkeyPatch
+) -> None:
+    started: list[int] = []
+
+    def started_by(_: object, files: Sequence[str], jobs: int) -> Iterator[list[Any]]:
+        started.append(jobs)
+        yield from ([] for _ in files)
+
+    monkeypatch.setattr(_processes, "map_in_order", started_by)
+    monkeypatch.setattr(os, "process_cpu_count", lambda: 4)
+    for jobs, files in (("3", 2), ("1", 150), (None, 100), (None, 101), (None, 1000)):
+        asked = [] if jobs is None else ["--jobs", jobs]
+        assert run("report", "--csv", "-", *asked, *(lenses * 5)[:files]).status == 0
+    assert started == [3, 2, 4]
 
 
 def test_the_sentence_on_a_batch_names_the_kinds_of_failure() -> None:
