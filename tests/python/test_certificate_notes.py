@@ -52,6 +52,8 @@ def note(english: str) -> str | None:
             "Messpunkte liegen bis zu 42,5 nm auseinander (480\N{EN DASH}522,5 nm); was dazwischen "
             "liegt, ist nicht gemessen",
         ),
+        (f"mean of 2 scans: {'x' * 19_983}", f"Mittel aus 2 Messungen: {'x' * 19_983}"),
+        (f"mean of 2 scans: {'x' * 19_984}", None),
         ("left out: something", None),
         ("column 1 'x': divided by 100, left out", None),
         ("column 1: column 1: in %", None),

@@ -5,15 +5,17 @@ import hashlib
 import re
 import struct
 import tomllib
+from datetime import date
 from html.parser import HTMLParser
 from pathlib import Path
+from types import SimpleNamespace
 from typing import Any
 
 import pytest
 from cli import GREY, ROOT, Runner, flat, mistakes, write_csv, write_vek
 
 import vekanalysis as vek
-from vekanalysis.certificates import Certificate, Field, Limits, Logo, Settings
+from vekanalysis.certificates import Certificate, Field, Limits, Logo, Settings, _pdf, _picture
 from vekanalysis.certificates._words import Words, safe, symbol
 from vekanalysis.quantities import LENS, LENS_FULL, OwnTable, Value, quantity
 from vekanalysis.uncertainty import Budget, Component, of_points
@@ -238,7 +240,10 @@ def test_fields_come_from_the_header_unless_they_are_stated(tmp_path: Path) -> N
     expected = {"object": "Lens 7", "operator": "N. N.", "issued": "today", "method": "ours"}
     assert fields == expected
     given = {"object": "Lens 8", "method": ""}
-    assert Certificate(stated, settings=own, fields=given).fields["object"] == "Lens 8"
+    expected = {"object": "Lens 8", "operator": "N. N.", "issued": date.today().isoformat()}
+    assert Certificate(stated, settings=own, fields=given).fields == expected
+    given |= {"conditions": "", "number": "1"}
+    assert Certificate(stated, fields=given).fields == {"number": "1", "object": "Lens 8"}
     with pytest.raises(vek.Refusal, match="no field 'objekt'; did you mean 'object'"):
         Certificate(stated, settings=own, fields={"objekt": "x"})
 
@@ -315,6 +320,7 @@ def test_logo_and_templates_of_the_laboratory_are_taken(tmp_path: Path) -> None:
     for text, words in (
         ("\n{% if %}", "line 2: no template"),
         ("\n\n{{ nobody }}", "line 3: no template: 'nobody' is undefined"),
+        ("{{ 1 // 0 }}", "page.html: ZeroDivisionError: "),
         ("{{ ''.__class__.__mro__ }}", "line 1: no template: access to attribute '__class__'"),
     ):
         (tmp_path / "own/page.html").write_text(text)
@@ -413,6 +419,95 @@ def test_the_picture_has_the_expanded_uncertainty_of_the_points() -> None:
     assert [low - y for low, y in zip(lower, curve, strict=True)] == pytest.approx(
         heights, abs=0.02
     )
+
+
+def drawn(values: list[float]) -> vek.Spectrum:
+    return vek.Spectrum(vek.Scan([400.0, 500.0, 600.0], values), "transmittance", "1")
+
+
+def levels(svg: str) -> str:
+    return " ".join(re.findall(r'class="left"[^>]*>([^<]*)<', svg)).replace("\N{MINUS SIGN}", "-")
+
+
+@pytest.mark.parametrize(
+    ("lowest", "highest", "plain", "percent"),
+    [
+        (0.0, 0.01, "0 0.002 0.004 0.006 0.008 0.01", "0 0.5 1 1.5 2"),
+        (0.0, 0.015, "0 0.005 0.01 0.015 0.02", "0 1 2 3 4 5"),
+        (0.0, 0.04, "0 0.01 0.02 0.03 0.04 0.05", "0 1 2 3 4 5"),
+        (0.0, 0.08, "0 0.02 0.04 0.06 0.08 0.1", "0 2 4 6 8 10"),
+        (0.0, 0.15, "0 0.05 0.1 0.15 0.2", "0 5 10 15 20"),
+        (0.0, 0.5, "0 0.1 0.2 0.3 0.4 0.5", "0 20 40 60 80 100"),
+        (-0.3, 0.9, "-0.2 0 0.2 0.4 0.6 0.8 1", "-20 0 20 40 60 80 100"),
+        (-0.3, 1.3, "0 0.5 1", "0 50 100"),
+    ],
+)
+def test_an_axis_has_round_numbers(lowest: float, highest: float, plain: str, percent: str) -> None:
+    words, spectrum = Words(Settings()), drawn([lowest, highest, 0.0])
+    assert levels(_picture.picture(spectrum, words, percent=False)) == plain
+    widths = [0.002, 0.01, 0.0]
+    svg = _picture.picture(spectrum, words, percent=True, half_widths=widths)
+    assert levels(svg) == percent
+
+
+@pytest.mark.parametrize(
+    ("difference", "expected"),
+    [
+        (0.0, "-1e-06 -5e-07 0 5e-07 1e-06"),
+        (0.004, "-0.004 -0.002 0 0.002 0.004"),
+        (0.05, "-0.05 0 0.05"),
+        (0.12, "-0.1 0 0.1"),
+    ],
+)
+def test_differences_have_a_scale(difference: float, expected: str) -> None:
+    words, mean = Words(Settings()), drawn([0.1, 0.5, 0.1])
+    scans = [mean, drawn([0.1, 0.5 - difference, 0.1])]
+    assert levels(_picture.deviations(mean, scans, words, percent=False)) == expected
+
+
+@pytest.mark.parametrize(
+    ("low", "high", "numbers", "bands"),
+    [
+        (400.0, 410.0, "400 450", []),
+        (401.0, 501.0, "400 450 500 550", []),
+        (250.0, 950.0, " ".join(map(str, range(250, 1000, 50))), ["UV-A"]),
+        (250.0, 951.0, "400 600 800 1000", ["UV-A"]),
+        (270.0, 500.0, "250 300 350 400 450 500", ["UV-B", "UV-A"]),
+    ],
+)
+def test_an_axis_of_wavelengths_ends_at_fifties(
+    low: float, high: float, numbers: str, bands: list[str]
+) -> None:
+    spectrum = vek.Spectrum(vek.Scan([low, high], [0.1, 0.1]), "transmittance", "1")
+    svg = _picture.picture(spectrum, Words(Settings()), percent=False)
+    assert " ".join(re.findall(r'class="(?:below|between)"[^>]*>([0-9]+)<', svg)) == numbers
+    assert re.findall(r">(UV-[AB])<", svg) == bands
+    for name, number in re.findall(r'class="(below|between)"[^>]*>([0-9]+)<', svg):
+        step = 200 if high > 950.0 else 50
+        assert (name == "between") == (int(number) // step % 2 == 1)
+
+
+def test_nothing_is_fetched_for_paper(monkeypatch: pytest.MonkeyPatch) -> None:
+    class HTML:
+        def __init__(self, **arguments: Any) -> None:
+            self.arguments = arguments
+
+        def write_pdf(self) -> Any:
+            return self.arguments
+
+    fetcher = SimpleNamespace(URLFetcher=lambda **how: how)
+    module = SimpleNamespace(HTML=HTML, urls=fetcher)
+    monkeypatch.setattr(_pdf, "require", lambda *names: module)
+    allowed = {"allowed_protocols": ("data",)}
+    assert _pdf.pdf("page") == {"string": "page", "url_fetcher": allowed}
+
+    def fail(*names: str) -> None:
+        raise OSError(f"no Pango for {' '.join(names)}")
+
+    monkeypatch.setattr(_pdf, "require", fail)
+    told = "a PDF needs weasyprint, which cannot be loaded: no Pango for weasyprint a PDF pdf"
+    with pytest.raises(ImportError, match=f"^{told}$"):
+        _pdf.pdf("page")
 
 
 def test_the_command_writes_a_page(run: Runner, tmp_path: Path) -> None:

@@ -23,8 +23,8 @@ from vekanalysis.__main__ import main
 PRINTED = ROOT / "tests/data/printed"
 # What is the machine's or the version's: the last bits, digests of what has them, our version.
 OUT_OF = {
-    r"-?\b[0-9]+(?:\.[0-9]{7,}|(?:\.[0-9]+)?(?=e-))(?:e[+-][0-9]+)?\b": lambda found: (
-        repr(float(f"{round(float(found[0]), 10):.6g}"))
+    r"-?\b[0-9]+(?:\.[0-9]{7,}|(?:\.[0-9]+)?(?=e-))(?:e[+-][0-9]+)?\b": lambda found: repr(
+        float(f"{round(float(found[0]), 10):.6g}")
     ),
     r"\b[0-9a-f]{64}\b": lambda found: "(digest)",
     re.escape(vek.__version__): lambda found: "(version)",

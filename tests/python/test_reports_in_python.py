@@ -60,6 +60,7 @@ def test_rows_of_a_file_are_those_of_its_report(tmp_path: Path) -> None:
     assert COLUMNS[7:] == tuple(quantity.key for quantity in LENS)
     assert (*batch.light_rows(GREY)[0],) == LIGHT_COLUMNS == batch.LIGHT_COLUMNS
     assert LIGHT_COLUMNS[7:] == tuple(quantity.key for quantity in LIGHT)
+    assert (reports.Table("lens").keys, reports.Table("light").keys) == (COLUMNS, LIGHT_COLUMNS)
     lenses = vek.read(TWO)
     assert batch.report_rows(TWO) == reports.lens(lenses, clear_lens=False).rows()
     full = batch.report_rows(TWO, full=True, data_sets=["Bronze glass 4 mm"])

@@ -158,7 +158,8 @@ def _bands(axes: _Axes) -> list[str]:
 def _levels(axes: _Axes, words: Words, percent: bool) -> list[str]:
     parts = []
     step = 10.0 ** math.floor(math.log10(axes.top)) * 0.2
-    lines = 6.0 if axes.height == _HEIGHT else 2.0
+    # With so many or fewer a side has one besides 0.
+    lines = 6.0 if axes.height == _HEIGHT else 2.5
     while axes.top / step > lines:
         step *= 2.5 if f"{step:e}"[0] == "2" else 2.0
     ends = axes.x(axes.low), axes.x(axes.high)
