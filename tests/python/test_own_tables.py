@@ -204,7 +204,7 @@ def on(grid: list[float], value: float = 1.0) -> Scan:
         (RED, points((600.0, -0.1)), "is -0.1 at 600 nm; no weight is below zero"),
         (RED, points((600.0, math.nan)), "has a value at 600 nm that is no finite number"),
         (RED, on(GRID, 0.0), "all values are 0"),
-        (CLEAR, on(GRID, 1.5), "has values up to 1.5; a transmittance is a fraction"),
+        (CLEAR, on(GRID, 1.05), "has values up to 1.05; a transmittance is a fraction"),
     ],
 )
 def test_what_cannot_take_the_place_is_refused(name: str, table: Scan, told: str) -> None:
