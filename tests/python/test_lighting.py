@@ -191,34 +191,31 @@ def lines(wl: float) -> float:
 
 
 NAN = math.nan
+CCT, DOMINANT = correlated_colour_temperature, lighting.dominant_wavelength
 # What is asked of which spectrum, and the answer.
 REFUSALS: list[tuple[Callable[[Scan], object], Scan, str]] = [
-    (correlated_colour_temperature, Scan(), "no points"),
-    (correlated_colour_temperature, of(lambda _: 0.0), "no light between 380 and 780 nm"),
-    (correlated_colour_temperature, of(lambda wl: NAN if wl == 543 else 1.0), "at 543 nm is not"),
-    (correlated_colour_temperature, of(lambda wl: 9.0 if wl == 555 else -0.01), "below zero over"),
+    (CCT, Scan(), "no points"),
+    (CCT, of(lambda _: 0.0), "no light between 380 and 780 nm"),
+    (CCT, of(lambda wl: NAN if wl == 543 else 1.0), "at 543 nm is not"),
+    (CCT, of(lambda wl: 9.0 if wl == 555 else -0.01), "below zero over"),
+    (CCT, of(lambda wl: 0.1 + math.sin(37 * wl)), "below zero is more than a third"),
     (
-        correlated_colour_temperature,
-        of(lambda wl: 0.1 + math.sin(37 * wl)),
-        "below zero is more than a third",
-    ),
-    (
-        correlated_colour_temperature,
+        CCT,
         of(lambda _: 1.0, [380.0, *range(400, 701, 30), 780.0]),
         "points are 30 nm apart; at most 20 nm",
     ),
-    (correlated_colour_temperature, of(lambda _: 1e308), "too large to be summed"),
+    (CCT, of(lambda _: 1e308), "too large to be summed"),
     (
         lighting.alpha_opic,
         of(lambda _: 1.0, [float(wl) for wl in range(405, 700)]),
         "covers 405 to 699 nm; at least 400 to 700 nm",
     ),
-    (correlated_colour_temperature, source("gauss:520:10:E"), r"Duv is 0\.1\d+, beyond 0.05"),
-    (correlated_colour_temperature, of(lambda wl: math.exp(wl / 28)), "below 1000 K"),
-    (correlated_colour_temperature, of(lambda wl: wl**-4.3), "above 1000000 K"),
+    (CCT, source("gauss:520:10:E"), r"Duv is 0\.1\d+, beyond 0.05"),
+    (CCT, of(lambda wl: math.exp(wl / 28)), "below 1000 K"),
+    (CCT, of(lambda wl: wl**-4.3), "above 1000000 K"),
     (colour_rendering, lighting.planckian(30000), "no phase of daylight has 30000 K"),
     (colour_fidelity, lighting.planckian(30000), "no phase of daylight has 30000 K"),
-    (correlated_colour_temperature, of(lines), r"finer than the step of 5 nm: .*; use step 1"),
+    (CCT, of(lines), r"finer than the step of 5 nm: .*; use step 1"),
     (lambda scan: colour_rendering(scan, 2), source("E"), "step must be 1 or 5"),
     (lambda scan: lighting.chromaticity(scan, 5, 2006), source("E"), "1931 or 1964"),
     (lambda scan: lighting.photon_flux(scan, 350, 700), source("E"), "not 350 to 700 nm"),
@@ -227,29 +224,13 @@ REFUSALS: list[tuple[Callable[[Scan], object], Scan, str]] = [
     (lighting.bandwidth, source("FL12"), "more than one peak rises above the level"),
     (lighting.bandwidth, lighting.planckian(3000), "does not fall to the level"),
     (lambda scan: lighting.hazard_weighted(scan, "2020"), source("E"), "edition must be"),
-    (lambda _: lighting.dominant_wavelength((0.3, 0.3), (0.3, 0.3)), Scan(), "that of the white"),
-    (lambda _: lighting.dominant_wavelength((0.3, 0.3), (0.30004, 0.3)), Scan(), "of the white"),
+    (lambda _: DOMINANT((0.3, 0.3), (0.3, 0.3)), Scan(), "that of the white"),
+    (lambda _: DOMINANT((0.3, 0.3), (0.30004, 0.3)), Scan(), "of the white"),
     # From outside a line to the left enters the locus, one to the right meets nothing.
-    (
-        lambda _: lighting.dominant_wavelength((0.7, 0.3), (0.8, 0.3)),
-        Scan(),
-        "the white lies outside",
-    ),
-    (
-        lambda _: lighting.dominant_wavelength((0.9, 0.3), (0.8, 0.3)),
-        Scan(),
-        "the white lies outside",
-    ),
-    (
-        lambda _: lighting.dominant_wavelength((0.05, 0.05), (1 / 3, 1 / 3)),
-        Scan(),
-        "colour lies outs",
-    ),
-    (
-        lambda _: lighting.dominant_wavelength((0.9, 0.05), (1 / 3, 1 / 3)),
-        Scan(),
-        "colour lies outs",
-    ),
+    (lambda _: DOMINANT((0.7, 0.3), (0.8, 0.3)), Scan(), "the white lies outside"),
+    (lambda _: DOMINANT((0.9, 0.3), (0.8, 0.3)), Scan(), "the white lies outside"),
+    (lambda _: DOMINANT((0.05, 0.05), (1 / 3, 1 / 3)), Scan(), "colour lies outs"),
+    (lambda _: DOMINANT((0.9, 0.05), (1 / 3, 1 / 3)), Scan(), "colour lies outs"),
     (lambda _: lighting.chromaticity((0.3, NAN)), Scan(), "not that of a light"),
     (lambda _: lighting.daylight(3999), Scan(), "between 4000 and 25000 K"),
     (lambda _: lighting.planckian(NAN), Scan(), "between 1000 and 1000000 K"),
