@@ -84,7 +84,7 @@ def test_what_is_not_said_is_the_usual(line: str, expected: dict[str, Any]) -> N
         ("--delimiter semicolon", ";"),
         ("--delimiter |", "|"),
         ("--grid tables", TABLES),
-        ("--grid 2.5", 2.5),
+        ("--grid 0.05", 0.05),
         ("--table a=b", ["a=b"]),
         ("--data-set A", ["A"]),
         ("--figures percent", "percent"),

@@ -685,6 +685,7 @@ THIRDS = np.array([[1.0, 0.0], [2 / 3, 1 / 3], [0.0, 1.0]])
         ),
         ({"covariance": WHOLE}, THIRDS @ WHOLE.values @ THIRDS.T),
         ({"covariance": 1e-6 * NEAR}, 1e-6 * NEAR),
+        ({"covariance": np.diag([0.0, 1e-6, 4e-6])}, np.diag([0.0, 1e-6, 4e-6])),
         ({"covariance": NEAR, "relative": True}, NEAR * np.outer(VALUES, VALUES)),
     ],
 )

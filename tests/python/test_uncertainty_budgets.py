@@ -2,6 +2,7 @@
 
 import hashlib
 import math
+from dataclasses import FrozenInstanceError
 from datetime import date
 from pathlib import Path
 from typing import Any
@@ -324,6 +325,18 @@ HAS_ROWS = "the matrix of covariance has 2 rows for 3 wavelengths"
 A = Component(name="a", kind="gain", standard=1)
 
 
+def test_what_is_kept_prepared_never_changes() -> None:
+    for each, name in ((A, "standard"), (Budget(components=[A]), "coverage")):
+        with pytest.raises(FrozenInstanceError):
+            setattr(each, name, 0.5)
+    for kind in (Budget, Component):
+        with pytest.raises(TypeError, match="positional"):
+            kind("a", "gain")  # type: ignore[call-arg]
+    # Anything above 0 will do.
+    Component(name="c", kind="gain", expanded=1, k=0.05, dof=0.05)
+    Component(name="c", kind="bandwidth", standard=1, fwhm=0.05)
+
+
 @pytest.mark.parametrize(
     ("arguments", "told"),
     [
@@ -371,19 +384,19 @@ SQUARE = [[1.0, 0.5], [0.5, 1.0]]
 @pytest.mark.parametrize(
     ("line", "text", "values"),
     [
-        ('standard = "a.csv"', "400,1\n\n 410 , 3\n , \n", [1, 2, 3]),
+        ('standard = "a.csv"', "400,1\n\n409.95,2.99\n 410 , 3\n , \n", [1, 2, 3]),
         ('standard = "a.csv"', "\N{ZERO WIDTH NO-BREAK SPACE}wl;u\n400;1\n410;3\n", [1, 2, 3]),
         ('standard = {file = "a.csv", column = "b"}', "wl, a ,b\n400,9,2\n410,9,4\n", [2, 3, 4]),
         ('standard = {file = "a.csv", column = "a"}', "wl, a ,b\n400,2,9\n410,4,9\n", [2, 3, 4]),
         ('expanded = "a.csv"\nk = 4', "400,1\n410,3\n", [0.25, 0.5, 0.75]),
         ('half_width = "a.csv"\ndistribution = "triangular"', "400,6\n410,6\n", [6**0.5] * 3),
         ('half_width = "a.csv"\ndistribution = "arcsine"', "400,2\n410,2\n", [2**0.5] * 3),
-        ("standard = [[400, 1], [410, 3]]", "", [1, 2, 3]),
+        ("standard = [[400, 1], [409.95, 2.99], [410, 3]]", "", [1, 2, 3]),
         ('standard = 7\ndistribution = "rectangular"', "", [7, 7, 7]),
         ('expanded = 14\nk = 2\ndistribution = "arcsine"', "", [7, 7, 7]),
         ("standard = [7, 8, 9]", "", [7, 8, 9]),
         ("standard = 7", "", [7, 7, 7]),
-        ('standard = 1\ncorrelation = { matrix = "a.csv" }', "400,1,.5\n410,.5,1\n", SQUARE),
+        ('standard = 1\ncorrelation = { matrix = "a.csv" }', "400,1,.5\n400.05,.5,1\n", SQUARE),
         ('standard = 1\ncorrelation = { matrix = "a.csv" }', "w,u,,\n4,7,1,.5\n5,7,.5,1", SQUARE),
         ('covariance = "a.csv"', "400,1,.5\n410,.5,1\n", SQUARE),
     ],
@@ -450,7 +463,7 @@ def test_the_noise_of_repeats_may_be_relative() -> None:
         assert np.sqrt((rows**2).sum(axis=0)) == pytest.approx(0.5 * np.array(expected))
     # Values without a unit are fractions, or what is relative to them is wanted.
     for value, is_taken in ((1.5, True), (-0.5, True), (1.51, False), (-0.51, False)):
-        scans = [vek.Spectrum(vek.Scan([400.0, 410.0], [each, 1.0])) for each in (1.0, value)]
+        scans = [vek.Spectrum(vek.Scan([400.0, 410.0], [each, 1.0])) for each in (0.6, value)]
         for relative in (False, True):
             if is_taken or relative:
                 Component.from_repeats(

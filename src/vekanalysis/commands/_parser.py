@@ -1,7 +1,6 @@
 """The parser, which collects the commands; its help fits a screen of 24 lines of 80."""
 
 import argparse
-import sys
 from collections.abc import Callable, Sequence
 from importlib import import_module
 from typing import Any, NoReturn, Protocol, cast
@@ -81,7 +80,7 @@ class _Parser(argparse.ArgumentParser):
 
     def _print_message(self, message: str, file: Any = None) -> None:
         # The one of the base class says nothing of what it could not write.
-        (file or sys.stdout).write(message)
+        file.write(message)
 
     def _get_validation_formatter(self) -> argparse.HelpFormatter:
         return _Check(self.prog)
