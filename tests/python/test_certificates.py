@@ -127,34 +127,6 @@ def test_german_has_all_words_and_a_decimal_comma(tmp_path: Path) -> None:
     assert "Keine Daten innerhalb von 290–315 nm." in text  # noqa: RUF001
 
 
-def test_reasons_are_in_the_language(tmp_path: Path) -> None:
-    german = settings(tmp_path, '[page]\nlanguage = "de"')
-    text = Page(example(settings=german, budget=None).html()).text
-    assert "nicht entschieden" in text
-    assert "eine Unsicherheit ist nicht angegeben" in text
-
-
-def test_quantities_come_in_the_order_of_the_settings(tmp_path: Path) -> None:
-    keys = ["ISO12311_tau_sb", "CIE_tristimulus_values.Y", TAU_V]
-    text = f"[page]\ndecimals = 3\nquantities = {keys}".replace("'", '"')
-    page = Page(example(settings=settings(tmp_path, text), budget=None, limits=None).html())
-    figures = [attributes["value"] for tag, attributes in page.tags if tag == "data"]
-    values = example().report.values[0]
-    assert figures == [repr(values[key].value) for key in keys]
-    assert "0.574" in page.text
-    assert "No uncertainty is stated." in page.text
-
-
-def test_figures_at_their_ends(tmp_path: Path) -> None:
-    dark = write_csv(tmp_path / "dark.csv", [*flat(0.00001), (790.0, -0.001)])
-    (spectrum,) = vek.read(dark)
-    page = Page(example().html())
-    assert "below 0" not in page.text
-    page = Page(Certificate(spectrum, budget=Budget.read(EXAMPLES / "budget.toml")).html())
-    assert "0.0000 0.0000 to 0.0010" in page.text
-    assert "1 of the values are below 0, the lowest −0.001." in page.text  # noqa: RUF001
-
-
 Y, A_STAR, Q_RED = (
     "CIE_tristimulus_values.Y",
     "CIELAB_tristimulus_values.a_star",
