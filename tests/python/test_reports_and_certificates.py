@@ -52,6 +52,9 @@ def make_inputs(folder: Path) -> None:
     write_vek(folder / "sets.vek", sets)
     over = [(name, [(wl, wl / 100) for wl in grid]) for name, grid in OVERLAPPING.items()]
     write_vek(folder / "over.vek", over, type_and_units=("Counts / counts", "7 1"))
+    flags = {"has_timestamps": True, "apply_data_calibration": True, "apply_reference": True}
+    write_vek(folder / "full.vek", sets[:1], scan_summary="two\nlines", **flags)
+    write_csv(folder / "zigzag.csv", [(400, 1), (410, -1), (420, 1), (430, -1), (440, 0)])
     write_csv(folder / "slope.csv", [(wl, wl / 1000) for wl, _ in flat(0, 400, 430)])
     write_csv(folder / "uv.csv", [(wl, 0.5 + wl / 1e4) for wl, _ in flat(0, 285, 380)])
 

@@ -406,3 +406,58 @@ def test_texts_are_cut_and_aligned() -> None:
     assert _layout.one_line("a\nb\tc") == "a?b?c"
     heading = _layout.one_line(_layout.Heading("a\x1b"))
     assert (heading, type(heading)) == ("a?", _layout.Heading)
+
+
+COUNTS = (
+    "values are counts: colours are right only if these are corrected for the spectral "
+    "responsivity of the instrument"
+)
+SIGNAL = "values are in V: colours are right only if these are in proportion to the power per nm"
+
+
+@pytest.mark.parametrize(
+    ("kind", "unit", "notes"),
+    [
+        ("other", "V", (SIGNAL,)),
+        *(("other", unit, ()) for unit in (None, "W", "1", "W m-2 nm-1")),
+        *((kind, "counts", (COUNTS,)) for kind in ("other", "counts", "unknown")),
+        ("counts", None, (COUNTS,)),
+        *(("unknown", unit, ()) for unit in (None, "V")),
+        ("irradiance", "W m-2 nm-1", ()),
+    ],
+)
+def test_values_that_are_no_light_yet_are_told(kind: Any, unit: Any, notes: Any) -> None:
+    lamp = Spectrum(Scan(flat(1.0)), kind, unit, "x")
+    assert reports.light(lamp).spectra[0].notes == notes
+
+
+def test_only_what_is_shown_of_a_light_has_an_uncertainty() -> None:
+    lamp = Spectrum(Scan(flat(1.0)), "irradiance", "W m-2 nm-1", "x")
+    budget = Budget(components=[Component(name="g", kind="gain", standard=0.01)])
+    lab = {record.key for record in LIGHT if record.key.startswith("CIELAB")}
+    details = {record.key for record in LIGHT if record.is_detail}
+    radiances = {record.key for record in LIGHT if record.kind == "radiance"}
+    for white, full, left_out in (
+        ("D65", True, radiances),
+        ("D65", False, radiances | details),
+        ("E", True, radiances | lab),
+        ("e", False, radiances | details),
+    ):
+        report = reports.light(lamp, white, full=full, budget=budget)
+        assert report.uncertainty is not None
+        (results,) = report.uncertainty.results
+        assert not {*results, *results.problems} & left_out
+        assert {*results, *results.problems} == {record.key for record in LIGHT} - left_out
+        assert report.hidden == radiances | (set() if full else details)
+
+
+def test_a_white_has_a_name() -> None:
+    whites = ("e", Scan(flat(1.0)), Spectrum(Scan(flat(2.0)), label="mine"))
+    found = [reports.light(GREY_LENS, white).quantities for white in whites]
+    names = [" ".join(record.name for record in each) for each in found]
+    for name, text in zip(("white E", "white white", "white mine"), names, strict=True):
+        assert name in text
+    with pytest.raises(vek.Refusal, match=r"^white: not usable as a white: there is no light in"):
+        reports.light(GREY_LENS, Scan(flat(0.0)))
+    with pytest.raises(ValueError, match="no illuminant 'd50'; there are 'A', 'C', 'D65' and 'E'"):
+        reports.light(GREY_LENS, "d50")
