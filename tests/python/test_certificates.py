@@ -5,6 +5,7 @@ import hashlib
 import re
 import struct
 import tomllib
+from dataclasses import replace
 from datetime import date
 from html.parser import HTMLParser
 from pathlib import Path
@@ -15,9 +16,19 @@ import pytest
 from cli import GREY, ROOT, Runner, flat, mistakes, write_csv, write_vek
 
 import vekanalysis as vek
-from vekanalysis.certificates import Certificate, Field, Limits, Logo, Settings, _pdf, _picture
+from vekanalysis.certificates import (
+    Certificate,
+    Decision,
+    Field,
+    Limits,
+    Logo,
+    Settings,
+    _certificate,
+    _pdf,
+    _picture,
+)
 from vekanalysis.certificates._words import Words, safe, symbol
-from vekanalysis.quantities import LENS, LENS_FULL, OwnTable, Value, quantity
+from vekanalysis.quantities import LENS, LENS_FULL, OwnTable, Repeats, Value, quantity
 from vekanalysis.uncertainty import Budget, Component, of_points
 
 EXAMPLES = ROOT / "examples"
@@ -457,6 +468,60 @@ def test_an_axis_of_wavelengths_ends_at_fifties(
     for name, number in re.findall(r'class="(below|between)"[^>]*>([0-9]+)<', svg):
         step = 200 if high > 950.0 else 50
         assert (name == "between") == (int(number) // step % 2 == 1)
+
+
+EXPANDED, SHADED = (
+    "± is the expanded uncertainty U = k u for a coverage of 95 %, k from the t distribution with "
+    "the effective degrees of freedom. An interval stands where that would reach beyond what is "
+    "possible.",
+    "The band around the curve is the expanded uncertainty of each point (95 %).",
+)
+
+
+def test_what_holds_for_all_figures_is_said() -> None:
+    lens = vek.Spectrum(vek.Scan(flat(0.029)), "transmittance", "1", "x")
+    gain = Budget(components=[Component(name="g", kind="gain", standard=0.03)])
+    noise = Budget(of_repeats=[{"name": "r", "correlation": "full"}])
+    words = {name: Words(Settings())(name, count=2) for name in ("scatter", "scatter_left_out")}
+    repeats = Repeats([lens, lens.replace(scan=lens.scan * 1.1)], "x")
+    for spectrum, budget, expected in (
+        (lens, None, ["No uncertainty is stated."]),
+        (lens, gain, [EXPANDED, SHADED]),
+        (repeats, None, [words["scatter"], "No uncertainty is stated."]),
+        (repeats, gain, [*words.values(), EXPANDED, SHADED]),
+        (repeats, noise, [words["scatter"], EXPANDED, SHADED]),
+    ):
+        made = Certificate(spectrum, budget=budget)
+        assert _certificate._View(made, Settings()).sheet()["general_notes"] == expected
+
+
+@pytest.mark.parametrize(
+    ("value", "decision", "text", "rule"),
+    [
+        (0.029, Decision("guard-band"), "none_could_be", "guard-band"),
+        (
+            0.02,
+            Decision("non-binary", 2.0),
+            "the figure is in none of the categories",
+            "non-binary",
+        ),
+        (0.05, None, "the limits state no decision rule", "no_rule"),
+        (0.05, Decision("simple"), "4", "simple"),
+        (0.031, Decision("uncritical"), "4", "uncritical"),
+    ],
+)
+def test_the_category_is_said_with_the_rule(
+    value: float, decision: Decision | None, text: str, rule: str
+) -> None:
+    lens = vek.Spectrum(vek.Scan(flat(value)), "transmittance", "1", "x")
+    gain = Budget(components=[Component(name="g", kind="gain", standard=0.03)])
+    limits = replace(Limits.read(EXAMPLES / "limits-categories.toml"), decision=decision)
+    made = Certificate(lens, budget=gain, limits=limits)
+    found = _certificate._View(made, Settings()).sheet()["conformity"]
+    words = Words(Settings())
+    factor = "2" if decision is not None and decision.factor == 2.0 else "1"
+    assert found["rule"] == words(rule, factor=factor)
+    assert found["category"]["text"] == (words(text, others="4") if "_" in text else text)
 
 
 def test_nothing_is_fetched_for_paper(monkeypatch: pytest.MonkeyPatch) -> None:
