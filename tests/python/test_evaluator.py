@@ -389,6 +389,13 @@ def test_frames_give_a_row_a_spectrum_and_stated_units_are_kept_to() -> None:
     for stated in (vek.interop.to_frame([per_cent]), vek.interop.to_dataarray(per_cent)):
         with pytest.raises(vek.Refusal, match="transmittance in %; convert them to 1 first"):
             vek.interop.quantities_of(stated, V)
+    for attrs in {"units": "%"}, {"kind": "reflectance"}:
+        stated = vek.interop.to_dataarray(one).assign_attrs(kind="", units="").assign_attrs(attrs)
+        with pytest.raises(vek.Refusal, match=r"^array: "):
+            vek.interop.quantities_of(stated, V)
+    for wrong in [[1.0]], frame.set_index([[0] * len(frame), frame.index]):
+        with pytest.raises((TypeError, ValueError), match=r"got list|its index has several levels"):
+            vek.interop.quantities_of(wrong, V)
     lamp = vek.Spectrum(one.scan, "irradiance", "W m-2 nm-1")
     with pytest.raises(vek.Refusal, match="irradiance, not a transmittance"):
         vek.interop.quantities_of(vek.interop.to_dataarray(lamp), V)

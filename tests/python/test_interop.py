@@ -138,6 +138,7 @@ def test_frames_join_on_exact_wavelengths_or_evaluate_on_a_grid() -> None:
         ([a], "all", "must be 'union', 'common' or an array"),
         ([a], [[1]], "2 dimensions; one is needed"),
         ([a], ["x"], "must be numbers"),
+        ([1], "union", "to_frame needs scans; '0' is a int"),
         (
             [a],
             np.ma.masked_less([400, 450], 420),
@@ -146,8 +147,13 @@ def test_frames_join_on_exact_wavelengths_or_evaluate_on_a_grid() -> None:
         ([a], [400, math.nan], "grid: wavelength 2 is nan, not a number"),
         ([], "union", "at least one scan"),
     ]:
-        with pytest.raises(ValueError, match=reason):
+        with pytest.raises((TypeError, ValueError), match=reason):
             interop.to_frame(scans, grid=grid)
+    assert interop.to_frame(a).columns.to_list() == [0]
+    with pytest.raises(ValueError, match="frame: two columns are named 'a'; the names must differ"):
+        interop.from_frame(joined.rename(columns={"b": "a"}))
+    with pytest.raises(ValueError, match="missing is 'x'; it must be 'refuse', 'drop' or 'keep'"):
+        interop.from_series(joined["a"], missing="x")  # type: ignore[arg-type]
 
 
 FOREIGN_SERIES = [

@@ -92,6 +92,8 @@ def test_options_choose_fill_gaps_and_contradict_nothing() -> None:
     assert as_asked.scan(400) == pytest.approx(0.008995512)
     (exitance,) = read_content(sample("tm27-irradiance.spdx"), "f", unit="mW m-2 nm-1")
     assert exitance.scan(580) == pytest.approx(0.01578e-3)
+    unstated = jcamp("0.4 1 2 3 4 5", x="", first=0.4, last=0.44)
+    assert read_content(unstated, "f", wavelength_unit="um")[0].range_nm == (400, 440)
     assert "asked for is irradiance" in refusal(dark, kind="irradiance")
     assert "asked for is um" in refusal(dark, wavelength_unit="um")
     assert "skip is for tables of text, and this is SPC" in refusal(dark, skip=3)
@@ -151,7 +153,7 @@ def test_damaged_jcamp_is_refused(case: str, table: str, reason: str) -> None:
     content = jcamp(table)
     if case == "no end of x":
         content = content.replace(b"##LASTX= 440\n", b"")
-    if case in ("open end", "doubtful E"):
+    if case in ("open end", "doubtful E", "one point"):
         content = content.replace(b"##NPOINTS= 5\n", b"")
     if case == "open end":
         content = content.replace(b"##END=", b"")
@@ -329,6 +331,8 @@ def test_lenses_are_named_after_their_sides() -> None:
     assert (right.label, left.label) == ("R", "L")
     assert (right.scan(500), left.scan(500)) == (0.205, 0.22)
     assert right.metadata == {"UVTransmittance": "3 %"}
+    (alone,) = read_content(lens("S", "400:0 500:20.5").replace("m:", "").encode(), "f")
+    assert (alone.scan, alone.source.data_set) == (right.scan, "S")
     bare = content.decode().replace("m:", "").replace("c:", "")
     assert read_content(bare.encode("utf-16"), "f")[1].scan == left.scan
 
@@ -397,8 +401,16 @@ XML = {
         lenses(lens("S", "400:1").replace("m:Transmittance", "m:T")),
         "lens, point 1: there is no transmittance",
     ),
+    "one point": (lenses(lens("R", "400:1")), "f: 'R': 1 points, at least 2 are needed"),
     "no points": (b"<IESTM2714><SpectralDistribution/></IESTM2714>", "there is no SpectralData"),
 }
+
+
+def test_large_xml_and_halves_of_characters_are_refused() -> None:
+    assert refusal(b"<R>" + b" " * 32_000_000) == (
+        "f: 32000003 bytes of XML; at most 32000000 are taken"
+    )
+    assert refusal(b"<R>+2AA-</R>", encoding="utf-7") == "f: damaged XML: half a character"
 
 
 @pytest.mark.parametrize("case", XML)

@@ -171,6 +171,12 @@ def test_records_of_measurement_files_are_metadata(applied: bool) -> None:
     )
 
 
+def test_an_axis_of_an_unknown_code_is_in_the_unit_asked_for() -> None:
+    content = Contents(data_sets=[LENS], x_type=99).file()
+    found = [read(content, unit="%", wavelength_unit=unit)[0].range_nm for unit in (None, "um")]
+    assert found == [(0.4, 0.41), (400, 410)]
+
+
 @pytest.mark.parametrize(
     ("contents", "options", "reason"),
     [

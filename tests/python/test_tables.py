@@ -99,6 +99,7 @@ REFUSED = {
     ),
     "nm;Transmission\n400;12": (r"'Transmission' reaches 12, which looks like per", "percent"),
     "nm;T\n400;2.1": (r"'T' reaches 2.1, which looks like per cent; pass percent=True", "percent"),
+    "##TITLE=x\n##XYDATA=(X++(Y..Y))\n1 2": (r"JCAMP-DX in its form .*, whose lines are", "export"),
     "nm,A,B,nm\n400,1.5,2,400": (r"columns 0 'nm' and 3 'nm' look like wavelengths", "columns"),
     "PK\x03\x04": (r"a spreadsheet or an archive, not text", ""),
     "400\n410": (r"line 1: got '400', need lines with two numbers", ""),
@@ -129,6 +130,8 @@ def test_nonsense_is_refused_with_its_line(text: str, reason: str, remedy: str) 
         ({"decimal": "-"}, "must be '.' or ','"),
         ({"duplicates": "sum"}, "must be one of 'refuse', 'first', 'last', 'mean'"),
         ({"skip": -1}, "must be a number of lines"),
+        ({"skip": {0}}, "skip names line 0; lines count from 1"),
+        ({"delimiter": ";;"}, "delimiter is ';;'; it must be one character, ' ' for blanks"),
         ({"skip": {9}}, "skip names line 9; the file has 3"),
         ({"encoding": "utf-9"}, "which Python does not know"),
         ({"encoding": "utf-16"}, "not utf-16|no numbers|zero bytes|need lines"),
@@ -205,6 +208,13 @@ def test_the_table_says_what_it_skipped() -> None:
     ]  # fmt: skip
     assert table["b"].to_lists() == ([410], [3])
     assert "'b': cells without a number left out: 1, the first in line 6" in str(table)
+    assert read(" \n400;1\n", skip=1).skipped == ()
+    told = read("n,wl,T\n1,0.4,25\n2,0.41,50\n", percent=True, wavelength_unit="um")
+    assert told.notes == (
+        "wavelengths converted from um to nm",
+        "values divided by 100",
+        "'n' left out: it numbers the rows",
+    )
     with pytest.raises(ValueError, match="3 spectra, one is needed; choose by name: 'a', 'b'"):
         table.scan  # noqa: B018
 
