@@ -365,6 +365,13 @@ def test_what_is_certain_or_missing_is_no_trouble() -> None:
     assert (results["B"].u, results["B"].dof) == (0.0, math.inf)
     margin = results.margin("C", "A", 2.0)
     assert (margin.value, margin.u) == pytest.approx((2.0, 0.4))
+    # A quantity has all in common with itself.
+    for figure, value, u in (
+        (results.ratio("C", "C"), 1.0, 0.0),
+        (results.margin("C", "C"), 0.0, 0.0),
+        (results.derive(lambda a, b: a + b, "C", "C"), 8.0, 0.4),
+    ):
+        assert (figure.value, figure.u) == pytest.approx((value, u), abs=1e-12)
     # What is possible cuts the intervals, unless nothing would be left of them.
     k = 1.6448536
     ends = [(1 - 0.1 * k, 1 + 0.1 * k), (2.0, 2.0), (4 - 0.2 * k, 4.1)]

@@ -7,6 +7,7 @@ from types import MappingProxyType
 from typing import Final, NamedTuple
 
 import numpy as np
+from numpy.typing import ArrayLike
 
 from .._core import uncertainty as kernels
 from .._nearest import nearest
@@ -161,12 +162,12 @@ class Results(Mapping[str, Uncertain]):
             If ``b`` is 0.
         """
         over, under = self._value(a), self._value(b)
-        return self._combined(over / under, {a: 1.0 / under, b: -over / under**2})
+        return self._combined(over / under, (a, b), (1.0 / under, -over / under**2))
 
     def margin(self, a: str, b: str, factor: float = 1.0) -> Uncertain:
         """``a`` less ``factor`` times ``b``: how far ``a`` is below or above that limit."""
         value = self._value(a) - factor * self._value(b)
-        return self._combined(value, {b: -factor} | {a: 1.0 - factor * (a == b)})
+        return self._combined(value, (a, b), (1.0, -factor))
 
     def derive(self, function: Callable[..., float], *keys: str) -> Uncertain:
         """A figure that is computed of others, to first order.
@@ -185,24 +186,23 @@ class Results(Mapping[str, Uncertain]):
         >>> results.derive(lambda x, y: 4 * x / (-2 * x + 12 * y + 3), "xy.x", "xy.y")  # u'
         """
         values = self._values[[self._at(key) for key in keys]]
-        weights = {}
+        weights = np.zeros(len(keys))
         for i, key in enumerate(keys):
             step = np.zeros(len(keys))
             step[i] = u = self._u[self._at(key)]
             if u > 0.0:
                 up, down = function(*(values + step)), function(*(values - step))
-                weights[key] = (up - down) / (2.0 * u)
-        return self._combined(float(function(*values)), weights)
+                weights[i] = (up - down) / (2.0 * u)
+        return self._combined(float(function(*values)), keys, weights)
 
     def effect(self, component: str, keys: Sequence[str]) -> Floats:
         """What a component does to quantities: shape (quantities, independent errors)."""
         part: Floats = self._effects[component][[self._at(key) for key in keys]]
         return part
 
-    def _combined(self, value: float, weights: Mapping[str, float]) -> Uncertain:
+    def _combined(self, value: float, keys: Sequence[str], weights: ArrayLike) -> Uncertain:
         """The figure with that value whose error is the weighted sum of those of others."""
-        rows = [self._at(key) for key in weights]
-        factors = np.array(list(weights.values()))
+        rows, factors = [self._at(key) for key in keys], np.asarray(weights)
         effects = {name: (factors @ part[rows])[np.newaxis] for name, part in self._effects.items()}
         return Results(("",), np.array([value]), effects, self._dof, self.coverage)[""]
 
