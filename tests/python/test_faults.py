@@ -16,6 +16,7 @@ import pytest
 from cli import GREY, ROOT, Runner, flat, write_vek
 
 import vekanalysis as vek
+from vekanalysis._files import csv_cell
 
 pytestmark = pytest.mark.skipif(os.name != "posix", reason="faults of POSIX systems")
 
@@ -301,6 +302,12 @@ def test_spreadsheets_get_names_as_text(name: str, run: Runner, tmp_path: Path) 
     assert wide[1][2] == long[-1][2] == "-0.25"
 
 
+def test_cells_that_are_numbers_are_not_marked_as_text() -> None:
+    assert [*map(csv_cell, ("-5", "+1e3", "-x", "\tx", "\rx", "a", 5, None))] == [
+        *("-5", "+1e3", "'-x", "'\tx", "'\rx", "a", 5, None)
+    ]
+
+
 def test_samples_are_written_whole_whoever_reads_what_is_said_of_them(tmp_path: Path) -> None:
     program = f"exec {sys.executable} -m vekanalysis.samples {tmp_path}"
     full = shell(f"ulimit -f 2; {program}")
@@ -347,3 +354,23 @@ def test_a_new_file_has_its_name_when_it_is_whole(
         assert [*tmp_path.iterdir()] == [tmp_path / "a.csv"]
         assert vek.read(tmp_path / "a.csv")[0].scan == spectrum.scan
     assert found == [(False, spectrum.scan), (True, spectrum.scan)]
+
+
+def test_what_cannot_be_put_in_its_place_leaves_nothing_and_names_the_place(
+    tmp_path: Path, monkeypatch: pytest.MonkeyPatch
+) -> None:
+    def fail(*_: object) -> None:
+        raise OSError(28, "No space left on device")
+
+    (spectrum,) = vek.read(GREY)
+    there, new = tmp_path / "there.csv", tmp_path / "new.csv"
+    there.write_text("before")
+    monkeypatch.setattr(os, "replace", fail)
+    monkeypatch.setattr(os, "link", fail)
+    for path, overwrite in (there, True), (new, True), (new, False):
+        with pytest.raises(OSError, match=f"No space left on device: '{path}'"):
+            vek.write(spectrum, path, overwrite=overwrite)
+    monkeypatch.setattr(os, "access", lambda *_: False)
+    with pytest.raises(PermissionError, match=f"Permission denied: '{there}'"):
+        vek.write(spectrum, there, overwrite=True)
+    assert ([*tmp_path.iterdir()], there.read_text()) == ([there], "before")

@@ -13,6 +13,7 @@ from vekwriter import Contents, DataSet
 
 import vekanalysis as vek
 from vekanalysis.errors import for_command_line
+from vekanalysis.reading import read_pairs
 
 
 def read(text: str | bytes, **options: Any) -> list[vek.Spectrum]:
@@ -210,6 +211,31 @@ def test_facts_of_headers_are_metadata() -> None:
         "sample": "Lens 7", "operator": "K", "slit": "2,0 nm", "date": "1.5.2026", "SN": "5",
     }  # fmt: skip
     assert spectrum.notes == ("skipped, since there are no numbers: line 10",)
+
+
+@pytest.mark.parametrize(
+    ("content", "points", "told"),
+    [
+        ("1,2\n\n3;4\v\n5 6\r\n", ([1, 3, 5], [2, 4, 6]), ()),
+        ("1 2\n1 3\n", ([1], [3]), ("1 repeated value of x: the last of each counts",)),
+        ("1 2\n1 3\n1 4", ([1], [4]), ("2 repeated values of x: the last of each counts",)),
+        ("", None, "f: the file is empty"),
+        (" \n\n", None, "f: there are no numbers in it; {}"),
+        *(
+            (f"1 2\n{line}", None, f"f: line 2: '{line[:40]}' is not a pair of numbers; {{}}")
+            for line in ("1", "1 2 3", "1_0 2", "nan 1", "1 inf", "\uff11 2", "a 2", "1 " * 30)
+        ),
+    ],
+)
+def test_pairs_that_are_no_spectra(content: str, points: Any, told: Any) -> None:
+    if points is not None:
+        scan, notes = read_pairs(content.encode(), "f")
+        assert (scan.to_lists(), notes) == (points, told)
+        return
+    with pytest.raises(vek.Refusal) as caught:
+        read_pairs(content.encode(), "f")
+    needed = "expected two numbers a line, with decimal points, without a header"
+    assert str(caught.value) == told.format(needed)
 
 
 # Each of them took a time that grew with the square of its length, or failed with a traceback.
