@@ -141,52 +141,10 @@ def test_numbers_have_their_limits(
         )
 
 
-REFUSED = """\
- -> the following arguments are required: COMMAND; 'vekanalysis --help' explains
-certificate g.csv -> REQUIRED --out; 'vekanalysis certificate --help' explains
-calibrate g.csv -> REQUIRED --start, --free; 'vekanalysis calibrate --help' explains
-report g.csv --csv - --json -> TABLE
-report g.csv --csv - --plot p -> TABLE
-light --csv - --reference D50 -> TABLE
-report g.csv --pattern *.x --json -> TABLE
-light g.csv --cluster h --json -> TABLE
-light g.csv --jobs 2 --json -> TABLE
-report g.csv --jobs 2 --cluster h -> --jobs is for processes here, --cluster for those elsewhere: \
-not both
-report g.csv --cluster h --group * -> --group reads all files here: leave out --jobs and --cluster
-report g.csv --html o --csv - -> --html is for reports; a table is made with --csv alone
-report g.csv --figures percent --csv - -> FIGURES
-report g.csv --figures percent --json -> FIGURES
-report g.csv --html folder -> folder: is a directory
-report g.csv --html g.csv -> g.csv: is to be read, so it cannot be written
-report g.csv --html two.vek -> two.vek: is there already; --overwrite replaces it
-report g.csv --html none/o -> none/o: cannot be written: No such file or directory
-report g.csv --table x= -> --table x=: must be a built-in table and a file: NAME=FILE
-report g.csv --table =x -> --table =x: must be a built-in table and a file: NAME=FILE
-report g.csv --table ISO8980_3_led_red=g.csv --html g.csv -> g.csv: is to be read, so it cannot be \
-written
-report g.csv --draws 2000 -> --draws and --seed are for --uncertainty: name a budget
-report g.csv --seed 1 -> --draws and --seed are for --uncertainty: name a budget
-report g.csv --uncertainty b.toml --seed 1 -> --seed is for --draws
-light g.csv --uncertainty b.toml --draws auto --csv - -> --draws is for reports; a table has the \
-first order
-report g.csv --uncertainty none.toml -> none.toml: cannot be read: No such file or directory
-light g.csv --mw --unit W -> --mw and --unit both say the unit: give one of them
-json g.csv -> g.csv: not a measurement file (.vek)
-stitch two.vek g.csv -> STITCH, not 3; --data-set chooses from a measurement file
-certificate g.csv --out g.csv -> g.csv: is to be read, so it cannot be written
-certificate g.csv --out c --record c -> c: is to be written twice
-certificate g.csv --out c --purpose A -> --purpose is for --limits: name a file of limits
-certificate g.csv --out c --set =A -> --set =A: must be a field and its text: object='Lens 7'
-certificate g.csv --out c --set A -> --set A: must be a field and its text: object='Lens 7'
-certificate two.vek --out c -> 2 spectra: for a page each, --out names a directory: c/
-certificate g.csv h.csv --group {object}.csv --out c -> 2 objects: for a page each, --out names a \
-directory: c/
-certificate g.csv --out g.csv/c/ -> g.csv/c/: cannot be made: Not a directory
-"""
+REFUSED = (ROOT / "tests/data/mistakes/commands.txt").read_text().splitlines()
 
 
-@pytest.mark.parametrize("refused", REFUSED.splitlines())
+@pytest.mark.parametrize("refused", REFUSED)
 def test_what_does_not_go_together_is_refused(
     run: Runner, tmp_path: Path, monkeypatch: pytest.MonkeyPatch, refused: str
 ) -> None:

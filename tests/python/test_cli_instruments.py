@@ -201,37 +201,10 @@ def test_residuals_have_the_digits_of_their_rms(residual: float, rms: float, sho
     assert _shown(residual, rms) == shown
 
 
-REFUSALS = """\
-peaks few.csv -> few.csv: no values between the points (Cannot initialize a spline, too few points)
-peaks g.csv --min-height x -> argument --min-height: must be a number, not x; {HELP}
-peaks g.csv --min-width -1 -> g.csv: distance, prominence and width must not be negative
-stitch g.csv -> two spectra can be stitched, not 1; --data-set chooses from a measurement file
-stitch g.csv far.csv -> g.csv (280-780 nm) has no point within the range of far.csv (790-800 nm)
-stitch g.csv g.csv --from 381 -> from 381 nm: g.csv has no point there that is within the range of \
-g.csv; the nearest is 380
-stitch g.csv g.csv --from 400 --to 390 -> from 400 nm is above to 390 nm
-stitch g.csv zero.csv -> zero.csv: it is 0 throughout 280-780 nm
-stitch g.csv wave.csv --target 9 -> the spectra match but do not cross within 400-405 nm, so there \
-is no place to join them without a step; try another stretch
-calibrate g.csv --start g.csv --free a -> g.csv: line 1: no JSON: Extra data
-calibrate g.csv --start p.json --free a,b -> --free: 'b' is none of d, omega_t, omega_m, cos_K, \
-theta_z, alpha, a, phi
-calibrate g.csv --start less.json --free a -> less.json: expected an object with exactly the \
-numbers d, omega_t, omega_m, cos_K, theta_z, alpha, a, phi
-calibrate g.csv --start text.json --free a -> text.json: a: expected a number, not "6"
-calibrate g.csv --start big.json --free a -> big.json: a: expected a number, not Infinity
-calibrate g.csv --start deep.json --free a -> deep.json: too deeply nested
-calibrate g.csv --start zero.json --free a -> zero.json: alpha: must not be 0
-calibrate head.csv --start p.json --free a -> head.csv: line 1: 'step;wavelength' is not a pair of \
-numbers; expected two numbers a line, with decimal points, without a header
-calibrate far.csv --start p.json --free a,alpha,cos_K,phi -> far.csv: 3 points are too few for 4 \
-free parameters
-calibrate two.vek --start p.json --free a -> two.vek: a measurement file; \
-expected two numbers a line, with decimal points, without a header
-"""
+REFUSALS = (ROOT / "tests/data/mistakes/instruments.txt").read_text().splitlines()
 
 
-@pytest.mark.parametrize("refusal", REFUSALS.splitlines())
+@pytest.mark.parametrize("refusal", REFUSALS)
 def test_bad_usage_and_bad_input_are_told_in_one_line(
     run: Runner, tmp_path: Path, monkeypatch: pytest.MonkeyPatch, refusal: str
 ) -> None:

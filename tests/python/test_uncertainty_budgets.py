@@ -14,7 +14,7 @@ import vekanalysis as vek
 from vekanalysis._toml import Place, line_of
 from vekanalysis.uncertainty import Budget, Component, Matrix, coverage_factor, rounded
 
-EXAMPLES = Path(__file__).parents[2] / "examples"
+ROOT = Path(__file__).parents[2]
 
 NOISE = """
 [[component]]
@@ -24,7 +24,7 @@ name = "noise"
 
 
 def test_the_example_says_what_its_sizes_are() -> None:
-    budget = Budget.read(EXAMPLES / "budget.toml")
+    budget = Budget.read(ROOT / "examples/budget.toml")
     sizes = {c.name: c.size.values.item() for c in budget.components if c.size is not None}
     assert (budget.label, budget.coverage) == ("Bench 1, March 2026", 0.95)
     assert sizes == pytest.approx(
@@ -36,138 +36,7 @@ def test_the_example_says_what_its_sizes_are() -> None:
 
 # Lines of a component, and what is told of the file, line by line from the first, which is blank.
 # FULL is the correlation, NOISE the component, HOW what a correlation may be.
-MISTAKES = """\
-standart = 1 | FULL -> 5: component 'noise' has an unknown key 'standart'; did you mean 'standard'?
-standard = 1 -> 2: NOISE correlation is missing; HOW
-standard = 1 | correlation = "fall" -> 6: NOISE correlation is 'fall'; HOW
-standard = 1 | correlation = { width = 1 } -> 6: NOISE correlation is {'width': 1}; HOW
-standard = 1 | correlation = { length = 0 } -> 6: NOISE correlation is 0; it must be a number \
-above 0
-FULL -> 2: NOISE its size is missing: standard, expanded with k, or half_width
-standard = 1 | FULL | expanded = 2 | k = 2 -> 7: NOISE has both standard and expanded; one states \
-the size
-expanded = 2 | FULL -> 5: NOISE expanded needs k
-standard = 1 | k = 2 | FULL -> 6: NOISE k needs expanded
-expanded = 1 | k = 0 | FULL -> 6: NOISE k is 0; it must be a number above 0
-expanded = 1 | k = inf | FULL -> 6: NOISE k is inf; it must be a number above 0
-FULL | standard = -1 -> 6: NOISE standard must not be below 0
-FULL | standard = [ |  [400, 1], |  [390, 1]] -> 6: NOISE standard must have ascending wavelengths
-FULL | standard = nan -> 6: NOISE standard has numbers that are not finite
-FULL | standard = true -> 6: NOISE standard must be a number, not True
-FULL | standard = [] -> 6: NOISE standard is empty
-FULL | standard = ["a"] -> 6: NOISE standard must be a number, or pairs of wavelength and number
-FULL | standard = [[1, 2, 3]] -> 6: NOISE standard must be a number, or pairs of wavelength and \
-number
-half_width = 1 | FULL -> 5: NOISE half_width needs a distribution: rectangular, triangular or \
-arcsine
-standard = 1 | FULL | quantities = 1 -> 7: NOISE kind 'noise' has no quantities
-standard = 1 | FULL | distribution = "box" -> 7: NOISE distribution is 'box'; there are 'normal', \
-'t', 'rectangular', 'triangular', 'arcsine'
-standard = 1 | FULL | distribution = "t" -> 7: NOISE distribution 't' needs dof
-standard = 1 | FULL | dof = 0 -> 7: NOISE dof is 0; it must be a number above 0
-standard = 1 | FULL | dof = "a" -> 7: NOISE dof is 'a'; it must be a number above 0
-standard = 1 | FULL | shared = 1 -> 7: NOISE shared must be true or false
-standard = 1 | FULL | pivot = 500 -> 7: NOISE kind 'noise' has no pivot
-standard = 1 | FULL | unit = "furlong" -> 7: NOISE the unit 'furlong' is not understood
-standard = "none.csv" | FULL -> 5: standard: ~/none.csv: cannot be read: No such file or directory
-standard = "uneven.csv" | FULL -> 5: standard: ~/uneven.csv: line 3: 3 cells in place of 2
-standard = "down.csv" | FULL -> 5: standard: ~/down.csv: the wavelengths do not ascend
-standard = "twice.csv" | FULL -> 5: standard: ~/twice.csv: the wavelengths do not ascend
-standard = "empty.csv" | FULL -> 5: standard: ~/empty.csv: there are no numbers in it
-standard = "inf.csv" | FULL -> 5: standard: ~/inf.csv: there are numbers that are not finite
-standard = "word.csv" | FULL -> 5: standard: ~/word.csv: line 1: could not convert string to \
-float: 'x'
-standard = "long.csv" | FULL -> 5: standard: ~/long.csv: more than 5000 lines
-standard = "three.csv" | FULL -> 5: standard: ~/three.csv: 3 columns; name one of them
-standard = { file = "three.csv", column = "wl" } | FULL -> 5: standard: ~/three.csv: no column 'wl'
-standard = { column = "a" } | FULL -> 5: standard: a table needs file, and may have column
-standard = { file = "three.csv", row = 1 } | FULL -> 5: standard: a table needs file, and may have \
-column
-standard = { file = 3 } | FULL -> 5: standard: a file is named by a text
-standard = 1 | correlation = { matrix = "square.csv" } -> 6: MATRIX is no correlation matrix: its \
-diagonal is not 1
-standard = 1 | correlation = { matrix = "beyond.csv" } -> 6: MATRIX is no correlation matrix: \
-beyond a correlation of 1 in row 1, column 2
-standard = 1 | correlation = { matrix = "negative.csv" } -> 6: MATRIX is no correlation matrix: it \
-has an eigenvalue of -0.8, and none may be below 0
-standard = 1 | correlation = { matrix = "uneven.csv" } -> 6: correlation: ~/uneven.csv: line 3: 3 \
-cells in place of 2
-standard = 1 | correlation = { matrix = "pair.csv" } -> 6: correlation: ~/pair.csv: 2 lines of 2 \
-columns; a matrix needs a column for the wavelengths and as many more as there are lines
-standard = 1 | correlation = { matrix = [1, 2] } -> 6: MATRIX must be a square matrix
-standard = 1 | correlation = { matrix = [] } -> 6: MATRIX must be a square matrix
-standard = 1 | correlation = { matrix = [["a"]] } -> 6: MATRIX must be a matrix of numbers
-standard = 1 | correlation = { matrix = [[nan]] } -> 6: MATRIX has numbers that are not finite
-standard = 1 | FULL | [[component]] | kind = "gain" -> 7: component 2: name is missing
-standard = 1 | FULL | [[component]] | name = "b" -> 7: component 'b': kind is missing
-standard = 1 | FULL | [[component]] | name = " " | kind = "gain" -> 8: a component needs a name
-standard = 1 | FULL | [[component]] | name = "noise" | kind = "gain" | standard = 1 -> 8: two \
-components are named 'noise'
-standard = 1 | FULL | averaged = 1 -> 7: NOISE averaged is for repeats
-repeats = "pair.csv" | FULL -> 2: NOISE averaged is missing; how many scans a spectrum is the mean \
-of must be stated; 1 for one scan
-repeats = "pair.csv" | averaged = 1 | FULL -> 5: NOISE repeats: at least two spectra are needed
-repeats = "three.csv" | averaged = 0 | FULL -> 5: NOISE averaged must be a whole number above 0
-repeats = "three.csv" | averaged = true | FULL -> 5: NOISE averaged must be a whole number above 0
-repeats = ["three.csv", "down.csv"] | averaged = 1 | FULL -> 5: NOISE repeats: the wavelengths of \
-the spectra differ
-repeats = "zero.csv" | relative = true | averaged = 1 | FULL -> 5: NOISE repeats: no relative \
-noise where the mean is 0
-repeats = "none.csv" | averaged = 1 | FULL -> 5: repeats: ~/none.csv: cannot be read: No such file \
-or directory
-repeats = [] | FULL -> 5: repeats: must be a file, a list of files, or true for those of the object
-repeats = [3] | FULL -> 5: repeats: must be a file, a list of files, or true for those of the object
-repeats = "pair.csv" | averaged = 1 | FULL | dof = 3 | k = 2 -> 8: NOISE repeats give its size; \
-dof is too much
-repeats = true | averaged = 1 | FULL -> 6: NOISE averaged is too much: the mean is that of all \
-repeats of the object
-repeats = true -> 2: NOISE correlation is missing; "independent", "full", "observed" or a table \
-must be stated
-repeats = true | correlation = "fall" -> 6: NOISE correlation is 'fall'; HOW
-repeats = true | FULL | [[component]] | name = "noise" | kind = "gain" | standard = 1 -> 8: two \
-components are named 'noise'
-repeats = true | FULL | [[component]] | name = "b" | kind = "gain" | repeats = true -> 9: \
-component 'b': repeats are of kind 'noise'
-kind = "gian" | standard = 1 -> 4: NOISE kind is 'gian'; did you mean 'gain'?
-kind = "gain" | standard = 1 | relative = true -> 6: NOISE kind 'gain' has no relative
-kind = "gain" | standard = 1 | unit = "nm" -> 6: NOISE the unit 'nm' is none of a fraction
-standard = 1 | unit = "nm" | relative = true | FULL -> 6: NOISE the unit 'nm' is none of a fraction
-kind = "gain" | standard = [[4, 1], [4, 2]] -> 5: NOISE standard must have ascending wavelengths
-kind = "gain" | standard = 1 | dof = true -> 6: NOISE dof is True; it must be a number above 0
-kind = "wavelength-scale" | standard = 1 -> 2: NOISE pivot is missing; the wavelength in nm at \
-which the scale is right must be stated
-kind = "wavelength-scale" | standard = 1 | pivot = 0 -> 6: NOISE pivot is 0; it must be a number \
-above 0
-kind = "bandwidth" | standard = 1 -> 2: NOISE fwhm is missing; the bandwidth itself, in nm, must \
-be stated
-kind = "bandwidth" | standard = 1 | fwhm = inf -> 6: NOISE fwhm is inf; it must be a number above 0
-kind = "bandwidth" | standard = 1 | slit = "round" -> 6: NOISE slit is 'round'; there are \
-'triangular', 'gaussian'
-kind = "figure" | standard = 1 | quantities = "a" -> 6: NOISE quantities must be a list of keys
-kind = "figure" | standard = 1 | quantities = 3 -> 6: NOISE quantities must be a list of keys
-kind = "figure" | standard = 1 | quantities = [3] -> 6: NOISE quantities must be a list of keys
-kind = "figure" | standard = 1 | quantities = [] -> 2: NOISE quantities is missing; the keys of \
-the quantities it adds to must be stated
-kind = "figure" | standard = [1, 2] | quantities = ["a"] -> 5: NOISE a figure has one size, not \
-one by wavelength
-kind = "stray-light" | standard = 1 | band = [400, 400] -> 6: NOISE BAND
-kind = "stray-light" | standard = 1 | band = [400, 500, 600] -> 6: NOISE BAND
-kind = "stray-light" | standard = 1 | band = [400, "a"] -> 6: NOISE BAND
-half_width = 1 | distribution = "arcsine" | correlation = { length = 20 } -> 2: NOISE a partial \
-correlation needs a normal or t distribution
-standard = 1 | distribution = "rectangular" | correlation = { matrix = [[1]] } -> 2: NOISE a \
-partial correlation needs a normal or t distribution
-kind = "covariance" | standard = 1 -> 2: NOISE kind 'covariance' needs a covariance matrix, or a \
-size with the correlation
-kind = "covariance" | covariance = [[1, 2]] -> 5: OF_ALL must be a square matrix
-kind = "covariance" | covariance = [[1, 0.5], [0.6, 1]] -> 5: OF_ALL is not symmetric in row 1, \
-column 2
-kind = "covariance" | covariance = [[1, 0], [0, -1]] -> 5: OF_ALL is no covariance matrix: it has \
-numbers below 0 in its diagonal
-kind = "covariance" | covariance = [[1, 0, 0], [0, 4, 2.1], [0, 2.1, 1]] -> 5: OF_ALL is no \
-covariance matrix: beyond a correlation of 1 in row 2, column 3
-kind = "covariance" | covariance = "apart.csv" -> 5: OF_ALL must have ascending wavelengths
-"""
+MISTAKES = (ROOT / "tests/data/mistakes/budgets.txt").read_text().splitlines()
 FILES = {
     "uneven": "wavelength,size\n400,1\n410,1,1\n",
     "square": "400,1.01,0\n410,0,1.01\n",
@@ -194,7 +63,7 @@ SHORT = {
 }
 
 
-@pytest.mark.parametrize("mistake", MISTAKES.splitlines())
+@pytest.mark.parametrize("mistake", MISTAKES)
 def test_a_mistake_is_told_with_its_line(tmp_path: Path, mistake: str) -> None:
     for short, long in SHORT.items():
         mistake = mistake.replace(short, long)
