@@ -96,7 +96,7 @@ TEST(CompoundFileReader, ReadsStreamsWholeAndInPieces) {
               {3, 4096, true}, {3, 9000, false}, {3, 999, true, 1000}, {3, 1000, true, 1000},
               {4, 4095, true}, {4, 4096, false}, {4, 100'000, true}};
     for (const auto& [version, size, fragmented, cutoff] : cases) {
-        SCOPED_TRACE("v" + std::to_string(version) + " " + std::to_string(size));
+        SCOPED_TRACE(testing::Message() << "v" << version << " " << size);
         const Bytes stream = pattern(size);
         const Container container(stream, {version, cutoff, fragmented});
         Parser parser(container.bytes);
