@@ -220,12 +220,9 @@ def test_options_reach_what_reading_can(run: Runner, tmp_path: Path, text: str) 
 
 NO_TAU = "at 780 nm is no transmittance between 0 and 1"
 FEW = "Cannot initialize a spline, too few points"
-TABLE = "--csv, --jobs, --cluster and --pattern are for files,"
 ENDINGS = ", ".join(EXTENSIONS)
 GONE = "No such file or directory"
 NOT_LOST = "is not overwritten; name another file"
-REPORT_HELP = "'vekanalysis report --help' explains"
-JSON_HELP = "'vekanalysis json --help' explains"
 REFUSALS = f"""\
 report g.csv --no -> unrecognized arguments: --no; 'vekanalysis --help' explains
 report -> no spectrum: name a FILE or a --reference
@@ -239,8 +236,6 @@ report frac.csv --percent -> frac.csv: column 1 'T [1]': stated is 1, asked for 
 --unit out, or choose other columns
 report frac.csv --kind counts -> frac.csv: column 1 'T [1]': stated is transmittance, asked for is \
 counts; leave --kind out, or choose other columns
-report g.csv --percent --unit 1 -> --percent and --unit both say the unit: give one of them
-report g.csv --skip x -> argument --skip: must be lines such as 5 or 1-3,7, not x; {REPORT_HELP}
 report inf.csv -> inf.csv: 1e+300 {NO_TAU}
 report --percent --reference cie_illuminant_a -> built-in cie_illuminant_a: not known to be a \
 transmittance; its unit is a.u.
@@ -256,8 +251,6 @@ report --csv o.csv none.csv no.csv -> none.csv: cannot be read: {GONE}; no table
 report --csv g.csv g.csv -> g.csv: is to be read, so it cannot be written
 report --csv g.csv uv.csv -> g.csv: is no table of an earlier report, and {NOT_LOST}
 report --csv no/o.csv g.csv -> no/o.csv: cannot be written: No such file or directory
-report --plot p --csv - g.csv -> {TABLE} without --json, --plot or --reference
-report --jobs 0 g.csv -> argument --jobs: must be 1 to 1024, not 0; {REPORT_HELP}
 report void.vek -> void.vek: there are no data sets in it
 csv void.vek -> void.vek: there are no data sets in it
 report blank.vek -> blank.vek: data set 'A': it has no points
@@ -268,7 +261,6 @@ light g.csv --white uv.csv -> uv.csv: not usable as a white: No data within 380-
 light g.csv --white few.csv -> few.csv: not usable as a white: Not computable: {FEW}
 light g.csv --plot no/g.png -> no/g.png: cannot be written: No such file or directory
 csv g.csv -> g.csv: not a measurement file (.vek)
-json two.vek --indent 5000 -> argument --indent: must be -1 to 1024, not 5000; {JSON_HELP}
 csv apart.vek --wide -> apart.vek: the data sets have no common range; the long form has all
 csv few.vek --wide -> few.vek: no values between the points ({FEW})
 """
