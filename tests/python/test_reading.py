@@ -51,6 +51,7 @@ def test_files_are_read_as_they_state(
     spectra = read(text, **options)
     assert [[s.label, s.kind, s.unit, s.scan.values()] for s in spectra] == expected
     assert all(380.0 <= s.scan.min_wavelength() <= 999.5 for s in spectra)
+    assert [s.scan for s in vek.read(io.StringIO(text), **options)] == [s.scan for s in spectra]
     told = dict.fromkeys(note for spectrum in spectra for note in spectrum.notes)
     assert (spectra[0].metadata, [*told]) == (metadata, notes)
 
@@ -62,13 +63,6 @@ def test_what_is_done_to_a_table_is_told(
     spectra = read(text, **options)
     assert {s.label: [*s.scan.to_lists()] for s in spectra} == points
     assert [note for note in spectra[0].notes if not note.startswith("column")] == notes
-
-
-@pytest.mark.parametrize(("highest", "told"), [(1.5, True), (2, False)])
-def test_per_cent_that_look_like_fractions_are_told(highest: float, told: bool) -> None:
-    (lens,) = read(f"nm;T [%]\n400;0.5\n410;{highest}\n")
-    assert lens.scan.values() == [0.005, highest / 100]
-    assert lens.notes[0].endswith("divided by 100, at most 1.5 %" if told else "divided by 100")
 
 
 CELL = ["cell", f'400;"{"1" * 200_000}"', {}, f"line 1: '{'1' * 59}…' is too large a number", ""]
@@ -96,20 +90,6 @@ def test_refusals_quote_names_of_any_length_and_sort_in_one_short_line() -> None
             read(content)
         assert str(caught.value).isprintable()
         assert len(str(caught.value)) < 300
-
-
-@pytest.mark.parametrize(
-    ("header", "title", "note"),
-    [
-        ("Mode: %T", "Abs", "'Abs': the header states transmittance ('Mode: %T')"),
-        ("Unit: mW/m2/nm", "E [W/m2/nm]", "states mW m-2 nm-1 ('Unit: mW/m2/nm')"),
-        ("Unit: W/m2/nm", "E [W/m2/nm]", ""),
-    ],
-)
-def test_a_header_that_states_something_else_is_told(header: str, title: str, note: str) -> None:
-    (spectrum,) = read(f"{header}\nnm;{title}\n400;10\n410;20\n")
-    assert spectrum.scan.values() == [10, 20]
-    assert [note in told for told in spectrum.notes if "header" in told] == [True] * bool(note)
 
 
 def test_what_a_file_is_does_not_depend_on_its_name(tmp_path: Path) -> None:
@@ -202,17 +182,6 @@ def test_measurement_files_that_are_refused(
         read(contents.file()[:600])
 
 
-def test_facts_of_headers_are_metadata() -> None:
-    text = (
-        "Probe: Lens 7\n# Operator = K\nSlit (nm);2,0\nDate\t1.5.2026\n\n400;1\n410;2\n\nSN: 5\nend"
-    )
-    (spectrum,) = read(text)
-    assert spectrum.metadata == {
-        "sample": "Lens 7", "operator": "K", "slit": "2,0 nm", "date": "1.5.2026", "SN": "5",
-    }  # fmt: skip
-    assert spectrum.notes == ("skipped, since there are no numbers: line 10",)
-
-
 @pytest.mark.parametrize(
     ("content", "points", "told"),
     [
@@ -264,12 +233,6 @@ def test_time_is_in_proportion_to_the_input(text: str | bytes) -> None:
             reader(io.BytesIO(text.encode() if isinstance(text, str) else text))
     # What took 20 s and more takes 1 s on a slow machine.
     assert time.process_time() - started < 8.0
-
-
-def test_the_cell_at_fault_is_named_among_chosen_columns() -> None:
-    content = io.StringIO(",wl,T\n0,400,0.25\n1,410,04403 2831 1678")
-    with pytest.raises(vek.Refusal, match="'04403 2831 1678' has no groups of three digits"):
-        vek.read(content, columns=("wl", "T"))
 
 
 @pytest.mark.parametrize("first", [math.nan, 0.8])

@@ -141,7 +141,11 @@ def read_content(
     if not content:
         raise Refusal(f"{name}: the file is empty")
     if isinstance(content, str):
-        return _from_text(read_text(name, content, text, follows=True), Source(name), values)
+        source = Source(name)
+        pairs = _from_pairs(content.encode(errors="replace"), source, values, text)
+        if pairs is not None:
+            return [pairs]
+        return _from_text(read_text(name, content, text, follows=True), source, values)
     source = Source(name, sha256=hashlib.sha256(content).hexdigest())
     if is_measurement_file(content):
         return read_measurement(content, source, data_sets, values, text)
