@@ -2,6 +2,7 @@
 
 import io
 import re
+from contextlib import nullcontext
 from pathlib import Path
 from typing import Any
 
@@ -90,11 +91,9 @@ def test_wavelengths_of_no_stated_unit_are_looked_at(
     ends: tuple[float, float], look: str | None, reader: Any
 ) -> None:
     content = "{};1\n{};2\n".format(*ends)
-    if look is None:
-        assert reader(io.StringIO(content))
-        return
-    with pytest.raises(vek.Refusal, match=re.escape(look)):
-        reader(io.StringIO(content))
+    for file in io.StringIO(content), io.BytesIO(content.encode()):
+        with pytest.raises(vek.Refusal, match=re.escape(look)) if look else nullcontext():
+            assert reader(file)
     for title in "nm", "Wavelength (nm)":
         assert reader(io.StringIO(f"{title};T\n{content}"), columns=(0, 1))
     assert reader(io.StringIO(content), wavelength_unit="nm")

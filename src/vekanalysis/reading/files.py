@@ -19,7 +19,7 @@ from .measurement import is_measurement_file, parse_measurement, read_measuremen
 from .statements import Statement
 from .text import Column, Duplicates, TextFile, TextOptions, check_options, read_text
 from .values import Options, check_values, settled
-from .wavelengths import WavelengthUnit
+from .wavelengths import WavelengthUnit, may_be_wavenumbers
 
 EXTENSIONS = (
     *(".asc", ".csv", ".dat", ".dx", ".jcm", ".jdx", ".spc", ".spdx", ".tsv", ".txt", ".vek"),
@@ -180,10 +180,11 @@ def _from_pairs(
     pairs = io._read_pairs(content)
     if pairs is None:
         return None
-    lowest = pairs.facts(0)[2]
+    _, _, lowest, highest, _, _ = pairs.facts(0)
     _, repeat, turn = pairs.order(0)
     in_order = turn is None and (repeat is None or takes_last)
-    if not in_order or not 100.0 <= lowest < 2500.0:
+    is_plain = 100.0 <= lowest < 2500.0 and not may_be_wavenumbers(lowest, highest)
+    if not (in_order and is_plain):
         return None
     scan, merged = pairs.scan(0, 1, text.epsilon, text.interpolation)
     notes = _repeated(merged)

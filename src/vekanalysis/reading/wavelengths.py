@@ -137,6 +137,12 @@ def check_nm(ends: Range | None, stated: str, where: str) -> None:
         check_likely(ends, where)
 
 
+def may_be_wavenumbers(lowest: float, highest: float) -> bool:
+    """Whether wavelengths of no stated unit go from where to where infrared spectra do in cm-1."""
+    low, high = _STARTS_OF_WAVENUMBERS
+    return low <= lowest <= high and highest >= _ENDS_OF_WAVENUMBERS
+
+
 def check_likely(ends: Range, where: str) -> None:
     """Refuse wavelengths of no stated unit that look like row numbers or another unit."""
     lowest, highest, counts = ends
@@ -152,8 +158,7 @@ def check_likely(ends: Range, where: str) -> None:
             f"{where}: the wavelengths are 1, 2, 3 to {highest:g}, which look like row numbers",
             meant,
         )
-    low, high = _STARTS_OF_WAVENUMBERS
-    if low <= lowest <= high and highest >= _ENDS_OF_WAVENUMBERS:
+    if may_be_wavenumbers(lowest, highest):
         raise Refusal(
             f"{where}: wavelengths from {lowest:g} to {highest:g} look like wavenumbers in cm-1, "
             "not nm, and no title says what they are in",
