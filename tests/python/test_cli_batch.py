@@ -21,7 +21,7 @@ from cli import GREY, ROOT, Runner, flat, write_csv, write_vek
 
 from vekanalysis._core import version
 from vekanalysis.batch import COLUMNS, report_rows
-from vekanalysis.commands import _processes
+from vekanalysis.commands import _processes, _table
 from vekanalysis.commands._errors import CommandError, Terminated
 from vekanalysis.commands._output import Output
 from vekanalysis.commands._processes import CannotStart, Lost, map_in_order
@@ -116,7 +116,7 @@ def test_a_process_that_dies_costs_what_kills_it_again(tmp_path: Path) -> None:
 
 def test_processes_that_cannot_start_end_the_batch(monkeypatch: pytest.MonkeyPatch) -> None:
     monkeypatch.setattr(_processes, "_begin", partial(os._exit, 3))
-    with pytest.raises(CannotStart):
+    with pytest.raises(CannotStart, match=r"^it ended at once$"):
         next(map_in_order(list, [1, 2, 3], 2))
 
 
@@ -368,6 +368,27 @@ def test_as_many_processes_as_are_asked_for_or_worth_it(
         asked = [] if jobs is None else ["--jobs", jobs]
         assert run("report", "--csv", "-", *asked, *(lenses * 5)[:files]).status == 0
     assert started == [3, 2, 4]
+
+
+@pytest.mark.parametrize(
+    ("output", "is_terminal", "hidden"),
+    [("-", True, True), ("-", False, False), ("t.csv", True, False)],
+)
+def test_progress_and_rows_do_not_share_a_terminal(
+    run: Runner, lenses: list[str], monkeypatch: pytest.MonkeyPatch, output: str,
+    is_terminal: bool, hidden: bool,
+) -> None:  # fmt: skip
+    asked: list[tuple[int, bool]] = []
+
+    class Watched(_table.Progress):
+        def __init__(self, total: int, hidden: bool) -> None:
+            asked.append((total, hidden))
+            super().__init__(total, hidden)
+
+    monkeypatch.setattr(_table, "Progress", Watched)
+    monkeypatch.setattr(sys.stdout, "isatty", lambda: is_terminal)
+    assert run("report", "--csv", output, *lenses[:3]).status == 0
+    assert asked == [(3, hidden)]
 
 
 def test_the_sentence_on_a_batch_names_the_kinds_of_failure() -> None:
