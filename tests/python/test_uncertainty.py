@@ -740,8 +740,8 @@ def test_the_covariance_of_the_points(
             "320 nm to 800 nm",
         ),
         (
-            {"kind": "stray-light", "standard": 1, "band": (100, 200)},
-            "the spectrum has no data in the band of stray light, 100-200 nm",
+            {"kind": "stray-light", "standard": 1, "band": (100, 320)},
+            "the spectrum has no data in the band of stray light, 100-320 nm",
         ),
     ],
 )
@@ -766,6 +766,13 @@ def test_sizes_follow_the_unit_of_the_spectrum() -> None:
     for key, scale in (("illuminance", 1.0), ("CIE_tristimulus_values.Y", 1000.0)):
         expected = scale * in_watts[key].u
         assert in_milliwatts[key].u == pytest.approx(expected, rel=1e-9) != 0.0
+    # The first of these has no value, and is what says the unit.
+    alone = propagate(lamp, budget(own), [LIGHT["dominant_wavelength.complementary"], keys[0]])
+    assert alone["illuminance"].u == pytest.approx(in_watts["illuminance"].u, rel=1e-9)
+    relative = Component(name="r", kind="noise", standard=0.002, relative=True, correlation="full")
+    for component in (GAIN, relative):
+        (found,) = propagate(lamp, budget(component), keys[1:]).values()
+        assert found.u / found.value == pytest.approx(0.002, rel=1e-9)
     for component in (zero, told):
         results = propagate(lamp, budget(component), keys)
         assert results["illuminance"].u == pytest.approx(lux, rel=0.001)
@@ -864,3 +871,9 @@ def test_many_spectra_have_the_digits_of_each(
             else:
                 assert np.isnan(got).all(), record.key
     assert 0 < sum(np.isnan(columns.u[3])) < len(quantities.LENS)
+    # One standard uncertainty below there is no light, and no colour; all else has its own.
+    dark = budget(Component(name="all", kind="gain", standard=1.0))
+    columns = Propagator(dark, quantities.LENS)(spectra[:1], numbers[:1])
+    known = [record.key for record, u in zip(LENS.values(), columns.u[0], strict=True) if u == u]
+    assert known == [*propagate(spectra[0], dark)]
+    assert 0 < len(known) < len(propagate(spectra[0], budget(GAIN)))
