@@ -137,31 +137,18 @@ size = { a = 1 }
 """
 
 
-@pytest.mark.parametrize(
-    ("table", "number", "key", "line"),
-    [
-        (None, None, "label", 1),
-        (None, None, "a", 6),
-        (None, None, "laboratory", 7),
-        (None, None, "component", 10),
-        ("laboratory", None, None, 7),
-        ("laboratory", None, "name", 8),
-        ("laboratory", None, "b", 9),
-        ("laboratory", None, "address", 20),
-        ("component", 0, None, 10),
-        ("component", 0, "name", 11),
-        ("component", 1, None, 12),
-        ("component", 1, "list", 13),
-        ("component", 1, "kind", 16),
-        ("component", 1, "size", 17),
-        ("component", 1, "sub", 18),
-        ("component", 2, None, 19),
-    ],
-)
-def test_the_line_of_a_key_is_found(
-    table: str | None, number: int | None, key: str | None, line: int
-) -> None:
-    assert line_of(ODD, Place(table, number, key)) == line
+TOP, LAB, ONE, TWO = (None, None), ("laboratory", None), ("component", 0), ("component", 1)
+PLACES = [
+    *((TOP, "label", 1), (TOP, "a", 6), (TOP, "laboratory", 7), (TOP, "component", 10)),
+    *((LAB, None, 7), (LAB, "name", 8), (LAB, "b", 9), (LAB, "address", 20)),
+    *((ONE, None, 10), (ONE, "name", 11), (TWO, None, 12), (TWO, "list", 13), (TWO, "kind", 16)),
+    *((TWO, "size", 17), (TWO, "sub", 18), (("component", 2), None, 19)),
+]
+
+
+@pytest.mark.parametrize(("table", "key", "line"), PLACES)
+def test_the_line_of_a_key_is_found(table: Any, key: str | None, line: int) -> None:
+    assert line_of(ODD, Place(*table, key)) == line
 
 
 def test_reasons_and_the_search_for_lines_have_an_end(tmp_path: Path) -> None:
@@ -206,6 +193,9 @@ def test_what_is_kept_prepared_never_changes() -> None:
     Component(name="c", kind="bandwidth", standard=1, fwhm=0.05)
 
 
+OPEN = {"name": "a", "correlation": "full"}
+
+
 @pytest.mark.parametrize(
     ("arguments", "told"),
     [
@@ -213,15 +203,9 @@ def test_what_is_kept_prepared_never_changes() -> None:
         ({"coverage": 0.0}, "coverage is 0.0; it must lie between 0 and 1"),
         ({"coverage": 1}, "coverage is 1; it must lie between 0 and 1"),
         ({"components": [A, A]}, "two components are named 'a'"),
-        (
-            {"components": [A], "of_repeats": [{"name": "a", "correlation": "full"}]},
-            "two components are named 'a'",
-        ),
-        (
-            {"of_repeats": [{"name": "a", "correlation": "full"}] * 2},
-            "two components are named 'a'",
-        ),
-        ({"of_repeats": [{"name": "a", "correlation": "full", "k": 3}]}, "'a': k needs expanded"),
+        ({"components": [A], "of_repeats": [OPEN]}, "two components are named 'a'"),
+        ({"of_repeats": [OPEN, OPEN]}, "two components are named 'a'"),
+        ({"of_repeats": [OPEN | {"k": 3}]}, "'a': k needs expanded"),
         ({"components": [3]}, "a Budget has Components, not int"),
     ],
 )
