@@ -671,6 +671,7 @@ LEFT, RIGHT = np.array([2.5, 2.0]) / math.sqrt(7.0)
 LINE = np.array([[1.0, LEFT, 0.5], [LEFT, 1.0, RIGHT], [0.5, RIGHT, 1.0]])
 ENDS = Matrix([400.0, 430.0], [[1.0, 0.5], [0.5, 1.0]])
 WHOLE = Matrix([400.0, 430.0], [[1e-6, 5e-7], [5e-7, 1e-6]])
+LATE = Matrix([400.0, 800.0], np.eye(2))
 THIRDS = np.array([[1.0, 0.0], [2 / 3, 1 / 3], [0.0, 1.0]])
 
 
@@ -731,11 +732,7 @@ def test_the_covariance_of_the_points(
             "component 'c': its matrix is for 3 points, the spectrum has 49",
         ),
         (
-            {
-                "kind": "noise",
-                "standard": 1,
-                "correlation": {"matrix": Matrix([400, 800], np.eye(2))},
-            },
+            {"kind": "noise", "standard": 1, "correlation": {"matrix": LATE}},
             "component 'c': its matrix is stated from 400 nm to 800 nm, the spectrum goes from "
             "320 nm to 800 nm",
         ),
