@@ -91,5 +91,6 @@ def test_units_fit_their_kinds(kind: units.Kind, fitting: str) -> None:
     every = FITTING["other"].split()
     found = {text for text in every if units.fits(kind, units.known(text))}
     assert found == {*fitting.split()}
+    assert [units.is_kind(text) for text in (kind, "lens")] == [True, False]
     with pytest.raises(vek.Refusal, match=r"^the unit 'furlong' is not understood$"):
         units.known("furlong")
