@@ -216,6 +216,9 @@ def test_what_is_known_of_a_measurement_is_in_a_tm27_file(tmp_path: Path) -> Non
     (back,) = vek.read(tmp_path / "a.spdx")
     assert [getattr(back, name) for name in known] == [getattr(lens, name) for name in known]
     assert "<Description>lens &lt;7&gt;</Description>" in written(lens, tmp_path / "a.spdx")
+    shortest = Spectrum(Scan([1, vek.reading.SHORTEST_IN_NM], [0.5, 0.25]), "flux", "W nm-1")
+    assert written(shortest, tmp_path / "a.spdx")
+    assert vek.read(tmp_path / "a.spdx")[0].scan == shortest.scan
 
 
 def test_a_file_is_written_whole_or_not_at_all(tmp_path: Path) -> None:
