@@ -279,10 +279,8 @@ def test_the_evaluators_used_last_are_kept_for_their_grids() -> None:
     fits = [kept.is_for(scan, "D65"), kept.is_for(scan, colorimetry.data.cie_illuminant_d65())]
     assert fits == [True, True]
     assert not any((kept.is_for(scan, "A"), kept.is_for(coarse, "D65"), kept.fits(linear)))
-    assert (kept.row(scan), kept.rows([scan, scan])) == (
-        [*kept(scan.values())],
-        [kept.row(scan)] * 2,
-    )
+    row = [*kept(scan.values())]
+    assert kept.rows([scan, scan]) == [kept.row(scan), row] == [row, row]
     assert (kept.kinds, kept.wavelengths.tolist()) == (("transmittance",), GRID.tolist())
     assert repr(kept) == "<Evaluator of 1 quantities, 486 points, 315 to 800 nm>"
     assert repr(Evaluator([], [])) == "<Evaluator of 0 quantities, 0 points, no wavelengths>"

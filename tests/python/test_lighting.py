@@ -190,7 +190,8 @@ def lines(wl: float) -> float:
     return 0.01 + sum(bells)
 
 
-NAN = math.nan
+NAN, SHORT = math.nan, [float(wl) for wl in range(405, 700)]
+COARSE = [380.0, *range(400, 701, 30), 780.0]
 CCT, DOMINANT = correlated_colour_temperature, lighting.dominant_wavelength
 # What is asked of which spectrum, and the answer.
 REFUSALS: list[tuple[Callable[[Scan], object], Scan, str]] = [
@@ -199,17 +200,9 @@ REFUSALS: list[tuple[Callable[[Scan], object], Scan, str]] = [
     (CCT, of(lambda wl: NAN if wl == 543 else 1.0), "at 543 nm is not"),
     (CCT, of(lambda wl: 9.0 if wl == 555 else -0.01), "below zero over"),
     (CCT, of(lambda wl: 0.1 + math.sin(37 * wl)), "below zero is more than a third"),
-    (
-        CCT,
-        of(lambda _: 1.0, [380.0, *range(400, 701, 30), 780.0]),
-        "points are 30 nm apart; at most 20 nm",
-    ),
+    (CCT, of(lambda _: 1.0, COARSE), "points are 30 nm apart; at most 20 nm"),
     (CCT, of(lambda _: 1e308), "too large to be summed"),
-    (
-        lighting.alpha_opic,
-        of(lambda _: 1.0, [float(wl) for wl in range(405, 700)]),
-        "covers 405 to 699 nm; at least 400 to 700 nm",
-    ),
+    (lighting.alpha_opic, of(lambda _: 1.0, SHORT), "covers 405 to 699 nm; at least 400 to 700 nm"),
     (CCT, source("gauss:520:10:E"), r"Duv is 0\.1\d+, beyond 0.05"),
     (CCT, of(lambda wl: math.exp(wl / 28)), "below 1000 K"),
     (CCT, of(lambda wl: wl**-4.3), "above 1000000 K"),

@@ -234,12 +234,9 @@ def test_tables_reach_as_far_in_steps_as_wide(name: str, table: Scan) -> None:
 )
 def test_a_table_must_be_one_of_those(name: str, more: str) -> None:
     told = f"there is no table '{name}' to replace{more}"
-    for refused in (
-        lambda: OwnTable.read(name, GREY),
-        lambda: with_tables([], [OwnTable(name, BOX)]),
-    ):
+    for make in (lambda: OwnTable.read(name, GREY), lambda: with_tables([], [OwnTable(name, BOX)])):
         with pytest.raises(Refusal, match=f"^{re.escape(told)}"):
-            refused()
+            make()
 
 
 NOTE = "Computed with the laboratory's own table in place of the built-in one: "
