@@ -2,6 +2,7 @@
 
 import contextlib
 import io
+import re
 import struct
 import time
 from pathlib import Path
@@ -170,22 +171,8 @@ def test_labels_that_make_no_spectrum(labels: dict[str, object], reason: str) ->
 VACUUM = "wavelengths converted from {}: those in vacuum, 0.15 nm longer than in air at 550 nm"
 
 
-@pytest.mark.parametrize(
-    ("x", "ends", "wavelengths", "note"),
-    [
-        ("MICROMETERS", (0.5876, 0.6), [587.6, 593.8, 600], "wavelengths converted from um to nm"),
-        ("Angstroms", (4000, 4100), [400, 405, 410], "wavelengths converted from angstrom to nm"),
-        ("mm", (4e-4, 4.1e-4), [400, 405, 410], "wavelengths converted from mm to nm"),
-        ("Meters", (4e-7, 4.1e-7), [400, 405, 410], "wavelengths converted from m to nm"),
-        # hc / e is 1239.841984 nm eV.
-        ("eV", (2, 4), [309.96049608300063, 413.2806614440008, 619.9209921660013], VACUUM),
-        ("1/CM", (20000, 25000), [400, 4000 / 9, 500], VACUUM),
-        ("nm", (420, 400), [400, 410, 420], None),
-    ],
-)
-def test_units_of_x(
-    x: str, ends: tuple[float, float], wavelengths: list[float], note: str | None
-) -> None:
+@pytest.mark.parametrize(("x", "ends", "wavelengths", "note"), rows("x-units.jsonl"))
+def test_units_of_x(x: str, ends: list[float], wavelengths: list[float], note: str | None) -> None:
     content = jcamp(f"{ends[0]!r} 1 2 3", 3, x=x, first=repr(ends[0]), last=repr(ends[1]))
     (spectrum,) = read_content(content, "f")
     descends = ends[0] > ends[1] or note == VACUUM
@@ -223,17 +210,7 @@ def test_factors(factor: str, value: float | str | None) -> None:
     assert spectrum.scan(420) == (float(factor) * 3 if value is None else value)
 
 
-@pytest.mark.parametrize(
-    ("points", "reason", "sorted_reason"),
-    [
-        ("400 1\n400 2\n420 3", "point 2: x is 400 again; pass duplicates", "point 2: x is 400"),
-        ("420 1\n420 2\n400 3", "point 2: x is 420 again; pass duplicates", "point 2: x is 420"),
-        ("400 1\n410 2\n405 3\n410 4", "point 3: x is 405 after 410, where it ascends; pass",
-         "point 4: x is 410 again"),
-        ("420 1\n400 2\n410 3\n420 4", "point 3: x is 410 after 400, where it descends; pass",
-         "point 4: x is 420 again"),
-    ],
-)  # fmt: skip
+@pytest.mark.parametrize(("points", "reason", "sorted_reason"), rows("x-order.jsonl"))
 def test_points_out_of_order(points: str, reason: str, sorted_reason: str) -> None:
     content = jcamp(PAIRS + points, points.count("\n") + 1)
     assert reason in refusal(content)
@@ -640,6 +617,10 @@ def test_jcamp_without_its_start_is_no_table(name: str) -> None:
 @pytest.mark.parametrize("name", ["jdx-decimal-comma.jdx", "tm27-irradiance.spdx"])
 def test_encodings_that_decode_nothing(name: str, encoding: str) -> None:
     assert "which Python does not know" in refusal(sample(name), encoding=encoding)
+    damaged = sample(name) + b"\xff"
+    assert re.search(
+        "the bytes are not ascii; (pass|leave) enc", refusal(damaged, encoding="ascii")
+    )
 
 
 def test_reading_is_linear_in_the_size_of_hostile_files() -> None:

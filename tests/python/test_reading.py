@@ -182,24 +182,11 @@ def test_measurement_files_that_are_refused(
         read(contents.file()[:600])
 
 
-@pytest.mark.parametrize(
-    ("content", "points", "told"),
-    [
-        ("1,2\n\n3;4\v\n5 6\r\n", ([1, 3, 5], [2, 4, 6]), ()),
-        ("1 2\n1 3\n", ([1], [3]), ("1 repeated value of x: the last of each counts",)),
-        ("1 2\n1 3\n1 4", ([1], [4]), ("2 repeated values of x: the last of each counts",)),
-        ("", None, "f: the file is empty"),
-        (" \n\n", None, "f: there are no numbers in it; {}"),
-        *(
-            (f"1 2\n{line}", None, f"f: line 2: '{line[:40]}' is not a pair of numbers; {{}}")
-            for line in ("1", "1 2 3", "1_0 2", "nan 1", "1 inf", "\uff11 2", "a 2", "1 " * 30)
-        ),
-    ],
-)
+@pytest.mark.parametrize(("content", "points", "told"), rows("pairs.jsonl"))
 def test_pairs_that_are_no_spectra(content: str, points: Any, told: Any) -> None:
     if points is not None:
         scan, notes = read_pairs(content.encode(), "f")
-        assert (scan.to_lists(), notes) == (points, told)
+        assert ([*scan.to_lists()], [*notes]) == (points, told)
         return
     with pytest.raises(vek.Refusal) as caught:
         read_pairs(content.encode(), "f")
