@@ -496,6 +496,23 @@ def test_what_holds_for_all_figures_is_said() -> None:
 
 
 @pytest.mark.parametrize(
+    ("clear", "told"), [(1.000052, True), (0.999948, True), (1.000048, False), (0.999952, False)]
+)
+def test_a_clear_lens_counts_from_the_fourth_decimal_on(clear: float, told: bool) -> None:
+    lens = vek.Spectrum(vek.Scan(flat(0.5)), "transmittance", "1", "x")
+    made = Certificate(lens)
+    (values,) = made.report.values
+    made.report.values = (
+        {
+            key: value._replace(clear_lens=clear if key == TAU_V else None)
+            for key, value in values.items()
+        },
+    )
+    assert ("Measured like this, a clear lens would give" in made.html()) == told
+    assert ("A clear lens (1 at each wavelength of x) would" in made.report.text()) == told
+
+
+@pytest.mark.parametrize(
     ("value", "decision", "text", "rule"),
     [
         (0.029, Decision("guard-band"), "none_could_be", "guard-band"),

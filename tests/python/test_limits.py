@@ -21,7 +21,7 @@ from vekanalysis.certificates import (
     Statement,
     assess,
 )
-from vekanalysis.certificates._conformity import Check, probability
+from vekanalysis.certificates._conformity import Check, _zone_is_empty, probability
 from vekanalysis.certificates._limits import Term
 from vekanalysis.quantities import Value
 from vekanalysis.uncertainty import Results
@@ -117,6 +117,29 @@ def test_two_bounds_share_the_probability_and_need_room_for_the_guard_bands(tmp_
     assert statement.verdict == "not decided"
     assert "no result can pass" in str(statement.reason)
     assert decided(tmp_path, bounds, 0.144, 0.0094).verdict == "pass"
+
+
+@pytest.mark.parametrize(
+    ("words", "guard", "empty"),
+    [
+        (("above", "at_most"), 0.125, True),
+        (("at_least", "below"), 0.125, True),
+        (("above", "at_most"), 0.1249, False),
+        (("above", "above"), 0.2, False),
+        (("below", "at_most"), 0.2, False),
+        (("above", "below"), -0.2, False),
+    ],
+)
+def test_guard_bands_may_leave_nothing(words: tuple[str, str], guard: float, empty: bool) -> None:
+    lower, upper = (
+        Check(word, limit, None, 0.0, 0.1, 0.2, guard, 0.5, "fail")
+        for word, limit in zip(words, (0.25, 0.5), strict=True)
+    )
+    assert _zone_is_empty([lower, upper]) == empty
+    # Without guard bands limits that exclude each other are just not met.
+    assert not _zone_is_empty([each._replace(guard=0.0) for each in (lower, upper)])
+    crossed = [lower._replace(guard=0.0, limit=0.6), upper._replace(guard=0.0)]
+    assert not _zone_is_empty(crossed)
 
 
 def test_the_factor_makes_the_guard_band(tmp_path: Path) -> None:

@@ -301,7 +301,12 @@ def test_a_record_needs_files(plain: Path) -> None:
     (spectrum,) = vek.read("a.csv")
     pages = {"p.html": b"page", "p.pdf": b"paper"}
     path = plain / "in/r.json"
-    made = json.loads(record(Certificate(spectrum), path, pages, {"skip": {3, 1}}))
+    text = record(Certificate(spectrum), path, pages, {"skip": {3, 1}})
+    made = json.loads(text)
+    # As ASCII, so that no program on the way changes a byte of what the digest is of.
+    assert text == json.dumps(made, indent=2) + "\n"
+    own = made.pop("sha256")
+    assert own == hashlib.sha256((json.dumps(made, indent=2) + "\n").encode()).hexdigest()
     assert made["files"] == {"input": [{"name": "a.csv", "path": "../a.csv"}]}
     assert (made["options"], made["format"]) == ({"skip": [1, 3]}, "vekanalysis certificate")
     assert made["pages"] == [
