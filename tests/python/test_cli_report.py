@@ -11,7 +11,7 @@ import sys
 from pathlib import Path
 
 import pytest
-from cli import BRONZE, GREY, Points, Runner, flat, write_csv, write_vek
+from cli import GREY, Points, Runner, flat, write_csv, write_vek
 
 import vekanalysis as vek
 from vekanalysis.reading import EXTENSIONS
@@ -68,26 +68,6 @@ def test_the_document_has_the_keys_that_are_promised(run: Runner) -> None:
         "clear_lens": pytest.approx(60 / 65),
         "problem": None,
     }
-
-
-def test_two_spectra_stand_side_by_side_with_what_they_lack(run: Runner) -> None:
-    text = run("report", GREY, BRONZE).out
-    lines = text.splitlines()
-    assert max(map(len, lines)) <= 100
-    (row,) = [line.split() for line in lines if "luminous, D65" in line]
-    expected = [vek.colorimetry.ISO8980_3_tau_v(vek.io.load_csv(path)) for path in (GREY, BRONZE)]
-    figures = [f"{value:.4f}" for value in expected]
-    assert row == ["τ_V", "luminous,", "D65", "3.4", "380-780", "1", *figures]
-    (uva,) = [line for line in lines if "UV-A, mean" in line and " 3.1 " in line]
-    assert f"{uva.split()[-1]} Data cover 320-380 of 315-380 nm; the rest counts as 0.\n" in text
-    (uvb,) = [line for line in lines if "UV-B, mean" in line]
-    assert uvb.split()[-2] == "-"
-    assert f"{uvb.split()[-1]} No data within 280-315 nm.\n" in text
-
-
-def test_a_minimum_does_not_count_missing_data_as_0(run: Runner, tmp_path: Path) -> None:
-    text = run("report", write_csv(tmp_path / "a.csv", flat(0.5, 500, 600))).out
-    assert "Data cover 500-600 of 475-650 nm; the rest does not count.\n" in text
 
 
 def test_data_are_needed_only_where_the_weights_are(run: Runner, tmp_path: Path) -> None:

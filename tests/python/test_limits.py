@@ -390,35 +390,6 @@ def test_a_requirement_of_a_category_says_if_that_is_in_doubt(tmp_path: Path) ->
         }
 
 
-@pytest.mark.parametrize(
-    ("change", "reason"),
-    [
-        ({"decision": None}, "no decision rule"),
-        ({"results": None}, "no uncertainty is stated"),
-        ({"covered": (400.0, 780.0)}, "do not cover the band"),
-        ({"key": RED}, "reconstructed table"),
-        ({"u": 0.0}, "gives it no uncertainty"),
-        ({"value": None}, "no data there"),
-    ],
-)
-def test_what_cannot_be_decided_is_not(tmp_path: Path, change: dict[str, Any], reason: str) -> None:
-    key = change.get("key", TAU_V)
-    rule = "" if "decision" in change else '[decision]\nrule = "simple"\n'
-    text = f'{rule}[[requirement]]\nname = "a"\nquantity = "{key}"\nabove = 0.1\n'
-    values, results = figures({key: (0.5, change.get("u", 0.01))})
-    value = values[key]._replace(covered=change.get("covered", FULL.covered))
-    if "value" in change:
-        value = Value(problem="no data there")
-    limits = written(tmp_path / "limits.toml", text)
-    (statement,) = assess(limits, {key: value}, change.get("results", results)).statements
-    assert (statement.verdict, statement.probability) == ("not decided", None)
-    assert reason in str(statement.reason)
-    if key == RED:
-        trusted = ("ISO8980_3_led_red",)
-        (statement,) = assess(limits, {key: value}, results, trusted=trusted).statements
-        assert statement.verdict == "pass"
-
-
 def test_purposes_choose_requirements() -> None:
     limits = Limits.read(EXAMPLE)
     given = figures({TAU_V: (0.5, 0.001)})

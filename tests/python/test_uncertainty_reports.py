@@ -31,19 +31,6 @@ def test_figures_come_with_their_uncertainty(run: Runner) -> None:
     assert "Without an uncertainty to first order" in " ".join(light.split())
 
 
-def test_documents_and_tables_have_all_digits(run: Runner) -> None:
-    document = run("report", GREY, "--uncertainty", BUDGET, "--json").document
-    assert document["budget"]["label"] == "Bench 1, March 2026"
-    value = run("report", GREY, "--uncertainty", BUDGET, "--json").value(TAU_V)
-    assert value["U"] == pytest.approx(value["k"] * value["u"])
-    assert list(value["contributions"]) == ["100 % line", "zero", "noise", "wavelength"]
-    assert value["contributions"]["wavelength"] < 0.0
-    table = run("report", GREY, "--uncertainty", BUDGET, "--csv", "-").out
-    (row,) = csv.DictReader(io.StringIO(table))
-    assert [float(row[f"{TAU_V}_{name}"]) for name in "uUk"] == [value[name] for name in "uUk"]
-    assert row["ISO8980_3_tau_suvb_u"] == ""
-
-
 def test_a_table_has_each_file_as_it_is_by_itself(run: Runner, tmp_path: Path) -> None:
     folder = tmp_path / "lenses"
     folder.mkdir()
