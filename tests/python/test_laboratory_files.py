@@ -293,69 +293,40 @@ def test_lenses_are_named_after_their_sides() -> None:
 ENTITIES = '<!DOCTYPE a [<!ENTITY b "bbbb"><!ENTITY c "&b;&b;&b;">]>'
 POINT = "<TransmittanceValue><m:Transmittance>3</m:Transmittance></TransmittanceValue>"
 XML = {
-    "prescription": (sample("joia-no-spectrum.xml"), "it holds a prescription only"),
-    "no lens": (lenses(), "it holds no measurement of a lens"),
-    "half a point": (
-        lenses(lens("R", "400:1").replace("</TransmittanceData>", f"{POINT}</TransmittanceData>")),
-        "right lens, point 2: there is no wavelength",
+    "prescription": sample("joia-no-spectrum.xml"),
+    "no lens": lenses(),
+    "half a point": lenses(
+        lens("R", "400:1").replace("</TransmittanceData>", f"{POINT}</TransmittanceData>")
     ),
-    "comma": (lenses(lens("R", "400:1,5 500:2")), "'1,5' is not a number"),
-    "hexadecimal": (lenses(lens("R", "400:0x10 500:2")), "'0x10' is not a number"),
-    "infinite": (lenses(lens("R", "400:1e999 500:2")), "'1e999' is too large"),
-    "two units": (
-        lenses(lens("R", "400:1 500:2").replace(" % ", "1", 1)),
-        "right lens, point 2: the units ('nm', '%') differ from ('nm', '1')",
+    "comma": lenses(lens("R", "400:1,5 500:2")),
+    "hexadecimal": lenses(lens("R", "400:0x10 500:2")),
+    "infinite": lenses(lens("R", "400:1e999 500:2")),
+    "two units": lenses(lens("R", "400:1 500:2").replace(" % ", "1", 1)),
+    "entities": lenses(lens("R", "400:1")).replace(b"<Oph", ENTITIES.encode() + b"<Oph", 1),
+    "depth": lenses(before="<a>" * 100_000),
+    "long text": lenses(before="a" * 200_000),
+    "elements": lenses(before="<a/>" * 600_000),
+    "attributes": f"<R {' '.join(f'a{index}="1"' for index in range(65))}/>".encode(),
+    "many attributes": f"<R {' '.join(f'a{index}="1"' for index in range(64))}/>".encode(),
+    "deep": b"<R>" + b"<a>" * 19 + b"</a>" * 19 + b"</R>",
+    "deeper": b"<R>" + b"<a>" * 20,
+    "cut": lenses(lens("R", "400:1"))[:-30],
+    "encoding": b'<?xml version="1.0" encoding="UTF-7"?><R/>',
+    "bytes": b"<R>\n\xff</R>",
+    "root": b"<?xml version='1.0'?><svg/>",
+    "no quantity": sample("tm27-irradiance.spdx").replace(b"Quantity>irradiance", b"Quantity>"),
+    "no text": lenses(lens("R", "400:<b>9</b>5 401:6")),
+    "micrometres": b"<IESTM2714><SpectralDistribution><SpectralQuantity>flux</SpectralQuantity>"
+    b"<SpectralData wavelength='0.4'>1</SpectralData><SpectralData wavelength='0.7'>1"
+    b"</SpectralData></SpectralDistribution></IESTM2714>",
+    "no distribution": b"<IESTM2714/>",
+    "no wavelength": sample("tm27-irradiance.spdx").replace(b' wavelength="385.0"', b""),
+    "two wavelengths": lenses(
+        lens("S", "400:1").replace("<m:Tr", "<m:WaveLength>1</m:WaveLength><m:Tr")
     ),
-    "entities": (
-        lenses(lens("R", "400:1")).replace(b"<Oph", ENTITIES.encode() + b"<Oph", 1),
-        "line 2: a document type (<!DOCTYPE>)",
-    ),
-    "depth": (lenses(before="<a>" * 100_000), "line 3: elements more than 20 deep"),
-    "long text": (lenses(before="a" * 200_000), "more than 100000 characters in 'Ophthalmology'"),
-    "elements": (lenses(before="<a/>" * 600_000), "more than 500000 elements"),
-    "attributes": (
-        f"<R {' '.join(f'a{index}="1"' for index in range(65))}/>".encode(),
-        "line 1: more than 64 attributes",
-    ),
-    "many attributes": (
-        f"<R {' '.join(f'a{index}="1"' for index in range(64))}/>".encode(),
-        "it holds a prescription only",
-    ),
-    "deep": (b"<R>" + b"<a>" * 19 + b"</a>" * 19 + b"</R>", "it holds a prescription only"),
-    "deeper": (b"<R>" + b"<a>" * 20, "line 1: elements more than 20 deep"),
-    "cut": (lenses(lens("R", "400:1"))[:-30], "damaged XML"),
-    "encoding": (b'<?xml version="1.0" encoding="UTF-7"?><R/>', "in the encoding 'utf-7'"),
-    "bytes": (b"<R>\n\xff</R>", "line 2: the bytes are not utf-8"),
-    "root": (b"<?xml version='1.0'?><svg/>", "its root is 'svg', not Ophthalmology"),
-    "no quantity": (
-        sample("tm27-irradiance.spdx").replace(b"Quantity>irradiance", b"Quantity>"),
-        "there is no SpectralQuantity",
-    ),
-    "no text": (
-        lenses(lens("R", "400:<b>9</b>5 401:6")),
-        "right lens, point 1: 'b' stands within a number",
-    ),
-    "micrometres": (
-        b"<IESTM2714><SpectralDistribution><SpectralQuantity>flux</SpectralQuantity>"
-        b"<SpectralData wavelength='0.4'>1</SpectralData><SpectralData wavelength='0.7'>1"
-        b"</SpectralData></SpectralDistribution></IESTM2714>",
-        "it does not say what x is in",
-    ),
-    "no distribution": (b"<IESTM2714/>", "f: no spectrum in this file: there is no SpectralDistr"),
-    "no wavelength": (
-        sample("tm27-irradiance.spdx").replace(b' wavelength="385.0"', b""),
-        "point 2: there is no wavelength",
-    ),
-    "two wavelengths": (
-        lenses(lens("S", "400:1").replace("<m:Tr", "<m:WaveLength>1</m:WaveLength><m:Tr")),
-        "line 4: WaveLength is there twice",
-    ),
-    "no transmittance": (
-        lenses(lens("S", "400:1").replace("m:Transmittance", "m:T")),
-        "lens, point 1: there is no transmittance",
-    ),
-    "one point": (lenses(lens("R", "400:1")), "f: 'R': 1 points, at least 2 are needed"),
-    "no points": (b"<IESTM2714><SpectralDistribution/></IESTM2714>", "there is no SpectralData"),
+    "no transmittance": lenses(lens("S", "400:1").replace("m:Transmittance", "m:T")),
+    "one point": lenses(lens("R", "400:1")),
+    "no points": b"<IESTM2714><SpectralDistribution/></IESTM2714>",
 }
 
 
@@ -366,10 +337,9 @@ def test_large_xml_and_halves_of_characters_are_refused() -> None:
     assert refusal(b"<R>+2AA-</R>", encoding="utf-7") == "f: damaged XML: half a character"
 
 
-@pytest.mark.parametrize("case", XML)
-def test_xml_that_is_refused(case: str) -> None:
-    content, reason = XML[case]
-    assert reason in refusal(content)
+@pytest.mark.parametrize(("case", "reason"), rows("xml-refused.jsonl"))
+def test_xml_that_is_refused(case: str, reason: str) -> None:
+    assert refusal(XML[case]) == f"f: {reason}"
 
 
 @pytest.mark.parametrize(("quantity", "comment", "kind", "unit", "notes"), rows("tm27.jsonl"))
@@ -430,57 +400,42 @@ FLOAT, OLD_FLOAT, OLD_MULTIPLE, MULTIPLE, LISTED = (
 )
 U32 = struct.Struct("<I").pack
 SPC = {
-    "header only": (sample("spc-old-even-nm.spc")[:224], "the points need 378 bytes, and 224 are"),
-    "no header": (sample("spc-old-even-nm.spc")[:223], "line 1: the bytes are not utf-16-le"),
-    "truncated": (sample("spc-truncated.spc"), "need 666 bytes, and 600 are there"),
-    "huge count": (sample("spc-huge-count.spc"), "and 917 are there"),
-    "one point": (patched(FLOAT, points=U32(1)), "1 points are announced"),
-    "many subfiles": (patched(MULTIPLE, subfiles=U32(2**31)), "the 2147483648 subfiles need"),
-    "subfiles of one": (patched(FLOAT, subfiles=U32(2)), "2 subfiles in a file of one"),
-    "first x": (patched(FLOAT, first=struct.pack("<d", np.nan)), "point 1: x is nan"),
-    "large exponent": (patched(OLD_FLOAT, at_2=b"\xff\x7f"), "not a number"),
-    "old floats": (patched(OLD_FLOAT, at_2=b"\x80\x00"), "whose order is not known"),
-    "half a point": (patched(OLD_FLOAT, at_4=struct.pack("<f", 6.5)), "6.5 points"),
-    "directory in the header": (patched(LISTED, points=U32(100)), "byte 100 lies in the header"),
-    "directory behind": (patched(LISTED, points=U32(740)), "the directory need 764 bytes"),
-    "subfile in the header": (patched(LISTED, at_728=U32(8)), "subfile 1 at byte 8 lies in the"),
-    "points of its own": (patched(LISTED, at_528=U32(2**30)), "points of subfile 1 need"),
-    "no stored x": (patched(LISTED, flags=b"\x44"), "the flags contradict each other"),
-    "signalling NaN": (patched(FLOAT, at_544=U32(0x7F800001)), "point 1: y is nan, not a number"),
-    "infinite range": (
-        patched(FLOAT, first=struct.pack("<dd", -1.7e308, 1.7e308)),
-        "point 1: x is nan",
-    ),
-    "Raman": (patched(FLOAT, at_28=b"\x0d"), "x is 'Raman shift (cm-1)'"),
-    "time": (patched(FLOAT, at_28=b"\x04"), "x is 's', not a wavelength"),
-    "Raman by technique": (patched(FLOAT, at_2=b"\x0b", at_28=b"\1"), "x is 'Raman shift (cm-1)'"),
-    "x code": (patched(FLOAT, at_28=b"\x0f"), "x is 'unit code 15', not a wavelength"),
+    "header only": sample("spc-old-even-nm.spc")[:224],
+    "no header": sample("spc-old-even-nm.spc")[:223],
+    "truncated": sample("spc-truncated.spc"),
+    "huge count": sample("spc-huge-count.spc"),
+    "one point": patched(FLOAT, points=U32(1)),
+    "many subfiles": patched(MULTIPLE, subfiles=U32(2**31)),
+    "subfiles of one": patched(FLOAT, subfiles=U32(2)),
+    "first x": patched(FLOAT, first=struct.pack("<d", np.nan)),
+    "large exponent": patched(OLD_FLOAT, at_2=b"\xff\x7f"),
+    "old floats": patched(OLD_FLOAT, at_2=b"\x80\x00"),
+    "half a point": patched(OLD_FLOAT, at_4=struct.pack("<f", 6.5)),
+    "directory in the header": patched(LISTED, points=U32(100)),
+    "directory behind": patched(LISTED, points=U32(740)),
+    "subfile in the header": patched(LISTED, at_728=U32(8)),
+    "points of its own": patched(LISTED, at_528=U32(2**30)),
+    "no stored x": patched(LISTED, flags=b"\x44"),
+    "signalling NaN": patched(FLOAT, at_544=U32(0x7F800001)),
+    "infinite range": patched(FLOAT, first=struct.pack("<dd", -1.7e308, 1.7e308)),
+    "Raman": patched(FLOAT, at_28=b"\x0d"),
+    "time": patched(FLOAT, at_28=b"\x04"),
+    "Raman by technique": patched(FLOAT, at_2=b"\x0b", at_28=b"\1"),
+    "x code": patched(FLOAT, at_28=b"\x0f"),
+    **{f"old flags {flags!r}": patched(OLD_FLOAT, flags=flags) for flags in (b"\x40", b"\x80")},
+    "old floats, negative": patched(OLD_FLOAT, at_2=b"\x80\xff"),
     **{
-        f"old flags {flags!r}": (patched(OLD_FLOAT, flags=flags), "the flags say that x is stored")
-        for flags in (b"\x40", b"\x80")
+        f"{points} points": patched(OLD_FLOAT, at_4=struct.pack("<f", points))
+        for points in (0, 1, 2.0**24, 2.0**24 - 1)
     },
-    "old floats, negative": (patched(OLD_FLOAT, at_2=b"\x80\xff"), "whose order is not known"),
-    **{
-        f"{points} points": (patched(OLD_FLOAT, at_4=struct.pack("<f", points)), reason)
-        for points, reason in {
-            0: "0 points are announced; it must be a whole number below 2^24",
-            1: "1 points are announced, at least 2",
-            2.0**24: "1.67772e+07 points are announced",
-            2.0**24 - 1: f"need {256 + 2 * (2**24 - 1)} bytes, and 500 are there",
-        }.items()
-    },
-    "own point": (patched(LISTED, at_528=U32(1)), "subfile 1: 1 points are announced, at least 2"),
-    "whole numbers": (
-        patched(MULTIPLE, exponent=b"\x80", at_513=b"\5"),
-        "subfile 1 has whole numbers in a file of floating-point ones",
-    ),
+    "own point": patched(LISTED, at_528=U32(1)),
+    "whole numbers": patched(MULTIPLE, exponent=b"\x80", at_513=b"\5"),
 }
 
 
-@pytest.mark.parametrize("case", SPC)
-def test_spc_that_is_refused(case: str) -> None:
-    content, reason = SPC[case]
-    assert reason in refusal(content)
+@pytest.mark.parametrize(("case", "reason"), rows("spc-refused.jsonl"))
+def test_spc_that_is_refused(case: str, reason: str) -> None:
+    assert refusal(SPC[case]) == f"f: {reason}"
 
 
 LOG = {"SOURCE": "synthetic", "SLIT": "2.0 nm"}
