@@ -71,8 +71,12 @@ double photon_flux(const Scan& scan, double wl_from, double wl_to) {
 double centroid_wavelength(const Scan& scan, double wl_from, double wl_to) {
     check_band(scan, wl_from, wl_to, "centroid_wavelength");
     const double total = scan(wl_from, wl_to);
+    const double moment = first_moment(scan, wl_from, wl_to);
+    if (!std::isfinite(total) || !std::isfinite(moment)) {
+        throw refusal("centroid_wavelength", "the values are too large to be summed");
+    }
     if (!(total > 0.0)) throw refusal("centroid_wavelength", "the integral is not above 0");
-    return first_moment(scan, wl_from, wl_to) / total;
+    return moment / total;
 }
 
 double centroid_wavelength(const Scan& scan) {

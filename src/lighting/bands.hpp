@@ -24,7 +24,8 @@ namespace vekanalysis::lighting {
 
 /// Centroid wavelength (nm): integral of S wl over that of S. Source: CIE 127:2007.
 ///
-/// @throws std::invalid_argument  "lighting::centroid_wavelength: the integral is not above 0", too
+/// @throws std::invalid_argument  "lighting::centroid_wavelength: the integral is not above 0" or
+///     "...: the values are too large to be summed", too
 [[nodiscard]] double centroid_wavelength(const Scan& scan, double wl_from, double wl_to);
 /// The same over all data.
 [[nodiscard]] double centroid_wavelength(const Scan& scan);

@@ -24,6 +24,9 @@ constexpr double needed_to = 700.0;
 // A shift that an observer would see side by side; far above what noise of 1 % does.
 constexpr double max_uv_shift = 0.001;
 constexpr double max_amount_shift = 0.01;
+// Between them neither sums with other weights nor their reciprocals leave the range of doubles.
+constexpr double smallest_sum = 1e-290;
+constexpr double largest_sum = 1e300;
 
 internal::ColourMatching make_functions(const Observer& observer) {
     internal::ColourMatching result{};
@@ -110,6 +113,8 @@ void require(internal::Obstacle obstacle) {
             throw std::invalid_argument("lighting: no light between 380 and 780 nm");
         case internal::Obstacle::TOO_LARGE:
             throw std::invalid_argument("lighting: the values are too large to be summed");
+        case internal::Obstacle::TOO_SMALL:
+            throw std::invalid_argument("lighting: the values are too small to be summed");
         case internal::Obstacle::NOISY:
             throw std::invalid_argument(
                 "lighting: what is below zero is more than a third of what is above");
@@ -251,7 +256,9 @@ bool is_amount_shifted(double shift) noexcept {
 Obstacle judge(std::span<const double> values, const VisibleSums& sums) noexcept {
     const colorimetry::CIEXYZ& xyz = sums.xyz;
     if (!(xyz.Y > 0.0)) return Obstacle::DARK;
-    if (!std::isfinite(xyz.X + 15.0 * xyz.Y + 3.0 * xyz.Z)) return Obstacle::TOO_LARGE;
+    const double sum_of_all = xyz.X + 15.0 * xyz.Y + 3.0 * xyz.Z;
+    if (!(sum_of_all < largest_sum)) return Obstacle::TOO_LARGE;
+    if (sum_of_all < smallest_sum) return Obstacle::TOO_SMALL;
     // Few spectra have a value below zero, and only those are summed again.
     if (!(sums.lowest < 0.0)) return Obstacle::NONE;
     const auto sum_of = [values](const auto& term) {

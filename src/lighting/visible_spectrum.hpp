@@ -73,7 +73,7 @@ struct ColourMatching {
 [[nodiscard]] const ColourMatching& colour_matching(int observer, int step);
 
 /// Why a spectrum has no light quantities.
-enum class Obstacle { NONE, DARK, TOO_LARGE, NOISY };
+enum class Obstacle { NONE, DARK, TOO_LARGE, TOO_SMALL, NOISY };
 
 /// What the points of a spectrum between 380 and 780 nm add to its tristimulus values by the
 /// trapezoidal rule.

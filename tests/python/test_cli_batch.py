@@ -76,6 +76,8 @@ def test_bad_files_have_their_reason_in_their_row(run: Runner, tmp_path: Path) -
     for name in ("a.csv", "b/notes", "b/c/d.vek"):
         (lenses / name).write_text("400 1\n410 x\n")
     write_vek(lenses / "b/y.vek", [("A", flat(51.0)), ("B", flat(51.0))])
+    if os.name == "posix":  # Without end, if links to directories counted.
+        (lenses / "b/again").symlink_to(lenses, target_is_directory=True)
     table = lenses / "table.csv"
     for _ in range(2):  # The second time the table is there, and is no input.
         result = run("report", "--csv", table, lenses, lenses / "none")
@@ -112,6 +114,22 @@ def test_a_process_that_dies_costs_what_kills_it_again(tmp_path: Path) -> None:
     assert [result for result in results if not isinstance(result, Lost)] == [
         2 * number for number in range(100) if number not in deadly
     ]
+
+
+def _told(numbers: Sequence[int], folder: Path) -> list[int]:
+    for number in numbers:
+        (folder / str(number)).touch()
+    return [*numbers]
+
+
+def test_processes_are_not_far_ahead_of_what_is_taken(tmp_path: Path) -> None:
+    results = map_in_order(partial(_told, folder=tmp_path), range(1000), 1)
+    assert next(results) == 0
+    done = -1
+    while done != (done := len([*tmp_path.iterdir()])):
+        time.sleep(0.3)
+    results.close()
+    assert 0 < done <= 4 * 32
 
 
 def test_processes_that_cannot_start_end_the_batch(monkeypatch: pytest.MonkeyPatch) -> None:

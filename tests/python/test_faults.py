@@ -249,6 +249,27 @@ def test_only_regular_files_are_read(
     assert not Path("a.html").exists()
 
 
+def test_reading_opens_the_file_and_does_nothing_else() -> None:
+    program = """
+import sys, vekanalysis as vek
+def read():
+    for path in sys.argv[1:]:
+        try:
+            vek.read(path)
+        except vek.Refusal:
+            pass
+read()  # What is imported is opened then.
+found = []
+watched = "open", "compile", "exec", "os.", "shutil.", "socket.", "subprocess.", "ctypes."
+sys.addaudithook(lambda event, _: event.startswith(watched) and found.append((event, *_[:1])))
+read()
+assert found == [("open", path) for path in sys.argv[1:]], found
+"""
+    files = [*(ROOT / "tests/data/labfiles").glob("[!.]*.*"), GREY, VEK]
+    assert len(files) > 20
+    subprocess.run([sys.executable, "-c", program, *files], check=True)
+
+
 def test_a_batch_passes_what_is_no_regular_file(
     run: Runner, tmp_path: Path, patience: None
 ) -> None:
@@ -287,7 +308,7 @@ def test_names_do_not_control_the_terminal(
         assert json.loads(shown) == json.loads(elsewhere)
 
 
-@pytest.mark.parametrize("name", ["=1+1", "+A1", "-A1", "@A1", "-cmd|' /C calc'!A0"])
+@pytest.mark.parametrize("name", ["=1+1", "+A1", "-A1", "@A1", "\t=1+1", "-cmd|' /C calc'!A0"])
 def test_spreadsheets_get_names_as_text(name: str, run: Runner, tmp_path: Path) -> None:
     path = write_vek(tmp_path / "a.vek", [(name, flat(0.5)), ("B", flat(-0.25))])
     long = [*csv.reader(run("csv", "--long", path).out.splitlines())]
@@ -298,7 +319,7 @@ def test_spreadsheets_get_names_as_text(name: str, run: Runner, tmp_path: Path) 
     assert {row[0] for row in long[1:]} == {f"'{name}", "B"}
     assert wide[0][1:] == [f"'{name}", "B"]
     assert [row["data_set"] for row in table] == [f"'{name}", "B"]
-    assert written[1].startswith(f"'{name}")
+    assert written[1].startswith(f"'{name.strip()}")
     assert wide[1][2] == long[-1][2] == "-0.25"
 
 

@@ -588,7 +588,7 @@ def test_reading_is_linear_in_the_size_of_hostile_files() -> None:
         b"<R " + b"a" * 1_000_000,
     ]
     for content in long_lines:
-        start = time.perf_counter()
+        start = time.process_time()
         with contextlib.suppress(ValueError):
             read_content(content, "f")
-        assert time.perf_counter() - start < 5.0
+        assert time.process_time() - start < 5.0

@@ -193,6 +193,7 @@ def lines(wl: float) -> float:
 NAN, SHORT = math.nan, [float(wl) for wl in range(405, 700)]
 COARSE = [380.0, *range(400, 701, 30), 780.0]
 CCT, DOMINANT = correlated_colour_temperature, lighting.dominant_wavelength
+SUMMING = (CCT, colour_rendering, lighting.centroid_wavelength)
 # What is asked of which spectrum, and the answer.
 REFUSALS: list[tuple[Callable[[Scan], object], Scan, str]] = [
     (CCT, Scan(), "no points"),
@@ -201,7 +202,8 @@ REFUSALS: list[tuple[Callable[[Scan], object], Scan, str]] = [
     (CCT, of(lambda wl: 9.0 if wl == 555 else -0.01), "below zero over"),
     (CCT, of(lambda wl: 0.1 + math.sin(37 * wl)), "below zero is more than a third"),
     (CCT, of(lambda _: 1.0, COARSE), "points are 30 nm apart; at most 20 nm"),
-    (CCT, of(lambda _: 1e308), "too large to be summed"),
+    *((each, of(lambda _: 1e306), "too large to be summed") for each in SUMMING),
+    *((each, of(lambda _: 1e-310), "too small to be summed") for each in SUMMING[:2]),
     (lighting.alpha_opic, of(lambda _: 1.0, SHORT), "covers 405 to 699 nm; at least 400 to 700 nm"),
     (CCT, source("gauss:520:10:E"), r"Duv is 0\.1\d+, beyond 0.05"),
     (CCT, of(lambda wl: math.exp(wl / 28)), "below 1000 K"),

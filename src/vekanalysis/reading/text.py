@@ -26,6 +26,7 @@ from .named_rows import without_names
 from .statements import Statement, state_unit
 from .titles import FACTOR_KEYS, Header, Titles, find_header, find_titles
 from .wavelengths import (
+    POWER_OF_TEN,
     TO_NM,
     Range,
     WavelengthUnit,
@@ -38,7 +39,7 @@ from .wavelengths import (
 
 type Duplicates = Literal["refuse", "first", "last", "mean"]
 # By which values are multiplied for a table.
-_POWER_OF_TEN = re.compile(r"0?[.,]0{0,9}1|10{1,9}|10\^-?[1-9]|1(?:[.,]0*)?[eE][-+]?0*[1-9]")
+_POWER_OF_TEN = re.compile(POWER_OF_TEN)
 _DUPLICATES: tuple[str, ...] = get_args(Duplicates.__value__)
 # Columns whose names an error lists.
 _NAMED = 8

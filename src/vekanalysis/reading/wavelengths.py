@@ -42,8 +42,8 @@ _STATED = {
 _KINDS = {unit: re.compile(pattern, re.IGNORECASE) for unit, pattern in _STATED.items()}
 
 POWER_OF_TEN = (
-    r"(?:0?[.,]0{0,6}1|10{1,6}|10 ?(?:\^|\*\*) ?[({]?[-−+]?[0-9]|10[⁻⁺]?[¹²³⁴⁵⁶⁷⁸⁹]|"  # noqa: RUF001
-    r"1[eE][-−+]?[0-9]{1,2})(?![0-9])"  # noqa: RUF001
+    r"(?:0?[.,]0{0,9}1|10{1,9}|10 ?(?:\^|\*\*) ?[({]?[-−+]?[1-9][0-9]?[)}]?|"  # noqa: RUF001
+    r"10[⁻⁺]?[¹²³⁴⁵⁶⁷⁸⁹]|1(?:[.,]0*)?[eE][-−+]?0*[1-9][0-9]?)(?![0-9])"  # noqa: RUF001
 )
 """What numbers are multiplied by for a table: ``10``, ``0.1``, ``10^-6``, ``1e-6``."""
 
