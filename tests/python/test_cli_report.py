@@ -286,16 +286,6 @@ def test_without_a_terminal_for_it_the_text_gets_plainer(command: list[str], col
     assert b"tau_SUVA solar" in done.stdout or b"lambda_peak peak" in done.stdout
 
 
-@pytest.mark.skipif(os.name != "posix", reason="pipes of POSIX systems")
-def test_a_closed_pipe_is_no_error_to_report() -> None:
-    read_end, write_end = os.pipe()
-    os.close(read_end)
-    command = [*MODULE, "references", "AM0_ASTM_E490"]
-    done = subprocess.run(command, stdout=write_end, stderr=subprocess.PIPE)
-    os.close(write_end)
-    assert (done.returncode, done.stderr) == (141, b"")
-
-
 @pytest.mark.skipif(not Path("/dev/full").exists(), reason="needs /dev/full")
 @pytest.mark.parametrize("output", [">/dev/full", ">&-"])
 def test_an_output_that_takes_nothing_is_reported(output: str) -> None:

@@ -1,10 +1,8 @@
 """The laboratories' formats: JCAMP-DX, SPC, lensmeter XML and TM-27, as they are read."""
 
-import contextlib
 import io
 import re
 import struct
-import time
 from pathlib import Path
 from typing import Any
 
@@ -303,6 +301,7 @@ XML = {
     "infinite": lenses(lens("R", "400:1e999 500:2")),
     "two units": lenses(lens("R", "400:1 500:2").replace(" % ", "1", 1)),
     "entities": lenses(lens("R", "400:1")).replace(b"<Oph", ENTITIES.encode() + b"<Oph", 1),
+    "long file": b"<R>".ljust(32_000_001),
     "depth": lenses(before="<a>" * 100_000),
     "long text": lenses(before="a" * 200_000),
     "elements": lenses(before="<a/>" * 600_000),

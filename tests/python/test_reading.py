@@ -1,9 +1,7 @@
 """The one door for files: what is stated of columns, what is done with it, and what is refused."""
 
-import contextlib
 import io
 import math
-import time
 from pathlib import Path
 from typing import Any
 
@@ -192,34 +190,6 @@ def test_pairs_that_are_no_spectra(content: str, points: Any, told: Any) -> None
         read_pairs(content.encode(), "f")
     needed = "expected two numbers a line, with decimal points, without a header"
     assert str(caught.value) == told.format(needed)
-
-
-# Each of them took a time that grew with the square of its length, or failed with a traceback.
-LONG = {
-    "two long numbers": "1" * 40_000 + " " + "1" * 40_000 + "x\n",
-    "brackets": "nm;" + "[" * 40_000 + "\n400;1\n410;2\n",
-    "open brackets": "nm  " + "( " * 20_000 + "\n400 1\n410 2\n",
-    "blanks": "cm" + " " * 40_000 + "x;T\n400;1\n410;2\n",
-    "equal titles": f"nm{';T' * 8_000}\n400{';1' * 8_000}\n410{';1' * 8_000}\n",
-    "pairs of columns": f"nm;T{';nm;T' * 3_000}\n400;1{';400;1' * 3_000}\n",
-    "empty cells": f"nm;T{';' * 40_000}\n400;1{';' * 40_000}\n410;2{';' * 40_000}\n",
-    "a quoted cell": f'"{"x" * 200_000}";T\n400;1\n410;2\n',
-    "quotes": '"' * 100_000 + ";T\n400;1\n410;2\n",
-    "blanks behind quotes": ";".join(['"1"'] * 20_000) + " " * 20_000 + "\n",
-    "facts": "a:" * 50_000 + "\n400;1\n410;2\n",
-    "shapes": "".join(f"{'x' * (i % 300)} {chr(97 + i % 26)}\n" for i in range(20_000)) + "400;1\n",
-    "data sets": Contents(data_sets=[DataSet("A", [(400, 1)])] * 10_000).file(),
-}
-
-
-@pytest.mark.parametrize("text", LONG.values(), ids=LONG)
-def test_time_is_in_proportion_to_the_input(text: str | bytes) -> None:
-    started = time.process_time()
-    for reader in (vek.read, vek.read_table):
-        with contextlib.suppress(vek.Refusal):
-            reader(io.BytesIO(text.encode() if isinstance(text, str) else text))
-    # What took 20 s and more takes 1 s on a slow machine.
-    assert time.process_time() - started < 8.0
 
 
 @pytest.mark.parametrize("first", [math.nan, 0.8])

@@ -22,7 +22,7 @@ from vekwriter import Contents, DataSet
 
 from vekanalysis import Refusal, reports
 from vekanalysis.certificates import Limits, Settings
-from vekanalysis.reading import read
+from vekanalysis.reading import read, read_table
 from vekanalysis.uncertainty import Budget
 
 PACKAGE = ROOT / "src" / "vekanalysis"
@@ -173,6 +173,17 @@ FILES: dict[str, tuple[int, Callable[[int], str | bytes]]] = {
     "data sets of long names": (20, lambda n: _vek(20, name="A" * n * 20)),
     "points of a data set": (5_000, lambda n: _vek(1, n)),
     "long comment": (3_000, lambda n: _vek(1, scan_summary="a\n" * n)),
+    "square brackets": (10_000, lambda n: _table("nm;" + "[" * n)),
+    "brackets between blanks": (5_000, lambda n: _table("nm  " + "( " * n)),
+    "cm and blanks first": (10_000, lambda n: _table("cm" + " " * n + "x;T")),
+    "pairs of columns": (500, lambda n: f"nm;T{';nm;T' * n}\n400;1{';400;1' * n}\n"),
+    "blanks behind quotes": (5_000, lambda n: ";".join(['"1"'] * n) + " " * n + "\n"),
+    "shapes": (3_000, lambda n: _table(*[f"{'x' * (i % 300)} {'abc'[i % 3]}" for i in range(n)])),
+    "JCAMP-DX packed numbers": (20_000, lambda n: _packed("400 " + "1 " * n)),
+    "JCAMP-DX brackets and comments": (20_000, lambda n: _packed("400 1 2 " + "<$$" * n)),
+    "JCAMP-DX comments in a title": (20_000, lambda n: "##TITLE= " + "$$<" * n),
+    "XML comments": (20_000, lambda n: "<!---->" * n + "<R/>"),
+    "XML long tag": (50_000, lambda n: "<R " + "a" * n),
     "gaps in each column": (500, lambda n: _columns(n, ["0.5", "", "0.5"])),
     "facts for each column": (
         200,
@@ -293,7 +304,9 @@ def _outcome(call: Callable[[], object]) -> None:
 @pytest.mark.parametrize("name", FILES)
 def test_reading_follows_the_size(name: str, tmp_path: Path) -> None:
     size, make = FILES[name]
-    _check(lambda path: _outcome(lambda: read(path, duplicates="last")), size, make, tmp_path)
+    for reader in (read, read_table):
+        call = partial(reader, duplicates="last")
+        _check(lambda path, call=call: _outcome(lambda: call(path)), size, make, tmp_path)
 
 
 @pytest.mark.parametrize("name", DOCUMENTS)
