@@ -523,8 +523,7 @@ def stated_by(content: bytes) -> str | list[str | None]:
         (spectrum,) = read_content(content, "f")
     except Refusal as refused:
         return refused.reason
-    technique = spectrum.metadata["technique"]
-    return [spectrum.kind, spectrum.unit, technique, *spectrum.notes[:1]]
+    return [spectrum.kind, spectrum.unit, spectrum.metadata["technique"], *spectrum.notes[:1]]
 
 
 @pytest.mark.parametrize(("place", "code", "expected"), rows("spc-codes.jsonl"))

@@ -48,10 +48,11 @@ def test_files_are_read_as_they_state(
 ) -> None:
     spectra = read(text, **options)
     assert [[s.label, s.kind, s.unit, s.scan.values()] for s in spectra] == expected
+    assert all(s.source.column == (s.label if len(spectra) > 1 else None) for s in spectra)
     assert all(380.0 <= s.scan.min_wavelength() <= 999.5 for s in spectra)
     assert [s.scan for s in vek.read(io.StringIO(text), **options)] == [s.scan for s in spectra]
-    told = dict.fromkeys(note for spectrum in spectra for note in spectrum.notes)
-    assert (spectra[0].metadata, [*told]) == (metadata, notes)
+    told = [*dict.fromkeys(note for s in spectra for note in s.notes)]
+    assert (spectra[0].metadata, told) == (metadata, notes)
 
 
 @pytest.mark.parametrize(("text", "options", "points", "notes"), rows("told.jsonl"))
