@@ -11,7 +11,7 @@ from vekwriter import Contents, DataSet
 
 import vekanalysis as vek
 from vekanalysis.errors import for_command_line
-from vekanalysis.reading import read_pairs
+from vekanalysis.reading import read_pairs, stem
 
 
 def read(text: str | bytes, **options: Any) -> list[vek.Spectrum]:
@@ -102,8 +102,8 @@ def test_what_a_file_is_does_not_depend_on_its_name(tmp_path: Path) -> None:
     assert first.scan.to_lists() == ([400, 410], [0.5, 0.6])
     assert first.notes == ("data set 'A': transmittance in %, divided by 100",)
     assert first.metadata["date"] == "2026-05-04 10:00"
-    assert first.source.data_set == "A"
-    assert len(first.source.sha256 or "") == 64
+    assert (first.source.data_set, len(first.source.sha256 or "")) == ("A", 64)
+    assert [*map(stem, ("a/b.7.CSV", "b.7", ".csv", "a\\c.x"))] == ["b.7", "b.7", ".csv", "c.x"]
     assert vek.read(path, data_sets=["A (2)"]) == [second]
     path.write_bytes("Wellenlänge in nm;T\n400;0,5\n410;0,6\n".encode("utf-16"))
     assert vek.read(path)[0].scan.to_lists() == first.scan.to_lists()
