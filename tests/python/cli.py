@@ -18,9 +18,9 @@ GREY = str(ROOT / "examples/grey-glass-4mm.csv")
 BRONZE = str(ROOT / "examples/bronze-glass-4mm.csv")
 
 
-def rows(name: str) -> list[Any]:
-    """The cases of a file in tests/data/reading, a JSON list a line."""
-    text = (ROOT / "tests/data/reading" / name).read_text("utf-8")
+def rows(name: str, folder: str = "reading") -> list[Any]:
+    """The cases of a file in a folder of tests/data, a JSON list a line."""
+    text = (ROOT / "tests/data" / folder / name).read_text("utf-8")
     return [json.loads(line) for line in text.splitlines()]
 
 
