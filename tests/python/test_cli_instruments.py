@@ -8,7 +8,7 @@ from pathlib import Path
 from typing import Any
 
 import pytest
-from cli import GREY, ROOT, Points, Runner, flat, write_csv, write_vek
+from cli import GREY, ROOT, Points, Runner, flat, rows, write_csv, write_vek
 
 import vekanalysis as vek
 from vekanalysis.reports._calibration import _shown
@@ -184,19 +184,7 @@ def test_a_fit_of_as_many_points_as_parameters_says_so() -> None:
     assert (told in still.notes) == (still.after["a"] == still.before["a"])
 
 
-@pytest.mark.parametrize(
-    ("residual", "rms", "shown"),
-    [
-        (1.23456, 1e6, "1.23e+00"),
-        (1.23456, 999_999.0, "1"),
-        (123.456, 123.0, "123"),
-        (1.23456, 0.5, "1.235"),
-        (0.0123456, 0.01, "0.0123"),
-        (1.23456e-6, 1e-6, "0.00000123"),
-        (1.2345e-7, 9e-7, "1.23e-07"),
-        (0.0, 0.0, "0.00e+00"),
-    ],
-)
+@pytest.mark.parametrize(("residual", "rms", "shown"), rows("residuals.jsonl", "commands"))
 def test_residuals_have_the_digits_of_their_rms(residual: float, rms: float, shown: str) -> None:
     assert _shown(residual, rms) == shown
 

@@ -14,7 +14,7 @@ import threading
 from pathlib import Path
 
 import pytest
-from cli import GREY, ROOT, Runner
+from cli import GREY, ROOT, Runner, rows
 
 import vekanalysis.__main__ as entry
 from vekanalysis.__main__ import main
@@ -55,19 +55,7 @@ def test_help_fits_a_screen_and_its_examples_work(
 
 
 @pytest.mark.skipif(BASH is None, reason="needs bash")
-@pytest.mark.parametrize(
-    ("typed", "offered"),
-    [
-        (["re"], ["references", "report"]),
-        (["report", "--pl"], ["--plot"]),
-        (["report", "--reference", "cie_i"], ["a", "c", "d65"]),
-        (["references", "cie_i"], ["a", "c", "d65"]),
-        (["report", "--jobs", ""], []),
-        (["light", "--kind", "r"], ["radiance", "reflectance", "responsivity"]),
-        (["info", "--decimal", ""], [",", "."]),
-        (["completion", "z"], ["zsh"]),
-    ],
-)
+@pytest.mark.parametrize(("typed", "offered"), rows("completed.jsonl", "commands"))
 def test_bash_completes_what_is_typed(run: Runner, typed: list[str], offered: list[str]) -> None:
     script = run("completion", "bash").out + 'COMP_WORDS=("$@"); COMP_CWORD=$(($# - 1))\n'
     script += "compopt() { :; }; _vekanalysis; printf '%s\\n' \"${COMPREPLY[@]}\""
@@ -264,59 +252,11 @@ def test_the_handler_of_signals_is_put_back(monkeypatch: pytest.MonkeyPatch) -> 
     assert (main([]), signal.getsignal(signal.SIGTERM)) == (143, before)
 
 
-BASH_OF_SOME = """\
-# Completion of p in bash: eval "$(p completion bash)"
-_p() {
-    local current=${COMP_WORDS[COMP_CWORD]} words=
-    case $COMP_CWORD,${COMP_WORDS[1]},${COMP_WORDS[COMP_CWORD - 1]} in
-    1,*) words='json completion calibrate -h --help --version' ;;
-    *,json,--indent) compopt +o bashdefault +o default ;;
-    *,calibrate,--free) compopt +o bashdefault +o default ;;
-    *,calibrate,--try-phases) compopt +o bashdefault +o default ;;
-"""
-ZSH_OF_SOME = """\
-#compdef a/p
-# Completion of a/p in zsh, after compinit: eval "$(a/p completion zsh)"
-_p() {
-    local state line
-    if ((CURRENT == 2)); then
-        _alternative 'commands:command:((json\\:"a measurement file as JSON" \
-completion\\:"completion with the Tab key"))' 'options:option:(-h --help --version)'
-        return
-    fi
-    local command=$words[2]
-    shift words
-    ((CURRENT--))
-    case $command in
-    json) _arguments '--help[]' '*:FILE:_files' '--indent[blanks a level; 0 line ends only, \
--1 one line (default\\: 2)]:N: ' '--ascii[write characters beyond ASCII as \\u sequences]' ;;
-    completion) _arguments '--help[]' '*:shell:(bash zsh)' ;;
-    esac
-}
-compdef _p -p '*/p'
-"""
-
-
 def test_the_scripts_of_completion() -> None:
     some = make_parser("p", ["json", "completion", "calibrate"])
-    assert completion._bash("p", "_p", some).startswith(BASH_OF_SOME)
-    end = completion._bash("p", "_p", some).partition("*) case ${COMP_WORDS[1]},$current in\n")[2]
-    assert (
-        end
-        == """\
-        json,-*) words='-h --help --indent --ascii' ;;
-        completion,-*) words='-h --help' ;;
-        completion,*) words='bash zsh' ;;
-        calibrate,-*) words='-h --help --start --free --try-phases --json --plot' ;;
-        esac ;;
-    esac
-    # Where there are no words, the names of files come.
-    mapfile -t COMPREPLY < <(compgen -W "$words" -- "$current")
-}
-complete -o bashdefault -o default -F _p p
-"""
-    )
-    assert completion._zsh("a/p", "_p", make_parser("a/p", ["json", "completion"])) == ZSH_OF_SOME
+    bash, zsh = ((ROOT / f"tests/data/commands/{name}.txt").read_text() for name in ("bash", "zsh"))
+    assert completion._bash("p", "_p", some) == bash
+    assert completion._zsh("a/p", "_p", make_parser("a/p", ["json", "completion"])) == zsh
     assert completion._zsh("p", "_p", make_parser("p", ["json"])).endswith("\ncompdef _p p\n")
     repeated = completion._zsh("p", "_p", make_parser("p", ["csv"]))
     assert re.search(r" '\*--data-set\[[^]]+\]:NAME: ' '--wide\[[^]]+\]' ", repeated)
