@@ -6,7 +6,7 @@ from collections.abc import Mapping
 from pathlib import Path
 
 import pytest
-from cli import Runner, flat, write_csv, write_vek
+from cli import Runner, flat, rows, write_csv, write_vek
 
 import vekanalysis as vek
 from vekanalysis.certificates import Certificate, Settings
@@ -21,45 +21,13 @@ def note(english: str) -> str | None:
     return Notes(catalogue("de"), lambda text: text.replace(".", ","))(english)
 
 
-@pytest.mark.parametrize(
-    ("english", "german"),
-    [
-        (
-            "brought to 380-780.5 nm, step 0.5 nm: 802 points, 401 of them interpolated",
-            "auf 380\N{EN DASH}780,5 nm in Schritten von 0,5 nm gebracht: 802 Punkte, "
-            "401 davon interpoliert",
-        ),
-        (
-            "column 2 'a: b, in % {n} (%T)': in %, kind not stated, divided by 100",
-            "Spalte 2 'a: b, in % {n} (%T)': in %, Art nicht angegeben, durch 100 geteilt",
-        ),
-        ("column 1: another quantity", "Spalte 1: eine andere Größe"),
-        (
-            "data set 'x': transmittance, unit not stated",
-            "Datensatz 'x': Transmissionsgrad, Einheit nicht angegeben",
-        ),
-        (
-            "converted from absorbance in OD to transmittance in 1",
-            "umgerechnet: spektrale optische Dichte in OD zu Transmissionsgrad in 1",
-        ),
-        ("mean of 2 scans: {n}\n.csv", "Mittel aus 2 Messungen: {n}\n.csv"),
-        (
-            "skipped, since there are no numbers: line 3, 5",
-            "übergangen, weil dort keine Zahlen stehen: Zeile 3, 5",
-        ),
-        (
-            "points are up to 42.5 nm apart (480-522.5 nm); what lies between was not measured",
-            "Messpunkte liegen bis zu 42,5 nm auseinander (480\N{EN DASH}522,5 nm); was dazwischen "
-            "liegt, ist nicht gemessen",
-        ),
-        (f"mean of 2 scans: {'x' * 19_983}", f"Mittel aus 2 Messungen: {'x' * 19_983}"),
-        (f"mean of 2 scans: {'x' * 19_984}", None),
-        ("left out: something", None),
-        ("column 1 'x': divided by 100, left out", None),
-        ("column 1: column 1: in %", None),
-        ("", None),
-    ],
-)
+LONG = [
+    (f"mean of 2 scans: {'x' * 19_983}", f"Mittel aus 2 Messungen: {'x' * 19_983}"),
+    (f"mean of 2 scans: {'x' * 19_984}", None),
+]
+
+
+@pytest.mark.parametrize(("english", "german"), [*rows("notes-de.jsonl", "certificates"), *LONG])
 def test_a_note_is_put_together_in_the_language(english: str, german: str | None) -> None:
     assert note(english) == german
 

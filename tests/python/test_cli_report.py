@@ -11,10 +11,9 @@ import sys
 from pathlib import Path
 
 import pytest
-from cli import GREY, Points, Runner, flat, write_csv, write_vek
+from cli import GREY, Points, Runner, flat, rows, write_csv, write_vek
 
 import vekanalysis as vek
-from vekanalysis.reading import EXTENSIONS
 
 TAKEN = "kind and unit are not stated; the values are taken for fractions"
 MODULE = [sys.executable, "-m", "vekanalysis"]
@@ -110,23 +109,12 @@ def test_what_cannot_be_computed_has_a_reason(
     assert value["problem"] in " ".join(run("report", path).out.split())
 
 
-@pytest.mark.parametrize(
-    ("content", "reason"),
-    [
-        (b"", "the file is empty"),
-        (b"400,1\n\n410;x\n420,1\n", "line 3: '410;x' is not a row of 2 numbers as line 1"),
-        (b"400 1\n390 1\n410 1\n", "line 3: wavelength 410 after 390, where they descend"),
-        (b"0.4 1\n0.7 1\n", "wavelengths from 0.4 to 0.7 look like um, not nm"),
-        (b"400 0.5\n410 -9999\n420 2\n", "-9999 at 410 nm is no transmittance between 0 and 1"),
-        (b"nm;E [W m-2 nm-1]\n400;0,5\n780;1\n", "irradiance, not a transmittance"),
-        (b"nm;R [%]\n400;50\n780;51\n", "reflectance, not a transmittance"),
-    ],
-)
+@pytest.mark.parametrize(("content", "reason"), rows("bad-text.jsonl", "reports"))
 def test_bad_text_is_refused_by_its_line(
-    run: Runner, tmp_path: Path, content: bytes, reason: str
+    run: Runner, tmp_path: Path, content: str, reason: str
 ) -> None:
     path = tmp_path / "lens.csv"
-    path.write_bytes(content)
+    path.write_text(content)
     assert run.refuse("report", path).startswith(f"{path}: {reason}")
 
 
@@ -142,15 +130,16 @@ def test_all_forms_of_pairs_are_read(run: Runner, tmp_path: Path, text: str) -> 
 
 def test_what_files_state_is_followed_and_told(run: Runner, tmp_path: Path) -> None:
     cells = [(wl, 50 + i, "-" if i == 3 else 25) for i, (wl, _) in enumerate(flat(0))]
-    rows = "".join(f"{wl:g};{grey};{bronze}\n" for wl, grey, bronze in cells)
-    text = f"Run 7\nWavelength;grey;bronze\nnm;%;%\n{rows}".replace(".", ",")
+    lines = "".join(f"{wl:g};{grey};{bronze}\n" for wl, grey, bronze in cells)
+    text = f"Run 7\nWavelength;grey;bronze\nnm;%;%\n{lines}".replace(".", ",")
     (tmp_path / "a.csv").write_bytes(text.encode("utf-16"))
     write_csv(tmp_path / "b.csv", flat(0.25))
     (tmp_path / "c.csv").write_text("nm;OD\n" + "".join(f"{wl};1\n" for wl, _ in flat(0)))
     unit = ("Transmittance / %", "3 1")
     write_vek(tmp_path / "d.vek", [("A", flat(25.0))], type_and_units=unit)
-    rows = csv.DictReader(run("report", "--csv", "-", tmp_path).out.splitlines())
-    found = [(row["data_set"], row["points"], row["notes"], row["ISO8980_3_tau_v"]) for row in rows]
+    names = ("data_set", "points", "notes", "ISO8980_3_tau_v")
+    table = csv.DictReader(run("report", "--csv", "-", tmp_path).out.splitlines())
+    found = [tuple(row[name] for name in names) for row in table]
     assert [(name, points) for name, points, *_ in found] == [
         *[("grey", "101"), ("bronze", "100"), ("", "101"), ("", "101"), ("A", "101")]
     ]
@@ -198,59 +187,10 @@ def test_options_reach_what_reading_can(run: Runner, tmp_path: Path, text: str) 
     assert tau in (None, 0.5, 0.05)
 
 
-NO_TAU = "at 780 nm is no transmittance between 0 and 1"
-FEW = "Cannot initialize a spline, too few points"
-ENDINGS = ", ".join(EXTENSIONS)
-GONE = "No such file or directory"
-NOT_LOST = "is not overwritten; name another file"
-REFUSALS = f"""\
-report g.csv --no -> unrecognized arguments: --no; 'vekanalysis --help' explains
-report -> no spectrum: name a FILE or a --reference
-report none.csv -> none.csv: cannot be read: No such file or directory
-report a¶b.csv -> a?b.csv: cannot be read: No such file or directory
-report folder -> folder: is a directory; --csv OUT makes a table of its files
-light folder -> folder: is a directory; --csv OUT makes a table of its files
-peaks folder -> folder: cannot be read: Is a directory
-report pct.csv -> pct.csv: 51 {NO_TAU}; add --unit '%' if the values are per cent
-report frac.csv --percent -> frac.csv: column 1 'T [1]': stated is 1, asked for is %; leave \
---unit out, or choose other columns
-report frac.csv --kind counts -> frac.csv: column 1 'T [1]': stated is transmittance, asked for is \
-counts; leave --kind out, or choose other columns
-report inf.csv -> inf.csv: 1e+300 {NO_TAU}
-report --percent --reference cie_illuminant_a -> built-in cie_illuminant_a: not known to be a \
-transmittance; its unit is a.u.
-report --reference cie -> no built-in spectrum 'cie'; 'vekanalysis references' lists them
-report g.csv --data-set A -> --data-set chooses from measurement files and those of other \
-instruments, and none is named; --columns chooses from tables
-report two.vek --data-set A --data-set D -> two.vek: no data set 'D'; the data sets are: 'A', 'B'
-csv two.vek --data-set D -> two.vek: no data set 'D'; the data sets are: 'A', 'B'
-report --csv o.csv -> no files: name a FILE or a directory
-report --csv o.csv folder -> folder: no {ENDINGS} files in this directory or below
-report --csv o.csv --pattern *.x folder -> folder: no *.x files in this directory or below
-report --csv o.csv none.csv no.csv -> none.csv: cannot be read: {GONE}; no table is written
-report --csv g.csv g.csv -> g.csv: is to be read, so it cannot be written
-report --csv g.csv uv.csv -> g.csv: is no table of an earlier report, and {NOT_LOST}
-report --csv no/o.csv g.csv -> no/o.csv: cannot be written: No such file or directory
-report void.vek -> void.vek: there are no data sets in it
-csv void.vek -> void.vek: there are no data sets in it
-report blank.vek -> blank.vek: data set 'A': it has no points
-report time.vek -> time.vek: data set 'A': its x axis is 'Time / s', not a wavelength in nm
-light g.csv --white d50 -> d50: cannot be read: No such file or directory
-light g.csv --white two.vek -> two.vek: a white is one spectrum; this file has 2
-light g.csv --white uv.csv -> uv.csv: not usable as a white: No data within 380-780 nm
-light g.csv --white few.csv -> few.csv: not usable as a white: Not computable: {FEW}
-light g.csv --plot no/g.png -> no/g.png: cannot be written: No such file or directory
-csv g.csv -> g.csv: not a measurement file (.vek)
-csv apart.vek --wide -> apart.vek: the data sets have no common range; the long form has all
-csv few.vek --wide -> few.vek: no values between the points ({FEW})
-"""
-
-
-@pytest.mark.parametrize("refusal", REFUSALS.splitlines())
+@pytest.mark.parametrize(("command", "reason"), rows("refusals.jsonl", "reports"))
 def test_bad_usage_and_bad_input_are_told_in_one_line(
-    run: Runner, tmp_path: Path, monkeypatch: pytest.MonkeyPatch, refusal: str
+    run: Runner, tmp_path: Path, monkeypatch: pytest.MonkeyPatch, command: str, reason: str
 ) -> None:
-    command, reason = refusal.split(" -> ")
     if "--plot" in command:
         pytest.importorskip("matplotlib")
     monkeypatch.chdir(tmp_path)

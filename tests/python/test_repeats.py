@@ -9,7 +9,7 @@ import re
 from pathlib import Path
 
 import pytest
-from cli import Points, Runner, flat, write_csv, write_vek
+from cli import Points, Runner, flat, rows, write_csv, write_vek
 
 import vekanalysis as vek
 from vekanalysis.commands._groups import object_in
@@ -38,31 +38,7 @@ def three(folder: Path, name: str = "lens-07", values: tuple[float, ...] = (0.4,
         write_csv(folder / f"{name}_{number}.csv", flat(value))
 
 
-@pytest.mark.parametrize(
-    ("pattern", "name", "expected"),
-    [
-        ("{object}_*", "lens-07_1.csv", "lens-07"),
-        ("{object}-*", "lens-07-1.csv", "lens-07"),
-        ("lens-{object}_?.csv", "lens-07_1.csv", "07"),
-        ("*/{object}/*", "data/07/scan 1.csv", "07"),
-        ("{object}.vek: *", "7.vek: scan 1", "7"),
-        ("*: {object} #?", "all.vek: Lens 7 #1", "Lens 7"),
-        ("{object}", "a", "a"),
-        ("*", "", ""),
-        ("lens*", "lens", ""),
-        ("lens?", "lens", None),
-        ("{object}_*", "_1.csv", None),
-        ("{object}_*", "lens.csv", None),
-        ("a{object}a", "aa", None),
-        # What means something elsewhere means itself here.
-        ("{object}[1].(csv|txt)", "x[1].(csv|txt)", "x"),
-        ("{object}.csv", "xacsv", None),
-        ("{object}\\d", "7\\d", "7"),
-        ("{object}_*", "a\n<b>_1", "a\n<b>"),
-        ("{object}_*", "\udcff_*", "\udcff"),
-        ("**{object}**", "abc", "abc"),
-    ],
-)
+@pytest.mark.parametrize(("pattern", "name", "expected"), rows("patterns.jsonl", "reports"))
 def test_a_pattern_finds_the_object(pattern: str, name: str, expected: str | None) -> None:
     assert object_in(name, pattern) == expected
 

@@ -10,7 +10,7 @@ from pathlib import Path
 from typing import Any
 
 import pytest
-from cli import GREY, ROOT, Runner, flat, write_csv
+from cli import GREY, ROOT, Runner, flat, rows, write_csv
 
 import vekanalysis as vek
 from vekanalysis import Scan, Spectrum, batch, reports
@@ -368,23 +368,7 @@ def test_what_came_of_draws_is_said() -> None:
         assert told.endswith(expected)
 
 
-@pytest.mark.parametrize(
-    ("value", "shown"),
-    [
-        (0.0, "0.0000"),
-        (9.99999, "10.0000"),
-        (10.0, "10.0000"),
-        (100.0, "100.000"),
-        (-123.45, "-123.450"),
-        (12345.678, "12345.7"),
-        (123456.7, "123457"),
-        (1234567.8, "1234568"),
-        (0.1, "0.1000"),
-        (0.0999, "0.0999"),
-        (0.012345678, "0.01235"),
-        (-0.0012345678, "-0.001235"),
-    ],
-)
+@pytest.mark.parametrize(("value", "shown"), rows("numbers.jsonl", "reports"))
 def test_numbers_have_four_decimals_or_six_digits(value: float, shown: str) -> None:
     assert _layout.number(value) == shown
 
