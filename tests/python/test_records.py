@@ -8,17 +8,21 @@ from collections.abc import Callable
 from typing import Any
 
 import pytest
+from cli import GREY, ROOT
 from vekwriter import Contents, DataSet
 
 from vekanalysis import (
     Interpolation,
     Observer,
     Scan,
+    certificates,
     chromaticity,
     colorimetry,
     fitting,
     interop,
     io,
+    read,
+    uncertainty,
     utils,
 )
 
@@ -165,3 +169,21 @@ def test_a_new_process_needs_nothing_but_the_pickle() -> None:
     code = "import pickle, sys; print(*pickle.loads(sys.stdin.buffer.read()))"
     done = subprocess.run([sys.executable, "-c", code], input=data, capture_output=True, check=True)
     assert done.stdout.decode() == "\n1, 3\n2, 4\n X:1 Y:2 Z:3 Interpolation.LINEAR\n"
+
+
+@pytest.mark.parametrize("travel", WAYS)
+def test_settings_budgets_and_results_arrive(travel: Callable[[Any], Any]) -> None:
+    settings = certificates.Settings.read(ROOT / "examples/lab.toml")
+    budget = uncertainty.Budget.read(ROOT / "examples/budget.toml")
+    (grey,) = read(GREY)
+    assert travel(settings) == settings
+    assert repr(travel(budget)) == repr(budget)
+    results = uncertainty.propagate(grey, budget)
+    compared = uncertainty.compare(grey, grey, budget)
+    for found in (results, compared, uncertainty.simulate(grey, budget, draws=2000, seed=1)):
+        arrived = travel(found)
+        assert dict(arrived) == dict(found)
+        with pytest.raises(TypeError, match="does not support item assignment"):
+            arrived["ISO8980_3_tau_v"] = 1.0
+    with pytest.raises(TypeError, match="mappingproxy"):
+        travel(results["ISO8980_3_tau_v"]).contributions["gain"] = 1.0

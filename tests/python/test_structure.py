@@ -39,7 +39,7 @@ PRIVATE_HEADERS = """
 # another what that one's __init__ has, and from the package's own __init__ nothing but modules.
 ROOMS = [
     ["_core"],
-    ["_files", "_nearest", "_optional", "_records"],
+    ["_files", "_nearest", "_optional", "_records", "_views"],
     ["errors"],
     ["_parsing"],
     ["_toml"],
@@ -56,7 +56,6 @@ ROOMS = [
     ["certificates"],
     ["interop"],
     ["notebook"],
-    ["_pickling"],
     ["commands", "__main__"],
     ["__init__"],
 ]

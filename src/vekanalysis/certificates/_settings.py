@@ -10,6 +10,7 @@ from typing import Any, Final, NamedTuple, Self
 from .._files import open_regular
 from .._nearest import nearest
 from .._toml import Place, TomlFile
+from .._views import HasViews
 from ..errors import Refusal
 from ..quantities import LENS, LENS_FULL, REPLACEABLE, OwnTable
 
@@ -56,7 +57,7 @@ class Field(NamedTuple):
 
 
 @dataclass(frozen=True, kw_only=True)
-class Settings:
+class Settings(HasViews):
     """The settings of a file; the defaults are those of a page without a laboratory.
 
     Attributes

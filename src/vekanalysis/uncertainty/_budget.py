@@ -13,6 +13,7 @@ from typing import Any, Final, Self
 from .._core import Scan
 from .._files import read_regular
 from .._toml import Place, TomlFile
+from .._views import HasViews
 from ..errors import Refusal
 from ..spectrum import Spectrum
 from ._component import KEYS, Component, InvalidComponent
@@ -24,7 +25,7 @@ _COMPONENT: Final = (*KEYS, *_OF_REPEATS)
 
 
 @dataclass(frozen=True, kw_only=True, eq=False)
-class Budget:
+class Budget(HasViews):
     """What is uncertain about a measurement: the components, independent of each other.
 
     Parameters
@@ -91,13 +92,6 @@ class Budget:
             seen.add(arguments["name"])
         object.__setattr__(self, "components", tuple(self.components))
         object.__setattr__(self, "of_repeats", tuple(map(dict, self.of_repeats)))
-
-    # For processes that share the work: a view of a mapping cannot travel.
-    def __getstate__(self) -> dict[str, Any]:
-        return self.__dict__ | {"files": dict(self.files)}
-
-    def __setstate__(self, state: Mapping[str, Any]) -> None:
-        self.__dict__.update(state, files=MappingProxyType(state["files"]))
 
     def with_repeats(self, repeats: Sequence[Spectrum | Scan]) -> Self:
         """The budget for the mean of these repeats, with the noise that they show.

@@ -4,13 +4,14 @@ import math
 from collections.abc import Callable, Iterator, Mapping, Sequence
 from functools import lru_cache
 from types import MappingProxyType
-from typing import Final, NamedTuple
+from typing import Any, Final, NamedTuple
 
 import numpy as np
 from numpy.typing import ArrayLike
 
 from .._core import uncertainty as kernels
 from .._nearest import nearest
+from .._views import HasViews, plain, restored
 from ._rounding import rounded
 from ._sizes import Floats
 
@@ -54,8 +55,15 @@ class Uncertain(NamedTuple):
     def __str__(self) -> str:
         return str(rounded(self.value, self.expanded))
 
+    def __reduce__(self) -> tuple[Any, ...]:
+        return _restored, tuple(map(plain, self))
 
-class Results(Mapping[str, Uncertain]):
+
+def _restored(*fields: Any) -> Uncertain:
+    return Uncertain(*map(restored, fields))
+
+
+class Results(HasViews, Mapping[str, Uncertain]):
     """Figures by key, with the covariance between them.
 
     Attributes

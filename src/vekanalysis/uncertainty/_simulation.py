@@ -15,6 +15,7 @@ import numpy as np
 
 from .._core import Scan
 from .._core import uncertainty as kernels
+from .._views import HasViews
 from ..errors import Refusal
 from ..spectrum import Spectrum
 from ._budget import Budget
@@ -64,7 +65,7 @@ class Simulated(NamedTuple):
     validated: bool | None
 
 
-class Simulation(Mapping[str, Simulated]):
+class Simulation(HasViews, Mapping[str, Simulated]):
     """Figures by key, from one set of draws.
 
     Attributes
