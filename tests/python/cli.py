@@ -84,5 +84,5 @@ def write_vek(path: Path, data_sets: Iterable[tuple[str, Points]], **contents: A
 
 def mistakes(name: str) -> list[tuple[str, str]]:
     """Texts of files that are wrong, each with what is told of it, ``{}`` being the folder."""
-    text = (ROOT / "tests/data/mistakes" / name).read_text()
+    text = (ROOT / "tests/data/mistakes" / name).read_text("utf-8")
     return re.findall(r"((?:(?!=> ).*\n)*)=> (.*)\n", text)

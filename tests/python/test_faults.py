@@ -13,7 +13,7 @@ from contextlib import suppress
 from pathlib import Path
 
 import pytest
-from cli import GREY, ROOT, Runner, flat, write_vek
+from cli import GREY, ROOT, Runner, flat, rows, write_vek
 
 import vekanalysis as vek
 from vekanalysis._files import csv_cell, read_regular
@@ -26,27 +26,19 @@ LAMPS = (str(EXAMPLES / "lamp-visible.csv"), str(EXAMPLES / "lamp-infrared.csv")
 CALIBRATION = ("calibrate", str(EXAMPLES / "calibration/steps.csv"))
 START = str(EXAMPLES / "calibration/start.json")
 
-# What writes to standard output, by a name.
-WRITING: dict[str, tuple[str, ...]] = {
-    "report": ("report", GREY),
-    "report json": ("report", "--json", GREY),
-    "report csv": ("report", "--csv", "-", GREY),
-    "report csv of processes": ("report", "--csv", "-", "--jobs", "2", GREY, GREY),
-    "light": ("light", GREY),
-    "light csv": ("light", "--csv", "-", GREY),
-    "peaks": ("peaks", GREY),
-    "stitch": ("stitch", "--from", "920", "--to", "980", *LAMPS),
-    "calibrate": (*CALIBRATION, "--start", START, "--free", "theta_z"),
-    "references": ("references",),
-    "info": ("info", GREY),
-    "info json": ("info", "--json", VEK),
-    "json": ("json", VEK),
-    "csv": ("csv", VEK),
-    "completion": ("completion", "bash"),
-    "help": ("--help",),
-    "help of a command": ("report", "--help"),
-    "version": ("--version",),
-}
+
+def commands(name: str) -> dict[str, tuple[str, ...]]:
+    """The words of the commands in a file, by their names."""
+    lines = dict(rows(name, "commands"))
+    return {
+        name: tuple(word.format(examples=EXAMPLES) for word in line.split())
+        for name, line in lines.items()
+    }
+
+
+# What writes to standard output, and what reads a file, which is @.
+WRITING = commands("writing.jsonl")
+READING = commands("reading.jsonl")
 FULL = Path("/dev/full")
 
 
@@ -67,11 +59,8 @@ def test_a_full_disk_under_the_output_is_told(command: tuple[str, ...]) -> None:
     # Without a buffer it is the write that fails, else the end of the program.
     environment = {"PYTHONUNBUFFERED": "1" if command[-1].startswith("--") else ""}
     done = shell('exec "$@" >/dev/full', *command, environment=environment)
-    *_, told = done.stderr.decode().splitlines()
-    assert (done.returncode, told) == (
-        2,
-        "vekanalysis: standard output: No space left on device",
-    )
+    told = done.stderr.decode().splitlines()[-1]
+    assert (done.returncode, told) == (2, "vekanalysis: standard output: No space left on device")
     assert b"Traceback" not in done.stderr
 
 
@@ -195,27 +184,7 @@ def patience() -> Iterator[None]:
     signal.signal(signal.SIGALRM, before)
 
 
-# Commands that read a file, which is @.
-READING = [
-    ("report", "@"),
-    ("report", GREY, "@"),
-    ("report", "--uncertainty", "@", GREY),
-    ("certificate", "--out", "a.html", "@"),
-    ("certificate", "--out", "a.html", "--settings", "@", GREY),
-    ("certificate", "--out", "a.html", "--limits", "@", GREY),
-    ("light", "@"),
-    ("light", "--white", "@", GREY),
-    ("peaks", "@"),
-    ("stitch", GREY, "@"),
-    ("calibrate", "@", "--start", START, "--free", "theta_z"),
-    (*CALIBRATION, "--start", "@", "--free", "theta_z"),
-    ("info", "@"),
-    ("json", "@"),
-    ("csv", "@"),
-]
-
-
-@pytest.mark.parametrize("command", READING, ids=" ".join)
+@pytest.mark.parametrize("command", READING.values(), ids=READING)
 @pytest.mark.parametrize("kind", ["pipe", "device", "folder", "none"])
 def test_only_regular_files_are_read(
     command: tuple[str, ...],
