@@ -9,6 +9,7 @@ from typing import Any
 
 import numpy as np
 import pytest
+from cli import rows
 
 import vekanalysis as vek
 from vekanalysis._toml import Place, line_of
@@ -37,22 +38,8 @@ def test_the_example_says_what_its_sizes_are() -> None:
 # Lines of a component, and what is told of the file, line by line from the first, which is blank.
 # FULL is the correlation, NOISE the component, HOW what a correlation may be.
 MISTAKES = (ROOT / "tests/data/mistakes/budgets.txt").read_text().splitlines()
-FILES = {
-    "uneven": "wavelength,size\n400,1\n410,1,1\n",
-    "square": "400,1.01,0\n410,0,1.01\n",
-    "beyond": "400,1,1.1\n410,1.1,1\n",
-    "negative": "400,1,.9,-.9\n410,.9,1,.9\n420,-.9,.9,1\n",
-    "pair": "400,0.5\n410,0.6\n",
-    "three": "wl,a,b\n400,0.5,1\n410,0.6,1\n",
-    "down": "420,0.5\n400,0.6\n",
-    "twice": "400,0.5\n400,0.6\n",
-    "apart": "400,1,0\n400,0,1\n",
-    "zero": "400,0.5,-0.5\n410,0.6,1\n",
-    "empty": "wl,a\n",
-    "inf": "400,inf\n",
-    "word": "400,x\n",
-    "long": "".join(f"{n},1\n" for n in range(5001)),
-}
+FILES = dict(rows("budget-files.jsonl", "mistakes"))
+FILES["long"] = "".join(f"{n},1\n" for n in range(5001))
 SHORT = {
     "FULL": 'correlation = "full"',
     "OF_ALL": "NOISE the matrix of covariance",
@@ -78,33 +65,15 @@ def test_a_mistake_is_told_with_its_line(tmp_path: Path, mistake: str) -> None:
     assert str(refusal.value) == f"{file}: line {told}"
 
 
-BETWEEN = "it must lie between 0 and 1"
-MANY_BITS = "no TOML: a whole number has more than 64 bits"
+TOPS = [
+    *rows("budget-tops.jsonl", "mistakes"),
+    (f"coverage = {'9' * 5000}", "no TOML: a number has too many digits"),
+    (f"label = {'[' * 5000}", "too deeply nested"),
+    (b"label = '\xff'", "no TOML: it is not in UTF-8"),
+]
 
 
-@pytest.mark.parametrize(
-    ("text", "told"),
-    [
-        ("coverage = 1.5", "line 1: coverage is 1.5; it must lie between 0 and 1"),
-        ("\nlabel = 3\n", "line 2: label must be a text"),
-        ('labell = ""', "line 1: the budget has an unknown key 'labell'; did you mean 'label'?"),
-        ("component = 3", "line 1: components are written under [[component]]"),
-        ("component = [3]", "line 1: components are written under [[component]]"),
-        ("\nlabel =\n", "line 2: no TOML: Invalid value"),
-        (f"coverage = {'9' * 5000}", "no TOML: a number has too many digits"),
-        (f"label = {'[' * 5000}", "too deeply nested"),
-        (b"label = '\xff'", "no TOML: it is not in UTF-8"),
-        ("coverage = 9223372036854775807", f"line 1: coverage is {2**63 - 1}; {BETWEEN}"),
-        ("coverage = -9223372036854775808", f"line 1: coverage is -{2**63}; {BETWEEN}"),
-        ("coverage = 9223372036854775808", MANY_BITS),
-        ("coverage = [{x = [-9223372036854775809]}]", MANY_BITS),
-        (
-            '"a\\nb" = 1',
-            "the budget has an unknown key 'a\N{REPLACEMENT CHARACTER}b'; there are 'label', "
-            "'date', 'coverage', 'component'",
-        ),
-    ],
-)
+@pytest.mark.parametrize(("text", "told"), TOPS)
 def test_a_mistake_at_the_top_is_told(tmp_path: Path, text: str | bytes, told: str) -> None:
     file = tmp_path / "budget.toml"
     file.write_bytes(text.encode() if isinstance(text, str) else text)
@@ -113,40 +82,10 @@ def test_a_mistake_at_the_top_is_told(tmp_path: Path, text: str | bytes, told: s
     assert str(refusal.value) == f"{file}: {told}"
 
 
-ODD = """\
-"label" = "[[component]]"
-note = '''
-key = 1
-[[component]]
-'''
-a.b = 1
-[laboratory]
-name = "A"
- 'b' . c = 2
-[[component]]
-name = "[[component]]"
- [[ component ]]
-list = [
-"kind = 2",
-]
-kind = 1
-size = { a = 1 }
-[component.sub]
-[[component]]
-[laboratory.address]
-"""
+ODD = (ROOT / "tests/data/mistakes/places.toml").read_text()
 
 
-TOP, LAB, ONE, TWO = (None, None), ("laboratory", None), ("component", 0), ("component", 1)
-PLACES = [
-    *((TOP, "label", 1), (TOP, "a", 6), (TOP, "laboratory", 7), (TOP, "component", 10)),
-    *((LAB, None, 7), (LAB, "name", 8), (LAB, "b", 9), (LAB, "address", 20)),
-    *((ONE, None, 10), (ONE, "name", 11), (TWO, None, 12), (TWO, "list", 13), (TWO, "kind", 16)),
-    *((TWO, "size", 17), (TWO, "sub", 18), (("component", 2), None, 19)),
-]
-
-
-@pytest.mark.parametrize(("table", "key", "line"), PLACES)
+@pytest.mark.parametrize(("table", "key", "line"), rows("places.jsonl", "mistakes"))
 def test_the_line_of_a_key_is_found(table: Any, key: str | None, line: int) -> None:
     assert line_of(ODD, Place(*table, key)) == line
 
@@ -231,44 +170,23 @@ def test_a_matrix_of_a_certificate_may_lack_rank_and_digits() -> None:
         assert np.abs((made - exact) / np.outer(scale, scale)).max() <= tolerance
 
 
-SQUARE = [[1.0, 0.5], [0.5, 1.0]]
-
-
-@pytest.mark.parametrize(
-    ("line", "text", "values"),
-    [
-        ('standard = "a.csv"', "400,1\n\n409.95,2.99\n 410 , 3\n , \n", [1, 2, 3]),
-        ('standard = "a.csv"', "\N{ZERO WIDTH NO-BREAK SPACE}wl;u\n400;1\n410;3\n", [1, 2, 3]),
-        ('standard = {file = "a.csv", column = "b"}', "wl, a ,b\n400,9,2\n410,9,4\n", [2, 3, 4]),
-        ('standard = {file = "a.csv", column = "a"}', "wl, a ,b\n400,2,9\n410,4,9\n", [2, 3, 4]),
-        ('expanded = "a.csv"\nk = 4', "400,1\n410,3\n", [0.25, 0.5, 0.75]),
-        ('half_width = "a.csv"\ndistribution = "triangular"', "400,6\n410,6\n", [6**0.5] * 3),
-        ('half_width = "a.csv"\ndistribution = "arcsine"', "400,2\n410,2\n", [2**0.5] * 3),
-        ("standard = [[400, 1], [409.95, 2.99], [410, 3]]", "", [1, 2, 3]),
-        ('standard = 7\ndistribution = "rectangular"', "", [7, 7, 7]),
-        ('expanded = 14\nk = 2\ndistribution = "arcsine"', "", [7, 7, 7]),
-        ("standard = [7, 8, 9]", "", [7, 8, 9]),
-        ("standard = 7", "", [7, 7, 7]),
-        ('standard = 1\ncorrelation = { matrix = "a.csv" }', "400,1,.5\n400.05,.5,1\n", SQUARE),
-        ('standard = 1\ncorrelation = { matrix = "a.csv" }', "w,u,,\n4,7,1,.5\n5,7,.5,1", SQUARE),
-        ('covariance = "a.csv"', "400,1,.5\n410,.5,1\n", SQUARE),
-    ],
-)
+@pytest.mark.parametrize(("line", "text", "values"), rows("sizes.jsonl", "uncertainty"))
 def test_sizes_and_matrices_come_from_files(
     tmp_path: Path, line: str, text: str, values: list[Any]
 ) -> None:
+    is_matrix = isinstance(values[0], list)
     file, curve = tmp_path / "budget.toml", tmp_path / "a.csv"
     curve.write_text(text, newline="")
     kind = "covariance" if "covariance" in line else "noise"
     head = f'label = "B"\ndate = 2026-03-01\n[[component]]\nname = "a"\nkind = "{kind}"\n'
-    file.write_text(head + line + ("" if values is SQUARE else '\ncorrelation = "full"'))
+    file.write_text(head + line + ("" if is_matrix else '\ncorrelation = "full"'))
     budget = Budget.read(file)
     (component,) = budget.components
-    if values is SQUARE:
+    if is_matrix:
         assert component.partial is not None
         assert component.partial.factor is not None
         rows = component.partial.factor.rows
-        assert rows.T @ rows == pytest.approx(np.array(SQUARE))
+        assert rows.T @ rows == pytest.approx(np.array(values))
     else:
         assert component.size is not None
         grid = np.array([400.0, 405.0, 410.0])
@@ -341,25 +259,9 @@ def test_repeats_of_a_file_are_taken_in_their_unit(tmp_path: Path) -> None:
         Budget.read(file)
 
 
+# 10.058 ± 0.027 is the example of JCGM 100:2008, 7.2.6.
 @pytest.mark.parametrize(
-    ("value", "expanded", "nearest", "up"),
-    [
-        (0.549559, 0.002239, "0.5496 ± 0.0022", "0.5496 ± 0.0023"),
-        (0.237014, 0.003735, "0.2370 ± 0.0037", "0.2370 ± 0.0038"),
-        (10.05762, 0.027, "10.058 ± 0.027", "10.058 ± 0.027"),  # JCGM 100:2008, 7.2.6
-        (0.54951, 0.00996, "0.550 ± 0.010", "0.550 ± 0.010"),
-        (0.5, 0.0995, "0.50 ± 0.10", "0.50 ± 0.10"),
-        (12345.6, 123.4, "12350 ± 120", "12350 ± 130"),
-        (-1.7207, 0.0515, "-1.721 ± 0.052", "-1.721 ± 0.052"),
-        (9.3e-6, 0.0011, "0.0000 ± 0.0011", "0.0000 ± 0.0011"),
-        (-9.3e-6, 0.0011, "0.0000 ± 0.0011", "0.0000 ± 0.0011"),
-        (0.25, 0.0, "0.25", "0.25"),
-        (0.0, 0.0, "0.0", "0.0"),
-        (math.nan, 0.1, "nan", "nan"),
-        (1.0 / 3.0, 1e-18, "0.3333333333333333", "0.3333333333333333"),
-        (0.25, math.nan, "0.25", "0.25"),
-        (0.25, math.inf, "0.25", "0.25"),
-    ],
+    ("value", "expanded", "nearest", "up"), rows("rounded.jsonl", "uncertainty")
 )
 def test_figures_keep_the_digits_that_their_uncertainty_leaves(
     value: float, expanded: float, nearest: str, up: str
