@@ -7,6 +7,7 @@ from xml.sax.saxutils import escape
 
 import numpy as np
 import pytest
+from cli import ROOT, rows
 from numpy.typing import NDArray
 
 import vekanalysis as vek
@@ -74,56 +75,28 @@ def test_several_spectra_are_the_columns_of_a_csv(tmp_path: Path) -> None:
     ]  # fmt: skip
 
 
-JCAMP = f"""##TITLE= {{title}}
-##JCAMP-DX= 4.24
-##DATA TYPE= {{form}}
-##ORIGIN= vekanalysis {vek.version()}
-##OWNER= not stated
-"""
-BLOCK = """##XUNITS= NANOMETERS
-##YUNITS= {unit}
-##XFACTOR= 1
-##YFACTOR= 1
-##FIRSTX= {x[0]}
-##LASTX= {x[2]}
-##NPOINTS= 3
-##FIRSTY= 25
-##MAXX= {x[2]}
-##MINX= {x[0]}
-##MAXY= 1E+22
-##MINY= -1E-07
-{data}
-##END=
-"""
-EVEN, UNEVEN = ("400", "402.5", "405"), ("800", "801", "803")
-TYPES = [
-    (EVEN, "absorbance", "OD", "UV/VIS SPECTRUM", "ABSORBANCE"),
-    (EVEN, "absorbance", "mOD", "UV/VIS SPECTRUM", "ABSORBANCE (mOD)"),
-    (EVEN, "transmittance", "1", "UV/VIS SPECTRUM", "TRANSMITTANCE (1)"),
-    (EVEN, "reflectance", "%", "UV/VIS SPECTRUM", "REFLECTANCE (%)"),
-    (UNEVEN, "counts", "counts", "INFRARED SPECTRUM", "COUNTS"),
-    (UNEVEN, "irradiance", "W m-2 nm-1", "EMISSION SPECTRUM", "IRRADIANCE (W m-2 nm-1)"),
-    (EVEN, "radiance", None, "EMISSION SPECTRUM", "RADIANCE"),
-    (EVEN, "intensity", "W sr-1", "EMISSION SPECTRUM", "INTENSITY (W sr-1)"),
-    (EVEN, "flux", "W nm-1", "EMISSION SPECTRUM", "FLUX (W nm-1)"),
-    (EVEN, "other", "lx", "UV/VIS SPECTRUM", "lx"),
-    (EVEN, "unknown", None, "UV/VIS SPECTRUM", ""),
-]
+TEMPLATES = ROOT / "tests/data/spectra"
+
+
+def jcamp_head(title: str, form: str) -> str:
+    head = (TEMPLATES / "jcamp-head.txt").read_text()
+    return head.format(title=title, form=form, version=vek.version())
 
 
 def test_a_jcamp_file_has_a_block_a_spectrum(tmp_path: Path) -> None:
     spectra, blocks = [], []
-    for x, kind, unit, form, stated in TYPES:
+    block = (TEMPLATES / "jcamp-block.txt").read_text()
+    for x, kind, unit, form, stated in rows("jcamp-types.jsonl", "spectra"):
         scan = Scan([float(wl) for wl in x], [25, 1e22, -1e-7])
         spectra.append(Spectrum(scan, kind, unit, "##a $$"))
         data = f"##XYPOINTS= (XY..XY)\n{x[0]}, 25\n{x[1]}, 1E+22\n{x[2]}, -1E-07"
-        if x is EVEN:
+        if x[0] == "400":
             data = "##XYDATA= (X++(Y..Y))\n400 25 1E+22 -1E-07"
-        head = JCAMP.format(title="# #a $ $", form=form)
-        blocks.append(head + BLOCK.format(unit=stated, x=x, data=data))
+        head = jcamp_head("# #a $ $", form)
+        blocks.append(head + block.format(unit=stated, x=x, data=data))
         assert written(spectra[-1], tmp_path / "one.jdx") == blocks[-1]
     path = tmp_path / "file.dx"
-    head, blank = JCAMP.format(title="11 spectra", form="LINK"), "\n"
+    head, blank = jcamp_head("11 spectra", "LINK"), "\n"
     assert written(spectra, path) == f"{head}##BLOCKS= 11\n{blank.join(blocks)}##END=\n"
     found = [spectrum.scan.wavelengths() for spectrum in vek.read(path)]
     assert found == [spectrum.scan.wavelengths() for spectrum in spectra]
@@ -143,22 +116,7 @@ def test_lines_of_ordinates_have_at_most_76_signs(digits: int, tmp_path: Path) -
 
 
 # What a TM-27 file has at most, besides its points.
-FACTS = {
-    "Manufacturer": "A & B",
-    "CatalogNumber": "lens <7>",
-    "Description": "tinted glass",
-    "DocumentCreator": "me",
-    "MeasurementEquipment": "SR-1",
-    "Laboratory": "Lab",
-    "ReportNumber": "7",
-    "ReportDate": "2026-05-04",
-    "DocumentCreationDate": "2026-05-05",
-    "Comments": "dark",
-    "SpectralQuantity": "transmittance",
-    "TransmissionGeometry": "0:0",
-    "BandwidthFWHM": "5",
-    "BandwidthCorrected": "true",
-}
+FACTS = dict(rows("tm27-facts.jsonl", "spectra"))
 
 
 def tm27(facts: dict[str, str], values: tuple[str, str]) -> str:
@@ -166,33 +124,14 @@ def tm27(facts: dict[str, str], values: tuple[str, str]) -> str:
         texts = [(name, escape(facts[name])) for name in names if name in facts]
         return "".join(f"    <{name}>{text}</{name}>\n" for name, text in texts)
 
-    header = list(FACTS)[:10]
-    others = ["SpectralQuantity", "TransmissionGeometry", "ReflectionGeometry", *list(FACTS)[12:]]
-    return (
-        '<?xml version="1.0" encoding="UTF-8"?>\n'
-        '<IESTM2714 xmlns="http://www.ies.org/iestm2714" version="1.0">\n'
-        f"  <Header>\n{elements(header)}  </Header>\n"
-        f"  <SpectralDistribution>\n{elements(others)}"
-        f'    <SpectralData wavelength="400.0">{values[0]}</SpectralData>\n'
-        f'    <SpectralData wavelength="410.5">{values[1]}</SpectralData>\n'
-        "  </SpectralDistribution>\n</IESTM2714>\n"
-    )
+    header, quantity = list(FACTS)[:10], ["SpectralQuantity", "TransmissionGeometry"]
+    quantity += ["ReflectionGeometry", *list(FACTS)[12:]]
+    template = (TEMPLATES / "tm27.txt").read_text()
+    return template.format(header=elements(header), quantity=elements(quantity), values=values)
 
 
 @pytest.mark.parametrize(
-    ("kind", "unit", "quantity", "factor", "more"),
-    [
-        ("transmittance", "%", "transmittance", 0.01, {"TransmissionGeometry": "other"}),
-        ("reflectance", "1", "reflectance", 1, {"ReflectionGeometry": "other"}),
-        ("flux", "mW nm-1", "flux", 0.001, {}),
-        ("irradiance", "W m-2 µm-1", "irradiance", 0.001, {}),
-        ("radiance", "W cm-2 sr-1 nm-1", "radiance", 10000, {}),
-        ("intensity", "kW sr-1 nm-1", "intensity", 1000, {}),
-        ("irradiance", "a.u.", "relative", 1, {}),
-        ("irradiance", None, "other", 1.0, {"Comments": "Quantity: irradiance"}),
-        ("counts", "counts s-1", "other", 1, {"Comments": "Quantity: counts [counts s-1]"}),
-        ("unknown", "1", "other", 1, {"Comments": "Quantity: [1]"}),
-    ],
+    ("kind", "unit", "quantity", "factor", "more"), rows("tm27-quantities.jsonl", "spectra")
 )
 def test_a_tm27_file_states_the_quantity_and_is_in_its_unit(
     kind: vek.units.Kind, unit: str, quantity: str, factor: float, more: Any, tmp_path: Path
@@ -237,27 +176,12 @@ def test_a_file_is_written_whole_or_not_at_all(tmp_path: Path) -> None:
     assert [file.name for file in tmp_path.iterdir()] == ["lens.csv"]
 
 
+LONG = ("irradiance", "W m-2 nm-1", "a" * 3000, f"{'a' * 100} irradiance [W m-2 nm-1]")
+
+
+# What would be read as something else is left out.
 @pytest.mark.parametrize(
-    ("kind", "unit", "label", "title"),
-    [
-        ("transmittance", "1", "lens", "lens transmittance [1]"),
-        ("irradiance", None, "lamp", "lamp irradiance"),
-        ("counts", "counts", "T", "T counts [counts]"),
-        ("unknown", "a.u.", "x", "x [a.u.]"),
-        ("irradiance", "W m-2 nm-1", "a" * 3000, f"{'a' * 100} irradiance [W m-2 nm-1]"),
-        # What would be read as something else is left out.
-        ("other", None, "T (%)", "value"),
-        ("other", None, "Reflectance", "value"),
-        ("unknown", None, "OD", "value"),
-        ("unknown", None, "", "value"),
-        ("counts", None, "Lens [%]", "counts"),
-        ("irradiance", None, "Lamp [W/m2/nm]", "irradiance"),
-        ("other", "furlong", "Lens (%T)", "value [furlong]"),
-        ("absorbance", "OD", "Wavelength (nm)", "absorbance [OD]"),
-        ("absorbance", None, "Reflectance 7", "Reflectance 7 absorbance"),
-        ("unknown", None, "nm", "value"),
-        ("flux", "W nm-1", "Abs x 1000", "flux [W nm-1]"),
-    ],
+    ("kind", "unit", "label", "title"), [*rows("csv-titles.jsonl", "spectra"), LONG]
 )
 def test_labels_in_csv_change_no_values(
     kind: vek.units.Kind, unit: str | None, label: str, title: str, tmp_path: Path
