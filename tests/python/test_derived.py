@@ -1,8 +1,5 @@
 """Quantities that follow from others: quotients, of which both parts must be there."""
 
-import csv
-import itertools
-import json
 import math
 from pathlib import Path
 
@@ -12,9 +9,8 @@ from cli import GREY, ROOT, Runner
 
 import vekanalysis as vek
 from vekanalysis import colorimetry, quantities
-from vekanalysis.batch import report_rows
 from vekanalysis.certificates import Certificate, Limits, assess, verify
-from vekanalysis.quantities import DERIVED, LENS, LENS_FULL, Evaluator
+from vekanalysis.quantities import DERIVED, LENS_FULL, Evaluator
 from vekanalysis.uncertainty import Budget, Component, propagate, simulate
 
 LED_RED = "ISO8980_3_Q_led.red"
@@ -55,16 +51,6 @@ def test_each_is_the_quotient_of_the_functions() -> None:
     for record in DERIVED:
         factor = 1.0 if record.is_quotient else 1.25
         assert brighter[record.key].value == pytest.approx(factor * expected[record.key], rel=1e-12)
-
-
-def test_they_stand_behind_the_others_of_their_standard() -> None:
-    found = [(record.standard, record in DERIVED) for record in LENS_FULL]
-    runs = [run for run, _ in itertools.groupby(found)]
-    iso, ansi, *others = dict.fromkeys(record.standard for record in LENS)
-    expected = [(iso, False), (iso, True), (ansi, False), (ansi, True)]
-    assert runs == [*expected, *((standard, False) for standard in others)]
-    assert [each for each in LENS_FULL if each not in DERIVED] == [*LENS]
-    assert [each for each in LENS_FULL if each in DERIVED] == [*DERIVED]
 
 
 @pytest.mark.parametrize(
@@ -146,28 +132,6 @@ def test_the_correlation_of_both_parts_is_in_the_uncertainty() -> None:
     # Above 1 as well: no quotient ends there, as a transmittance does.
     above = propagate(lens, Budget(components=components), ["ISO8980_3_Q_incandescent.green"])
     assert above["ISO8980_3_Q_incandescent.green"].interval[1] > 1.0095
-
-
-def test_reports_have_them_when_they_are_asked_for(run: Runner, tmp_path: Path) -> None:
-    derived = [record.key for record in DERIVED]
-    for options, wanted in ((), LENS), (("--full",), LENS_FULL):
-        document = json.loads(run("report", GREY, "--json", *options).out)
-        assert [each["key"] for each in document["quantities"]] == [each.key for each in wanted]
-        table = tmp_path / "t.csv"
-        table.unlink(missing_ok=True)
-        assert run("report", GREY, "--csv", table, *options).status == 0
-        (row,) = csv.DictReader(table.read_text().splitlines())
-        marks = {name.partition(" ")[0]: text for name, text in row.items()}
-        assert [key for key in marks if key in derived] == derived * bool(options)
-    assert float(marks[LED_RED]) == pytest.approx(0.954863, abs=5e-7)
-    assert f"{LED_RED} [reconstructed table]" in row
-    assert report_rows(GREY, full=True)[0][LED_RED] == float(marks[LED_RED])
-    assert "Q      LED red / τ_V [4]" in run("report", GREY, "--full").out
-    budget = ROOT / "examples/budget.toml"
-    out = run("report", GREY, "--csv", "-", "--full", "--uncertainty", budget).out
-    (row,) = csv.DictReader(out.splitlines())
-    (lens,) = vek.read(GREY)
-    assert float(row[f"{LED_RED}_u"]) == propagate(lens, Budget.read(budget), [LED_RED])[LED_RED].u
 
 
 def test_repeats_have_the_scatter_of_their_quotients() -> None:

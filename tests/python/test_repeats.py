@@ -48,27 +48,6 @@ def test_no_pair_of_name_and_pattern_takes_long() -> None:
     assert object_in("a" * 20_000, "*a" * 10 + "{object}" + "a*" * 10 + "b") is None
 
 
-def test_mean_scatter_and_number_are_in_report_and_json(run: Runner, tmp_path: Path) -> None:
-    three(tmp_path)
-    three(tmp_path, "lens-08", (0.2,))
-    files = sorted(tmp_path.iterdir())
-    result = run("report", "--json", "--group", "{object}_*", *files)
-    first, second = (result.value(TAU_V, column) for column in (0, 1))
-    assert first["value"] == pytest.approx(0.5, abs=1e-12)
-    # Of 0.4, 0.5 and 0.6: the standard deviation is 0.1.
-    assert (first["n"], first["mean"], first["s"]) == (3, *map(pytest.approx, (0.5, 0.1)))
-    assert (second["n"], second["mean"], second["s"]) == (1, pytest.approx(0.2), None)
-    one, two = result.document["spectra"]
-    assert (one["label"], two["label"]) == ("lens-07", "lens-08")
-    assert [each["file"] for each in one["repeats"]] == [str(file) for file in files[:3]]
-    assert all(len(each["sha256"]) == 64 for each in one["repeats"])
-    text = run("report", "--group", "{object}_*", *files).out
-    (line,) = [line for line in text.splitlines() if "  luminous, D65 " in line]
-    assert line.split()[-3:] == ["s", "0.10", "0.2000"]
-    assert "mean of 3 scans" in text
-    assert "one scan only" in text
-
-
 def test_the_mean_does_not_depend_on_the_order() -> None:
     chance = random.Random(7)
     grid = range(380, 785, 5)

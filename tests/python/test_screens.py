@@ -12,13 +12,6 @@ BUDGET = ("--uncertainty", str(ROOT / "examples/budget.toml"))
 FIGURE = re.compile(r"^  (\S+) +(.+?) {2,}.* (?:1|%|nm) +(-?[0-9.]+)(?: .*)?$", re.MULTILINE)
 
 
-def figures(text: str) -> list[tuple[str, ...]]:
-    """Symbol, name and figure of each line of the table."""
-    found = FIGURE.findall(text.partition("\nNotes\n")[0])
-    assert found
-    return found
-
-
 @pytest.mark.parametrize("width", [50, 80, 81, 100, 132, 200])
 @pytest.mark.parametrize("more", [(), BUDGET, ("--figures", "percent", *BUDGET)])
 def test_no_line_is_wider_than_the_screen_and_none_is_lost(
@@ -84,20 +77,6 @@ def test_per_cent_has_the_digits_of_fractions(run: Runner, tmp_path: Path) -> No
     assert float(line.split("±")[1].split()[0]) == pytest.approx(100 * u, rel=0.05)
     for form in ("--json", "--csv=-"):
         assert "have fractions" in run.refuse("report", path, "--figures", "percent", form)
-
-
-def test_what_is_near_zero_has_the_decimals_of_the_rest(run: Runner, tmp_path: Path) -> None:
-    points = [(wl, -0.00002 if wl < 500 else 0.00123) for wl, _ in flat(0.0)]
-    path = write_csv(tmp_path / "a.csv", points)
-    shown = figures(run("report", "--width", "80", path).out)
-    assert {len(value.split(".")[1]) for symbol, _, value in shown if symbol[0] == "τ"} == {4}
-    assert ("τ_UVB", "UV-B, mean", "0.0000") in shown
-    out = " ".join(run("report", "--width", "80", path).out.split())
-    assert "a: 44 of 101 values are below 0, the lowest -2e-05 at 280 nm" in out
-    assert "the lowest -0.002 % at 280 nm" in " ".join(
-        run("report", "--figures", "percent", path).out.split()
-    )
-    assert "below 0" not in run("report", path).out
 
 
 def test_the_text_in_python_takes_the_same() -> None:
