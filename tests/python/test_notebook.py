@@ -4,13 +4,14 @@ import math
 from pathlib import Path
 from typing import Any
 
+import cli
 import numpy as np
 import pytest
 from IPython.core.interactiveshell import InteractiveShell
 from vekwriter import Contents, DataSet
 
 import vekanalysis as vek
-from vekanalysis import Interpolation, Scan
+from vekanalysis import Scan
 
 
 @pytest.fixture
@@ -29,61 +30,21 @@ def html(shell: Any, thing: object) -> str:
     return text
 
 
-LINEAR = Interpolation.LINEAR
-# Points, the curve in a box of 240 by 48 pixels, and what is said below it.
-PICTURES = {
-    "M0 16.0L80 0.0M200 32.0h0.1M240 48.0h0.1": (
-        Scan([400, 420, 430, 440, 450, 455, 460], [1, 2, math.nan, math.inf, 0, math.nan, -1]),
-        "400 to 460 nm, 7 points, values -1 to 2, 3 not finite, AKIMA",
-    ),
-    "M240 48.0h0.1": (
-        Scan([0.1, 500], [-math.inf, 2.125]),
-        "0.1 to 500 nm, 2 points, step 499.9 nm, values 2.125 to 2.125, 1 not finite, AKIMA",
-    ),
-    "M0 48.0h0.1": (Scan([400], [2]), "400 to 400 nm, 1 point, values 2 to 2, AKIMA"),
-    "M0 48.0L120 48.0L240 48.0": (
-        Scan([400.1, 400.2, 400.3], [1, 1, 1], 1e-9, LINEAR),
-        "400.1 to 400.3 nm, 3 points, step 0.1 nm, values 1 to 1, LINEAR, epsilon 1e-09 nm",
-    ),
-    # Of several points in one column of pixels the extremes.
-    "M0 48.0L0 0.0L240 24.0": (
-        Scan([400, 400.1, 400.2, 500], [1, 0, 2, 1]),
-        "400 to 500 nm, 4 points, values 0 to 2, AKIMA",
-    ),
-    "M0 48.0L240 0.0": (
-        Scan([1, 2], [-1.7e308, 1.7e308]),
-        "1 to 2 nm, 2 points, step 1 nm, values -1.7e+308 to 1.7e+308, AKIMA",
-    ),
-}
-
-
-@pytest.mark.parametrize(("path", "scan", "facts"), [(k, *v) for k, v in PICTURES.items()])
-def test_notebooks_show_a_small_picture(shell: Any, path: str, scan: Scan, facts: str) -> None:
-    assert html(shell, scan) == (
-        '<div><svg role="img" width="244" height="52" viewBox="-2 -2 244 52" fill="none" '
+# The curve in a box of 240 by 48 pixels, of points in one column of pixels the extremes.
+@pytest.mark.parametrize(("path", "scan", "facts"), cli.rows("pictures.jsonl", "spectra"))
+def test_notebooks_show_a_small_picture_where_there_is_a_curve(
+    shell: Any, path: str, scan: list[Any], facts: str
+) -> None:
+    *points, interpolation = scan
+    picture = (
+        '<svg role="img" width="244" height="52" viewBox="-2 -2 244 52" fill="none" '
         'stroke="currentColor" stroke-width="1.5" stroke-linejoin="round" stroke-linecap="round">'
-        f'<title>Spectrum, {facts}</title><path d="{path}"/></svg><div>Scan: {facts}</div></div>'
+        f'<title>Spectrum, {facts}</title><path d="{path}"/></svg>'
     )
-
-
-@pytest.mark.parametrize(
-    ("scan", "shown"),
-    [
-        (Scan(), "<div>Scan without points</div>"),
-        (
-            Scan([1, 3], [math.nan] * 2),
-            "<div><div>Scan: 1 to 3 nm, 2 points, step 2 nm, 2 not finite, AKIMA</div></div>",
-        ),
-        (
-            Scan([-1e308, 1e308], [1, 2]),
-            "<div><div>Scan: -1e+308 to 1e+308 nm, 2 points, step inf nm, values 1 to 2, AKIMA"
-            "</div></div>",
-        ),
-        (Interpolation.AKIMA, ""),
-    ],
-)
-def test_without_a_curve_there_is_no_picture(shell: Any, scan: Any, shown: str) -> None:
-    assert html(shell, scan) == shown
+    shown = html(shell, Scan(*points, getattr(vek, interpolation)))
+    assert shown == f"<div>{picture if path else ''}<div>Scan: {facts}</div></div>"
+    assert html(shell, Scan()) == "<div>Scan without points</div>"
+    assert html(shell, vek.AKIMA) == ""
 
 
 def test_the_picture_of_many_points_is_short(shell: Any) -> None:

@@ -7,6 +7,7 @@ from typing import Any
 import matplotlib as mpl
 import numpy as np
 import pytest
+from cli import rows
 from vekwriter import Contents, DataSet
 
 import vekanalysis as vek
@@ -98,29 +99,10 @@ LENS = vek.Spectrum(Scan([400, 410, 420], [25, 50, 60]), "transmittance", "%", "
 X = "wavelength in nm"
 
 
-@pytest.mark.parametrize(
-    ("scans", "options", "expected", "labels"),
-    [
-        (CURVE, {}, (X, "value"), []),
-        (CURVE, {"quantity": "T", "unit": "1"}, (X, "T"), []),
-        (CURVE, {"quantity": "U", "unit": "$V"}, (X, r"U in \$V"), []),
-        (CURVE, {"label": "name"}, (X, "value"), ["name"]),
-        ({1: CURVE, "b": CURVE}, {}, (X, "value"), ["1", "b"]),
-        (LENS, {}, (X, "transmittance in %"), ["lens 7"]),
-        (LENS, {"unit": ""}, (X, "transmittance"), ["lens 7"]),
-        (LENS, {"quantity": "T"}, (X, "T in %"), ["lens 7"]),
-        (LENS.to("1"), {}, (X, "transmittance"), ["lens 7"]),
-        ([LENS, CURVE], {}, (X, "transmittance in %"), ["lens 7"]),
-        ({"a": LENS, "b": CURVE}, {}, (X, "transmittance in %"), ["a", "b"]),
-        ([LENS, LENS], {"label": ["a", "b"]}, (X, "transmittance in %"), ["a", "b"]),
-        (vek.Spectrum(CURVE, "other", "lx"), {}, (X, "value in lx"), []),
-        (vek.Spectrum(CURVE, "counts"), {}, (X, "counts"), []),
-        (vek.Spectrum(CURVE), {}, (X, "value"), []),
-    ],
-)
-def test_axes_say_what_is_drawn(scans: Any, options: Any, expected: Any, labels: Any) -> None:
-    axes = vek.plot(scans, **options)
-    assert (titles(axes), legend(axes)) == (expected, labels)
+@pytest.mark.parametrize(("arguments", "y_title", "labels"), rows("plots.jsonl", "calls"))
+def test_axes_say_what_is_drawn(arguments: str, y_title: str, labels: list[str]) -> None:
+    axes = eval(f"vek.plot({arguments})")
+    assert (titles(axes), legend(axes)) == ((X, y_title), labels)
 
 
 @pytest.mark.parametrize(
@@ -139,33 +121,10 @@ def test_a_measurement_file_names_its_own_axes(x_type: int, x_title: str) -> Non
     assert legend(vek.plot(file.data_sets[1])) == ["dark"]
 
 
-@pytest.mark.parametrize(
-    ("scans", "options", "reason"),
-    [
-        ([], {}, "plot needs at least one scan; got none"),
-        ({"a": Scan()}, {}, "plot: scan 'a' has no points to draw"),
-        (Scan(), {}, "plot: scan has no points to draw"),
-        ([CURVE], {"label": ["a", "b"]}, "plot: 2 labels for 1 scans; each needs one"),
-        ("lens.csv", {}, "plot needs scans; got str"),
-        (b"lens.csv", {}, "plot needs scans; got bytes"),
-        (7, {}, "plot needs scans; got int"),
-        ([1], {}, "plot needs scans; got int"),
-        (
-            {"a": LENS, "b": LENS.to("1"), "c": vek.Spectrum(CURVE)},
-            {},
-            "plot: transmittance in % and transmittance in 1 do not share an axis; draw them on "
-            "two",
-        ),
-        (
-            [vek.Spectrum(CURVE, "counts"), vek.Spectrum(CURVE)],
-            {},
-            "plot: counts and unknown do not share an axis; draw them on two",
-        ),
-    ],
-)
-def test_what_cannot_be_drawn_is_refused(scans: Any, options: Any, reason: str) -> None:
+@pytest.mark.parametrize(("arguments", "reason"), rows("plots-refused.jsonl", "calls"))
+def test_what_cannot_be_drawn_is_refused(arguments: str, reason: str) -> None:
     with pytest.raises((TypeError, ValueError)) as refused:
-        vek.plot(scans, **options)
+        eval(f"vek.plot({arguments})")
     assert str(refused.value) == reason
     assert not plt.get_fignums()
 
