@@ -57,13 +57,25 @@ def figures(
     return values, Results([*numbers], points, effects, dict.fromkeys(effects, dof), TWO_SIGMA)
 
 
+def stated(
+    path: Path,
+    bounds: str,
+    numbers: dict[str, tuple[float, float]],
+    decision: str = 'rule = "simple"',
+    **how: float,
+) -> Statement:
+    """What is said of the first of some figures, if these are its bounds."""
+    key = next(iter(numbers))
+    head = f'[decision]\n{decision}\n[[requirement]]\nname = "a"\nquantity = "{key}"\n'
+    limits = written(path / "limits.toml", head + bounds)
+    (statement,) = assess(limits, *figures(numbers, **how)).statements
+    return statement
+
+
 def decided(
     path: Path, bounds: str, value: float, u: float, decision: str = 'rule = "non-binary"'
 ) -> Statement:
-    text = f'[decision]\n{decision}\n[[requirement]]\nname = "a"\nquantity = "{TAU_V}"\n{bounds}\n'
-    limits = written(path / "limits.toml", text)
-    (statement,) = assess(limits, *figures({TAU_V: (value, u)})).statements
-    return statement
+    return stated(path, bounds, {TAU_V: (value, u)}, decision)
 
 
 # A lower limit of 0.08 with u = 0.0015 and a guard band of U = 2 u; probabilities are those of the
@@ -155,10 +167,8 @@ def test_a_relative_bound_keeps_the_correlation(
     tmp_path: Path, r: float, u: float, probability: float
 ) -> None:
     bound = f'at_most = {{ times = 1, quantity = "{TAU_V}" }}'
-    text = f'[decision]\nrule = "simple"\n[[requirement]]\nname = "a"\nquantity = "{SUVA}"\n{bound}'
-    limits = written(tmp_path / "limits.toml", text)
-    given = figures({SUVA: (0.09, 0.0019), TAU_V: (0.095, 0.0011)}, r)
-    (statement,) = assess(limits, *given).statements
+    numbers = {SUVA: (0.09, 0.0019), TAU_V: (0.095, 0.0011)}
+    statement = stated(tmp_path, bound, numbers, r=r)
     (check,) = statement.checks
     assert (check.limit, check.relative) == (0.095, f"1 {TAU_V}")
     assert check.u == pytest.approx(u, abs=1e-6)
@@ -178,10 +188,7 @@ def test_the_larger_of_two_bounds_counts(
     tmp_path: Path, word: str, value: float, verdict: str, limits: list[float]
 ) -> None:
     bound = f'{word} = {{ largest = [0.01, {{ times = 0.5, quantity = "{TAU_V}" }}] }}'
-    text = f'[decision]\nrule = "simple"\n[[requirement]]\nname = "a"\nquantity = "{SUVA}"\n{bound}'
-    file = written(tmp_path / "limits.toml", text)
-    given = figures({SUVA: (value, 0.001), TAU_V: (0.1, 0.001)})
-    (statement,) = assess(file, *given).statements
+    statement = stated(tmp_path, bound, {SUVA: (value, 0.001), TAU_V: (0.1, 0.001)})
     assert statement.verdict == verdict
     assert [check.limit for check in statement.checks] == limits
 
@@ -191,9 +198,7 @@ def test_the_larger_of_two_bounds_counts(
 def test_few_repeats_make_a_statement_less_sure(
     tmp_path: Path, value: float, probability: float
 ) -> None:
-    text = f'[decision]\nrule = "simple"\n[[requirement]]\nname = "a"\nquantity = "{TAU_V}"\n'
-    limits = written(tmp_path / "limits.toml", text + "above = 0.1")
-    (statement,) = assess(limits, *figures({TAU_V: (value, 0.01)}, dof=1.0)).statements
+    statement = stated(tmp_path, "above = 0.1", {TAU_V: (value, 0.01)}, dof=1.0)
     assert statement.probability == pytest.approx(probability, abs=1e-9)
 
 
@@ -212,11 +217,9 @@ def test_few_repeats_make_a_statement_less_sure(
 def test_what_changes_alike_is_certain(
     tmp_path: Path, other: str, word: str, times: float, verdict: str, probability: float
 ) -> None:
-    text = f'[decision]\nrule = "non-binary"\n[[requirement]]\nname = "a"\nquantity = "{SUVA}"\n'
     bound = f'{word} = {{ times = {times}, quantity = "{other}" }}'
-    file = written(tmp_path / "limits.toml", text + bound)
-    given = figures({SUVA: (0.1, 0.001), TAU_V: (0.1, 0.001)}, r=1.0)
-    (statement,) = assess(file, *given).statements
+    numbers = {SUVA: (0.1, 0.001), TAU_V: (0.1, 0.001)}
+    statement = stated(tmp_path, bound, numbers, 'rule = "non-binary"', r=1.0)
     (check,) = statement.checks
     assert (statement.verdict, statement.probability) == (verdict, pytest.approx(probability))
     assert check.u == pytest.approx(0.001 * (1.0 - times), abs=1e-15)
