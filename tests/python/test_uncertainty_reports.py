@@ -18,19 +18,6 @@ BUDGET = str(ROOT / "examples/budget.toml")
 TAU_V = "ISO8980_3_tau_v"
 
 
-def test_figures_come_with_their_uncertainty(run: Runner) -> None:
-    text = run("report", GREY, "--uncertainty", BUDGET).out
-    (line,) = [line for line in text.splitlines() if " luminous, D65 " in line]
-    assert line.endswith("0.5496    ± 0.0024   1.96")
-    words = " ".join(text.split())
-    assert "The uncertainty budget is 'Bench 1, March 2026'" in words
-    # Points of the data, whose differences say nothing: no ± 0.
-    light = run("light", "--reference", "AM15G_ASTM_G17303", "--uncertainty", BUDGET).out
-    (line,) = [line for line in light.splitlines() if "peak wavelength" in line]
-    assert "±" not in line
-    assert "Without an uncertainty to first order" in " ".join(light.split())
-
-
 def test_a_table_has_each_file_as_it_is_by_itself(run: Runner, tmp_path: Path) -> None:
     folder = tmp_path / "lenses"
     folder.mkdir()
@@ -128,14 +115,6 @@ def test_draws_are_reported_with_their_seed(run: Runner) -> None:
     low, high = result.value(TAU_V)["draws"]["interval"]
     assert low < result.value(TAU_V)["value"] < high
     assert result.document["budget"]["draws"] == [{"count": 2000, "seed": 7, "converged": None}]
-
-
-def test_no_figure_reaches_into_the_impossible(run: Runner, tmp_path: Path) -> None:
-    dark = tmp_path / "dark.csv"
-    dark.write_text("".join(f"{wl},0.00001\n" for wl in range(280, 785, 5)))
-    text = run("report", str(dark), "--uncertainty", BUDGET).out
-    (line,) = [line for line in text.splitlines() if " luminous, D65 " in line]
-    assert line.endswith(" 0.0000    0.0000 to 0.0010")
 
 
 def test_a_spectrum_without_slopes_is_refused(run: Runner, tmp_path: Path) -> None:
