@@ -24,6 +24,18 @@ def rows(name: str, folder: str = "reading") -> list[Any]:
     return [json.loads(line) for line in text.splitlines()]
 
 
+def repeated(text: str, size: int = 0) -> str:
+    """A text with each part like ``«ab»`` as often as the size, or as said in ``«3*a{i}»``."""
+
+    def part(match: re.Match[str]) -> str:
+        times = int(match[1] or size)
+        if "{i}" not in match[2]:
+            return match[2] * times
+        return "".join(match[2].replace("{i}", str(i)) for i in range(times))
+
+    return re.sub("(?s)«(?:([0-9]+)[*])?(.*?)»", part, text)
+
+
 type Points = Sequence[tuple[float, float]]
 
 
