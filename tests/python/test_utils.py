@@ -1,12 +1,15 @@
 """The utils submodule: logarithms, transform and statistics."""
 
+import builtins
 import copy
 import math
 import pickle
+import re
 from collections.abc import Callable
 from typing import Any
 
 import pytest
+from cli import rows
 
 import vekanalysis as vek
 from vekanalysis import Interpolation, Scan, utils
@@ -32,17 +35,13 @@ def test_transform_calls_with_wavelength_and_value(scan: Scan) -> None:
     assert repr(result) == repr(scan)
 
 
-def test_a_callable_may_fail_or_change_the_scan(scan: Scan) -> None:
+def test_a_callable_may_change_the_scan(scan: Scan) -> None:
     def change(wavelength: float, value: float) -> float:
         scan.add(wavelength + 0.5, 0.0)
         scan.epsilon = 5.0
         return value
 
     assert utils.transform(scan, change).values() == [1, 10, 100]
-    with pytest.raises(ZeroDivisionError):
-        utils.transform(scan, lambda wavelength, value: 1 / 0)
-    with pytest.raises(TypeError, match="must be real number, not str"):
-        utils.transform(scan, lambda wavelength, value: "text")
 
 
 def test_statistics(scan: Scan) -> None:
@@ -60,33 +59,30 @@ def band(centre: float, low: int, high: int) -> Scan:
     return Scan(wavelengths, [math.exp(-(((wl - centre) / 20) ** 2)) for wl in wavelengths])
 
 
-def test_searches_find_or_say_that_they_did_not(scan: Scan) -> None:
-    peak = band(555.3, 450, 650)
-    assert utils.find_peak(peak) == pytest.approx(555.3, abs=0.01)
-    assert utils.find_key(peak, lo=450, hi=555, value=0.5) == pytest.approx(538.65, abs=0.01)
-    assert utils.peak_width(peak, height=0.5) == pytest.approx(40 * math.log(2) ** 0.5, abs=0.01)
-    with pytest.raises(ValueError, match=r"^Key not found\.$"):
-        utils.find_key(peak, 450, 500, 0.5)
-    with pytest.raises(ValueError, match=r"^No peak found\.$"):
-        utils.find_peak(scan)
-    with pytest.raises(ValueError, match=r"^Unable to calculate peak width\.$"):
-        utils.peak_width(band(555.3, 550, 650), 0.5)
-    with pytest.raises(RuntimeError, match=r"^Cannot initialize a spline, too few points$"):
-        utils.find_peak(Scan([1, 2, 3], [0, 1, 0]))
+PEAK = band(555.3, 450, 650)
+
+
+@pytest.mark.parametrize(("call", "error", "told"), rows("searches-refused.jsonl", "calls"))
+def test_what_is_not_there_is_not_found(scan: Scan, call: str, error: str, told: str) -> None:
+    with pytest.raises(getattr(builtins, error, vek.Refusal)) as found:
+        eval(call, globals(), {"scan": scan})
+    assert found.type.__name__ == error
+    assert re.search(told, str(found.value))
+
+
+def test_searches_find() -> None:
+    assert utils.find_peak(PEAK) == pytest.approx(555.3, abs=0.01)
+    assert utils.find_key(PEAK, lo=450, hi=555, value=0.5) == pytest.approx(538.65, abs=0.01)
+    assert utils.peak_width(PEAK, height=0.5) == pytest.approx(40 * math.log(2) ** 0.5, abs=0.01)
 
 
 def test_stitching_returns_a_record_of_copies() -> None:
-    whole = band(555.3, 450, 650)
-    lower = Scan(whole.wavelengths()[:120], whole.values()[:120])
-    upper = Scan(whole.wavelengths()[80:], [value / 4 for value in whole.values()[80:]])
+    lower = Scan(PEAK.wavelengths()[:120], PEAK.values()[:120])
+    upper = Scan(PEAK.wavelengths()[80:], [value / 4 for value in PEAK.values()[80:]])
     joined = utils.stitch_scans(lower, upper, min_wl=540, max_wl=560, target_error=0.01)
     assert (joined.success, joined.n, joined.k) == (True, 21, pytest.approx(4.0))
     joined.stitch_scan[450] = 9.0
     assert joined.stitch_scan[450] != 9.0
-    with pytest.raises(IndexError, match=r"^domain error, max_wl < min_wl$"):
-        utils.stitch_scans(lower, upper, 560, 540, 0.01)
-    with pytest.raises(ValueError, match=r"^Division by zero"):
-        utils.stitch_scans(lower, upper * 0, 540, 560, 0.01)
 
 
 def test_means_and_sums_stand_on_the_common_range(scan: Scan) -> None:
@@ -98,39 +94,16 @@ def test_means_and_sums_stand_on_the_common_range(scan: Scan) -> None:
     assert vek.sum(part for part in (scan, coarse)) == scan + coarse
 
 
-@pytest.mark.parametrize(
-    ("scans", "error", "text"),
-    [
-        ([], ValueError, "no scans"),
-        ([Scan(), Scan([1], [2])], ValueError, "a scan without points"),
-        ([Scan([1], [2]), Scan([3], [4])], ValueError, "no wavelength in common"),
-        (Scan([1], [2]), TypeError, r"mean takes several scans: mean\(\[a, b\]\)"),
-        ([1.0], TypeError, "mean takes scans; item 0 is a float"),
-    ],
-)
-def test_means_of_nothing_in_common_are_refused(
-    scans: Any, error: type[Exception], text: str
-) -> None:
-    with pytest.raises(error, match=text):
-        vek.mean(scans)
-
-
 @pytest.mark.parametrize("travel", [copy.copy, lambda peaks: pickle.loads(pickle.dumps(peaks))])
 def test_peaks_are_a_sequence_and_a_table(travel: Callable[[Any], Any]) -> None:
     scan = Scan([1, 2, 3, 4, 5, 6, 7], [0, 1, 0, 3, 0, 2, 1.5], interpolation=Interpolation.LINEAR)
     peaks = utils.peaks(scan, baseline="zero")
     first, second, third = peaks
-    assert (len(peaks), bool(utils.peaks(scan, height=9)), repr(peaks)) == (
-        3,
-        False,
-        "<PeakShapes [3]>",
-    )
+    assert (len(peaks), repr(peaks)) == (3, "<PeakShapes [3]>")
+    assert not utils.peaks(scan, height=9)
     assert (peaks[0], peaks[-1], list(peaks[::-2])) == (first, third, [third, first])
     assert (peaks[1:] == peaks, peaks[:] == peaks, peaks == [first, second, third]) == (0, 1, 0)
     assert (second in peaks, list(reversed(peaks))) == (True, [third, second, first])
-    for index in (3, -4):
-        with pytest.raises(IndexError, match="peak index out of range"):
-            peaks[index]
     columns = peaks.columns()
     for name, values in columns.items():
         expected = [getattr(peak, name) for peak in peaks]
@@ -142,7 +115,7 @@ def test_peaks_are_a_sequence_and_a_table(travel: Callable[[Any], Any]) -> None:
     assert travel(peaks) == peaks
 
 
-def test_peaks_take_scans_and_spectra_and_word_refusals() -> None:
+def test_peaks_take_scans_and_spectra() -> None:
     scan = Scan([1, 2, 3, 4, 5], [0, 3, 1, 2, 0], interpolation=Interpolation.LINEAR)
     first, second = vek.peaks(scan)
     assert (first.wavelength, first.height, first.prominence, first.baseline) == (2, 3, 3, 0.5)
@@ -151,13 +124,3 @@ def test_peaks_take_scans_and_spectra_and_word_refusals() -> None:
     assert vek.peaks(spectrum, baseline="zero", height=2.5) == utils.peaks(
         scan, height=2.5, baseline="zero"
     )
-    for options, text in [
-        ({"baseline": "none"}, "lamp: baseline must be 'valleys', 'prominence' or 'zero'"),
-        ({"distance": -1}, "lamp: distance, prominence and width must not be negative"),
-    ]:
-        with pytest.raises(vek.Refusal, match=text):
-            vek.peaks(spectrum, **options)  # type: ignore[arg-type]
-    with pytest.raises(vek.Refusal, match=r"^no values between the points \(Cannot initialize"):
-        vek.peaks(Scan([1, 2], [3, 4]))
-    with pytest.raises(TypeError, match="peaks needs a Scan or a Spectrum; got list"):
-        vek.peaks([1, 2])  # type: ignore[arg-type]
