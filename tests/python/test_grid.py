@@ -7,7 +7,7 @@ from pathlib import Path
 from typing import Any
 
 import pytest
-from cli import GREY, ROOT, Runner, flat, write_csv
+from cli import GREY, ROOT, Runner, flat, rows, write_csv
 
 import vekanalysis as vek
 from vekanalysis.quantities import on_grid
@@ -57,23 +57,8 @@ def test_a_billionth_of_a_nanometre_is_measured_there() -> None:
     assert (beside.scan.epsilon, beside.scan.interpolation) == (1e-9, vek.LINEAR)
 
 
-TOO_FEW = "it cannot be interpolated: Cannot initialize a spline, too few points"
-UNMEASURED = (
-    "1 of the wavelengths in steps of 10 nm were not measured, and points between others have no "
-    "errors of their own to be uncertain by"
-)
-
-
 @pytest.mark.parametrize(
-    ("wavelengths", "options", "reason"),
-    [
-        ([], {}, "it has no points"),
-        ([301, 304], {}, "no multiple of 5 nm lies within its data"),
-        ([301, 309], {}, TOO_FEW),
-        ([300, 310 + 2e-9], {"step": 10.0, "thinned": True}, UNMEASURED),
-        ([300, 1300], {"step": 1e-3}, "a step of 0.001 nm is too fine for its range"),
-        ([300, 1299.999], {"step": 1e-3}, TOO_FEW),
-    ],
+    ("wavelengths", "options", "reason"), rows("grid-refused.jsonl", "spectra")
 )
 def test_what_cannot_be_brought_there_is_refused(
     wavelengths: list[float], options: dict[str, Any], reason: str

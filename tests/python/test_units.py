@@ -2,14 +2,14 @@
 
 import subprocess
 import sys
-from pathlib import Path
 
 import pytest
+from cli import ROOT, rows
 
 import vekanalysis as vek
 from vekanalysis import units
 
-SPELLINGS = Path(__file__).resolve().parents[1] / "data/units.txt"
+SPELLINGS = ROOT / "tests/data/units.txt"
 CASES = {
     spelling.strip(): units.Unit(name, float(scale), base, None if kind == "None" else kind)
     for row in SPELLINGS.read_text("utf-8").splitlines()[1:]
@@ -23,13 +23,7 @@ def test_what_instruments_write_is_understood(text: str, expected: units.Unit) -
     assert units.parse(text) == units.parse(expected.name) == expected
 
 
-NO_UNITS = (
-    "furlong|lens 7|Lens|T|AU|dB|°C|MW/M2/NM|W/(m2|W/m2)|()|W/m2/nm.|W/m2-|.W|-W|W?m2|1W|W 1/nm"
-)
-NO_UNITS += "|W square|W/m^0|WWm|h|m^|2|" + "nm9 " * 30 + "|" + "nm-9 " * 24 + "|W" + " " * 120
-
-
-@pytest.mark.parametrize("text", ["", *NO_UNITS.split("|"), "nm9" * 30, "(" * 60 + "%" + ")" * 60])
+@pytest.mark.parametrize("text", rows("none.jsonl", "units"))
 def test_what_is_not_understood_is_no_unit(text: str) -> None:
     assert units.parse(text) is None
     assert units.parse("W" + " " * 119) is not None
@@ -57,33 +51,12 @@ print("pint" in sys.modules)
     assert done.stdout == "False\n"
 
 
-@pytest.mark.parametrize(
-    ("have", "wanted", "expected"),
-    [
-        ("%", "1", (1.0, 100.0)),
-        ("1", "%", (100.0, 1.0)),
-        ("W/m2", "W m-2", (1.0, 1.0)),
-        ("mW/cm²/nm", "nW/cm²/nm", (1e6, 1.0)),
-        ("erg/s/cm2/Å", "W/m2/nm", (1.0, 100.0)),
-    ],
-)
-def test_a_ratio_is_a_factor_or_a_divisor(
-    have: str, wanted: str, expected: tuple[float, float]
-) -> None:
-    assert units.ratio(units.known(have), units.known(wanted)) == expected
+@pytest.mark.parametrize(("have", "wanted", "expected"), rows("ratios.jsonl", "units"))
+def test_a_ratio_is_a_factor_or_a_divisor(have: str, wanted: str, expected: list[float]) -> None:
+    assert [*units.ratio(units.known(have), units.known(wanted))] == expected
 
 
-RELATIVE = "% ‰ 1 a.u."
-FITTING = {
-    "transmittance": "% ‰ 1",
-    "reflectance": "% ‰ 1",
-    "absorbance": "1 OD mOD",
-    "irradiance": f"W/m2/nm mW/cm2 {RELATIVE}",
-    "flux": f"W/nm {RELATIVE}",
-    "counts": f"cts cts/s {RELATIVE}",
-    "responsivity": f"A/W V/W {RELATIVE}",
-    "other": f"W/m2/nm mW/cm2 W/nm cts cts/s A/W V/W OD mOD lx {RELATIVE}",
-}
+FITTING = dict(rows("kinds.jsonl", "units"))
 
 
 @pytest.mark.parametrize(("kind", "fitting"), FITTING.items())
