@@ -320,6 +320,8 @@ def test_a_document_has_all_that_was_computed(tmp_path: Path) -> None:
     nothing = Certificate(made.spectrum, budget=Budget())
     assert (nothing.budget, nothing.results, nothing.scans) == (None, None, (nothing.spectrum,))
     assert "No uncertainty is stated." in nothing.html()
+    shown = [Certificate(made.spectrum, full=full).quantities for full in (False, True)]
+    assert shown == [[*LENS], [*LENS_FULL]]
 
 
 def packed(scan: vek.Scan) -> bytes:
@@ -561,28 +563,3 @@ def test_paper_has_the_same_page(run: Runner, tmp_path: Path) -> None:
     else:
         assert run(*arguments).status == 0
         assert paper.read_bytes().startswith(b"%PDF-")
-
-
-@pytest.mark.parametrize(
-    ("arguments", "words"),
-    [
-        (["--out", "in.csv", "--overwrite"], "is to be read"),
-        (["--out", "c.html", "--set", "object"], "must be a field and its text"),
-        (["--out", "c.html", "--purpose", "driving"], "--purpose is for --limits"),
-        (["--out", "none/c.html"], "cannot be written"),
-        (["--out", "c.html", "--limits", "none.toml"], "none.toml: cannot be read"),
-        (["--out", "c.html", "in.csv"], "for a page each, --out names a directory: c.html/"),
-    ],
-)
-def test_what_cannot_be_done_is_refused(
-    run: Runner,
-    tmp_path: Path,
-    monkeypatch: pytest.MonkeyPatch,
-    arguments: list[str],
-    words: str,
-) -> None:
-    monkeypatch.chdir(tmp_path)
-    content = write_csv(tmp_path / "in.csv", flat(0.5)).read_bytes()
-    assert words in run.refuse("certificate", *arguments, "in.csv")
-    assert (tmp_path / "in.csv").read_bytes() == content
-    assert not (tmp_path / "c.html").exists()

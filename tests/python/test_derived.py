@@ -5,11 +5,11 @@ from pathlib import Path
 
 import numpy as np
 import pytest
-from cli import GREY, ROOT, Runner
+from cli import GREY, ROOT
 
 import vekanalysis as vek
 from vekanalysis import colorimetry, quantities
-from vekanalysis.certificates import Certificate, Limits, assess, verify
+from vekanalysis.certificates import Certificate, Limits, assess
 from vekanalysis.quantities import DERIVED, LENS_FULL, Evaluator
 from vekanalysis.uncertainty import Budget, Component, propagate, simulate
 
@@ -142,28 +142,6 @@ def test_repeats_have_the_scatter_of_their_quotients() -> None:
     scatter = {each["key"]: each["values"][0]["s"] for each in report.document()["quantities"]}
     assert scatter["ISO8980_3_tau_v"] > 0.01
     assert scatter[LED_RED] < 1e-12
-
-
-def settings(path: Path) -> Path:
-    path.write_text(
-        f'[laboratory]\nname = "Lab"\n[page]\nfigures = "per cent"\n'
-        f'quantities = ["{LED_RED}", "{SMALLEST}", "ANSI_Z80_3_tau_signal_relative.yellow"]\n'
-    )
-    return path
-
-
-def test_a_certificate_with_quotients_is_verified(run: Runner, tmp_path: Path) -> None:
-    page, record = tmp_path / "c.html", tmp_path / "c.json"
-    arguments = ["--settings", settings(tmp_path / "lab.toml"), "--record", record]
-    assert run("certificate", GREY, "--out", page, *arguments).status == 0
-    text = page.read_text()
-    # A quotient is a plain number, a signal relative to a clear lens is in per cent.
-    assert ">0.9549<" in text
-    assert ">54.67<" in text
-    assert "ISO8980_3_led_red" in text
-    assert verify(record).differences == ()
-    plain = Certificate(*vek.read(GREY), full=True)
-    assert [each.key for each in plain.quantities] == [each.key for each in LENS_FULL]
 
 
 LIMITS = """

@@ -175,26 +175,6 @@ def test_grid_brings_repeats_together_as_far_as_they_reach(run: Runner, tmp_path
     assert "not measured" in " ".join(refusal.split())
 
 
-@pytest.mark.parametrize(
-    ("arguments", "told"),
-    [
-        (["--group", ""], "must be a pattern"),
-        (["--group", "{object}{object}"], "once at most"),
-        (["--group", "{object}_*"], "its name 'lens-07-1.csv' does not fit"),
-        (["--group", "*", "--reference", "cie_illuminant_a"], "--group is for files"),
-        (["--group", "", "--csv", "-"], "must be a pattern"),
-        (["--group", "*", "--csv", "-", "--jobs", "2"], "leave out --jobs and --cluster"),
-    ],
-)
-def test_wrong_groups_are_refused(
-    run: Runner, tmp_path: Path, arguments: list[str], told: str
-) -> None:
-    three(tmp_path, "lens-07")
-    (tmp_path / "lens-07_1.csv").rename(tmp_path / "lens-07-1.csv")
-    files = [tmp_path / "lens-07-1.csv", tmp_path / "lens-07_2.csv"]
-    assert told in run.refuse("report", *arguments, *files)
-
-
 @pytest.mark.parametrize("budget", [None, OBSERVED, GAIN])
 def test_a_table_of_means_has_what_the_report_of_each_object_has(
     run: Runner, tmp_path: Path, budget: str | None

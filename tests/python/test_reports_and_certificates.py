@@ -44,6 +44,7 @@ def make_inputs(folder: Path) -> None:
     write_csv(folder / "dark.csv", [(wl, 2e-5 if wl > 400 else -3e-5) for wl, _ in flat(0)])
     write_csv(folder / "short.csv", flat(0.25, 500, 600))
     write_csv(folder / "one.csv", [(550.0, 0.004)])
+    write_csv(folder / "opaque.csv", flat(0, step=10))
     write_csv(folder / "wide.csv", [(wl, 0.9 - wl / 1e4) for wl, _ in flat(0, 250, 1450, 50)])
     lamp = ((wl, 1.01 + math.sin(wl / 40)) for wl, _ in flat(0, 300, 830))
     rows = "".join(f"{wl:g};{value!r};{value!r}\n" for wl, value in lamp)

@@ -4,7 +4,7 @@ import re
 from pathlib import Path
 
 import pytest
-from cli import BRONZE, GREY, ROOT, Runner, flat, write_csv, write_vek
+from cli import BRONZE, GREY, ROOT, Runner, flat, write_vek
 
 import vekanalysis as vek
 
@@ -34,20 +34,6 @@ def test_no_line_is_wider_than_the_screen_and_none_is_lost(
     assert {*labels} == {(str(i), str(i)) for i in range(1, 6)}
 
 
-def test_a_pipe_has_what_fitted_as_ever(run: Runner) -> None:
-    once = run("report", GREY).out
-    assert max(map(len, once.splitlines())) <= 80
-    assert run("report", GREY, "--figures", "fractions").out == once
-    both = run("report", GREY, BRONZE).out
-    assert len([line for line in both.splitlines() if "ISO 8980-3:2013 " in line]) == 1
-    for line, pair in zip(
-        re.findall("^  τ_.*", once, re.MULTILINE),
-        re.findall("^  τ_.*", both, re.MULTILINE),
-        strict=True,
-    ):
-        assert pair.startswith(line.rstrip("[]0123456789").rstrip())
-
-
 def test_the_width_of_a_terminal_is_found(run: Runner, monkeypatch: pytest.MonkeyPatch) -> None:
     monkeypatch.setattr("sys.stdout.isatty", lambda: True)
     monkeypatch.setenv("NO_COLOR", "1")
@@ -57,26 +43,6 @@ def test_the_width_of_a_terminal_is_found(run: Runner, monkeypatch: pytest.Monke
     assert "Spectrum 2 of 2" in out
     monkeypatch.setenv("COLUMNS", "100")
     assert "Spectrum 2 of 2" not in run("report", GREY, BRONZE).out
-
-
-def test_per_cent_has_the_digits_of_fractions(run: Runner, tmp_path: Path) -> None:
-    path = write_csv(tmp_path / "a.csv", flat(0.123456))
-    fractions, percent = (
-        run("report", path, "--figures", form).out for form in ("fractions", "percent")
-    )
-    assert "1         0.1235" in fractions
-    assert "%        12.35" in percent
-    # Of colours nothing is in per cent.
-    colours = "^  [xyXYZ].*"
-    assert re.findall(colours, fractions, re.M) == re.findall(colours, percent, re.M) != []
-    with_u = run("report", path, "--figures", "percent", *BUDGET).out
-    plain = run("report", path, "--figures", "fractions", *BUDGET).out
-    assert re.findall(colours, plain, re.M) == re.findall(colours, with_u, re.M) != []
-    u = run("report", path, "--json", *BUDGET).value("ISO8980_3_tau_v")["U"]
-    (line,) = [line for line in with_u.splitlines() if "  luminous, D65 " in line]
-    assert float(line.split("±")[1].split()[0]) == pytest.approx(100 * u, rel=0.05)
-    for form in ("--json", "--csv=-"):
-        assert "have fractions" in run.refuse("report", path, "--figures", "percent", form)
 
 
 def test_the_text_in_python_takes_the_same() -> None:

@@ -163,8 +163,8 @@ def changed(folder: Path, changes: dict[str, Any]) -> Path:
     """A record that was changed, in places, by one who knows how digests are made."""
     document = json.loads((folder / "c.json").read_text())
     for place, value in changes.items():
-        *way, name = (int(part) if part.isdigit() else part for part in place.split("."))
-        around = reduce(getitem, way, document)
+        steps: list[Any] = [int(part) if part.isdigit() else part for part in place.split(".")]
+        around, name = reduce(getitem, steps[:-1], document), steps[-1]
         if value is None:
             del around[name]
         elif isinstance(around, list):
