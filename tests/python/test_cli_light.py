@@ -29,17 +29,6 @@ def built_in(name: str) -> vek.Scan:
     return reference(name) if name in NAMES else vek.reports.built_in(name).scan
 
 
-def test_daylight_is_white_to_itself(run: Runner) -> None:
-    result = run("light", "--json", "--reference", "cie_illuminant_d65")
-    lab = [result.value(f"{LAB}.{field}")["value"] for field in ("L_star", "a_star")]
-    assert lab == pytest.approx([100.0, 0.0], abs=1e-9)
-    # CIE 15:2004, Table T.3.
-    observers = {"CIE_1931": (0.31272, 0.32903), "CIE_1964": (0.31382, 0.33100)}
-    for observer, published in observers.items():
-        point = [result.value(f"{observer}_chromaticity.{axis}")["value"] for axis in "xy"]
-        assert point == pytest.approx(published, abs=5e-5)
-
-
 def test_the_scale_of_the_white_counts_only_where_it_should(run: Runner, tmp_path: Path) -> None:
     dim = [(wl, 0.001 * value) for wl, value in reference("cie_illuminant_a").items()]
     source = write_csv(tmp_path / "a.csv", dim)
@@ -111,48 +100,7 @@ def test_a_table_of_lights_has_the_figures_of_the_report(run: Runner, tmp_path: 
     assert "irradiance in mW m-2 nm-1, divided by 1000" in row["notes"]
 
 
-# Correlated colour temperature, x, y, Ra, and how far off these may be: CIE 15:2018, Table 10.1.
-CERTIFIED = {"FL2": (4230, 0.3721, 0.3751, 64), "FL4": (2940, 0.4402, 0.4031, 51)}
-PRINTED = (10, 5e-5, 5e-5, 0.5)
-
-
-@pytest.mark.parametrize("name", CERTIFIED)
-def test_a_report_leads_with_what_a_certificate_has(run: Runner, name: str) -> None:
-    report = run("light", "--json", "--reference", name)
-    keys = ("correlated_colour_temperature.cct", "chromaticity.x", "chromaticity.y")
-    figures = [report.value(key)["value"] for key in (*keys, "colour_rendering.Ra")]
-    for figure, published, tolerance in zip(figures, CERTIFIED[name], PRINTED, strict=True):
-        assert figure == pytest.approx(published, abs=tolerance)
-    found = lighting.colour_fidelity(lighting.reference(name))
-    for key, figure in (("Rf", found.Rf), ("bins.16.Rhs", found.bins[15].Rhs)):
-        value = report.value(f"colour_fidelity.{key}")["value"]
-        assert value == pytest.approx(figure, rel=1e-9)
-
-
 LINEAR_GRID = [380.0 + 2 * i for i in range(201)]
-NEEDS_A_UNIT = ("illuminance", "band_total", "alpha_opic.melanopic.edi", "photon_flux")
-RELATIVE = ("correlated_colour_temperature.cct", "chromaticity.x", "colour_rendering.Ra")
-RELATIVE += ("colour_fidelity.Rf", "scotopic_photopic_ratio", "alpha_opic.melanopic.der")
-
-
-@pytest.mark.parametrize(
-    ("unit", "reason"),
-    [
-        ("", "not known to be an irradiance; its unit is not stated"),
-        (" [counts]", "counts, not an irradiance; its unit is counts"),
-    ],
-)
-def test_a_relative_spectrum_has_what_needs_no_scale(
-    run: Runner, tmp_path: Path, unit: str, reason: str
-) -> None:
-    lamp = tmp_path / "lamp.csv"
-    lamp.write_text(f"nm;value{unit}\n" + "".join(f"{wl:g};{wl}\n" for wl in LINEAR_GRID))
-    report = run("light", "--json", lamp)
-    for key in NEEDS_A_UNIT:
-        assert report.value(key)["problem"] == f"Not computable: {reason}"
-    assert all(report.value(key)["value"] is not None for key in RELATIVE)
-    warned = any("responsivity" in note for note in report.document["spectra"][0]["notes"])
-    assert warned == bool(unit)
 
 
 @pytest.mark.parametrize(

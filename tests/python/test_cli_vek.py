@@ -11,10 +11,8 @@ from cli import GREY, ROOT, Runner, flat, write_csv, write_vek
 
 import vekanalysis as vek
 
-INSTRUMENTS = [
-    ROOT / "tests/data/labfiles" / name
-    for name in ("spc-new-multi3.spc", "jdx-link-two-blocks.jdx")
-]
+FILES = ROOT / "tests/data/labfiles"
+INSTRUMENTS = [FILES / "spc-new-multi3.spc", FILES / "jdx-link-two-blocks.jdx"]
 LABELS = ["A", "B, \N{MICRO SIGN}\x1b", "A (2)"]
 
 
@@ -26,8 +24,6 @@ def lenses(tmp_path: Path) -> Path:
         tmp_path / "lenses.vek",
         [(name, flat(*grid)) for name, grid in zip(["A", LABELS[1], "A"], grids, strict=True)],
         scan_summary="first line\nsecond \x1b line",
-        apply_reference=True,
-        reference_file="lamp.vek",
     )
 
 

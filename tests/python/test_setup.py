@@ -44,10 +44,7 @@ class Checkout:
         self.environment["CALLS"] = str(self.calls)
 
     def call(
-        self,
-        *command: str,
-        variables: dict[str, str] | None = None,
-        user: int | None = None,
+        self, *command: str, variables: dict[str, str] | None = None, user: int | None = None
     ) -> tuple[str, str]:
         """Status with what was said, and the steps of Python that were run."""
         self.calls.write_text("")
