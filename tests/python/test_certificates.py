@@ -13,7 +13,7 @@ from types import SimpleNamespace
 from typing import Any
 
 import pytest
-from cli import GREY, ROOT, Runner, flat, mistakes, rows, write_csv, write_vek
+from cli import GREY, ROOT, Runner, flat, mistakes, write_csv, write_vek
 
 import vekanalysis as vek
 from vekanalysis.certificates import (
@@ -128,8 +128,24 @@ def test_german_has_all_words_and_a_decimal_comma(tmp_path: Path) -> None:
     assert "Keine Daten innerhalb von 290–315 nm." in text  # noqa: RUF001
 
 
+Y, A_STAR = "CIE_tristimulus_values.Y", "CIELAB_tristimulus_values.a_star"
+Q_RED = "ISO8980_3_Q_led.red"
+
+
 @pytest.mark.parametrize(
-    ("key", "number", "plain", "percent"), rows("digits.jsonl", "certificates")
+    ("key", "number", "plain", "percent"),
+    [
+        (TAU_V, 0.123456, "0.1235|0.123456|0.12", "12,35 %|12,3456 %|12 %"),
+        (TAU_V, 0.00125, "0.0013|0.00125|0.0013", "0,13 %|0,125 %|0,13 %"),
+        (TAU_V, -4e-05, "0.0000|-0.00004|-0.000040", "0,00 %|-0,004 %|-0,0040 %"),
+        (TAU_V, 1.00005, "1.0001|1.00005|1.0", "100,01 %|100,005 %|100 %"),
+        (Q_RED, 10.5, "10.5000|10.5|10", "10,5000|10,5|10"),
+        (Y, 5807.3412, "5807.34 nm|5807.34 nm|5800 nm", "5807,34 nm|5807,34 nm|5800 nm"),
+        (Y, 0.99996, "1.0000 nm|0.99996 nm|1.0 nm", "1,0000 nm|0,99996 nm|1,0 nm"),
+        (Y, 1.0, "1.00000 nm|1 nm|1.0 nm", "1,00000 nm|1 nm|1,0 nm"),
+        (Y, 123456.7, "123457 nm|123457 nm|120000 nm", "123457 nm|123457 nm|120000 nm"),
+        (A_STAR, -79.0159, "-79.0159|-79.0159|-79", "-79,0159|-79,0159|-79"),
+    ],
 )
 def test_figures_limits_and_guard_bands_have_their_digits(
     key: str, number: float, plain: str, percent: str
@@ -292,7 +308,7 @@ def test_a_document_has_all_that_was_computed(tmp_path: Path) -> None:
     (tmp_path / "logo.png").write_bytes(PNG)
     (tmp_path / "own").mkdir()
     (tmp_path / "own/page.css").write_text("p {}")
-    keys = f'quantities = ["{TAU_V}", "ISO8980_3_Q_led.red"]\ntemplates = "own"'
+    keys = f'quantities = ["{TAU_V}", "{Q_RED}"]\ntemplates = "own"'
     own = settings(tmp_path, f'logo = "logo.png"\n[page]\n{keys}')
     scan = vek.Scan(range(550, 690, 5), [1.0] * 28)
     first = Certificate(*vek.read(GREY), settings=own, tables=[OwnTable(LED, scan)])
@@ -386,7 +402,17 @@ def levels(svg: str) -> str:
 
 
 @pytest.mark.parametrize(
-    ("lowest", "highest", "plain", "percent"), rows("axes.jsonl", "certificates")
+    ("lowest", "highest", "plain", "percent"),
+    [
+        (0.0, 0.01, "0 0.002 0.004 0.006 0.008 0.01", "0 0.5 1 1.5 2"),
+        (0.0, 0.015, "0 0.005 0.01 0.015 0.02", "0 1 2 3 4 5"),
+        (0.0, 0.04, "0 0.01 0.02 0.03 0.04 0.05", "0 1 2 3 4 5"),
+        (0.0, 0.08, "0 0.02 0.04 0.06 0.08 0.1", "0 2 4 6 8 10"),
+        (0.0, 0.15, "0 0.05 0.1 0.15 0.2", "0 5 10 15 20"),
+        (0.0, 0.5, "0 0.1 0.2 0.3 0.4 0.5", "0 20 40 60 80 100"),
+        (-0.3, 0.9, "-0.2 0 0.2 0.4 0.6 0.8 1", "-20 0 20 40 60 80 100"),
+        (-0.3, 1.3, "0 0.5 1", "0 50 100"),
+    ],
 )
 def test_an_axis_has_round_numbers(lowest: float, highest: float, plain: str, percent: str) -> None:
     words, spectrum = Words(Settings()), drawn([lowest, highest, 0.0])

@@ -31,7 +31,18 @@ def test_data_are_needed_only_where_the_weights_are(run: Runner, tmp_path: Path)
     assert touching.value("ISO8980_3_tau_uva")["complete"] is True
 
 
-@pytest.mark.parametrize(("content", "reason"), rows("bad-text.jsonl", "reports"))
+@pytest.mark.parametrize(
+    ("content", "reason"),
+    [
+        ("", "the file is empty"),
+        ("400,1\n\n410;x\n420,1\n", "line 3: '410;x' is not a row of 2 numbers as line 1"),
+        ("400 1\n390 1\n410 1\n", "line 3: wavelength 410 after 390, where they descend"),
+        ("0.4 1\n0.7 1\n", "wavelengths from 0.4 to 0.7 look like um, not nm"),
+        ("400 0.5\n410 -9999\n420 2\n", "-9999 at 410 nm is no transmittance between 0 and 1"),
+        ("nm;E [W m-2 nm-1]\n400;0,5\n780;1\n", "irradiance, not a transmittance"),
+        ("nm;R [%]\n400;50\n780;51\n", "reflectance, not a transmittance"),
+    ],
+)
 def test_bad_text_is_refused_by_its_line(
     run: Runner, tmp_path: Path, content: str, reason: str
 ) -> None:
