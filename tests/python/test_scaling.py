@@ -17,7 +17,7 @@ from pkgutil import walk_packages
 from typing import Any
 
 import pytest
-from cli import ROOT, Runner
+from cli import ROOT, Runner, repeated, rows
 from vekwriter import Contents, DataSet
 
 from vekanalysis import Refusal, reports
@@ -35,41 +35,34 @@ SLOWEST = 2.5**3
 FLOOR = 0.02
 
 
-def _table(*lines: str, rows: int = 3) -> str:
-    return "\n".join([*lines, *(f"{400 + 10 * row};0.5" for row in range(rows))]) + "\n"
-
-
 def _columns(count: int, values: list[str]) -> str:
     titles = ";".join(f"A {i} (%)" for i in range(count))
     rows = [f"{400 + i};" + ";".join([value] * count) for i, value in enumerate(values)]
     return "\n".join([f"nm;{titles}", *rows, ""])
 
 
-def _jcamp(*records: str, data: str = "400, 0.5\n410, 0.5") -> str:
-    head = ["##TITLE= a", "##JCAMP-DX= 4.24", "##DATA TYPE= UV/VIS SPECTRUM", "##ORIGIN= a"]
-    head += ["##OWNER= a", "##XUNITS= NANOMETERS", "##YUNITS= TRANSMITTANCE"]
-    return "\n".join([*head, *records, "##XYPOINTS= (XY..XY)", data, "##END=\n"])
+# What the texts below consist of, by names in braces.
+PARTS: dict[str, str] = dict(rows("parts.jsonl", "scaling"))
 
 
-def _packed(text: str) -> str:
-    limits = ["##XFACTOR= 1", "##YFACTOR= 1", "##FIRSTX= 400", "##LASTX= 500", "##NPOINTS= 11"]
-    return _jcamp(*limits).replace(
-        "##XYPOINTS= (XY..XY)\n400, 0.5\n410, 0.5", f"##XYDATA= (X++(Y..Y))\n{text}"
-    )
+def _made(text: str, size: int) -> str:
+    """A text of a size: its parts put in, and what stands between « and » repeated."""
+    for name, part in (*PARTS.items(), ("size", str(size))):
+        text = text.replace(f"{{{name}}}", part)
+    return repeated(text, size)
 
 
-def _xml(body: str) -> str:
-    root = '<IESTM2714 xmlns="http://www.ies.org/iestm2714" version="1.0">'
-    return f'<?xml version="1.0"?>{root}{body}</IESTM2714>'
+def _each(count: int, make: Callable[[int], str]) -> str:
+    return "".join(map(make, range(count)))
 
 
-def _tm27(points: int, header: str = "") -> str:
-    data = "".join(
-        f'<SpectralData wavelength="{300 + i / 16}">0.5</SpectralData>' for i in range(points)
-    )
-    return _xml(
-        f"<Header><Description>a</Description>{header}</Header><SpectralDistribution><SpectralQuantity>relative</SpectralQuantity>{data}</SpectralDistribution>"
-    )
+def _jcamp(data: str) -> str:
+    return _made("{jcamp}{pairs}", 0) + data + "##END=\n"
+
+
+def _tm27(points: int) -> str:
+    data = _each(points, lambda i: f'<SpectralData wavelength="{300 + i / 16}">0.5</SpectralData>')
+    return _made("{header}{spectrum}", 0) + data + PARTS["closed"]
 
 
 def _noise(count: int) -> str:
@@ -84,161 +77,38 @@ def _vek(sets: int, points: int = 2, name: str = "A", **contents: Any) -> bytes:
 
 # Of what `vekanalysis.read` takes: the input of a size.
 FILES: dict[str, tuple[int, Callable[[int], str | bytes]]] = {
-    "two numbers without end": (20_000, lambda n: f"{'1' * n} {'1' * n}x\n"),
-    "one number without end": (40_000, lambda n: f"{'1' * n}\n" * 2),
-    "points in a number": (40_000, lambda n: _table("1." * n)),
-    "signs": (40_000, lambda n: _table("+-" * n)),
-    "digits with blanks": (20_000, lambda n: _table("1 " * n)),
-    "digits with commas": (20_000, lambda n: _table("1," * n)),
-    "grouped digits": (20_000, lambda n: _table("1" + ".111" * n, rows=3)),
-    "exponents": (20_000, lambda n: _table("1e" * n)),
-    "long rows": (1_000, lambda n: _columns(n, ["0.5", "0.5"]).partition("\n")[2]),
-    "equal titles": (1_000, lambda n: f"nm{';A' * n}\n400{';0.5' * n}\n410{';0.5' * n}\n"),
-    "differing titles": (500, lambda n: _columns(n, ["0.5", "0.5"])),
-    "empty cells": (10_000, lambda n: "nm;T" + ";" * n + "\n400;0.5\n410;0.5\n"),
-    "empty cells in each row": (
-        2_000,
-        lambda n: "".join(f"{400 + wl};0.5{';' * n}\n" for wl in range(5)),
-    ),
-    "brackets in a title": (10_000, lambda n: _table(f"nm;{'(' * n}")),
-    "brackets and words in a title": (10_000, lambda n: _table(f"nm;{'(a ' * n}{')' * n}")),
-    "units in a title": (5_000, lambda n: _table("nm;T " + "[%] " * n)),
-    "unit without end": (5_000, lambda n: _table(f"nm;T [{'W m-2 ' * n}]")),
-    "cm and blanks": (10_000, lambda n: _table("nm;cm" + " " * n + "x")),
-    "letters of a unit": (10_000, lambda n: _table(f"nm;T [{'m' * n}]")),
-    "words of a title": (5_000, lambda n: _table("nm;" + "wave " * n)),
-    "slashes in a title": (10_000, lambda n: _table("nm;T " + "/" * n)),
-    "per": (10_000, lambda n: _table("nm;T " + "per " * n)),
-    "quotes": (10_000, lambda n: _table('nm;"' + '""' * n)),
-    "open quote": (10_000, lambda n: 'nm;"T\n' + "400;0.5\n" * n),
-    "long quoted cell": (30_000, lambda n: f'nm;"{"a" * n}"\n400;0.5\n410;0.5\n'),
-    "header lines": (3_000, lambda n: _table(*[f"key {i}: value" for i in range(n)])),
-    "equal header lines": (3_000, lambda n: _table(*["Sample: lens"] * n)),
-    "header without end": (10_000, lambda n: _table("Sample: " + "a: " * n)),
-    "header lines of units": (3_000, lambda n: _table(*["Unit: nm;%"] * n)),
-    "empty lines": (50_000, lambda n: "\n" * n + _table()),
-    "carriage returns": (50_000, lambda n: "\r" * n + _table()),
-    "words between rows": (2_000, lambda n: "400;0.5\nword\n" * n),
-    "lines of words": (5_000, lambda n: "a b c d\n" * n),
-    "comments": (5_000, lambda n: "# comment: 1 2 3\n" * n + _table()),
-    "dates": (5_000, lambda n: _table(*["2024-03-01 10:15:00;1"] * n)),
     "descending wavelengths": (
         5_000,
-        lambda n: "".join(f"{2000 - i / 100:.2f};0.5\n" for i in range(n)),
+        lambda n: _each(n, lambda i: f"{2000 - i / 100:.2f};0.5\n"),
     ),
-    "equal wavelengths": (5_000, lambda n: "400;0.5\n" * n),
-    "ragged rows": (1_000, lambda n: "".join("400" + ";1" * (i % 50) + "\n" for i in range(n))),
-    "blanks": (50_000, lambda n: " " * n + "400 0.5\n410 0.5\n"),
-    "tabs": (20_000, lambda n: "400\t0.5" + "\t" * n + "\n410\t0.5\n"),
-    "percent signs": (10_000, lambda n: _table("nm;" + "%" * n)),
-    "letters beyond ASCII": (10_000, lambda n: _table("nm;" + "é\u2212 " * n)),
-    "JCAMP-DX titles": (20_000, lambda n: "##TITLE= " + " " * n + "\n"),
-    "JCAMP-DX comments": (20_000, lambda n: "$$ a\n" * n + "##TITLE= a\n"),
-    "JCAMP-DX open brackets": (10_000, lambda n: _jcamp("##X= " + "<" * n)),
-    "JCAMP-DX labels": (3_000, lambda n: _jcamp(*[f"##X{i}= 1" for i in range(n)])),
-    "JCAMP-DX equal labels": (3_000, lambda n: _jcamp(*["##X= 1"] * n)),
-    "JCAMP-DX long label": (20_000, lambda n: _jcamp("##" + "X" * n)),
-    "JCAMP-DX blocks": (
-        300,
-        lambda n: f"##TITLE= a\n##DATA TYPE= LINK\n##BLOCKS= {n}\n" + _jcamp() * n + "##END=\n",
-    ),
-    "JCAMP-DX nested blocks": (
-        300,
-        lambda n: "##TITLE= a\n##DATA TYPE= LINK\n##BLOCKS= 1\n" * n + _jcamp(),
+    "ragged rows": (1_000, lambda n: _each(n, lambda i: f"400{';1' * (i % 50)}\n")),
+    "shapes": (
+        3_000,
+        lambda n: _each(n, lambda i: f"{'x' * (i % 300)} {'abc'[i % 3]}\n") + PARTS["rows"],
     ),
     "JCAMP-DX pairs": (
         3_000,
-        lambda n: _jcamp(data="\n".join(f"{400 + i / 100:.2f}, 0.5" for i in range(n))),
+        lambda n: _jcamp(_each(n, lambda i: f"{400 + i / 100:.2f}, 0.5\n")),
     ),
     "JCAMP-DX pairs in a line": (
         3_000,
-        lambda n: _jcamp(data=" ".join(f"{400 + i / 100:.2f},0.5;" for i in range(n))),
+        lambda n: _jcamp(_each(n, lambda i: f"{400 + i / 100:.2f},0.5; ") + "\n"),
     ),
-    "JCAMP-DX digits": (10_000, lambda n: _jcamp(data="1" * n + " " + "1" * n + "x")),
-    "JCAMP-DX packed digits": (10_000, lambda n: _packed("400 " + "1" * n)),
-    "JCAMP-DX packed tokens": (10_000, lambda n: _packed("400" + "@" + "%S9" * n)),
-    "JCAMP-DX packed repeats": (10_000, lambda n: _packed("400A" + "S" + "9" * n)),
-    "JCAMP-DX packed lines": (3_000, lambda n: _packed("\n".join(f"{400 + i}A" for i in range(n)))),
-    "TM-27 points": (1_000, lambda n: _tm27(n)),
-    "TM-27 long text": (50_000, lambda n: _tm27(2, f"<Comments>{'a ' * n}</Comments>")),
-    "TM-27 fields": (2_000, lambda n: _tm27(2, "<Comments>a</Comments>" * n)),
-    "XML depth": (20_000, lambda n: _xml("<a>" * n + "</a>" * n)),
-    "XML attributes": (
+    "JCAMP-DX packed lines": (
         3_000,
-        lambda n: _xml("<a " + " ".join(f'b{i}="1"' for i in range(n)) + "/>"),
+        lambda n: _made("{ordinates}", 0) + _each(n, lambda i: f"{400 + i}A\n") + "##END=\n",
     ),
-    "XML entities": (10_000, lambda n: _xml("&amp;" * n)),
-    "XML declaration": (30_000, lambda n: "<?xml " + "encoding " * n),
-    "data sets of one name": (200, lambda n: _vek(n)),
+    "TM-27 points": (1_000, _tm27),
+    "data sets of one name": (200, _vek),
     "data sets of long names": (20, lambda n: _vek(20, name="A" * n * 20)),
     "points of a data set": (5_000, lambda n: _vek(1, n)),
     "long comment": (3_000, lambda n: _vek(1, scan_summary="a\n" * n)),
-    "square brackets": (10_000, lambda n: _table("nm;" + "[" * n)),
-    "brackets between blanks": (5_000, lambda n: _table("nm  " + "( " * n)),
-    "cm and blanks first": (10_000, lambda n: _table("cm" + " " * n + "x;T")),
-    "pairs of columns": (500, lambda n: f"nm;T{';nm;T' * n}\n400;1{';400;1' * n}\n"),
-    "blanks behind quotes": (5_000, lambda n: ";".join(['"1"'] * n) + " " * n + "\n"),
-    "shapes": (3_000, lambda n: _table(*[f"{'x' * (i % 300)} {'abc'[i % 3]}" for i in range(n)])),
-    "JCAMP-DX packed numbers": (20_000, lambda n: _packed("400 " + "1 " * n)),
-    "JCAMP-DX brackets and comments": (20_000, lambda n: _packed("400 1 2 " + "<$$" * n)),
-    "JCAMP-DX comments in a title": (20_000, lambda n: "##TITLE= " + "$$<" * n),
-    "XML comments": (20_000, lambda n: "<!---->" * n + "<R/>"),
-    "XML long tag": (50_000, lambda n: "<R " + "a" * n),
-    "gaps in each column": (500, lambda n: _columns(n, ["0.5", "", "0.5"])),
-    "facts for each column": (
-        200,
-        lambda n: "".join(f"key {i}: a\n" for i in range(n)) + _columns(n, ["0.5"] * 3),
-    ),
+    **{name: (size, partial(_made, text)) for name, size, text in rows("files.jsonl", "scaling")},
 }
-
-_COMPONENT = "[[component]]\nname='a{i}'\nkind='gain'\nstandard=0.01\n"
-_CATEGORY = "[[category]]\nname='a{i}'\nquantity='ISO8980_3_tau_v'\nabove=0.1\nat_most=1.0\n"
-_LABELS = "label='a'\nsource='a'\nedition='a'\n"
-
-
-def _each(count: int, text: str, last: str = "") -> str:
-    return "".join(text.replace("{i}", str(i)) for i in range(count)) + last
-
 
 # What people write for a laboratory, and who reads it.
-DOCUMENTS: dict[str, tuple[int, type[Any], Callable[[int], str]]] = {
-    "components": (50, Budget, lambda n: _each(n, _COMPONENT)),
-    "component of a name that is there": (
-        50,
-        Budget,
-        lambda n: _each(n, _COMPONENT, _COMPONENT.replace("{i}", "0")),
-    ),
-    "component of an unknown key": (
-        50,
-        Budget,
-        lambda n: _each(n, _COMPONENT, _COMPONENT.replace("kind", "kin")),
-    ),
-    "keys within a string": (
-        300,
-        Budget,
-        lambda n: f"label='''\n{'[[component]]\nname=1\n' * n}'''\n[[component]]\nname=1\n",
-    ),
-    "long key": (5_000, Budget, lambda n: _COMPONENT + "x" * n + "=1\n"),
-    "many keys": (300, Budget, lambda n: _COMPONENT + _each(n, "x{i}=1\n")),
-    "long kind": (5_000, Budget, lambda n: _COMPONENT.replace("gain", "g" * n)),
-    "many tables": (300, Budget, lambda n: _each(n, "[a{i}]\n")),
-    "depth of lists": (5_000, Budget, lambda n: "a=" + "[" * n),
-    "depth of names": (5_000, Budget, lambda n: "a" + ".a" * n + "=1"),
-    "long list": (2_000, Budget, lambda n: _COMPONENT.replace("0.01", f"[{'0.1,' * n}]")),
-    "categories": (50, Limits, lambda n: _LABELS + _each(n, _CATEGORY)),
-    "category of a wrong bound": (
-        50,
-        Limits,
-        lambda n: _LABELS + _each(n, _CATEGORY, _CATEGORY.replace("0.1", "'x'")),
-    ),
-    "long name of a quantity": (
-        5_000,
-        Limits,
-        lambda n: _LABELS + _CATEGORY.replace("tau_v", "v" * n),
-    ),
-    "many fields": (300, Settings, lambda n: "[fields]\n" + _each(n, "a{i}='x'\n")),
-    "long address": (500, Settings, lambda n: f"[laboratory]\nname='a'\naddress=[{'"a",' * n}]\n"),
-}
+DOCUMENTS = {name: case for name, *case in rows("documents.jsonl", "scaling")}
+READERS: dict[str, type[Any]] = {kind.__name__: kind for kind in (Budget, Limits, Settings)}
 
 # Of commands on one file, which comes last.
 COMMANDS: dict[str, tuple[int, tuple[str, ...], Callable[[int], str | bytes]]] = {
@@ -246,14 +116,14 @@ COMMANDS: dict[str, tuple[int, tuple[str, ...], Callable[[int], str | bytes]]] =
     "peaks of a staircase": (
         3_000,
         ("peaks",),
-        lambda n: "".join(f"{300 + i / 100:.2f} {i + i % 2 * 3}\n" for i in range(n)),
+        lambda n: _each(n, lambda i: f"{300 + i / 100:.2f} {i + i % 2 * 3}\n"),
     ),
     "report of columns": (20, ("report",), lambda n: _columns(n, ["50"] * 20)),
     "report of data sets": (20, ("report", "--json"), lambda n: _vek(n, 5)),
     "light of points": (
         3_000,
         ("light", "--unit", "W m-2 nm-1"),
-        lambda n: "".join(f"{300 + 600 * i / n:.5f};0.5\n" for i in range(n)),
+        lambda n: _each(n, lambda i: f"{300 + 600 * i / n:.5f};0.5\n"),
     ),
     "table of columns": (20, ("report", "--csv", "-"), lambda n: _columns(n, ["50"] * 20)),
     "contents": (100, ("info",), _vek),
@@ -311,8 +181,9 @@ def test_reading_follows_the_size(name: str, tmp_path: Path) -> None:
 
 @pytest.mark.parametrize("name", DOCUMENTS)
 def test_documents_follow_the_size(name: str, tmp_path: Path) -> None:
-    size, kind, make = DOCUMENTS[name]
-    _check(lambda path: _outcome(lambda: kind.read(path)), size, make, tmp_path)
+    size, kind, text = DOCUMENTS[name]
+    reader = READERS[kind].read
+    _check(lambda path: _outcome(lambda: reader(path)), size, partial(_made, text), tmp_path)
 
 
 @pytest.mark.parametrize(
@@ -326,8 +197,8 @@ def test_documents_follow_the_size(name: str, tmp_path: Path) -> None:
 def test_a_file_of_very_many_spectra_or_lines_of_text_is_refused(
     header: str, count: int, reason: str, run: Runner, tmp_path: Path
 ) -> None:
-    rows = "".join(f"{wl}{';1' * count}\n" for wl in (400, 410))
-    (tmp_path / "a.csv").write_text(f"{header}nm{';' * count}\n{rows}")
+    titles, values = ";" * count, ";1" * count
+    (tmp_path / "a.csv").write_text(f"{header}nm{titles}\n400{values}\n410{values}\n")
     assert reason in run.refuse("report", tmp_path / "a.csv")
 
 
@@ -447,7 +318,7 @@ def test_a_long_file_takes_memory_by_its_size(
         if suffix == "vek":
             content = _vek(1, count // 2)
         elif suffix == "jdx":
-            content = _jcamp(data="\n".join(f"{21 + row},1" for row in range(count))).encode()
+            content = _jcamp(_each(count, lambda row: f"{21 + row},1\n")).encode()
         else:
             lines = (";".join([f"{21 + row}", *["1"] * columns]) for row in range(count))
             content = ("nm;" + ";".join("abc"[:columns]) + "\n" + "\n".join(lines)).encode()
