@@ -18,7 +18,6 @@ import vekanalysis as vek
 
 TAKEN = "kind and unit are not stated; the values are taken for fractions"
 MODULE = [sys.executable, "-m", "vekanalysis"]
-DATA = vek.colorimetry.data
 
 
 def test_data_are_needed_only_where_the_weights_are(run: Runner, tmp_path: Path) -> None:
@@ -87,18 +86,6 @@ def test_what_files_state_is_followed_and_told(run: Runner, tmp_path: Path) -> N
     assert "'bronze': cells without a number left out: 1, the first in line 7" in found[1][2]
 
 
-def test_a_refused_column_is_told_with_what_was_made_of_its_title(
-    run: Runner, tmp_path: Path
-) -> None:
-    path = tmp_path / "a.csv"
-    path.write_text("nm;T;u(T)\n400;0.5;0.1\n410;0.5;0.1\n")
-    refusal = run.refuse("report", path)
-    assert refusal.endswith(
-        "a.csv: u(T): not known to be a transmittance; column 2 'u(T)': 'u' may be an uncertainty "
-        "or the name of a sample; choose other columns with --columns"
-    )
-
-
 OPTIONS = {
     "400;0,5;9\n780;0,5;9\n": "--columns 0,1",
     "# run 3\n400 5\n780 5\n400 9\n780 9\n": "--skip 4-5 --unit %",
@@ -134,6 +121,7 @@ def test_bad_usage_and_bad_input_are_told_in_one_line(
     write_csv(Path("g.csv"), lens)
     write_csv(Path("pct.csv"), flat(51.0, 780, 800))
     Path("frac.csv").write_text("nm;T [1]\n400;0.5\n780;0.5\n")
+    Path("u.csv").write_text("nm;T;u(T)\n400;0.5;0.1\n410;0.5;0.1\n")
     write_csv(Path("uv.csv"), flat(1.0, 300, 370))
     write_csv(Path("few.csv"), flat(1.0, 400, 700, 300))
     write_vek(Path("two.vek"), [("A", lens), ("B", lens)])

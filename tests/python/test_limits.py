@@ -28,7 +28,6 @@ from vekanalysis.uncertainty import Results
 
 EXAMPLE = Path(__file__).parents[2] / "examples/limits-categories.toml"
 TAU_V, SUVA, SB = "ISO8980_3_tau_v", "ISO8980_3_tau_suva", "ISO12311_tau_sb"
-RED = "ISO8980_3_tau_signal_led.red"
 TWO_SIGMA = 0.954499736103642  # k = 2 for the normal distribution
 FULL = Value(needed=(380.0, 780.0), covered=(380.0, 780.0))
 

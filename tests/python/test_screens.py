@@ -1,4 +1,4 @@
-"""Reports as text on screens: width, blocks of columns, labels, per cent, what is near zero."""
+"""Reports as text on screens: width, blocks of columns, labels."""
 
 import re
 from pathlib import Path
@@ -9,7 +9,6 @@ from cli import BRONZE, GREY, ROOT, Runner, flat, write_vek
 import vekanalysis as vek
 
 BUDGET = ("--uncertainty", str(ROOT / "examples/budget.toml"))
-FIGURE = re.compile(r"^  (\S+) +(.+?) {2,}.* (?:1|%|nm) +(-?[0-9.]+)(?: .*)?$", re.MULTILINE)
 
 
 @pytest.mark.parametrize("width", [50, 80, 81, 100, 132, 200])
