@@ -8,7 +8,7 @@ from pathlib import Path
 from typing import Any
 
 import pytest
-from cli import GREY, ROOT, Points, Runner, flat, rows, write_csv, write_vek
+from cli import GREY, ROOT, Points, Runner, flat, write_csv, write_vek
 
 import vekanalysis as vek
 from vekanalysis.reports._calibration import _shown
@@ -106,7 +106,29 @@ def test_a_calibration_finds_the_drive(run: Runner, tmp_path: Path) -> None:
     assert two["after"] == {name: getattr(parameters, name) for name in start()}
 
 
-@pytest.mark.parametrize(("changes", "free", "unit", "notes"), rows("fit-notes.jsonl", "commands"))
+FIXED = "d: free, but no fit moves d, omega_t or omega_m."
+UNCHANGED = "The fit changed nothing: the parameters are those of the start."
+AFAR = (
+    "phi is not found from afar, and hardly moves where the amplitude a is small; to try 36 "
+    "phases, say, starts from phases over half a turn and keeps the best."
+)
+IN_METRES = (
+    "The fit ended because the root of the summed squared residuals was 1e-9 or less. In metres "
+    "that is 1 nm, and too early: give d and the wavelengths in nm."
+)
+NO_EFFECT = "phi has no effect while the amplitude a is 0."
+NOTES = [
+    ({}, "d", 1.0, [FIXED, UNCHANGED]),
+    ({"a": 0.01}, "cos_K,phi", 1.0, [AFAR]),
+    ({"a": 1.0}, "cos_K,phi --try-phases 36", 1.0, []),
+    ({}, "cos_K,phi", 1.0, [NO_EFFECT]),
+    ({}, "cos_K,theta_z", 1e-9, []),
+    ({}, "cos_K,theta_z,alpha", 1e-9, [IN_METRES]),
+    ({}, "cos_K,theta_z,alpha", 1.0, []),
+]
+
+
+@pytest.mark.parametrize(("changes", "free", "unit", "notes"), NOTES)
 def test_what_a_fit_cannot_do_is_said(
     run: Runner, tmp_path: Path, changes: dict[str, float], free: str, unit: float, notes: list[str]
 ) -> None:
@@ -134,7 +156,19 @@ def test_a_fit_of_as_many_points_as_parameters_says_so() -> None:
     assert (told in still.notes) == (still.after["a"] == still.before["a"])
 
 
-@pytest.mark.parametrize(("residual", "rms", "shown"), rows("residuals.jsonl", "commands"))
+@pytest.mark.parametrize(
+    ("residual", "rms", "shown"),
+    [
+        (1.23456, 1e6, "1.23e+00"),
+        (1.23456, 999_999.0, "1"),
+        (123.456, 123.0, "123"),
+        (1.23456, 0.5, "1.235"),
+        (0.0123456, 0.01, "0.0123"),
+        (1.23456e-6, 1e-6, "0.00000123"),
+        (1.2345e-7, 9e-7, "1.23e-07"),
+        (0.0, 0.0, "0.00e+00"),
+    ],
+)
 def test_residuals_have_the_digits_of_their_rms(residual: float, rms: float, shown: str) -> None:
     assert _shown(residual, rms) == shown
 

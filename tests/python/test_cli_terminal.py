@@ -14,7 +14,7 @@ import threading
 from pathlib import Path
 
 import pytest
-from cli import GREY, ROOT, Runner, rows
+from cli import GREY, ROOT, Runner
 
 import vekanalysis.__main__ as entry
 from vekanalysis.__main__ import main
@@ -55,7 +55,19 @@ def test_help_fits_a_screen_and_its_examples_work(
 
 
 @pytest.mark.skipif(BASH is None, reason="needs bash")
-@pytest.mark.parametrize(("typed", "offered"), rows("completed.jsonl", "commands"))
+@pytest.mark.parametrize(
+    ("typed", "offered"),
+    [
+        (["re"], ["references", "report"]),
+        (["report", "--pl"], ["--plot"]),
+        (["report", "--reference", "cie_i"], ["a", "c", "d65"]),
+        (["references", "cie_i"], ["a", "c", "d65"]),
+        (["report", "--jobs", ""], []),
+        (["light", "--kind", "r"], ["radiance", "reflectance", "responsivity"]),
+        (["info", "--decimal", ""], [",", "."]),
+        (["completion", "z"], ["zsh"]),
+    ],
+)
 def test_bash_completes_what_is_typed(run: Runner, typed: list[str], offered: list[str]) -> None:
     script = run("completion", "bash").out + 'COMP_WORDS=("$@"); COMP_CWORD=$(($# - 1))\n'
     script += "compopt() { :; }; _vekanalysis; printf '%s\\n' \"${COMPREPLY[@]}\""

@@ -8,11 +8,23 @@ from pathlib import Path
 
 import mutants
 import pytest
-from cli import mistakes
 
-# A source of each language, and the lines that faults make of its own.
-SOURCES = {f"a.{end}": mistakes(f"source-{end}.txt") for end in ("py", "cpp")}
-PYTHON, CPP = (lines[0][0] for lines in SOURCES.values())
+PYTHON = '''"""Text with 1 < 2."""
+def total(a: int, b=3):
+    if a < b and "é 1 < 2":
+        raise ValueError(f"{a + b}")
+    self.sum = sum([a, b], True)
+    return a * b + 1.5
+'''
+CPP = """#define SIZE 3
+// a < 1
+std::vector<int> f(int a, int b) {
+    const char* text = "1 < 2";
+    if (a < b && f(a, b)) throw std::runtime_error("a + b");
+    total_ += 2.0 * a;
+    return {a - 1};
+}
+"""
 
 
 def changes(found: Iterable[mutants.Mutant], source: str) -> list[str]:
@@ -25,14 +37,40 @@ def changes(found: Iterable[mutants.Mutant], source: str) -> list[str]:
     return sorted(lines)
 
 
-@pytest.mark.parametrize("file", SOURCES)
-def test_faults_in_a_source(file: str) -> None:
-    source = SOURCES[file][0][0]
-    found = mutants.sites(file, source)
-    assert changes(found, source) == [line for _, line in SOURCES[file]]
-    if file == "a.py":
-        for mutant in found:
-            ast.parse(mutant.applied_to(source))
+def test_faults_in_python() -> None:
+    found = mutants.sites("a.py", PYTHON)
+    assert changes(found, PYTHON) == sorted([
+        "def total(a: int, b=4):",
+        'if a <= b and "é 1 < 2":',
+        'if a < b or "é 1 < 2":',
+        'if not (a < b and "é 1 < 2"):',
+        "pass",
+        "pass",
+        "self.sum = sum(True, [a, b])",
+        "self.sum = sum([a, b], False)",
+        "return a / b + 1.5",
+        "return a * b - 1.5",
+        "return a * b + 1.6500000000000001",
+    ])  # fmt: skip
+    for mutant in found:
+        ast.parse(mutant.applied_to(PYTHON))
+
+
+def test_faults_in_cpp() -> None:
+    throw = 'throw std::runtime_error("a + b");'
+    assert changes(mutants.sites("a.cpp", CPP), CPP) == sorted([
+        f"if (a <= b && f(a, b)) {throw}",
+        f"if (a < b || f(a, b)) {throw}",
+        f"if (!(a < b && f(a, b))) {throw}",
+        f"if (a < b && f(b, a)) {throw}",
+        "if (a < b && f(a, b)) ;",
+        ";",
+        "total_ -= 2.0 * a;",
+        "total_ += 2.2 * a;",
+        "total_ += 2.0 / a;",
+        "return {a + 1};",
+        "return {a - 2};",
+    ])  # fmt: skip
 
 
 def test_the_seed_determines_the_faults() -> None:

@@ -11,7 +11,6 @@ from typing import Any
 
 import numpy as np
 import pytest
-from cli import rows
 
 import vekanalysis as vek
 from vekanalysis import quantities
@@ -39,6 +38,7 @@ CUBIC = vek.Interpolation.CUBIC
 LENS = {record.key: record for record in quantities.LENS}
 LIGHT = {record.key: record for record in quantities.LIGHT}
 TAU_V = "ISO8980_3_tau_v"
+LAB = "CIELAB_tristimulus_values"
 RED = "ISO8980_3_tau_signal_led.red"
 SUVA = "ISO8980_3_tau_suva"
 MIN = "ANSI_Z80_3_tau_spectral_min"
@@ -70,7 +70,22 @@ NOISE = Component(name="noise", kind="noise", standard=0.0005, correlation="inde
 
 # Value, then contributions of gain, zero, wavelength, scale, non-linearity and noise: differences
 # over one standard uncertainty of the library's own functions, worked out apart from this module.
-@pytest.mark.parametrize(("key", "value", "parts"), rows("contributions.jsonl", "uncertainty"))
+@pytest.mark.parametrize(
+    ("key", "value", "parts"),
+    [
+        ("ISO8980_3_tau_uva", 0.299910, "5.998e-4 4.615e-4 1.778e-3 -9.064e-4 2.996e-4 1.846e-4"),
+        (SUVA, 0.237014, "4.740e-4 4.286e-4 1.797e-3 -9.191e-4 2.500e-4 1.754e-4"),
+        (TAU_V, 0.549559, "1.099e-3 5.000e-4 -1.40e-5 -3.4e-6 4.940e-4 1.312e-4"),
+        (MIN, 0.520439, "1.041e-3 5.000e-4 3.45e-5 7.7e-6 4.992e-4 5.000e-4"),
+        ("ISO12311_tau_sb", 0.574369, "1.149e-3 5.000e-4 -2.280e-4 6.65e-5 4.876e-4 1.726e-4"),
+        (RED, 0.524753, "1.050e-3 5.000e-4 -2.57e-5 -3.6e-6 4.987e-4 2.429e-4"),
+        ("CIE_1931_chromaticity.x", 0.328669, "0 4.2e-6 1.085e-5 -5.5e-6 5.1e-6 4.118e-5"),
+        ("CIE_1931_chromaticity.y", 0.329816, "0 3.2e-6 4.450e-5 -1.40e-5 4.0e-6 5.222e-5"),
+        (f"{LAB}.L_star", 79.01586, "6.334e-2 2.882e-2 -8.1e-4 -1.9e-4 2.847e-2 7.56e-3"),
+        (f"{LAB}.a_star", -0.330512, "-2.2e-4 2.0e-4 -1.579e-2 3.3e-3 2.0e-4 2.284e-2"),
+        (f"{LAB}.b_star", -1.720694, "-1.15e-3 1.03e-3 1.531e-2 -4.9e-3 1.4e-3 2.067e-2"),
+    ],
+)
 def test_the_contributions_to_the_grey_glass(key: str, value: float, parts: str) -> None:
     result = propagate(glass(), budget(GAIN, ZERO, OFFSET, SCALE, BENT, NOISE), [key])[key]
     assert result.value == pytest.approx(value, rel=2e-6)
@@ -230,7 +245,17 @@ def test_published_black_bodies(
 # The same toolbox; the rows without a matrix, and the first of each pair, from independent work.
 # The toolbox's own draws of 10,000 are certain to 1.4 %, and y of the lamp is a small difference.
 @pytest.mark.parametrize(
-    ("name", "correlation", "u_x", "u_y", "u_Y", "within"), rows("lamps.jsonl", "uncertainty")
+    ("name", "correlation", "u_x", "u_y", "u_Y", "within"),
+    [
+        ("fel_lamp_1000W", None, 1.6065e-4, 9.737e-5, 0.0045748, 0.001),
+        ("fel_lamp_1000W", None, 1.6075e-4, 9.612e-5, 0.00457553, 0.014),
+        ("fel_lamp_1000W", "independent", 2.286e-4, 2.260e-4, 0.001238, 0.01),
+        ("fel_lamp_1000W", "full", 1.217e-4, 3.72e-5, 0.004933, 0.02),
+        ("led_380_780", None, math.sqrt(7.9535e-6), math.sqrt(9.7023e-6), 0.018496, 0.002),
+        ("led_380_780", None, math.sqrt(7.9555e-6), math.sqrt(9.7228e-6), 0.018496, 0.01),
+        ("led_380_780", "independent", 2.351e-3, 3.693e-3, 0.00469, 0.01),
+        ("led_380_780", "full", 5.635e-3, 8.495e-3, 0.02689, 0.01),
+    ],
 )
 def test_published_lamps_with_their_correlation(
     name: str, correlation: object, u_x: float, u_y: float, u_Y: float, within: float
