@@ -54,20 +54,6 @@ def test_records_start_at_zero_take_fields_and_show_them(
         assert repr(record) == f"<{label} {expected}>"
 
 
-def test_the_tables_are_shared_not_copied() -> None:
-    grid = range(380, 785, 5)
-    half = Scan(grid, [0.5 if wl == 555 else 1.0 for wl in grid])
-    y = data.cie_1931_standard_observer_y()
-    assert data.cie_1931_standard_observer_y() is y
-    original, before = y[555.0], colorimetry.ISO8980_3_tau_v(half)
-    try:
-        y[555.0] = 100.0
-        assert colorimetry.ISO8980_3_tau_v(half) < 0.7
-    finally:
-        y[555.0] = original
-    assert colorimetry.ISO8980_3_tau_v(half) == before
-
-
 def test_an_observer_keeps_its_scans_and_hands_out_copies() -> None:
     grid = range(380, 785, 5)
     observer = Observer(*(Scan(grid, [value] * 81) for value in (1.0, 2.0, 3.0)))

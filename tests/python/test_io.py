@@ -72,10 +72,11 @@ def check_record(file: io.VekFile, written: Contents) -> None:
 def test_every_version_of_the_layout_is_read(file_version: int, gv_version: int) -> None:
     notes = [(999, "note", [["one", "two"], []]), (1, "", []), (2, "x" * 300, [["\u00b5"]])]
     for flag, timestamps in itertools.product((0, 1, 2), (False, True)):
-        graph = {"graph_flag": flag, "graph_records": 3, "arrows": (2, 1), "annotations": notes}
-        flags = {"has_timestamps": timestamps, "apply_reference": timestamps}
-        versions = {"file_version": file_version, "gv_version": gv_version, "x_type": file_version}
-        written = replace(CONTENTS, **graph, **flags, **versions)
+        graph: Any = {"graph_flag": flag, "graph_records": 3, "annotations": notes}
+        flags: Any = {"has_timestamps": timestamps, "apply_reference": timestamps}
+        versions: Any = {"file_version": file_version, "gv_version": gv_version}
+        more: Any = {"x_type": file_version, "arrows": (2, 1)}
+        written = replace(CONTENTS, **versions, **graph, **flags, **more)
         for version, cutoff in ((3, 4096), (4, 4096), (3, 0)):
             image = written.file(version=version, cutoff=cutoff, fragmented=True)
             check_record(io.load_vekfile_binary_data(image), written)

@@ -129,8 +129,9 @@ def test_a_white_is_named_or_given() -> None:
         quantities.evaluate(light, wanted, white="F2")
 
 
-def test_a_table_changed_in_place_counts_at_once() -> None:
-    table = colorimetry.data.cie_illuminant_d65()
+@pytest.mark.parametrize("name", ["cie_illuminant_d65", "cie_1931_standard_observer_y"])
+def test_a_table_changed_in_place_counts_at_once(name: str) -> None:
+    table = getattr(colorimetry.data, name)()
     original = copy.copy(table)
     lens = vek.Scan([*range(300, 801, 5)], [i / 100 for i in range(101)])
     before = quantities.evaluate(lens, V)[V]

@@ -44,18 +44,9 @@ def test_spectra_are_values() -> None:
         hash(LENS)
 
 
-@pytest.mark.parametrize(
-    ("changes", "shown"),
-    [
-        ({}, "transmittance in %, Scan(400→420.05[3], epsilon=1e-09, interpolation=LINEAR)"),
-        ({"scan": Scan(), "kind": "absorbance", "unit": "1"}, "absorbance in OD, Scan(empty)"),
-        ({"kind": "unknown", "unit": None}, f"unknown kind, unit not stated, {SCAN!r}"),
-        ({"kind": "other", "unit": "furlong"}, f"other in furlong, {SCAN!r}"),
-        ({"kind": "unknown", "unit": "furlong"}, f"unknown kind in furlong, {SCAN!r}"),
-    ],
-)
-def test_a_spectrum_shows_what_it_is_of(changes: dict[str, Any], shown: str) -> None:
-    assert repr(LENS.replace(**changes)) == f"<Spectrum 'l7': {shown}>"
+@pytest.mark.parametrize(("spectrum", "shown"), rows("shown.jsonl", "calls"))
+def test_a_spectrum_shows_what_it_is_of(spectrum: str, shown: str) -> None:
+    assert repr(eval(spectrum)) == f"<Spectrum 'l7': {shown}>"
 
 
 @pytest.mark.parametrize(("changes", "error", "reason"), rows("refused.jsonl", "spectra"))
