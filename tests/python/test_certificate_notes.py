@@ -65,12 +65,7 @@ def test_what_the_readers_usually_say_is_german(run: Runner, tmp_path: Path) -> 
     english = [line for page in pages for line in page.splitlines() if 'lang="en"' in line]
     assert english == []
     text = "\n".join(pages)
-    for words in (
-        "durch 100 geteilt",
-        "umgerechnet: ",
-        "davon interpoliert",
-        "gelten als Anteile",
-    ):
+    for words in ("durch 100 geteilt", "umgerechnet: ", "davon interpoliert", "gelten als Anteile"):
         assert words in text
     assert KEPT not in text
 

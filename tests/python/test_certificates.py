@@ -324,7 +324,7 @@ def test_a_document_has_all_that_was_computed(tmp_path: Path) -> None:
         ("table", f"{LED}: ", sha256(packed(scan))),
     ]
     assert first.digests()[-1] == {
-        **{"role": "table", "name": "cie_illuminant_d65", "sha256": sha256(packed(d65))},
+        **{"role": "table", "name": "cie_illuminant_d65", "sha256": sha256(packed(d65))}
     }
     assert (first.document()["conformity"], first.document()["grid_nm"]) == (None, None)
     made = example(grid=10.0)

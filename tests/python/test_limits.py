@@ -153,12 +153,6 @@ def test_guard_bands_may_leave_nothing(words: tuple[str, str], guard: float, emp
     assert not _zone_is_empty(crossed)
 
 
-def test_the_factor_makes_the_guard_band(tmp_path: Path) -> None:
-    rule = 'rule = "guard-band"\nfactor = 0.82'
-    assert decided(tmp_path, "at_most = 0.5", 0.49835, 0.001, rule).verdict == "pass"
-    assert decided(tmp_path, "at_most = 0.5", 0.49837, 0.001, rule).verdict == "fail"
-
-
 @pytest.mark.parametrize(
     ("r", "u", "probability"), [(0.26, 0.001932, 0.99517), (0.0, 0.002195, 0.98862)]
 )

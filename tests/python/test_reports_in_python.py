@@ -25,11 +25,7 @@ STEPS, START = ROOT / "examples/calibration/steps.csv", ROOT / "examples/calibra
 
 @pytest.mark.parametrize(
     ("command", "make"),
-    [
-        ("report", reports.lens),
-        ("light", reports.light),
-        ("peaks", reports.peaks),
-    ],
+    [("report", reports.lens), ("light", reports.light), ("peaks", reports.peaks)],
 )
 def test_the_defaults_are_those_of_the_command(
     run: Runner, command: str, make: Callable[[Any], Any]
