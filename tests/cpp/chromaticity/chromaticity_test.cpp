@@ -8,15 +8,14 @@
 #include <vector>
 
 #include "colorimetry/data/reference_spectra.hpp"
+#include "sampled.hpp"
 
 namespace vekanalysis::chromaticity {
 
 namespace {
 
 Scan constant(double value) {
-    Scan scan;
-    for (double wl = 380.0; wl <= 780.0; wl += 5.0) scan.insert({wl, value});
-    return scan;
+    return sampled([=](double) { return value; }, 380.0, 780.0, 5.0);
 }
 
 // Equal energy is the centre up to the rounding of the tabulated functions (CIE 15:2004). A clear

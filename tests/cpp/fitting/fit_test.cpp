@@ -12,6 +12,7 @@
 #include "core/scan_arithmetic.hpp"
 #include "fitting/models.hpp"
 #include "physics/physics.hpp"
+#include "sampled.hpp"
 #include "thrown_text.hpp"
 
 namespace {
@@ -23,11 +24,8 @@ using Grating = std::array<double, 8>;
 /// 1200 lines/mm, wavelengths in nm over a million micro-steps.
 constexpr Grating monochromator = {833.333, 1e-6, 3.14e-4, 0.97, 0.02, 1.01, 12.0, 0.4};
 
-template <class Model>
-Scan sampled(const Model& model, double from, double step, int points) {
-    Scan scan;
-    for (int i = 0; i < points; ++i) scan[from + i * step] = model(from + i * step);
-    return scan;
+Scan wavelengths_of(const Grating& grating) {
+    return sampled(vekanalysis::GratingEquation(grating), 1e5, 6.96e5, 4e3);
 }
 
 struct Tested {
@@ -108,7 +106,7 @@ TEST(Fit, HonoursAModelOfTheUsersOwn) {
     using Parameters = Turret::Parameters;
     const Parameters exact{0.5, 3.0, 0.7, 200.0};
     const Parameters start{0.0, 2.0, 1.0, 200.0};
-    const Scan data = sampled(Doubled<Turret>(exact), 0.0, 7.0, 100);
+    const Scan data = sampled(Doubled<Turret>(exact), 0.0, 693.0, 7.0);
     fitting::BindableFunction1D<Doubled<Turret>> bound_model(start, {2, 1, 0});
     Doubled<fitting::BindableFunction1D<Turret>> changed_binding(start, {0, 1, 2});
     Doubled<Turret> all_free(start);
@@ -140,7 +138,7 @@ TEST(GratingEquation, IsInvertedToFirstOrderOfThePeriodicError) {
 }
 
 TEST(FitWavelength, RecoversTheParametersOfAGrating) {
-    const Scan data = sampled(vekanalysis::GratingEquation(monochromator), 1e5, 4e3, 150);
+    const Scan data = wavelengths_of(monochromator);
     Grating p = monochromator;
     p[3] *= 1.001;
     p[4] += 0.001;
@@ -152,7 +150,7 @@ TEST(FitWavelength, RecoversTheParametersOfAGrating) {
 }
 
 TEST(FitWavelength, NeverMovesTheGratingDistanceNorTheFrequencies) {
-    const Scan data = sampled(vekanalysis::GratingEquation(monochromator), 1e5, 4e3, 150);
+    const Scan data = wavelengths_of(monochromator);
     Grating p = monochromator;
     p[0] *= 1.01;
     p[1] *= 1.01;
@@ -169,7 +167,7 @@ TEST(FitWavelength, EndsEarlyInMetres) {
     const auto error_in = [](double unit) {
         Grating exact = monochromator;
         exact[0] *= unit;
-        const Scan data = sampled(vekanalysis::GratingEquation(exact), 1e5, 4e3, 150);
+        const Scan data = wavelengths_of(exact);
         Grating p = exact;
         p[4] += 0.01;
         EXPECT_TRUE(fitting::fit_wavelength(data, p, {3, 4, 5}));
@@ -200,7 +198,7 @@ TEST(Fits, LeaveTheirParametersWhenTheyCannotRun) {
 }
 
 TEST(FitWavelength, FindsAPhaseFromAfarWhenItTriesSeveral) {
-    const Scan data = sampled(vekanalysis::GratingEquation(monochromator), 1e5, 4e3, 150);
+    const Scan data = wavelengths_of(monochromator);
     vekanalysis::FitWavelengthParams start{833.333, 1e-6, 3.14e-4, 0.9705, 0.0201, 1.01, 10.0, 2.9};
     vekanalysis::FitWavelengthParamsFree free;
     free.cos_K = free.theta_z = free.a = free.phi = true;
@@ -253,7 +251,7 @@ TEST(FitBlackBody, TakesItsStartFromTheScan) {
 
 TEST(FitTurret, RecoversAllButThePeriod) {
     const std::array<double, 4> turret = {0.5, 3.0, 0.7, 200.0};
-    const Scan data = sampled(vekanalysis::TurretEquation(turret), 0.0, 7.0, 100);
+    const Scan data = sampled(vekanalysis::TurretEquation(turret), 0.0, 693.0, 7.0);
     std::array<double, 4> p = {0.0, 2.0, 1.0, 200.0};
     ASSERT_TRUE(fitting::fit_turret(data, p));
     for (std::size_t i = 0; i < p.size(); ++i) EXPECT_NEAR(p[i], turret[i], 1e-9);

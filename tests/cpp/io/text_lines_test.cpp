@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "rows.hpp"
+
 namespace vekanalysis::io {
 
 namespace {
@@ -44,47 +46,13 @@ TEST(TextLines, TellsLinesApartByTheirShapes) {
 }
 
 TEST(TextLines, ReadsCellsInTheirFormat) {
-    struct Case {
-        std::string text;
-        CellFormat format;
-        double x;
-        double y;
-    };
-    const double none = std::nan("");
-    const Case cases[]{
-        {"400;0.25", {";"}, 400, 0.25},
-        {" +4e2 ; .5", {";"}, 400, 0.5},
-        {"400,5;1,25", {";", ','}, 400.5, 1.25},
-        {"1'000;2'500.5", {";", '.', "'"}, 1000, 2500.5},
-        {"1\xE2\x80\x99"
-         "000;2",
-         {";", '.', "\xE2\x80\x99"},
-         1000,
-         2},
-        {"1.000.000,5;-1.000e-3", {";", ',', "."}, 1000000.5, -1},
-        {"12 345;1", {";", '.', " "}, 12345, 1},
-        {"\t400   5 \t", {" "}, 400, 5},
-        {"400 nm;5 %", {";"}, 400, 5},
-        {"400;OVER", {";"}, 400, none},
-        {"400", {";"}, 400, none},
-        {"400;-", {";"}, 400, none},
-        {R"("400" ; "0,5")", {";", ','}, 400, 0.5},
-        {R"("400","5)", {","}, 400, none},
-        {"400\xC2\xB7"
-         "5",
-         {"\xC2\xB7"},
-         400,
-         5},
-    };
-    for (const Case& c : cases) {
-        const TextColumns found = columns(c.text, c.format);
-        ASSERT_EQ(found.rows(), 1U) << c.text;
-        EXPECT_EQ(found.column(0)[0], c.x) << c.text;
-        if (std::isnan(c.y)) {
-            EXPECT_TRUE(std::isnan(found.column(1)[0])) << c.text;
-        } else {
-            EXPECT_EQ(found.column(1)[0], c.y) << c.text;
-        }
+    for (const auto& [text, delimiter, decimal, group, numbers] :
+         rows<std::string, std::string, std::string, std::string, Doubles>("cells")) {
+        const TextColumns found = columns(text, {delimiter, decimal.at(0), group});
+        ASSERT_EQ(found.rows(), 1U) << text;
+        EXPECT_EQ(found.column(0)[0], numbers.at(0)) << text;
+        const double y = found.column(1)[0];
+        EXPECT_TRUE(numbers.size() > 1 ? y == numbers[1] : std::isnan(y)) << text << ": " << y;
     }
 }
 

@@ -26,35 +26,30 @@ using Vector = std::vector<double>;
 using Number = std::complex<double>;
 constexpr double step = 1e-100;
 
-Number square(const Number& a) {
-    return a * a;
-}
-
+const auto square = [](const Number& a) { return a * a; };
 /// That of MinGW's run-time library drops a small imaginary part.
-Number arc_tangent(const Number& a) {
-    return {std::atan(a.real()), a.imag() / (1.0 + a.real() * a.real())};
-}
+const auto arc_tangent = [](const Number& a) {
+    return Number(std::atan(a.real()), a.imag() / (1.0 + a.real() * a.real()));
+};
 
-using Parameters = std::vector<Number>;
-using Model = Number (*)(const Parameters& b, const Vector& x);
+/// Parameters and one row of x.
+using B = const std::vector<Number>&;
+using X = const Vector&;
+using Model = Number (*)(B b, X x);
 
-Number saturation(const Parameters& b, const Vector& x) {
-    return b[0] * (1.0 - exp(-b[1] * x[0]));
-}
-Number chwirut(const Parameters& b, const Vector& x) {
-    return exp(-b[0] * x[0]) / (b[1] + b[2] * x[0]);
-}
-Number lanczos(const Parameters& b, const Vector& x) {
+const Model saturation = [](B b, X x) { return b[0] * (1.0 - exp(-b[1] * x[0])); };
+const Model chwirut = [](B b, X x) { return exp(-b[0] * x[0]) / (b[1] + b[2] * x[0]); };
+const Model lanczos = [](B b, X x) {
     return b[0] * exp(-b[1] * x[0]) + b[2] * exp(-b[3] * x[0]) + b[4] * exp(-b[5] * x[0]);
-}
-Number gauss(const Parameters& b, const Vector& x) {
+};
+const Model gauss = [](B b, X x) {
     return b[0] * exp(-b[1] * x[0]) + b[2] * exp(-square((x[0] - b[3]) / b[4])) +
            b[5] * exp(-square((x[0] - b[6]) / b[7]));
-}
-Number cubic_ratio(const Parameters& b, const Vector& x) {
+};
+const Model cubic_ratio = [](B b, X x) {
     const double t = x[0];
     return (b[0] + t * (b[1] + t * (b[2] + t * b[3]))) / (1.0 + t * (b[4] + t * (b[5] + t * b[6])));
-}
+};
 
 /// A problem of NIST's Statistical Reference Datasets, nonlinear regression
 /// (https://www.itl.nist.gov/div898/strd/): data, starts and certified values stand in its file.
@@ -68,51 +63,29 @@ struct Problem {
 
 const Problem problems[] = {
     {"Misra1a", saturation},
-    {"Misra1b",
-     [](const Parameters& b, const Vector& x) {
-         return b[0] * (1.0 - 1.0 / square(1.0 + b[1] * x[0] / 2.0));
-     }},
-    {"Misra1c", [](const Parameters& b,
-                   const Vector& x) { return b[0] * (1.0 - pow(1.0 + 2.0 * b[1] * x[0], -0.5)); }},
-    {"Misra1d",
-     [](const Parameters& b, const Vector& x) { return b[0] * b[1] * x[0] / (1.0 + b[1] * x[0]); }},
+    {"Misra1b", [](B b, X x) { return b[0] * (1.0 - 1.0 / square(1.0 + b[1] * x[0] / 2.0)); }},
+    {"Misra1c", [](B b, X x) { return b[0] * (1.0 - pow(1.0 + 2.0 * b[1] * x[0], -0.5)); }},
+    {"Misra1d", [](B b, X x) { return b[0] * b[1] * x[0] / (1.0 + b[1] * x[0]); }},
     {"BoxBOD", saturation, false},
-    {"DanWood", [](const Parameters& b, const Vector& x) { return b[0] * pow(x[0], b[1]); }},
+    {"DanWood", [](B b, X x) { return b[0] * pow(x[0], b[1]); }},
     {"Chwirut1", chwirut},
     {"Chwirut2", chwirut},
-    {"Eckerle4",
-     [](const Parameters& b, const Vector& x) {
-         return b[0] / b[1] * exp(-0.5 * square((x[0] - b[2]) / b[1]));
-     },
+    {"Eckerle4", [](B b, X x) { return b[0] / b[1] * exp(-0.5 * square((x[0] - b[2]) / b[1])); },
      false},
-    {"Rat42",
-     [](const Parameters& b, const Vector& x) { return b[0] / (1.0 + exp(b[1] - b[2] * x[0])); }},
-    {"MGH10", [](const Parameters& b, const Vector& x) { return b[0] * exp(b[1] / (x[0] + b[2])); },
-     false},
-    {"Nelson",
-     [](const Parameters& b, const Vector& x) { return b[0] - b[1] * x[0] * exp(-b[2] * x[1]); }},
-    {"Bennett5",
-     [](const Parameters& b, const Vector& x) { return b[0] * pow(b[1] + x[0], -1.0 / b[2]); },
-     false},
+    {"Rat42", [](B b, X x) { return b[0] / (1.0 + exp(b[1] - b[2] * x[0])); }},
+    {"MGH10", [](B b, X x) { return b[0] * exp(b[1] / (x[0] + b[2])); }, false},
+    {"Nelson", [](B b, X x) { return b[0] - b[1] * x[0] * exp(-b[2] * x[1]); }},
+    {"Bennett5", [](B b, X x) { return b[0] * pow(b[1] + x[0], -1.0 / b[2]); }, false},
     {"Roszman1",
-     [](const Parameters& b, const Vector& x) {
+     [](B b, X x) {
          return b[0] - b[1] * x[0] - arc_tangent(b[2] / (x[0] - b[3])) / std::numbers::pi;
      }},
-    {"Rat43",
-     [](const Parameters& b, const Vector& x) {
-         return b[0] / pow(1.0 + exp(b[1] - b[2] * x[0]), 1.0 / b[3]);
-     }},
-    {"MGH09",
-     [](const Parameters& b, const Vector& x) {
-         return b[0] * x[0] * (x[0] + b[1]) / (x[0] * (x[0] + b[2]) + b[3]);
-     },
+    {"Rat43", [](B b, X x) { return b[0] / pow(1.0 + exp(b[1] - b[2] * x[0]), 1.0 / b[3]); }},
+    {"MGH09", [](B b, X x) { return b[0] * x[0] * (x[0] + b[1]) / (x[0] * (x[0] + b[2]) + b[3]); },
      false},
-    {"MGH17",
-     [](const Parameters& b, const Vector& x) {
-         return b[0] + b[1] * exp(-x[0] * b[3]) + b[2] * exp(-x[0] * b[4]);
-     }},
+    {"MGH17", [](B b, X x) { return b[0] + b[1] * exp(-x[0] * b[3]) + b[2] * exp(-x[0] * b[4]); }},
     {"Kirby2",
-     [](const Parameters& b, const Vector& x) {
+     [](B b, X x) {
          return (b[0] + x[0] * (b[1] + x[0] * b[2])) / (1.0 + x[0] * (b[3] + x[0] * b[4]));
      }},
     {"Lanczos1", lanczos},
@@ -161,7 +134,7 @@ ReferenceData read_reference_data(const std::string& name) {
 
 /// The model at a row; the imaginary part is its derivative by parameter `by`, times `step`.
 Number value_at(const Problem& tested, const Vector& p, const Vector& row, std::size_t by) {
-    Parameters b(p.begin(), p.end());
+    std::vector<Number> b(p.begin(), p.end());
     b[by] += Number(0.0, step);
     return tested.model(b, {row.begin() + 1, row.end()});
 }

@@ -6,9 +6,11 @@
 #include <functional>
 #include <limits>
 #include <random>
+#include <string>
 #include <vector>
 
 #include "colorimetry/data/reference_spectra.hpp"
+#include "rows.hpp"
 #include "thrown_text.hpp"
 
 namespace vekanalysis::quantities {
@@ -33,7 +35,7 @@ std::vector<double> uneven(double from, double to, double mean, unsigned seed) {
 }
 
 struct Grid {
-    const char* name;
+    std::string name;
     std::vector<double> wavelengths;
     Type type = Type::AKIMA;
     double epsilon = 1e-20;
@@ -44,29 +46,14 @@ std::vector<Grid> grids() {
     for (const double wl : even(500, 5, 61)) seam.push_back(wl);
     std::vector<double> near_twins = even(300, 5, 101);
     near_twins.insert(near_twins.begin() + 49, 544.9999999999);
-    return {
-        {"1 nm of 555 lenses", even(315, 1, 486)},
-        {"1 nm", even(280, 1, 521)},
-        {"5 nm", even(280, 5, 105)},
-        {"5 nm from 290", even(290, 5, 103)},
-        {"10 nm", even(300, 10, 51)},
-        {"2 nm", even(280, 2, 261)},
-        {"20 nm", even(300, 20, 26)},
-        {"50 nm", even(250, 50, 13)},
-        {"half a nm", even(300, 0.5, 1001)},
-        {"tenths", even(300, 0.1, 5001)},
-        {"thirds", even(300, 1.0 / 3.0, 1501)},
-        {"offset 1 nm", even(300.5, 1, 490)},
-        {"offset 5 nm", even(302, 5, 100)},
-        {"0.7 nm", even(299.3, 0.7, 720)},
+    std::vector<Grid> all;
+    for (const auto& [name, from, step, count] :
+         rows<std::string, double, double, int>("even-grids")) {
+        all.push_back({name, even(from, step, count)});
+    }
+    const std::vector<Grid> others{
         {"seam", seam},
         {"near twins", near_twins},
-        {"visible only", even(380, 1, 401)},
-        {"part", even(450, 1, 200)},
-        {"part, uneven ends", even(451.3, 2.2, 90)},
-        {"UV only", even(250, 1, 160)},
-        {"few", even(390, 90, 5)},
-        {"too few", even(390, 90, 4)},
         {"uneven fine", uneven(280, 800, 1, 1)},
         {"uneven", uneven(280, 800, 4, 2)},
         {"uneven coarse", uneven(280, 800, 12, 3)},
@@ -79,6 +66,8 @@ std::vector<Grid> grids() {
         {"polynomial", even(380, 40, 11), Type::POLYNOMIAL},
         {"wide epsilon", even(300.2, 1, 501), Type::AKIMA, 0.3},
     };
+    all.insert(all.end(), others.begin(), others.end());
+    return all;
 }
 
 /// Lenses of all sorts: smooth, noisy, rounded, flat, blocked, in straight runs with kinks.

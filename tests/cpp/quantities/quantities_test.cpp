@@ -8,6 +8,7 @@
 #include "core/scan_arithmetic.hpp"
 #include "quantities/evaluate.hpp"
 #include "quantities/own_tables.hpp"
+#include "sampled.hpp"
 #include "thrown_text.hpp"
 
 namespace vekanalysis::quantities {
@@ -15,10 +16,7 @@ namespace vekanalysis::quantities {
 namespace {
 
 Scan flat(double from, double to, double value) {
-    std::vector<double> wavelengths;
-    for (double wl = from; wl <= to; wl += 5.0) wavelengths.push_back(wl);
-    std::vector<double> values(wavelengths.size(), value);
-    return {std::move(wavelengths), std::move(values)};
+    return sampled([=](double) { return value; }, from, to, 5.0);
 }
 
 Value value_of(const Quantity& quantity, const Scan& spectrum) {

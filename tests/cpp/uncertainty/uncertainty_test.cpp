@@ -19,6 +19,7 @@ using vekanalysis::spline::Type;
 using vekanalysis::uncertainty::coverage_factor;
 using vekanalysis::uncertainty::Distribution;
 using vekanalysis::uncertainty::ErrorModel;
+using vekanalysis::uncertainty::Law;
 using vekanalysis::uncertainty::ShiftedSpectrum;
 
 constexpr double infinity = std::numeric_limits<double>::infinity();
@@ -111,27 +112,19 @@ TEST(ErrorModel, DrawsHaveTheCovarianceOfTheirComponent) {
         }
     };
     const auto full = [&](std::size_t i, std::size_t j) { return sizes[i] * sizes[j]; };
-    const auto diagonal = [&](std::size_t i, std::size_t j) { return i == j ? full(i, j) : 0.0; };
+    const auto check_law = [&](const Law& law, double variance) {
+        const auto add = [&](ErrorModel& m) { m.add_effects(sizes, law); };
+        const auto add_independent = [&](ErrorModel& m) { m.add_independent(sizes, law); };
+        check("full", add, [&](auto i, auto j) { return variance * full(i, j); });
+        check("independent", add_independent,
+              [&](auto i, auto j) { return i == j ? variance * full(i, j) : 0.0; });
+    };
     for (const Distribution shape : {Distribution::NORMAL, Distribution::RECTANGULAR,
                                      Distribution::TRIANGULAR, Distribution::ARCSINE}) {
-        check(
-            "full", [&](ErrorModel& m) { m.add_effects(sizes, {shape}); }, full);
-        check(
-            "independent", [&](ErrorModel& m) { m.add_independent(sizes, {shape}); }, diagonal);
+        check_law({shape}, 1.0);
     }
     // t with 12 degrees of freedom and the scale 1 has the variance 12/10.
-    check(
-        "t",
-        [&](ErrorModel& m) {
-            m.add_effects(sizes, {Distribution::T, 12.0});
-        },
-        [&](std::size_t i, std::size_t j) { return 1.2 * full(i, j); });
-    check(
-        "independent t",
-        [&](ErrorModel& m) {
-            m.add_independent(sizes, {Distribution::T, 12.0});
-        },
-        [&](std::size_t i, std::size_t j) { return 1.2 * diagonal(i, j); });
+    check_law({Distribution::T, 12.0}, 1.2);
     const std::vector<double> neighbours{0.9, 0.5, 0.0, 1.0, 0.2};
     check(
         "chain", [&](ErrorModel& m) { m.add_chain(sizes, neighbours, {}); },

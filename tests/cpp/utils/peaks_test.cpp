@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "core/scan_arithmetic.hpp"
+#include "sampled.hpp"
 #include "thrown_text.hpp"
 
 namespace {
@@ -15,15 +16,6 @@ namespace {
 using vekanalysis::Scan;
 using vekanalysis::spline::Type;
 namespace utils = vekanalysis::utils;
-
-template <class F>
-Scan sampled(const F& f, double from, double to, double step, Type type = Type::AKIMA) {
-    Scan scan(vekanalysis::default_epsilon, type);
-    for (int i = 0; from + i * step <= to; ++i) {
-        scan[from + i * step] = f(from + i * step);
-    }
-    return scan;
-}
 
 double band(double wl) {
     return std::exp(-std::pow((wl - 555.3) / 20.0, 2.0));

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "core/scan_arithmetic.hpp"
+#include "sampled.hpp"
 #include "thrown_text.hpp"
 
 namespace {
@@ -16,9 +17,8 @@ using vekanalysis::utils::stitch_scans;
 using vekanalysis::utils::StitchResults;
 
 Scan ramp(double from, double to, double offset, double slope) {
-    Scan scan(vekanalysis::default_epsilon, Type::LINEAR);
-    for (double wl = from; wl <= to; wl += 1.0) scan[wl] = offset + slope * (wl - 400.0);
-    return scan;
+    return sampled([=](double wl) { return offset + slope * (wl - 400.0); }, from, to, 1.0,
+                   Type::LINEAR);
 }
 
 TEST(StitchScans, JoinsAtTheCrossingOfTheScaledScans) {
