@@ -21,6 +21,7 @@ from vekanalysis.uncertainty import Budget, Component, propagate
 RED = "ISO8980_3_led_red"
 RED_KEY = "ISO8980_3_tau_signal_led.red"
 GRID = [float(wl) for wl in range(380, 785, 5)]
+NOTE = "Computed with the laboratory's own table in place of the built-in one: "
 BOX = Scan(GRID, [1.0 if 600 <= wl <= 650 else 0.0 for wl in GRID])
 
 
@@ -153,10 +154,7 @@ def test_reports_tell_the_file_and_its_digest(run: Runner, tmp_path: Path) -> No
     document = run(*asked, "--json").document
     (quantity,) = [each for each in document["quantities"] if each["key"] == RED_KEY]
     digest = vek.read(path)[0].source.sha256
-    assert quantity["notes"] == [
-        "Computed with the laboratory's own table in place of the built-in one: "
-        f"{RED}, {path} (SHA-256 {digest})."
-    ]
+    assert quantity["notes"] == [f"{NOTE}{RED}, {path} (SHA-256 {digest})."]
     assert digest in run(*asked).out.replace("\n       ", "")
     tables = []
     for jobs in (1, 2):
@@ -167,11 +165,10 @@ def test_reports_tell_the_file_and_its_digest(run: Runner, tmp_path: Path) -> No
     assert f"{RED_KEY} [table printed.csv]" in tables[0].splitlines()[0]
 
 
-def points(*pairs: tuple[float, float]) -> Scan:
-    """A table in steps of 5 nm with other values here and there."""
+def box_with(value: float) -> Scan:
+    """A table in steps of 5 nm with another value at 600 nm."""
     scan = Scan(*BOX.to_lists())
-    for wl, value in pairs:
-        scan[wl] = value
+    scan[600.0] = value
     return scan
 
 
@@ -183,6 +180,14 @@ def on(grid: list[float], value: float = 1.0) -> Scan:
     return Scan(grid, [value] * len(grid))
 
 
+def without(left_out: float) -> Scan:
+    return on([wl for wl in GRID if wl != left_out])
+
+
+WIDEST = f"5 nm are the widest step of {RED}"
+GAPS = (550, 630, 685)
+
+
 @pytest.mark.parametrize(
     ("name", "table", "told"),
     [
@@ -192,15 +197,11 @@ def on(grid: list[float], value: float = 1.0) -> Scan:
         (RED, on(GRID[:40]), f"ends at 575 nm; {RED} ends at 685 nm"),
         (RED, on([*RED_GRID[:-1], 685 - 2e-6]), f"ends at 685 nm; {RED} ends at 685 nm"),
         *(
-            (
-                *(RED, on([wl for wl in GRID if wl != left_out])),
-                f"has nothing between {left_out - 5} and {left_out + 5} nm; 5 nm are the widest "
-                f"step of {RED}",
-            )
-            for left_out in (550, 630, 685)
+            (RED, without(wl), f"has nothing between {wl - 5} and {wl + 5} nm; {WIDEST}")
+            for wl in GAPS
         ),
-        (RED, points((600.0, -0.1)), "is -0.1 at 600 nm; no weight is below zero"),
-        (RED, points((600.0, math.nan)), "has a value at 600 nm that is no finite number"),
+        (RED, box_with(-0.1), "is -0.1 at 600 nm; no weight is below zero"),
+        (RED, box_with(math.nan), "has a value at 600 nm that is no finite number"),
         (RED, on(GRID, 0.0), "all values are 0"),
         (CLEAR, on(GRID, 1.05), "has values up to 1.05; a transmittance is a fraction"),
     ],
@@ -235,9 +236,6 @@ def test_a_table_must_be_one_of_those(name: str, more: str) -> None:
     for make in (lambda: OwnTable.read(name, GREY), lambda: with_tables([], [OwnTable(name, BOX)])):
         with pytest.raises(Refusal, match=f"^{re.escape(told)}"):
             make()
-
-
-NOTE = "Computed with the laboratory's own table in place of the built-in one: "
 
 
 @pytest.mark.parametrize(
