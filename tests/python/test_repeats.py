@@ -23,8 +23,6 @@ name = "repeats"
 kind = "noise"
 repeats = true
 """
-LINE = re.compile(r'class="repeat".* d="([^"]+)"')
-POINT = re.compile(r"([0-9.]+) ([0-9.]+)")
 GAIN = '[[component]]\nname = "gain"\nkind = "gain"\nstandard = 0.01\n'
 OBSERVED = BUDGET + 'correlation = "observed"\n'
 
@@ -301,22 +299,11 @@ def certified(run: Runner, folder: Path, *arguments: object) -> str:
     return (folder / "c.html").read_text()
 
 
-def test_a_certificate_shows_and_verifies_its_repeats(run: Runner, tmp_path: Path) -> None:
+def test_a_certificate_verifies_its_repeats(run: Runner, tmp_path: Path) -> None:
     three(tmp_path)
     (tmp_path / "b.toml").write_text(OBSERVED)
     files = sorted(tmp_path.glob("*.csv"))
-    page = certified(run, tmp_path, "--group", "*", *files, "--uncertainty", tmp_path / "b.toml")
-    spectrum, deviations = re.findall("<svg.*?</svg>", page, re.DOTALL)
-    assert spectrum.count('class="repeat"') == deviations.count('class="repeat"') == 3
-    assert spectrum.index('class="repeat"') < spectrum.index('class="curve"')
-    # The scans lie a tenth above and below their mean, and on it.
-    heights = [{y for _, y in POINT.findall(line)} for line in LINE.findall(deviations)]
-    low, middle, high = (float(y) for (y,) in heights)
-    assert low - middle == pytest.approx(middle - high, abs=0.02)
-    assert low > middle > high
-    levels = [float(y) for y in re.findall(r'class="grid".* d="M\S+ ([0-9.]+)H', deviations)]
-    assert sum(levels) / len(levels) == pytest.approx(middle, abs=0.02)
-    assert "<i>s</i> = 0.10" in page
+    certified(run, tmp_path, "--group", "*", *files, "--uncertainty", tmp_path / "b.toml")
     record = json.loads((tmp_path / "c.json").read_text())
     digests = [each["name"] for each in record["digests"] if each["role"] == "input"]
     assert digests == [each["name"] for each in record["files"]["input"]] == list(map(str, files))
