@@ -23,11 +23,6 @@ from vekanalysis import _core
 ROOT = Path(__file__).resolve().parents[2]
 
 
-def run_python(code: str) -> str:
-    done = subprocess.run([sys.executable, "-c", code], check=True, capture_output=True, text=True)
-    return done.stdout
-
-
 def test_the_version_is_the_project_s() -> None:
     version = tomllib.loads((ROOT / "pyproject.toml").read_text())["project"]["version"]
     assert _core.version() == _core.__vekanalysis_version__ == vek.__version__ == version
@@ -106,7 +101,9 @@ print('numpy' in sys.modules)
 scan.to_numpy()
 print('numpy' in sys.modules)
 """
-    assert run_python(code).split() == ["False", "True"]
+    command = [sys.executable, "-c", code]
+    done = subprocess.run(command, check=True, capture_output=True, text=True)
+    assert done.stdout.split() == ["False", "True"]
 
 
 def test_objects_without_their_init_are_refused() -> None:
