@@ -50,6 +50,7 @@
 #include "quantities/evaluate.hpp"
 #include "quantities/evaluator.hpp"
 #include "radiometry/radiometry.hpp"
+#include "sampled.hpp"
 #include "uncertainty/error_model.hpp"
 #include "utils/averaging.hpp"
 #include "utils/element_wise.hpp"
@@ -61,6 +62,12 @@
 namespace vekanalysis {
 
 namespace {
+
+using namespace colorimetry;
+
+const Scan& d65() {
+    return data::cie_illuminant_d65();
+}
 
 /// What tells results and states apart.
 using Numbers = std::vector<double>;
@@ -111,16 +118,6 @@ Numbers numbers(const io::VekFile& file) {
     return result;
 }
 
-Scan sampled(double from, double to, double step, const std::function<double(double)>& f) {
-    std::vector<double> wavelengths;
-    std::vector<double> values;
-    for (double wl = from; wl <= to; wl += step) {
-        wavelengths.push_back(wl);
-        values.push_back(f(wl));
-    }
-    return {wavelengths, values};
-}
-
 /// A lamp of 2900 K with two lines.
 double lamp_value(double wl) {
     return planks_law_sr_nm(2900.0, wl) / planks_law_sr_nm(2900.0, 600.0) +
@@ -138,19 +135,19 @@ std::string text_of(const Scan& scan) {
 
 /// What the calls work on. Copies share nothing.
 struct World {
-    Scan lamp = sampled(300.0, 830.0, 1.0, lamp_value);
-    Scan lens = sampled(280.0, 800.0, 5.0,
-                        [](double wl) { return 0.9 / (1.0 + std::exp((400.0 - wl) / 12.0)); });
-    Scan red = sampled(750.0, 1100.0, 2.0, [](double wl) { return 0.5 * lamp_value(wl); });
-    Scan blue = sampled(300.0, 830.0, 2.0, lamp_value);
+    Scan lamp = sampled(lamp_value, 300.0, 830.0, 1.0);
+    Scan lens = sampled([](double wl) { return 0.9 / (1.0 + std::exp((400.0 - wl) / 12.0)); },
+                        280.0, 800.0, 5.0);
+    Scan red = sampled([](double wl) { return 0.5 * lamp_value(wl); }, 750.0, 1100.0, 2.0);
+    Scan blue = sampled(lamp_value, 300.0, 830.0, 2.0);
     Scan radiance =
-        sampled(400e-9, 2500e-9, 50e-9, [](double wl) { return 1e-3 * planks_law_sr(2900.0, wl); });
-    Scan steps = sampled(0.0, 1e6, 5e4, [](double step) { return 1e-3 * step + 200.0; });
-    Scan cosine = sampled(-1.4, 1.4, 0.05, [](double angle) { return std::cos(angle); });
+        sampled([](double wl) { return 1e-3 * planks_law_sr(2900.0, wl); }, 400e-9, 2500e-9, 50e-9);
+    Scan steps = sampled([](double step) { return 1e-3 * step + 200.0; }, 0.0, 1e6, 5e4);
+    Scan cosine = sampled([](double angle) { return std::cos(angle); }, -1.4, 1.4, 0.05);
     /// For calls that allocate once for each point or more.
-    Scan coarse = sampled(300.0, 800.0, 25.0, lamp_value);
+    Scan coarse = sampled(lamp_value, 300.0, 800.0, 25.0);
     Scan coarse_lens =
-        sampled(310.0, 790.0, 40.0, [](double wl) { return wl < 400.0 ? 0.0 : 0.7; });
+        sampled([](double wl) { return wl < 400.0 ? 0.0 : 0.7; }, 310.0, 790.0, 40.0);
     Scan band = curves::lognormal(545.0, 30.0, 400.0, 700.0, 1.0);
     Scan empty;
     std::vector<double> unordered{500.0, 400.0, 450.0, 400.0, 420.0, 410.0};
@@ -191,9 +188,9 @@ Numbers numbers(const std::vector<quantities::Value>& values) {
 }
 
 Numbers evaluated(const Scan& scan, std::span<const quantities::Quantity> quantities) {
-    const quantities::Evaluator evaluator(
-        scan.data().keys(), quantities, scan.get_wavelength_epsilon(),
-        scan.get_interpolation_type(), colorimetry::data::cie_illuminant_d65());
+    const quantities::Evaluator evaluator(scan.data().keys(), quantities,
+                                          scan.get_wavelength_epsilon(),
+                                          scan.get_interpolation_type(), d65());
     Numbers results(quantities.size());
     evaluator.evaluate(scan.data().values(), results);
     Numbers sensitivities(quantities.size() * scan.size());
@@ -202,51 +199,36 @@ Numbers evaluated(const Scan& scan, std::span<const quantities::Quantity> quanti
     return numbers(results, sensitivities);
 }
 
-/// A scan with a spline that is built, changed by `change`; gives nothing, since a copy of the
-/// result would need memory after the change.
-template <class F>
-Numbers changed(Scan& scan, const F& change) {
+/// The scan with its spline built, to be changed.
+Scan& splined(Scan& scan) {
     scan.ensure_spline();
-    change(scan);
-    return {};
+    return scan;
 }
 
+/// Gives what tells the results from others.
+#define GIVES(name, ...) #name, []([[maybe_unused]] World & w) { return numbers(__VA_ARGS__); }
+/// Gives nothing, since a copy of the result would need memory after the change.
+#define CHANGES(name, ...) GIVES(name, (static_cast<void>(__VA_ARGS__), Numbers()))
+
 const Call calls[]{
-    {"Scan_of_arrays", [](World& w) { return numbers(Scan(w.unordered, w.unordered)); }},
-    {"Scan_of_points",
-     [](World&) {
-         return numbers(Scan({{1.0, 2.0}, {0.5, 3.0}}));
-     }},
-    {"Scan_with_merging", [](World& w) { return numbers(Scan(w.unordered, w.unordered, 15.0)); }},
-    {"Scan_copied", [](World& w) { return numbers(Scan(w.lamp)); }},
-    {"Scan_assigned", [](World& w) { return changed(w.lamp, [&](Scan& s) { s = w.lens; }); }},
-    {"Scan_insert", [](World& w) { return changed(w.lamp, [](Scan& s) { s[310.5] = 1.0; }); }},
-    {"Scan_set_epsilon",
-     [](World& w) { return changed(w.lamp, [](Scan& s) { s.set_wavelength_epsilon(2.5); }); }},
-    {"Scan_times_number", [](World& w) { return changed(w.lamp, [](Scan& s) { s *= 2.0; }); }},
-    {"Scan_times_scan", [](World& w) { return changed(w.lamp, [&](Scan& s) { s *= w.lens; }); }},
-    {"Scan_plus_scan",
-     [](World& w) {
-         w.empty += w.lens;
-         return Numbers();
-     }},
-    {"Scan_minus_scan",
-     [](World& w) {
-         w.empty -= w.lens;
-         return Numbers();
-     }},
-    {"Scan_trim", [](World& w) { return changed(w.lamp, [&](Scan& s) { s.trim(w.red); }); }},
-    {"Scan_add_keys",
-     [](World& w) { return changed(w.lens, [&](Scan& s) { s.add_keys(w.coarse); }); }},
-    {"Scan_for_each",
-     [](World& w) {
-         return changed(w.lens, [](Scan& s) { s.for_each([](auto& p) { p.second = 1.0; }); });
-     }},
+    {GIVES(Scan_of_arrays, Scan(w.unordered, w.unordered), Scan(w.unordered, w.unordered, 15.0))},
+    {GIVES(Scan_of_points, Scan({{1.0, 2.0}, {0.5, 3.0}}), Scan(w.lamp))},
+    {CHANGES(Scan_assigned, splined(w.lamp) = w.lens)},
+    {CHANGES(Scan_insert, splined(w.lamp)[310.5] = 1.0)},
+    {CHANGES(Scan_set_epsilon, splined(w.lamp).set_wavelength_epsilon(2.5))},
+    {CHANGES(Scan_times_number, splined(w.lamp) *= 2.0)},
+    {CHANGES(Scan_times_scan, splined(w.lamp) *= w.lens)},
+    {CHANGES(Scan_plus_scan, w.empty += w.lens)},
+    {CHANGES(Scan_minus_scan, w.empty -= w.lens)},
+    {CHANGES(Scan_trim, splined(w.lamp).trim(w.red))},
+    {CHANGES(Scan_add_keys, splined(w.lens).add_keys(w.coarse))},
+    {CHANGES(Scan_for_each, splined(w.lens).for_each([](auto& p) { p.second = 1.0; }))},
     {"Scan_evaluated",
      [](World& w) {
          Numbers values(w.unordered.size());
          w.lens.evaluate(w.unordered, values);
-         return numbers(w.lens(402.5), w.lens.integral(), w.lens.deriv(402.5), values);
+         return numbers(w.lens(402.5), w.lens.integral(), w.lens.deriv(402.5), values,
+                        w.lens.as_vectors().at(1));
      }},
     {"Scan_cubic",
      [](World& w) {
@@ -256,56 +238,27 @@ const Call calls[]{
      }},
     {"Scan_polynomial",
      [](World& w) {
-         Scan polynomial(w.unordered, w.unordered, 1e-20, spline::Type::POLYNOMIAL);
+         const Scan polynomial(w.unordered, w.unordered, 1e-20, spline::Type::POLYNOMIAL);
          return numbers(polynomial(402.5), polynomial.integral());
      }},
-    {"Scan_arrays", [](World& w) { return w.lens.as_vectors().at(1); }},
-    {"Scan_arithmetic",
-     [](World& w) {
-         return numbers(w.lamp + w.lens, w.lamp - w.red, w.lamp * 2.0, 1.0 / w.lens, -w.lamp);
-     }},
-    {"key_sets",
-     [](World& w) {
-         return numbers(utils::key_union(w.lamp, w.lens), utils::key_intersection(w.lamp, w.lens));
-     }},
-    {"element_wise",
-     [](World& w) {
-         return numbers(utils::abs(std::as_const(w.lamp)), utils::log(w.lamp),
-                        utils::pow(w.lens, w.lamp),
-                        utils::uniform_wavelength_range(w.lens, 380.0, 780.0, 2.5));
-     }},
-    {"abs_in_place",
-     [](World& w) {
-         utils::abs(w.lamp);
-         return Numbers();
-     }},
-    {"normalize_keys",
-     [](World& w) {
-         utils::normalize_keys(&w.coarse, &w.coarse_lens);
-         return Numbers();
-     }},
+    {GIVES(Scan_arithmetic, w.lamp + w.lens, w.lamp - w.red, w.lamp * 2.0, 1.0 / w.lens, -w.lamp)},
+    {GIVES(key_sets, utils::key_union(w.lamp, w.lens), utils::key_intersection(w.lamp, w.lens))},
+    {GIVES(element_wise, utils::abs(std::as_const(w.lamp)), utils::log(w.lamp),
+           utils::pow(w.lens, w.lamp), utils::uniform_wavelength_range(w.lens, 380.0, 780.0, 2.5))},
+    {CHANGES(abs_in_place, utils::abs(w.lamp))},
+    {CHANGES(normalize_keys, utils::normalize_keys(&w.coarse, &w.coarse_lens))},
     {"averaging",
      [](World& w) {
          const std::array<const Scan*, 2> scans{&w.lamp, &w.blue};
          const utils::ScanMean mean = utils::mean(scans);
          return numbers(mean.scan, mean.standard_deviation, utils::sum(scans));
      }},
-    {"statistics", [](World& w) { return numbers(utils::get_statistics(w.lamp)); }},
-    {"find_peaks",
-     [](World& w) { return numbers(utils::find_peaks(w.lamp), utils::find_troughs(w.lamp)); }},
-    {"add_turning_points",
-     [](World& w) { return changed(w.lamp, [](Scan& s) { utils::add_turning_points(&s); }); }},
-    {"find_peaks_into",
-     [](World& w) {
-         utils::find_peaks(w.lamp, &w.blue);
-         return Numbers();
-     }},
-    {"resampled_into",
-     [](World& w) {
-         utils::uniform_wavelength_range(w.lamp, 400.5, 500.0, 1.0, &w.blue);
-         return Numbers();
-     }},
-    {"peaks", [](World& w) { return numbers(static_cast<double>(utils::peaks(w.lamp).size())); }},
+    {GIVES(statistics, utils::get_statistics(w.lamp))},
+    {GIVES(find_peaks, utils::find_peaks(w.lamp), utils::find_troughs(w.lamp))},
+    {CHANGES(add_turning_points, utils::add_turning_points(&splined(w.lamp)))},
+    {CHANGES(find_peaks_into, utils::find_peaks(w.lamp, &w.blue))},
+    {CHANGES(resampled_into, utils::uniform_wavelength_range(w.lamp, 400.5, 500.0, 1.0, &w.blue))},
+    {GIVES(peaks, static_cast<double>(utils::peaks(w.lamp).size()))},
     {"peak_search",
      [](World& w) {
          double x = 0.0;
@@ -316,72 +269,34 @@ const Call calls[]{
          EXPECT_TRUE(utils::find_key(w.lens, 300.0, 700.0, 0.5, &key));
          return numbers(x, width, key);
      }},
-    {"find_crossing",
-     [](World& w) {
-         return numbers(utils::find_crossing(w.lens, 0.5 + 0.0 * w.lens, 300.0, 700.0));
-     }},
-    {"stitch_scans",
-     [](World& w) {
-         return numbers(utils::stitch_scans(w.blue, w.red, 770.0, 820.0, 0.1).stitch_scan);
-     }},
-    {"colorimetry",
-     [](World& w) {
-         using namespace colorimetry;
-         const Scan& white = data::cie_illuminant_d65();
-         return numbers(
-             CIE_tristimulus_values(w.lens, observers::data::cie_1931_standard()),
-             CIELAB_tristimulus_values(w.lens, white, observers::data::cie_1964_standard()),
-             sRGB_values(w.lens, white, observers::data::cie_1931_standard()));
-     }},
-    {"transmittance",
-     [](World& w) {
-         using namespace colorimetry;
-         return numbers(ISO8980_3_tau_v(w.lens), ISO8980_3_tau_uva(w.lens),
-                        ISO8980_3_tau_suvb(w.lens), ISO8980_3_tau_signal_led(w.lens),
-                        ANSI_Z80_3_tau_signal(w.lens), ANSI_Z80_3_tau_spectral_min(w.lens),
-                        ISO12311_tau_sb(w.lens));
-     }},
-    {"photometer",
-     [](World& w) {
-         return numbers(colorimetry::f1_prime(w.lens), colorimetry::f2(w.cosine, w.cosine));
-     }},
-    {"chromaticity",
-     [](World& w) {
-         return numbers(chromaticity::CIE_1931_chromaticity(w.lens),
-                        chromaticity::ANSI_Z80_3_green_chromaticity(w.lens));
-     }},
-    {"curves",
-     [](World&) {
-         return numbers(curves::shortpass_filter(500.0, 10.0, 400.0, 600.0, 1.0),
-                        curves::lognormal(500.0, 20.0, 400.0, 600.0, 1.0),
-                        monochromator::slit_function::uniform_fibres(500.0, 5.0, 20));
-     }},
-    {"radiometry", [](World& w) { return numbers(radiometry::illuminance(w.lamp)); }},
-    {"reference_lamps",
-     [](World&) {
-         return numbers(lighting::planckian(2856.0), lighting::daylight(6504.0),
-                        lighting::reference("FL2"), lighting::references().at(0));
-     }},
-    {"colour_temperature",
-     [](World& w) { return numbers(lighting::correlated_colour_temperature(w.lamp, 1)); }},
-    {"source_chromaticity", [](World& w) { return numbers(lighting::chromaticity(w.lamp)); }},
-    {"dominant_wavelength",
-     [](World&) {
-         return numbers(lighting::dominant_wavelength({0.3, 0.5}, {0.3333, 0.3333}));
-     }},
-    {"colour_rendering", [](World& w) { return numbers(lighting::colour_rendering(w.lamp)); }},
-    {"colour_fidelity", [](World& w) { return numbers(lighting::colour_fidelity(w.lamp)); }},
-    {"alpha_opic",
-     [](World& w) {
-         return numbers(lighting::alpha_opic(w.lamp), lighting::scotopic_photopic_ratio(w.lamp));
-     }},
-    {"hazards", [](World& w) { return numbers(lighting::hazard_weighted(w.lamp)); }},
-    {"bands",
-     [](World& w) {
-         return numbers(lighting::band_total(w.lamp, 400.5, 700.0),
-                        lighting::photon_flux(w.lamp, 400.0, 700.0),
-                        lighting::centroid_wavelength(w.lamp), lighting::bandwidth(w.band));
-     }},
+    {GIVES(find_crossing, utils::find_crossing(w.lens, 0.5 + 0.0 * w.lens, 300.0, 700.0))},
+    {GIVES(stitch_scans, utils::stitch_scans(w.blue, w.red, 770.0, 820.0, 0.1).stitch_scan)},
+    {GIVES(colorimetry, CIE_tristimulus_values(w.lens, observers::data::cie_1931_standard()),
+           CIELAB_tristimulus_values(w.lens, d65(), observers::data::cie_1964_standard()),
+           sRGB_values(w.lens, d65(), observers::data::cie_1931_standard()))},
+    {GIVES(transmittance, ISO8980_3_tau_v(w.lens), ISO8980_3_tau_uva(w.lens),
+           ISO8980_3_tau_suvb(w.lens), ISO8980_3_tau_signal_led(w.lens),
+           ANSI_Z80_3_tau_signal(w.lens), ANSI_Z80_3_tau_spectral_min(w.lens),
+           ISO12311_tau_sb(w.lens))},
+    {GIVES(photometer, f1_prime(w.lens), f2(w.cosine, w.cosine))},
+    {GIVES(chromaticity, chromaticity::CIE_1931_chromaticity(w.lens),
+           chromaticity::ANSI_Z80_3_green_chromaticity(w.lens))},
+    {GIVES(curves, curves::shortpass_filter(500.0, 10.0, 400.0, 600.0, 1.0),
+           curves::lognormal(500.0, 20.0, 400.0, 600.0, 1.0),
+           monochromator::slit_function::uniform_fibres(500.0, 5.0, 20))},
+    {GIVES(radiometry, radiometry::illuminance(w.lamp))},
+    {GIVES(reference_lamps, lighting::planckian(2856.0), lighting::daylight(6504.0),
+           lighting::reference("FL2"), lighting::references().at(0))},
+    {GIVES(colour_temperature, lighting::correlated_colour_temperature(w.lamp, 1))},
+    {GIVES(source_chromaticity, lighting::chromaticity(w.lamp))},
+    {GIVES(dominant_wavelength, lighting::dominant_wavelength({0.3, 0.5}, {0.3333, 0.3333}))},
+    {GIVES(colour_rendering, lighting::colour_rendering(w.lamp))},
+    {GIVES(colour_fidelity, lighting::colour_fidelity(w.lamp))},
+    {GIVES(alpha_opic, lighting::alpha_opic(w.lamp), lighting::scotopic_photopic_ratio(w.lamp))},
+    {GIVES(hazards, lighting::hazard_weighted(w.lamp))},
+    {GIVES(bands, lighting::band_total(w.lamp, 400.5, 700.0),
+           lighting::photon_flux(w.lamp, 400.0, 700.0), lighting::centroid_wavelength(w.lamp),
+           lighting::bandwidth(w.band))},
     {"SourceEvaluator",
      [](World& w) {
          const auto& keys = lighting::SourceEvaluator::keys();
@@ -391,18 +306,13 @@ const Call calls[]{
          evaluator(w.lamp.data().values(), results, &scratch);
          return results;
      }},
-    {"evaluate_lens",
-     [](World& w) {
-         return numbers(quantities::evaluate(w.lens, all(quantities::lens()),
-                                             colorimetry::data::cie_illuminant_d65(), true));
-     }},
+    {GIVES(evaluate_lens, quantities::evaluate(w.lens, all(quantities::lens()), d65(), true))},
     {"evaluate_light",
      [](World& w) {
          // Each function has its own call above.
          auto light = quantities::light("D65");
          light.resize(9);
-         return numbers(quantities::evaluate(w.lamp, all(light),
-                                             colorimetry::data::cie_illuminant_d65(), false));
+         return numbers(quantities::evaluate(w.lamp, all(light), d65(), false));
      }},
     {"Evaluator_of_lenses", [](World& w) { return evaluated(w.coarse_lens, quantities::lens()); }},
     {"Evaluator_of_functions",
@@ -413,8 +323,7 @@ const Call calls[]{
          some.push_back(quantities::find("correlated_colour_temperature.cct"));
          some.push_back(quantities::find("alpha_opic.melanopic.edi"));
          const quantities::Evaluator evaluator(w.blue.data().keys(), some, 1e-20,
-                                               spline::Type::AKIMA,
-                                               colorimetry::data::cie_illuminant_d65());
+                                               spline::Type::AKIMA, d65());
          Numbers results(some.size());
          evaluator.evaluate(w.blue.data().values(), results);
          return results;
@@ -459,15 +368,11 @@ const Call calls[]{
          fitting::overlay_scan(w.lamp, w.lens, &k, &c);
          return numbers(k, c, fitting::wavelength_residuals(w.steps, w.grating).values);
      }},
-    {"load_vekfile", [](World& w) { return numbers(io::load_vekfile(w.measurement)); }},
-    {"load_vek_scan_data",
-     [](World&) {
-         return numbers(io::load_vek_scan_data(corpus + "/container/mini").begin()->second);
-     }},
-    {"vekfile_to_json",
-     [](World& w) { return numbers(io::vekfile_to_json(w.measurement, 2, true)); }},
-    {"parse_csv", [](World& w) { return numbers(io::parse_csv(w.text)); }},
-    {"load_csv", [](World&) { return numbers(io::load_csv(corpus + "/csv/edges")); }},
+    {GIVES(load_vekfile, io::load_vekfile(w.measurement))},
+    {GIVES(load_vek_scan_data, io::load_vek_scan_data(corpus + "/container/mini").begin()->second)},
+    {GIVES(vekfile_to_json, io::vekfile_to_json(w.measurement, 2, true))},
+    {GIVES(parse_csv, io::parse_csv(w.text))},
+    {GIVES(load_csv, io::load_csv(corpus + "/csv/edges"))},
     {"TextLines",
      [](World& w) {
          const io::TextLines lines(w.text);
@@ -477,9 +382,10 @@ const Call calls[]{
          return numbers(columns.column(0), columns.points(0, 1).second,
                         static_cast<double>(pairs.has_value()));
      }},
-    {"to_text",
-     [](World& w) { return numbers(to_string(w.grating), to_string(FitWavelengthParamsFree())); }},
+    {GIVES(to_text, to_string(w.grating), to_string(FitWavelengthParamsFree()))},
 };
+#undef GIVES
+#undef CHANGES
 
 /// A number that tells results, with what the call left of the world, apart (FNV-1a).
 std::uint64_t digest(const Numbers& result, const World& world) {

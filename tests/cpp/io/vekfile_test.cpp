@@ -11,7 +11,6 @@
 #include "fuzz/image_builder.hpp"
 #include "io/io.hpp"
 #include "io/vekfile_reader.hpp"
-#include "rows.hpp"
 #include "thrown_text.hpp"
 
 namespace vekanalysis::vekfile {
@@ -45,8 +44,20 @@ void expect_survival(const Bytes& bytes) {
 }
 
 TEST(TypeAndUnits, AreSplitAtTheFirstDividerAndTrimmed) {
-    for (const auto& [text, codes, type, units, type_code, units_code] :
-         rows<std::string, std::string, std::string, std::string, int, int>("type-and-units")) {
+    const struct {
+        std::string text, codes, type, units;
+        int type_code, units_code;
+    } cases[]{
+        {"Signal / V  ", "3 7", "Signal", "V", 3, 7},
+        {"Counts", "", "Counts", "", -1, -1},
+        {"A / B / C", " -4\t12 x", "A", "B / C", -4, 12},
+        {"A/B", "x", "A/B", "", 0, -1},
+        {"", "5", "", "", 5, -1},
+        {" a  /  \t\r\n", "1 x", " a ", "", 1, 0},
+        {" / ", " ", "", "", -1, -1},
+        {"Absorbance / \xC2\xA0", "99999999999 1", "Absorbance", "\xC2\xA0", 2147483647, -1},
+    };
+    for (const auto& [text, codes, type, units, type_code, units_code] : cases) {
         const MeasurementTypeUnits result = parse_type_and_units_strings(text, codes);
         EXPECT_EQ(result.measurement_type, type) << text;
         EXPECT_EQ(result.units, units) << text;
