@@ -77,13 +77,6 @@ def test_comma_and_numbers_are_read_as_told() -> None:
     assert read("0.4 1\n0.5876 1", wavelength_unit="um").scan.wavelengths() == [400, 587.6]
 
 
-@pytest.mark.parametrize(("rule", "value"), [("first", 1.0), ("last", 4.0), ("mean", 2.5)])
-def test_repeated_wavelengths_count_as_asked(rule: str, value: float) -> None:
-    table = read("400 1\n400 4\n401 1", duplicates=rule)
-    assert table.scan[400] == value
-    assert table.notes == ("'column 1': points merged with others of the same wavelength: 1",)
-
-
 def test_the_table_says_what_it_skipped() -> None:
     table = read(
         "\n# run 3\nLens\nwl;a;b;a\n(nm);V;V;V\n400;1;;3\n410;2;3;4\n400;9;9;9\nend", skip=[8]
