@@ -157,36 +157,77 @@ def test_labels_that_make_no_spectrum(labels: dict[str, object], reason: str) ->
     assert refusal(jcamp(table, **labels)) == f"f: {reason}"
 
 
-@pytest.mark.parametrize(("x", "ends", "points", "notes"), rows("x-units.jsonl"))
-def test_units_of_x(x: str, ends: list[float], points: list[list[float]], notes: list[str]) -> None:
-    content = jcamp(f"{ends[0]!r} 1 2 3", 3, x=x, first=repr(ends[0]), last=repr(ends[1]))
-    (spectrum,) = read_content(content, "f")
-    assert [*spectrum.scan.to_lists()] == points
-    assert [*spectrum.notes] == [*notes, COUNTS]
+VACUUM = "wavelengths converted from cm-1: those in vacuum, 0.15 nm longer than in air at 550 nm"
 
 
 @pytest.mark.parametrize(
-    ("y", "x", "highest", "options", "expected", "notes"), rows("y-units.jsonl")
-)
-def test_units_of_y(
-    y: str,
-    x: dict[str, Any],
-    highest: str,
-    options: dict[str, Any],
-    expected: list[Any],
-    notes: list[str],
+    ("x", "first", "last", "wavelengths", "values", "note"),
+    [
+        ("MICROMETERS", 0.5876, 0.6, [587.6, 593.8, 600], [1, 2, 3], "um to nm"),
+        ("Angstroms", 4000, 4100, [400, 405, 410], [1, 2, 3], "angstrom to nm"),
+        ("mm", 0.0004, 0.00041, [400, 405, 410], [1, 2, 3], "mm to nm"),
+        ("Meters", 4e-07, 4.1e-07, [400, 405, 410], [1, 2, 3], "m to nm"),
+        ("eV", 2, 4, [309.96049608300063, 413.2806614440008, 619.9209921660013], [3, 2, 1],
+         "eV: those in vacuum, 0.15 nm longer than in air at 550 nm"),
+        ("1/CM", 20000, 25000, [400, 444.44444444444446, 500], [3, 2, 1],
+         VACUUM.removeprefix("wavelengths converted from ")),
+        ("nm", 420, 400, [400, 410, 420], [3, 2, 1], None),
+    ],
+)  # fmt: skip
+def test_units_of_x(
+    x: str, first: float, last: float, wavelengths: list[float], values: list[float], note: str
 ) -> None:
-    content = jcamp(f"{x['first']} {highest} 1 0", 3, y=y, **x)
+    content = jcamp(f"{first!r} 1 2 3", 3, x=x, first=repr(first), last=repr(last))
+    (spectrum,) = read_content(content, "f")
+    assert spectrum.scan.to_lists() == (wavelengths, values)
+    assert [*spectrum.notes] == [*[f"wavelengths converted from {note}"] * bool(note), COUNTS]
+
+
+TAKEN = "taken as {}: no unit is stated, and the highest value is {}"
+
+
+@pytest.mark.parametrize(
+    ("y", "highest", "options", "expected", "note"),
+    [
+        ("TRANSMITTANCE", "2", {}, ("transmittance", "1", 2), TAKEN.format("a fraction", 2)),
+        ("REFLECTANCE", "2.25", {}, ("reflectance", "1", 0.0225), TAKEN.format("per cent", 2.25)),
+        ("TRANSMITTANCE", "2.5", {"unit": "1"}, ("transmittance", "1", 2.5), None),
+        ("A", "2", {}, ("absorbance", "OD", 2), None),
+        ("Arbitrary Units", "2", {}, ("unknown", "a.u.", 2), None),
+        ("RELATIVE", "2", {"unit": "%", "kind": "reflectance"}, ("reflectance", "1", 0.02), None),
+        ("W/m2/um", "2", {}, ("irradiance", "W m-2 nm-1", 0.002), VACUUM),
+        ("IRRADIANCE", "2", {"unit": "W/m2/nm"}, ("irradiance", "W m-2 nm-1", 2), VACUUM),
+    ],
+)  # fmt: skip
+def test_units_of_y(
+    y: str, highest: str, options: dict[str, Any], expected: tuple[Any, ...], note: str | None
+) -> None:
+    first, last, x = (20000, 25000, "1/CM") if note == VACUUM else (400, 420, "NANOMETERS")
+    content = jcamp(f"{first} {highest} 1 0", 3, y=y, x=x, first=first, last=last)
     (spectrum,) = read_content(content, "f", **options)
-    assert [spectrum.kind, spectrum.unit, max(spectrum.scan.values())] == expected
-    assert [*spectrum.notes[:-1]] == notes
+    assert (spectrum.kind, spectrum.unit, max(spectrum.scan.values())) == expected
+    assert [*spectrum.notes[:-1]] == [note] * bool(note)
 
 
-@pytest.mark.parametrize(("points", "reason", "sorted_reason"), rows("x-order.jsonl"))
+@pytest.mark.parametrize(
+    ("points", "reason", "sorted_reason"),
+    [
+        ("400 1\n400 2\n420 3", "2: x is 400 again; pass duplicates", "2: x is 400"),
+        ("420 1\n420 2\n400 3", "2: x is 420 again; pass duplicates", "2: x is 420"),
+        ("400 1\n410 2\n405 3\n410 4", "3: x is 405 after 410, where it ascends; pass",
+         "4: x is 410 again"),
+        ("420 1\n400 2\n410 3\n420 4", "3: x is 410 after 400, where it descends; pass",
+         "4: x is 420 again"),
+        ("420 1\n400 2\n400.05 3\n420 4", "3: x is 400.05 after 400, where it descends; pass",
+         "4: x is 420 again"),
+        ("400 1\n410 2\n409.95 3\n410 4", "3: x is 409.95 after 410, where it ascends; pass",
+         "4: x is 410 again"),
+    ],
+)  # fmt: skip
 def test_points_out_of_order(points: str, reason: str, sorted_reason: str) -> None:
     content = jcamp(PAIRS + points, points.count("\n") + 1)
-    assert reason in refusal(content)
-    assert sorted_reason in refusal(content, sort=True)
+    assert f"point {reason}" in refusal(content)
+    assert f"point {sorted_reason}" in refusal(content, sort=True)
 
 
 def test_texts_for_metadata_are_one_line_of_bounded_length() -> None:
@@ -273,7 +314,30 @@ def test_xml_that_is_refused(case: str, base: str, changes: dict[str, str], reas
     assert refusal(xml(base, changes)) == f"f: {reason}"
 
 
-@pytest.mark.parametrize(("quantity", "comment", "kind", "unit", "notes"), rows("tm27.jsonl"))
+CUSTOM = "taken in {}, as is customary: the format states no unit"
+
+
+@pytest.mark.parametrize(
+    ("quantity", "comment", "kind", "unit", "notes"),
+    [
+        ("Transmittance", "", "transmittance", "1",
+         [TAKEN.format("a fraction", 0.9), "'f': transmittance in 1"]),
+        ("reflectance", "", "reflectance", "1",
+         ["the file does not state its ReflectionGeometry", TAKEN.format("a fraction", 0.9),
+          "'f': reflectance in 1"]),
+        ("flux", "", "flux", "W nm-1", [CUSTOM.format("W nm-1"), "'f': flux in W nm-1"]),
+        ("absorptance", "", "other", "1",
+         ["the file states 'absorptance'", CUSTOM.format("1"), "'f': in 1, another quantity"]),
+        ("T-Factor", "", "unknown", "1",
+         ["the file states 'T-Factor'", CUSTOM.format("1"), "'f': in 1, kind not stated"]),
+        ("relative", "", "unknown", "a.u.",
+         ["the file states 'relative'", CUSTOM.format("a.u."), "'f': in a.u., kind not stated"]),
+        ("other", "", "unknown", None, ["the file states 'other'"]),
+        ("other", "Quantity: Absorbance", "absorbance", "OD", ["'f': absorbance in OD"]),
+        ("other", "No Quantity: Absorbance", "unknown", None, ["the file states 'other'"]),
+        ("none", "Quantity: Absorbance", "unknown", None, ["the file states 'none'"]),
+    ],
+)  # fmt: skip
 def test_quantities_of_tm27(
     quantity: str, comment: str, kind: str, unit: str | None, notes: list[str]
 ) -> None:
@@ -294,7 +358,19 @@ COMMON = (
 )
 
 
-@pytest.mark.parametrize(("points", "unit", "value", "notes"), rows("lensmeter.jsonl"))
+PERCENT = "'f': transmittance in %, divided by 100"
+
+
+@pytest.mark.parametrize(
+    ("points", "unit", "value", "notes"),
+    [
+        ("400:1 500:20", "%", 0.2,
+         ["whole per cent: rounded, with a standard uncertainty of 0.29 % (absolute)", PERCENT]),
+        ("400:1 500:20.5", "%", 0.205, [PERCENT]),
+        ("400:0 500:1", "", 1, [TAKEN.format("a fraction", 1), "'f': transmittance in 1"]),
+        ("400:0 500:3", "", 0.03, [TAKEN.format("per cent", 3), PERCENT]),
+    ],
+)  # fmt: skip
 def test_what_lensmeters_state(points: str, unit: str, value: float, notes: list[str]) -> None:
     content = lenses(lens("S", points, unit), before=COMMON)
     for text in content, content.replace(b' unit="nm"', b""):
