@@ -25,7 +25,7 @@ def rows(name: str, folder: str = "reading") -> list[Any]:
 
 
 def repeated(text: str, size: int = 0) -> str:
-    """A text with each part like ``«ab»`` as often as the size, or as said in ``«3*a{i}»``."""
+    """A text with parts repeated: ``«ab»`` as often as the size, ``«3*a{i}»`` as ``a0a1a2``."""
 
     def part(match: re.Match[str]) -> str:
         times = int(match[1] or size)
