@@ -8,10 +8,8 @@ from typing import Any
 
 import numpy as np
 import pytest
-from cli import rows
 
-import vekanalysis as vek
-from vekanalysis import Observer, Scan, chromaticity, colorimetry
+from vekanalysis import Observer, Scan, chromaticity, colorimetry, curves
 from vekanalysis.colorimetry import data
 from vekanalysis.monochromator.slit_function import uniform_fibres
 
@@ -77,13 +75,57 @@ def test_an_observer_sees_later_changes_and_shows_its_points() -> None:
             Observer(wrong, y, z)  # type: ignore[arg-type]
 
 
-NAMES = {**vars(vek), "inf": math.inf, "nan": math.nan, "uniform_fibres": uniform_fibres}
-
-
-@pytest.mark.parametrize(("call", "told"), rows("colours-refused.jsonl", "calls"))
-def test_bad_arguments_are_value_errors(call: str, told: str) -> None:
+@pytest.mark.parametrize(
+    "curve", [curves.longpass_filter, curves.shortpass_filter, curves.lognormal]
+)
+@pytest.mark.parametrize(
+    ("grid", "told"),
+    [
+        ((600, 400, 0), "min_wl >= max_wl"),
+        ((400, 400, -1), "min_wl >= max_wl"),
+        ((400, 400.5, 1), "step_wl > (max_wl - min_wl)"),
+        ((400, 600, math.inf), "step_wl > (max_wl - min_wl)"),
+        ((400, 600, 0), "step_wl <= 0"),
+        ((400, 600, -1), "step_wl <= 0"),
+        ((400, math.inf, 1), "curves: min_wl, max_wl and step_wl must be finite"),
+        ((math.nan, 600, 1), "curves: min_wl, max_wl and step_wl must be finite"),
+        ((400, 600, math.nan), "curves: min_wl, max_wl and step_wl must be finite"),
+        ((400, 600, 5e-324), "curves: more than 100000000 points"),
+        ((-1e308, 1e308, 1e-10), "curves: more than 100000000 points"),
+        ((1e16, 1e16 + 100, 0.5), "curves: step_wl too small to advance"),
+    ],
+)
+def test_grids_of_curves_are_looked_at(
+    curve: Callable[..., Scan], grid: tuple[float, float, float], told: str
+) -> None:
     with pytest.raises(ValueError, match=f"^{re.escape(told)}$"):
-        eval(call, NAMES)
+        curve(500, 20, *grid)
+
+
+@pytest.mark.parametrize(
+    ("call", "told"),
+    [
+        (lambda: curves.lognormal(0, 20, 600, 400, 0), "peak_wl <= 0 || fwhm <= 0"),
+        (lambda: curves.lognormal(500, 0, 600, 400, 0), "peak_wl <= 0 || fwhm <= 0"),
+        (lambda: uniform_fibres(500, 10, 1), "slit_function::uniform_fibres: fewer than 2 points"),
+        (
+            lambda: uniform_fibres(500, 10, 2**32 - 1),
+            "slit_function::uniform_fibres: more than 100000000 points",
+        ),
+        (
+            lambda: uniform_fibres(math.inf, 10, 5),
+            "slit_function::uniform_fibres: wavelengths must be finite",
+        ),
+        (lambda: colorimetry.f1_prime(Scan()), "Input has no data in the range 380 to 780"),
+        (
+            lambda: colorimetry.ANSI_Z80_3_tau_spectral_min(Scan([400], [1])),
+            "colorimetry::ANSI_Z80_3_tau_spectral_min: no data in the range 475 to 650",
+        ),
+    ],
+)
+def test_bad_arguments_are_value_errors(call: Callable[[], object], told: str) -> None:
+    with pytest.raises(ValueError, match=f"^{re.escape(told)}$"):
+        call()
 
 
 def test_colour_differences_take_records_and_arrays() -> None:

@@ -1,6 +1,5 @@
 """Quantities of arrays of spectra, against those of the spectra one by one."""
 
-import builtins
 import math
 import pickle
 import random
@@ -8,12 +7,13 @@ import signal
 import subprocess
 import sys
 import threading
+from collections.abc import Callable
 from concurrent.futures import ThreadPoolExecutor
 from pathlib import Path
+from typing import Any
 
 import numpy as np
 import pytest
-from cli import rows
 from numpy.typing import NDArray
 
 import vekanalysis as vek
@@ -259,11 +259,97 @@ def test_the_evaluators_used_last_are_kept_for_their_grids() -> None:
     assert repr(Evaluator([], [])) == "<Evaluator of 0 quantities, 0 points, no wavelengths>"
 
 
-@pytest.mark.parametrize(("call", "error", "told"), rows("evaluators-refused.jsonl", "calls"))
-def test_what_cannot_be_evaluated_is_refused(call: str, error: str, told: str) -> None:
+@pytest.mark.parametrize("method", [Evaluator.__call__, Evaluator.sensitivities])
+@pytest.mark.parametrize(
+    ("values", "error", "told"),
+    [
+        (np.ones(7), ValueError, r"shape \(7,\); the last dimension must be .* 486"),
+        (np.ones((486, 2)), ValueError, r"shape \(486, 2\)"),
+        (np.float64(1), ValueError, r"shape \(\)"),
+        (np.ones(486, int), TypeError, "values of int64; an array of float64 or float32"),
+        (np.ones(486, object), TypeError, "values of object"),
+        (np.ones(486, ">f8"), TypeError, "values of >f8"),
+        (np.ones(486, complex), TypeError, "values of complex128"),
+        (np.ma.masked_less(np.arange(486.0), 3), TypeError, "some values are masked"),
+        ("lens.csv", TypeError, "values of str"),
+    ],
+)
+def test_other_values_are_refused(
+    method: Callable[..., object], values: Any, error: type[Exception], told: str
+) -> None:
+    with pytest.raises(error, match=told):
+        method(Evaluator(GRID, V), values)
+
+
+@pytest.mark.parametrize(
+    ("call", "error", "told"),
+    [
+        (lambda memory: Evaluator(GRID, V)(None), TypeError, "values of NoneType"),
+        (
+            lambda memory: Evaluator(GRID, [V, V])(memory, np.empty((4, 3))),
+            ValueError,
+            r"out has shape \(4, 3\); \(4, 2\) is needed",
+        ),
+        (
+            lambda memory: Evaluator(GRID, [V, V])(memory, np.empty((4, 2), np.float32)),
+            TypeError,
+            "writable array of float64",
+        ),
+        (
+            lambda memory: Evaluator(GRID, [V, V])(memory, np.broadcast_to(np.empty(2), (4, 2))),
+            TypeError,
+            "writable array of float64",
+        ),
+        (
+            lambda memory: Evaluator(GRID, [V, V])(
+                memory, np.lib.stride_tricks.as_strided(np.empty(8), (4, 2), (8, 8))
+            ),
+            ValueError,
+            "itself",
+        ),
+        (
+            lambda memory: Evaluator(GRID, [V, V])(memory, memory[:, :2]),
+            ValueError,
+            "out overlaps values",
+        ),
+        (
+            lambda memory: Evaluator(GRID, [V, V])(memory, [0.0, 0.0]),
+            TypeError,
+            "writable array of float64",
+        ),
+        (
+            lambda memory: Evaluator([400, 400, 410], V),
+            ValueError,
+            "wavelengths must be finite and ascend",
+        ),
+        (
+            lambda memory: Evaluator([400, math.nan], V),
+            ValueError,
+            "wavelengths must be finite and ascend",
+        ),
+        (
+            lambda memory: Evaluator([400, 410], "ISO8980_3_tau_w"),
+            ValueError,
+            "the nearest is 'ISO8980_3_tau_v'",
+        ),
+        (
+            lambda memory: Evaluator([400, 410], epsilon=-1.0),
+            ValueError,
+            "epsilon must not be negative",
+        ),
+        (
+            lambda memory: Evaluator(GRID, "CIE_1931_chromaticity.x").sensitivities(),
+            ValueError,
+            "'CIE_1931_chromaticity.x' is not linear",
+        ),
+    ],
+)
+def test_what_cannot_be_evaluated_is_refused(
+    call: Callable[[Any], object], error: type[Exception], told: str
+) -> None:
     memory = np.ones((4, len(GRID)))
-    with pytest.raises(getattr(builtins, error), match=told):
-        eval(call, globals(), {"e": Evaluator(GRID, V), "memory": memory})
+    with pytest.raises(error, match=told):
+        call(memory)
     assert (memory == 1).all()
 
 

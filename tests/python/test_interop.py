@@ -1,12 +1,12 @@
 """Scans and records in pandas, xarray and plain Python."""
 
-import builtins
 import doctest
 import importlib
 import json
 import math
 import subprocess
 import sys
+from collections.abc import Callable
 from pathlib import Path
 from typing import Any
 
@@ -14,7 +14,6 @@ import numpy as np
 import pandas as pd
 import pytest
 import xarray as xr
-from cli import rows
 from IPython.core.completer import provisionalcompleter
 from IPython.core.interactiveshell import InteractiveShell
 from vekwriter import Contents, DataSet
@@ -127,10 +126,220 @@ LENS = vek.Spectrum(Scan(range(380, 781, 5), [0.5] * 81), "transmittance", "1")
 PARTS = pd.Series([2, pd.NA, 1], [0.5876, 0.5, 0.4], dtype="Int64")
 
 
-@pytest.mark.parametrize(("call", "error", "told"), rows("interop-refused.jsonl", "calls"))
-def test_what_is_doubtful_is_refused(call: str, error: str, told: str) -> None:
-    with pytest.raises(getattr(builtins, error, vek.Refusal), match=told):
-        eval(call)
+@pytest.mark.parametrize(
+    ("index", "told"),
+    [
+        ([0.4, 0.5], "look like um.*wavelength_unit='um'"),
+        ([4000, 5000], "look like angstrom"),
+        ([1, 2], "are 1, 2, 3 to 2, which look like row numbers"),
+        ([2, 1], "from 1 to 2 look like um"),
+        (pd.Index([400, 500], name="wl / um"), "in um"),
+        (pd.Index([400, 500], name="wavenumber"), "not a wavelength"),
+        ([400, math.nan], "wavelength 2 is nan"),
+        (pd.date_range("2026-01-01", periods=2), "the index must be numbers"),
+    ],
+)
+def test_a_doubtful_index_is_refused(index: Any, told: str) -> None:
+    with pytest.raises(ValueError, match=told):
+        interop.from_series(pd.Series([1.0, 2.0], index))
+
+
+@pytest.mark.parametrize(
+    ("unclear", "told"),
+    [
+        (array("micrometers", band=[0.4, 0.5]), r"in um \('micrometers'\).*wavelength_unit='um'"),
+        (array("m", band=[4e-7, 5e-7]), "in m"),
+        (array("K", band=[400, 500]), "in K, not a wavelength"),
+        (array("cm-1", band=[4000, 5000]), "not a wavelength"),
+        (array(), "needs one coordinate along 'band', the wavelengths; got none"),
+        (array(a=[1, 2], b=[1, 2]), "got 'a', 'b'"),
+        (array(band=[400, 500]).expand_dims("time"), r"2 dimensions \(time, band\)"),
+        (array(band=[400, 500]).sum(), r"^array: it has 0 dimensions \(none\); a spectrum has one"),
+        (array().rename("lens"), "^array 'lens': it needs one coordinate along 'band', the wave"),
+    ],
+)
+def test_an_array_whose_wavelengths_are_unclear_is_refused(
+    unclear: xr.DataArray, told: str
+) -> None:
+    with pytest.raises(ValueError, match=told):
+        interop.from_dataarray(unclear)
+
+
+@pytest.mark.parametrize(
+    ("call", "error", "told"),
+    [
+        (
+            lambda: interop.from_series(pd.Series([1.0, 2.0])),
+            ValueError,
+            "start at 0; they must be above zero",
+        ),
+        (
+            lambda: interop.from_series(pd.Series([1.0, 2.0], [400, 400], name="x")),
+            ValueError,
+            "series 'x': wavelength 400 is there twice",
+        ),
+        (
+            lambda: interop.from_series(pd.Series([1.0, math.nan], [400, 401])),
+            ValueError,
+            "1 of 2 values are missing.*at 401",
+        ),
+        (
+            lambda: interop.from_series(pd.Series(["a", "b"], [400, 401])),
+            ValueError,
+            "the values must be numbers; got",
+        ),
+        (
+            lambda: interop.from_series(
+                pd.Series([1, 2], pd.MultiIndex.from_tuples([(1, 2), (3, 4)]))
+            ),
+            ValueError,
+            "2 levels",
+        ),
+        (
+            lambda: interop.from_series(PARTS, wavelength_unit="nm", missing="keep", epsilon=1),
+            ValueError,
+            "3 wavelengths make 1 points.*smaller epsilon",
+        ),
+        (
+            lambda: interop.from_series(PARTS, missing="x"),
+            ValueError,
+            "missing is 'x'; it must be 'refuse', 'drop' or 'keep'",
+        ),
+        (
+            lambda: interop.from_series(
+                interop.to_series(ODD).pipe(lambda s: s.attrs.update(interpolation="akima") or s)
+            ),
+            ValueError,
+            "must be one of NONE, AKIMA",
+        ),
+        (lambda: interop.from_dataarray(ODD), TypeError, "needs a.*; got Scan"),
+        (lambda: interop.from_series(ODD), TypeError, "needs a.*; got Scan"),
+        (lambda: interop.from_frame(ODD), TypeError, "needs a.*; got Scan"),
+        (
+            lambda: interop.from_frame(
+                interop.to_frame({"a": SHORT, "b": SHORT}).rename(columns={"b": "a"})
+            ),
+            ValueError,
+            "frame: two columns are named 'a'; the names must differ",
+        ),
+        (lambda: interop.to_frame([1]), TypeError, "to_frame needs scans; '0' is a int"),
+        (
+            lambda: interop.quantities_of(array(band=[0.4, 0.5]), "f1_prime", dim="band"),
+            vek.Refusal,
+            "^array: wavelengths from 0.4 to 0.5 look like um, not nm",
+        ),
+        (
+            lambda: interop.quantities_of(
+                array(band=[400, 500]).astype(int).rename("cube"), "f1_prime", dim="band"
+            ),
+            TypeError,
+            "array 'cube': values of int64; float64 or float32",
+        ),
+        (
+            lambda: interop.quantities_of(array(band=[400, 500]), "f1_prime", dim="wl"),
+            ValueError,
+            "it needs a dimension 'wl' with a coordinate",
+        ),
+        (
+            lambda: interop.quantities_of(interop.to_frame([LENS.to("%")]), "ISO8980_3_tau_v"),
+            vek.Refusal,
+            "transmittance in %; convert them to 1 first",
+        ),
+        (
+            lambda: interop.quantities_of(interop.to_dataarray(LENS.to("%")), "ISO8980_3_tau_v"),
+            vek.Refusal,
+            "transmittance in %; convert them to 1 first",
+        ),
+        (
+            lambda: interop.quantities_of(
+                interop.to_dataarray(LENS).assign_attrs(kind="", units="%"), "ISO8980_3_tau_v"
+            ),
+            vek.Refusal,
+            "^array: ",
+        ),
+        (
+            lambda: interop.quantities_of(
+                interop.to_dataarray(LENS).assign_attrs(kind="reflectance", units=""),
+                "ISO8980_3_tau_v",
+            ),
+            vek.Refusal,
+            "^array: ",
+        ),
+        (lambda: interop.quantities_of([1.0], "ISO8980_3_tau_v"), TypeError, "got list"),
+        (
+            lambda: interop.quantities_of(type("Simple", (), {"columns": ()})(), "ISO8980_3_tau_v"),
+            TypeError,
+            "got Simp",
+        ),
+        (
+            lambda: interop.quantities_of(
+                interop.to_frame(LENS).pipe(lambda f: f.set_index([[0] * len(f), f.index])),
+                "ISO8980_3_tau_v",
+            ),
+            ValueError,
+            "l levels",
+        ),
+        (
+            lambda: interop.quantities_of(
+                interop.to_dataarray(LENS).drop_vars("wavelength"), "ISO8980_3_tau_v"
+            ),
+            ValueError,
+            "^array: it ne",
+        ),
+        (
+            lambda: interop.quantities_of(
+                interop.to_dataarray(vek.Spectrum(LENS.scan, "irradiance", "W m-2 nm-1")),
+                "ISO8980_3_tau_v",
+            ),
+            vek.Refusal,
+            "irradiance, not a transmittance",
+        ),
+        (
+            lambda: interop.quantities_of(
+                interop.to_dataarray(vek.Spectrum(LENS.scan, "irradiance", "W m-2 nm-1")),
+                "luminance",
+            ),
+            vek.Refusal,
+            "irradiance, not a radiance",
+        ),
+    ],
+)
+def test_what_is_doubtful_is_refused(
+    call: Callable[[], object], error: type[Exception], told: str
+) -> None:
+    with pytest.raises(error, match=told):
+        call()
+
+
+@pytest.mark.parametrize(
+    ("arguments", "told"),
+    [
+        ({"scans": [SHORT, Scan()], "grid": "common"}, "no common wavelengths"),
+        ({"scans": [SCANS[2]], "grid": [0]}, "'0' has no values between its points"),
+        ({"scans": [SHORT], "grid": "all"}, "must be 'union', 'common' or an array"),
+        ({"scans": [SHORT], "grid": [[1]]}, "2 dimensions; one is needed"),
+        ({"scans": [SHORT], "grid": ["x"]}, "must be numbers"),
+        (
+            {"scans": [SHORT], "grid": np.ma.masked_less([400, 450], 420)},
+            "some of its wavelengths are masked; pass grid.com",
+        ),
+        ({"scans": [SHORT], "grid": [400, math.nan]}, "grid: wavelength 2 is nan, not a number"),
+        ({"scans": []}, "at least one scan"),
+        (
+            {"scans": [vek.Spectrum(SHORT, label="lens 7")] * 2},
+            "two spectra have the label 'lens 7'",
+        ),
+    ],
+)
+def test_what_makes_no_frame_is_refused(arguments: dict[str, Any], told: str) -> None:
+    with pytest.raises(ValueError, match=told):
+        interop.to_frame(**arguments)
+
+
+@pytest.mark.parametrize("thing", [{}, 1.0, vek.AKIMA, None])
+def test_what_is_no_record_has_no_dict(thing: Any) -> None:
+    with pytest.raises(TypeError, match="needs a scan or a record; got"):
+        interop.as_dict(thing)
 
 
 def test_series_are_taken_as_told() -> None:

@@ -1,13 +1,12 @@
 """Scans and what is known of light drawn with Matplotlib."""
 
 import math
-from collections.abc import Iterator
+from collections.abc import Callable, Iterator
 from typing import Any
 
 import matplotlib as mpl
 import numpy as np
 import pytest
-from cli import rows
 from vekwriter import Contents, DataSet
 
 import vekanalysis as vek
@@ -97,11 +96,31 @@ def test_bands_and_luminosity_are_shaded_behind() -> None:
 
 LENS = vek.Spectrum(Scan([400, 410, 420], [25, 50, 60]), "transmittance", "%", "lens 7")
 X = "wavelength in nm"
+TWO = "do not share an axis; draw them on two"
 
 
-@pytest.mark.parametrize(("arguments", "y_title", "labels"), rows("plots.jsonl", "calls"))
-def test_axes_say_what_is_drawn(arguments: str, y_title: str, labels: list[str]) -> None:
-    axes = eval(f"vek.plot({arguments})")
+@pytest.mark.parametrize(
+    ("plot", "y_title", "labels"),
+    [
+        (lambda: vek.plot(CURVE), "value", []),
+        (lambda: vek.plot(CURVE, quantity="T", unit="1"), "T", []),
+        (lambda: vek.plot(CURVE, quantity="U", unit="$V"), r"U in \$V", []),
+        (lambda: vek.plot(CURVE, label="name"), "value", ["name"]),
+        (lambda: vek.plot({1: CURVE, "b": CURVE}), "value", ["1", "b"]),
+        (lambda: vek.plot(LENS), "transmittance in %", ["lens 7"]),
+        (lambda: vek.plot(LENS, unit=""), "transmittance", ["lens 7"]),
+        (lambda: vek.plot(LENS, quantity="T"), "T in %", ["lens 7"]),
+        (lambda: vek.plot(LENS.to("1")), "transmittance", ["lens 7"]),
+        (lambda: vek.plot([LENS, CURVE]), "transmittance in %", ["lens 7"]),
+        (lambda: vek.plot({"a": LENS, "b": CURVE}), "transmittance in %", ["a", "b"]),
+        (lambda: vek.plot([LENS, LENS], label=["a", "b"]), "transmittance in %", ["a", "b"]),
+        (lambda: vek.plot(vek.Spectrum(CURVE, "other", "lx")), "value in lx", []),
+        (lambda: vek.plot(vek.Spectrum(CURVE, "counts")), "counts", []),
+        (lambda: vek.plot(vek.Spectrum(CURVE)), "value", []),
+    ],
+)
+def test_axes_say_what_is_drawn(plot: Callable[[], Any], y_title: str, labels: list[str]) -> None:
+    axes = plot()
     assert (titles(axes), legend(axes)) == ((X, y_title), labels)
 
 
@@ -121,10 +140,30 @@ def test_a_measurement_file_names_its_own_axes(x_type: int, x_title: str) -> Non
     assert legend(vek.plot(file.data_sets[1])) == ["dark"]
 
 
-@pytest.mark.parametrize(("arguments", "reason"), rows("plots-refused.jsonl", "calls"))
-def test_what_cannot_be_drawn_is_refused(arguments: str, reason: str) -> None:
+@pytest.mark.parametrize(
+    ("plot", "reason"),
+    [
+        (lambda: vek.plot([]), "plot needs at least one scan; got none"),
+        (lambda: vek.plot({"a": Scan()}), "plot: scan 'a' has no points to draw"),
+        (lambda: vek.plot(Scan()), "plot: scan has no points to draw"),
+        (lambda: vek.plot([CURVE], label=["a", "b"]), "plot: 2 labels for 1 scans; each needs one"),
+        (lambda: vek.plot("lens.csv"), "plot needs scans; got str"),
+        (lambda: vek.plot(b"lens.csv"), "plot needs scans; got bytes"),
+        (lambda: vek.plot(7), "plot needs scans; got int"),
+        (lambda: vek.plot([1]), "plot needs scans; got int"),
+        (
+            lambda: vek.plot({"a": LENS, "b": LENS.to("1"), "c": vek.Spectrum(CURVE)}),
+            f"plot: transmittance in % and transmittance in 1 {TWO}",
+        ),
+        (
+            lambda: vek.plot([vek.Spectrum(CURVE, "counts"), vek.Spectrum(CURVE)]),
+            f"plot: counts and unknown {TWO}",
+        ),
+    ],
+)
+def test_what_cannot_be_drawn_is_refused(plot: Callable[[], Any], reason: str) -> None:
     with pytest.raises((TypeError, ValueError)) as refused:
-        eval(f"vek.plot({arguments})")
+        plot()
     assert str(refused.value) == reason
     assert not plt.get_fignums()
 

@@ -44,9 +44,30 @@ def test_spectra_are_values() -> None:
         hash(LENS)
 
 
-@pytest.mark.parametrize(("spectrum", "shown"), rows("shown.jsonl", "calls"))
-def test_a_spectrum_shows_what_it_is_of(spectrum: str, shown: str) -> None:
-    assert repr(eval(spectrum)) == f"<Spectrum 'l7': {shown}>"
+SHOWN = "Scan(400→420.05[3], epsilon=1e-09, interpolation=LINEAR)"
+
+
+@pytest.mark.parametrize(
+    ("spectrum", "shown"),
+    [
+        (LENS, f"transmittance in %, {SHOWN}"),
+        (LENS.replace(scan=Scan(), kind="absorbance", unit="1"), "absorbance in OD, Scan(empty)"),
+        (
+            LENS.replace(kind="unknown", unit=None),
+            f"unknown kind, unit not stated, {SHOWN}",
+        ),
+        (
+            LENS.replace(kind="other", unit="furlong"),
+            f"other in furlong, {SHOWN}",
+        ),
+        (
+            LENS.replace(kind="unknown", unit="furlong"),
+            f"unknown kind in furlong, {SHOWN}",
+        ),
+    ],
+)
+def test_a_spectrum_shows_what_it_is_of(spectrum: Spectrum, shown: str) -> None:
+    assert repr(spectrum) == f"<Spectrum 'l7': {shown}>"
 
 
 @pytest.mark.parametrize(("changes", "error", "reason"), rows("refused.jsonl", "spectra"))

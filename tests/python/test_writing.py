@@ -189,11 +189,26 @@ def test_labels_in_csv_change_no_values(
     assert unit in (None, "a.u.") or (back.kind, back.unit) == (kind, unit)
 
 
-@pytest.mark.parametrize(("spectrum", "name", "reason"), rows("not-written.jsonl", "calls"))
+@pytest.mark.parametrize(
+    ("spectrum", "name", "reason"),
+    [
+        (LENS, "lens.xls", "the ending does not say the format; pass format='csv', format='jcamp'"),
+        (LENS.replace(unit=None), "lens.csv", "its unit is not stated; pass unit='1' or unit='%'"),
+        (LENS.replace(scan=Scan([400, 410], [0.1, np.nan])), "a.csv", "the value at 410 nm is nan"),
+        (LENS.replace(scan=Scan([0, 410], [0.1, 0.2])), "a.csv", "must be finite and above zero"),
+        (LENS.replace(scan=Scan([1, 2], [0.1, 0.2])), "a.spdx", "would be taken for micrometres"),
+        (LENS.replace(scan=Scan([400], [0.1])), "a.csv", "1 points, at least 2"),
+        (
+            LENS.replace(scan=Scan([400, 410], [0.1, 2.5])),
+            "a.spdx",
+            "above 2 would be taken for per cent",
+        ),
+    ],
+)
 def test_what_a_file_could_not_give_back_is_not_written(
-    spectrum: str, name: str, reason: str, tmp_path: Path
+    spectrum: Spectrum, name: str, reason: str, tmp_path: Path
 ) -> None:
     with pytest.raises(Refusal) as refused:
-        vek.write(eval(spectrum), tmp_path / name)
+        vek.write(spectrum, tmp_path / name)
     assert reason in str(refused.value)
     assert not [*tmp_path.iterdir()]
