@@ -165,144 +165,99 @@ def test_an_array_whose_wavelengths_are_unclear_is_refused(
         interop.from_dataarray(unclear)
 
 
-@pytest.mark.parametrize(
-    ("call", "error", "told"),
-    [
-        (
-            lambda: interop.from_series(pd.Series([1.0, 2.0])),
-            ValueError,
-            "start at 0; they must be above zero",
+REFUSED: dict[tuple[type[Exception], str], list[Callable[[], object]]] = {
+    (ValueError, "start at 0; they must be above zero"): [
+        lambda: interop.from_series(pd.Series([1.0, 2.0]))
+    ],
+    (ValueError, "series 'x': wavelength 400 is there twice"): [
+        lambda: interop.from_series(pd.Series([1.0, 2.0], [400, 400], name="x"))
+    ],
+    (ValueError, "1 of 2 values are missing.*at 401"): [
+        lambda: interop.from_series(pd.Series([1.0, math.nan], [400, 401]))
+    ],
+    (ValueError, "the values must be numbers; got"): [
+        lambda: interop.from_series(pd.Series(["a", "b"], [400, 401]))
+    ],
+    (ValueError, "2 levels"): [
+        lambda: interop.from_series(pd.Series([1, 2], pd.MultiIndex.from_tuples([(1, 2), (3, 4)])))
+    ],
+    (ValueError, "3 wavelengths make 1 points.*smaller epsilon"): [
+        lambda: interop.from_series(PARTS, wavelength_unit="nm", missing="keep", epsilon=1)
+    ],
+    (ValueError, "missing is 'x'; it must be 'refuse', 'drop' or 'keep'"): [
+        lambda: interop.from_series(PARTS, missing="x")
+    ],
+    (ValueError, "must be one of NONE, AKIMA"): [
+        lambda: interop.from_series(
+            interop.to_series(ODD).pipe(lambda s: s.attrs.update(interpolation="akima") or s)
+        )
+    ],
+    (TypeError, "needs a.*; got Scan"): [
+        lambda: interop.from_dataarray(ODD),
+        lambda: interop.from_series(ODD),
+        lambda: interop.from_frame(ODD),
+    ],
+    (ValueError, "frame: two columns are named 'a'; the names must differ"): [
+        lambda: interop.from_frame(
+            interop.to_frame({"a": SHORT, "b": SHORT}).rename(columns={"b": "a"})
+        )
+    ],
+    (TypeError, "to_frame needs scans; '0' is a int"): [lambda: interop.to_frame([1])],
+    (vek.Refusal, "^array: wavelengths from 0.4 to 0.5 look like um, not nm"): [
+        lambda: interop.quantities_of(array(band=[0.4, 0.5]), "f1_prime", dim="band")
+    ],
+    (TypeError, "array 'cube': values of int64; float64 or float32"): [
+        lambda: interop.quantities_of(
+            array(band=[400, 500]).astype(int).rename("cube"), "f1_prime", dim="band"
+        )
+    ],
+    (ValueError, "it needs a dimension 'wl' with a coordinate"): [
+        lambda: interop.quantities_of(array(band=[400, 500]), "f1_prime", dim="wl")
+    ],
+    (vek.Refusal, "transmittance in %; convert them to 1 first"): [
+        lambda: interop.quantities_of(interop.to_frame([LENS.to("%")]), "ISO8980_3_tau_v"),
+        lambda: interop.quantities_of(interop.to_dataarray(LENS.to("%")), "ISO8980_3_tau_v"),
+    ],
+    (vek.Refusal, "^array: "): [
+        lambda: interop.quantities_of(
+            interop.to_dataarray(LENS).assign_attrs(kind="", units="%"), "ISO8980_3_tau_v"
         ),
-        (
-            lambda: interop.from_series(pd.Series([1.0, 2.0], [400, 400], name="x")),
-            ValueError,
-            "series 'x': wavelength 400 is there twice",
-        ),
-        (
-            lambda: interop.from_series(pd.Series([1.0, math.nan], [400, 401])),
-            ValueError,
-            "1 of 2 values are missing.*at 401",
-        ),
-        (
-            lambda: interop.from_series(pd.Series(["a", "b"], [400, 401])),
-            ValueError,
-            "the values must be numbers; got",
-        ),
-        (
-            lambda: interop.from_series(
-                pd.Series([1, 2], pd.MultiIndex.from_tuples([(1, 2), (3, 4)]))
-            ),
-            ValueError,
-            "2 levels",
-        ),
-        (
-            lambda: interop.from_series(PARTS, wavelength_unit="nm", missing="keep", epsilon=1),
-            ValueError,
-            "3 wavelengths make 1 points.*smaller epsilon",
-        ),
-        (
-            lambda: interop.from_series(PARTS, missing="x"),
-            ValueError,
-            "missing is 'x'; it must be 'refuse', 'drop' or 'keep'",
-        ),
-        (
-            lambda: interop.from_series(
-                interop.to_series(ODD).pipe(lambda s: s.attrs.update(interpolation="akima") or s)
-            ),
-            ValueError,
-            "must be one of NONE, AKIMA",
-        ),
-        (lambda: interop.from_dataarray(ODD), TypeError, "needs a.*; got Scan"),
-        (lambda: interop.from_series(ODD), TypeError, "needs a.*; got Scan"),
-        (lambda: interop.from_frame(ODD), TypeError, "needs a.*; got Scan"),
-        (
-            lambda: interop.from_frame(
-                interop.to_frame({"a": SHORT, "b": SHORT}).rename(columns={"b": "a"})
-            ),
-            ValueError,
-            "frame: two columns are named 'a'; the names must differ",
-        ),
-        (lambda: interop.to_frame([1]), TypeError, "to_frame needs scans; '0' is a int"),
-        (
-            lambda: interop.quantities_of(array(band=[0.4, 0.5]), "f1_prime", dim="band"),
-            vek.Refusal,
-            "^array: wavelengths from 0.4 to 0.5 look like um, not nm",
-        ),
-        (
-            lambda: interop.quantities_of(
-                array(band=[400, 500]).astype(int).rename("cube"), "f1_prime", dim="band"
-            ),
-            TypeError,
-            "array 'cube': values of int64; float64 or float32",
-        ),
-        (
-            lambda: interop.quantities_of(array(band=[400, 500]), "f1_prime", dim="wl"),
-            ValueError,
-            "it needs a dimension 'wl' with a coordinate",
-        ),
-        (
-            lambda: interop.quantities_of(interop.to_frame([LENS.to("%")]), "ISO8980_3_tau_v"),
-            vek.Refusal,
-            "transmittance in %; convert them to 1 first",
-        ),
-        (
-            lambda: interop.quantities_of(interop.to_dataarray(LENS.to("%")), "ISO8980_3_tau_v"),
-            vek.Refusal,
-            "transmittance in %; convert them to 1 first",
-        ),
-        (
-            lambda: interop.quantities_of(
-                interop.to_dataarray(LENS).assign_attrs(kind="", units="%"), "ISO8980_3_tau_v"
-            ),
-            vek.Refusal,
-            "^array: ",
-        ),
-        (
-            lambda: interop.quantities_of(
-                interop.to_dataarray(LENS).assign_attrs(kind="reflectance", units=""),
-                "ISO8980_3_tau_v",
-            ),
-            vek.Refusal,
-            "^array: ",
-        ),
-        (lambda: interop.quantities_of([1.0], "ISO8980_3_tau_v"), TypeError, "got list"),
-        (
-            lambda: interop.quantities_of(type("Simple", (), {"columns": ()})(), "ISO8980_3_tau_v"),
-            TypeError,
-            "got Simp",
-        ),
-        (
-            lambda: interop.quantities_of(
-                interop.to_frame(LENS).pipe(lambda f: f.set_index([[0] * len(f), f.index])),
-                "ISO8980_3_tau_v",
-            ),
-            ValueError,
-            "l levels",
-        ),
-        (
-            lambda: interop.quantities_of(
-                interop.to_dataarray(LENS).drop_vars("wavelength"), "ISO8980_3_tau_v"
-            ),
-            ValueError,
-            "^array: it ne",
-        ),
-        (
-            lambda: interop.quantities_of(
-                interop.to_dataarray(vek.Spectrum(LENS.scan, "irradiance", "W m-2 nm-1")),
-                "ISO8980_3_tau_v",
-            ),
-            vek.Refusal,
-            "irradiance, not a transmittance",
-        ),
-        (
-            lambda: interop.quantities_of(
-                interop.to_dataarray(vek.Spectrum(LENS.scan, "irradiance", "W m-2 nm-1")),
-                "luminance",
-            ),
-            vek.Refusal,
-            "irradiance, not a radiance",
+        lambda: interop.quantities_of(
+            interop.to_dataarray(LENS).assign_attrs(kind="reflectance", units=""), "ISO8980_3_tau_v"
         ),
     ],
+    (TypeError, "got list"): [lambda: interop.quantities_of([1.0], "ISO8980_3_tau_v")],
+    (TypeError, "got Simp"): [
+        lambda: interop.quantities_of(type("Simple", (), {"columns": ()})(), "ISO8980_3_tau_v")
+    ],
+    (ValueError, "l levels"): [
+        lambda: interop.quantities_of(
+            interop.to_frame(LENS).pipe(lambda f: f.set_index([[0] * len(f), f.index])),
+            "ISO8980_3_tau_v",
+        )
+    ],
+    (ValueError, "^array: it ne"): [
+        lambda: interop.quantities_of(
+            interop.to_dataarray(LENS).drop_vars("wavelength"), "ISO8980_3_tau_v"
+        )
+    ],
+    (vek.Refusal, "irradiance, not a transmittance"): [
+        lambda: interop.quantities_of(
+            interop.to_dataarray(vek.Spectrum(LENS.scan, "irradiance", "W m-2 nm-1")),
+            "ISO8980_3_tau_v",
+        )
+    ],
+    (vek.Refusal, "irradiance, not a radiance"): [
+        lambda: interop.quantities_of(
+            interop.to_dataarray(vek.Spectrum(LENS.scan, "irradiance", "W m-2 nm-1")), "luminance"
+        )
+    ],
+}
+
+
+@pytest.mark.parametrize(
+    ("call", "error", "told"),
+    [(call, *how) for how, calls in REFUSED.items() for call in calls],
 )
 def test_what_is_doubtful_is_refused(
     call: Callable[[], object], error: type[Exception], told: str

@@ -36,157 +36,90 @@ def test_str_is_a_line_for_each_point() -> None:
     assert str(Scan([400.5, 401], [0.125, 2e-9])) == "\n400.5, 0.125\n401, 2e-09\n"
 
 
+REFUSED: dict[tuple[type[Exception], str], list[Callable[[Scan], object]]] = {
+    (RuntimeError, "^Scan::Scan: wavelength and signal must be the same size$"): [
+        lambda scan: Scan([1, 2], [3])
+    ],
+    (KeyError, "^key '512.000000' does not exist$"): [lambda scan: scan[512]],
+    (RuntimeError, "^Scan::min_wavelength: empty scan$"): [lambda scan: Scan().min_wavelength()],
+    (RuntimeError, "^Scan::max_wavelength: empty scan$"): [lambda scan: Scan().max_wavelength()],
+    (RuntimeError, "^Cannot initialize a spline, too few points$"): [
+        lambda scan: Scan([1, 2, 3, 4], [1, 2, 3, 4])(1.5),
+        lambda scan: Scan().deriv(1.0),
+    ],
+    (RuntimeError, "^Cannot initialize a spline with type None$"): [
+        lambda scan: Scan([1], [1], interpolation=NONE).deriv(1.5)
+    ],
+    (ValueError, "^Scan: wavelength must not be NaN$"): [lambda scan: scan.add(math.nan, 1.0)],
+    (ValueError, "^Scan: epsilon must not be negative or NaN$"): [
+        lambda scan: Scan(epsilon=-1.0),
+        lambda scan: setattr(scan, "epsilon", math.nan),
+    ],
+    (TypeError, ""): [
+        lambda scan: scan("550"),
+        lambda scan: scan([550, "560"]),
+        lambda scan: Scan(scan, scan),
+        lambda scan: Scan("12", "34"),
+        lambda scan: Scan(b"12", b"34"),
+        lambda scan: Scan(np.zeros((2, 2)), np.zeros((2, 2))),
+        lambda scan: Scan(np.zeros(2, complex), np.zeros(2)),
+        lambda scan: scan(np.array(["a"])),
+        lambda scan: hash(scan),
+        lambda scan: len(scan),
+    ],
+    (TypeError, r"not Interpolation\.LINEAR; interpolation= is"): [
+        lambda scan: Scan([1], [2], LINEAR),
+        lambda scan: Scan([1], [LINEAR]),
+        lambda scan: Scan(LINEAR),
+        lambda scan: setattr(scan, "epsilon", LINEAR),
+        lambda scan: scan(LINEAR),
+        lambda scan: scan + LINEAR,
+        lambda scan: utils.transform(scan, lambda wavelength, value: LINEAR),
+        lambda scan: setattr(colorimetry.CIEXYZ(), "X", LINEAR),
+    ],
+    (ValueError, "-1 is no Interpolation"): [lambda scan: Interpolation(-1)],
+    (ValueError, "5 is no Interpolation"): [lambda scan: Interpolation(5)],
+    (ValueError, "99 is no Interpolation"): [lambda scan: Interpolation(99)],
+    (ValueError, "is no Interpolation"): [
+        lambda scan: Interpolation.__new__(Interpolation).__setstate__(-1),
+        lambda scan: Interpolation.__new__(Interpolation).__setstate__(5),
+        lambda scan: Interpolation.__new__(Interpolation).__setstate__(99),
+    ],
+    (TypeError, r"Scan\(scan.wavelengths\(\), numbers\)"): [
+        lambda scan: scan * np.ones(4),
+        lambda scan: np.ones(4) * scan,
+        lambda scan: scan - pd.Series([1.0]),
+        lambda scan: scan ** np.ones(1),
+        lambda scan: scan / [1, 2],
+        lambda scan: scan.__imul__(np.ones(4)),
+    ],
+    (TypeError, r"scan.to_numpy\(\)"): [
+        lambda scan: np.asarray(scan),
+        lambda scan: np.mean(scan),
+        lambda scan: np.array([scan, scan]),
+    ],
+    (TypeError, "__array_ufunc__"): [lambda scan: np.sin(scan)],
+    (TypeError, "masked"): [
+        lambda scan: Scan([1, 2], np.ma.masked_less([1.0, 2.0], 2)),
+        lambda scan: Scan(np.ma.masked_less([1.0, 2.0], 2), [1, 2]),
+        lambda scan: scan(np.ma.masked_less([450.0, 550.0], 500)),
+    ],
+    (TypeError, r": a Scan is made of wavelengths and values, Scan\(\["): [
+        lambda scan: Scan([400, 410]),
+        lambda scan: Scan([[400, 410], [1, 2]]),
+        lambda scan: Scan(([400, 410, 420], [1, 2, 3])),
+        lambda scan: Scan([(400, "1")]),
+        lambda scan: Scan(np.ones((5, 2))),
+        lambda scan: Scan("lens.csv"),
+        lambda scan: Scan(iter([])),
+        lambda scan: Scan(Scan()),
+    ],
+}
+
+
 @pytest.mark.parametrize(
     ("call", "error", "told"),
-    [
-        (
-            lambda scan: Scan([1, 2], [3]),
-            RuntimeError,
-            "^Scan::Scan: wavelength and signal must be the same size$",
-        ),
-        (lambda scan: scan[512], KeyError, "^key '512.000000' does not exist$"),
-        (lambda scan: Scan().min_wavelength(), RuntimeError, "^Scan::min_wavelength: empty scan$"),
-        (lambda scan: Scan().max_wavelength(), RuntimeError, "^Scan::max_wavelength: empty scan$"),
-        (
-            lambda scan: Scan([1, 2, 3, 4], [1, 2, 3, 4])(1.5),
-            RuntimeError,
-            "^Cannot initialize a spline, too few points$",
-        ),
-        (
-            lambda scan: Scan([1], [1], interpolation=NONE).deriv(1.5),
-            RuntimeError,
-            "^Cannot initialize a spline with type None$",
-        ),
-        (
-            lambda scan: Scan().deriv(1.0),
-            RuntimeError,
-            "^Cannot initialize a spline, too few points$",
-        ),
-        (lambda scan: scan.add(math.nan, 1.0), ValueError, "^Scan: wavelength must not be NaN$"),
-        (
-            lambda scan: Scan(epsilon=-1.0),
-            ValueError,
-            "^Scan: epsilon must not be negative or NaN$",
-        ),
-        (
-            lambda scan: setattr(scan, "epsilon", math.nan),
-            ValueError,
-            "^Scan: epsilon must not be negative or NaN$",
-        ),
-        (lambda scan: scan("550"), TypeError, ""),
-        (lambda scan: scan([550, "560"]), TypeError, ""),
-        (lambda scan: Scan(scan, scan), TypeError, ""),
-        (lambda scan: Scan("12", "34"), TypeError, ""),
-        (lambda scan: Scan(b"12", b"34"), TypeError, ""),
-        (lambda scan: Scan(np.zeros((2, 2)), np.zeros((2, 2))), TypeError, ""),
-        (lambda scan: Scan(np.zeros(2, complex), np.zeros(2)), TypeError, ""),
-        (lambda scan: scan(np.array(["a"])), TypeError, ""),
-        (lambda scan: hash(scan), TypeError, ""),
-        (lambda scan: len(scan), TypeError, ""),
-        (
-            lambda scan: Scan([1], [2], LINEAR),
-            TypeError,
-            r"not Interpolation\.LINEAR; interpolation= is",
-        ),
-        (
-            lambda scan: Scan([1], [LINEAR]),
-            TypeError,
-            r"not Interpolation\.LINEAR; interpolation= is",
-        ),
-        (lambda scan: Scan(LINEAR), TypeError, r"not Interpolation\.LINEAR; interpolation= is"),
-        (
-            lambda scan: setattr(scan, "epsilon", LINEAR),
-            TypeError,
-            r"not Interpolation\.LINEAR; interpolation= is",
-        ),
-        (lambda scan: scan(LINEAR), TypeError, r"not Interpolation\.LINEAR; interpolation= is"),
-        (lambda scan: scan + LINEAR, TypeError, r"not Interpolation\.LINEAR; interpolation= is"),
-        (
-            lambda scan: utils.transform(scan, lambda wavelength, value: LINEAR),
-            TypeError,
-            r"not Interpolation\.LINEAR; interpolation= is",
-        ),
-        (
-            lambda scan: setattr(colorimetry.CIEXYZ(), "X", LINEAR),
-            TypeError,
-            r"not Interpolation\.LINEAR; interpolation= is",
-        ),
-        (lambda scan: Interpolation(-1), ValueError, "-1 is no Interpolation"),
-        (lambda scan: Interpolation(5), ValueError, "5 is no Interpolation"),
-        (lambda scan: Interpolation(99), ValueError, "99 is no Interpolation"),
-        (
-            lambda scan: Interpolation.__new__(Interpolation).__setstate__(-1),
-            ValueError,
-            "is no Interpolation",
-        ),
-        (
-            lambda scan: Interpolation.__new__(Interpolation).__setstate__(5),
-            ValueError,
-            "is no Interpolation",
-        ),
-        (
-            lambda scan: Interpolation.__new__(Interpolation).__setstate__(99),
-            ValueError,
-            "is no Interpolation",
-        ),
-        (lambda scan: scan * np.ones(4), TypeError, r"Scan\(scan.wavelengths\(\), numbers\)"),
-        (lambda scan: np.ones(4) * scan, TypeError, r"Scan\(scan.wavelengths\(\), numbers\)"),
-        (lambda scan: scan - pd.Series([1.0]), TypeError, r"Scan\(scan.wavelengths\(\), numbers\)"),
-        (lambda scan: scan ** np.ones(1), TypeError, r"Scan\(scan.wavelengths\(\), numbers\)"),
-        (lambda scan: scan / [1, 2], TypeError, r"Scan\(scan.wavelengths\(\), numbers\)"),
-        (
-            lambda scan: scan.__imul__(np.ones(4)),
-            TypeError,
-            r"Scan\(scan.wavelengths\(\), numbers\)",
-        ),
-        (lambda scan: np.asarray(scan), TypeError, r"scan.to_numpy\(\)"),
-        (lambda scan: np.mean(scan), TypeError, r"scan.to_numpy\(\)"),
-        (lambda scan: np.array([scan, scan]), TypeError, r"scan.to_numpy\(\)"),
-        (lambda scan: np.sin(scan), TypeError, "__array_ufunc__"),
-        (lambda scan: Scan([1, 2], np.ma.masked_less([1.0, 2.0], 2)), TypeError, "masked"),
-        (lambda scan: Scan(np.ma.masked_less([1.0, 2.0], 2), [1, 2]), TypeError, "masked"),
-        (lambda scan: scan(np.ma.masked_less([450.0, 550.0], 500)), TypeError, "masked"),
-        (
-            lambda scan: Scan([400, 410]),
-            TypeError,
-            r": a Scan is made of wavelengths and values, Scan\(\[",
-        ),
-        (
-            lambda scan: Scan([[400, 410], [1, 2]]),
-            TypeError,
-            r": a Scan is made of wavelengths and values, Scan\(\[",
-        ),
-        (
-            lambda scan: Scan(([400, 410, 420], [1, 2, 3])),
-            TypeError,
-            r": a Scan is made of wavelengths and values, Scan\(\[",
-        ),
-        (
-            lambda scan: Scan([(400, "1")]),
-            TypeError,
-            r": a Scan is made of wavelengths and values, Scan\(\[",
-        ),
-        (
-            lambda scan: Scan(np.ones((5, 2))),
-            TypeError,
-            r": a Scan is made of wavelengths and values, Scan\(\[",
-        ),
-        (
-            lambda scan: Scan("lens.csv"),
-            TypeError,
-            r": a Scan is made of wavelengths and values, Scan\(\[",
-        ),
-        (
-            lambda scan: Scan(iter([])),
-            TypeError,
-            r": a Scan is made of wavelengths and values, Scan\(\[",
-        ),
-        (
-            lambda scan: Scan(Scan()),
-            TypeError,
-            r": a Scan is made of wavelengths and values, Scan\(\[",
-        ),
-    ],
+    [(call, *how) for how, calls in REFUSED.items() for call in calls],
 )
 def test_calls_that_are_refused_change_nothing(
     scan: Scan, call: Callable[[Scan], object], error: type[Exception], told: str

@@ -60,73 +60,54 @@ def band(centre: float, low: int, high: int) -> Scan:
 PEAK = band(555.3, 450, 650)
 
 
+REFUSED: dict[tuple[type[Exception], str], list[Callable[[Scan], object]]] = {
+    (ValueError, r"^Key not found\.$"): [lambda scan: utils.find_key(PEAK, 450, 500, 0.5)],
+    (ValueError, r"^No peak found\.$"): [lambda scan: utils.find_peak(scan)],
+    (ValueError, r"^Unable to calculate peak width\.$"): [
+        lambda scan: utils.peak_width(band(555.3, 550, 650), 0.5)
+    ],
+    (RuntimeError, "^Cannot initialize a spline, too few points$"): [
+        lambda scan: utils.find_peak(Scan([1, 2, 3], [0, 1, 0]))
+    ],
+    (IndexError, "^domain error, max_wl < min_wl$"): [
+        lambda scan: utils.stitch_scans(PEAK, PEAK, 560, 540, 0.01)
+    ],
+    (ValueError, "^Division by zero"): [
+        lambda scan: utils.stitch_scans(PEAK, PEAK * 0, 540, 560, 0.01)
+    ],
+    (ZeroDivisionError, ""): [lambda scan: utils.transform(scan, lambda wavelength, value: 1 / 0)],
+    (TypeError, "must be real number, not str"): [
+        lambda scan: utils.transform(scan, lambda wavelength, value: "text")
+    ],
+    (ValueError, "no scans"): [lambda scan: vek.mean([])],
+    (ValueError, "a scan without points"): [lambda scan: vek.mean([Scan(), Scan([1], [2])])],
+    (ValueError, "no wavelength in common"): [
+        lambda scan: vek.mean([Scan([1], [2]), Scan([3], [4])])
+    ],
+    (TypeError, r"mean takes several scans: mean\(\[a, b\]\)"): [
+        lambda scan: vek.mean(Scan([1], [2]))
+    ],
+    (TypeError, "mean takes scans; item 0 is a float"): [lambda scan: vek.mean([1.0])],
+    (vek.Refusal, "lamp: baseline must be 'valleys', 'prominence' or 'zero'"): [
+        lambda scan: vek.peaks(vek.Spectrum(PEAK, label="lamp"), baseline="none")
+    ],
+    (vek.Refusal, "lamp: distance, prominence and width must not be negative"): [
+        lambda scan: vek.peaks(vek.Spectrum(PEAK, label="lamp"), distance=-1)
+    ],
+    (vek.Refusal, r"^no values between the points \(Cannot initialize"): [
+        lambda scan: vek.peaks(Scan([1, 2], [3, 4]))
+    ],
+    (TypeError, "peaks needs a Scan or a Spectrum; got list"): [lambda scan: vek.peaks([1, 2])],
+    (IndexError, "peak index out of range"): [
+        lambda scan: utils.peaks(PEAK)[1],
+        lambda scan: utils.peaks(PEAK)[-2],
+    ],
+}
+
+
 @pytest.mark.parametrize(
     ("call", "error", "told"),
-    [
-        (lambda scan: utils.find_key(PEAK, 450, 500, 0.5), ValueError, r"^Key not found\.$"),
-        (lambda scan: utils.find_peak(scan), ValueError, r"^No peak found\.$"),
-        (
-            lambda scan: utils.peak_width(band(555.3, 550, 650), 0.5),
-            ValueError,
-            r"^Unable to calculate peak width\.$",
-        ),
-        (
-            lambda scan: utils.find_peak(Scan([1, 2, 3], [0, 1, 0])),
-            RuntimeError,
-            "^Cannot initialize a spline, too few points$",
-        ),
-        (
-            lambda scan: utils.stitch_scans(PEAK, PEAK, 560, 540, 0.01),
-            IndexError,
-            "^domain error, max_wl < min_wl$",
-        ),
-        (
-            lambda scan: utils.stitch_scans(PEAK, PEAK * 0, 540, 560, 0.01),
-            ValueError,
-            "^Division by zero",
-        ),
-        (
-            lambda scan: utils.transform(scan, lambda wavelength, value: 1 / 0),
-            ZeroDivisionError,
-            "",
-        ),
-        (
-            lambda scan: utils.transform(scan, lambda wavelength, value: "text"),
-            TypeError,
-            "must be real number, not str",
-        ),
-        (lambda scan: vek.mean([]), ValueError, "no scans"),
-        (lambda scan: vek.mean([Scan(), Scan([1], [2])]), ValueError, "a scan without points"),
-        (
-            lambda scan: vek.mean([Scan([1], [2]), Scan([3], [4])]),
-            ValueError,
-            "no wavelength in common",
-        ),
-        (
-            lambda scan: vek.mean(Scan([1], [2])),
-            TypeError,
-            r"mean takes several scans: mean\(\[a, b\]\)",
-        ),
-        (lambda scan: vek.mean([1.0]), TypeError, "mean takes scans; item 0 is a float"),
-        (
-            lambda scan: vek.peaks(vek.Spectrum(PEAK, label="lamp"), baseline="none"),
-            vek.Refusal,
-            "lamp: baseline must be 'valleys', 'prominence' or 'zero'",
-        ),
-        (
-            lambda scan: vek.peaks(vek.Spectrum(PEAK, label="lamp"), distance=-1),
-            vek.Refusal,
-            "lamp: distance, prominence and width must not be negative",
-        ),
-        (
-            lambda scan: vek.peaks(Scan([1, 2], [3, 4])),
-            vek.Refusal,
-            r"^no values between the points \(Cannot initialize",
-        ),
-        (lambda scan: vek.peaks([1, 2]), TypeError, "peaks needs a Scan or a Spectrum; got list"),
-        (lambda scan: utils.peaks(PEAK)[1], IndexError, "peak index out of range"),
-        (lambda scan: utils.peaks(PEAK)[-2], IndexError, "peak index out of range"),
-    ],
+    [(call, *how) for how, calls in REFUSED.items() for call in calls],
 )
 def test_what_is_not_there_is_not_found(
     scan: Scan, call: Callable[[Scan], object], error: type[Exception], told: str
