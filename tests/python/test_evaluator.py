@@ -282,75 +282,35 @@ def test_other_values_are_refused(
 
 
 @pytest.mark.parametrize(
-    ("call", "error", "told"),
+    ("out", "error", "told"),
     [
-        (lambda memory: Evaluator(GRID, V)(None), TypeError, "values of NoneType"),
-        (
-            lambda memory: Evaluator(GRID, [V, V])(memory, np.empty((4, 3))),
-            ValueError,
-            r"out has shape \(4, 3\); \(4, 2\) is needed",
-        ),
-        (
-            lambda memory: Evaluator(GRID, [V, V])(memory, np.empty((4, 2), np.float32)),
-            TypeError,
-            "writable array of float64",
-        ),
-        (
-            lambda memory: Evaluator(GRID, [V, V])(memory, np.broadcast_to(np.empty(2), (4, 2))),
-            TypeError,
-            "writable array of float64",
-        ),
-        (
-            lambda memory: Evaluator(GRID, [V, V])(
-                memory, np.lib.stride_tricks.as_strided(np.empty(8), (4, 2), (8, 8))
-            ),
-            ValueError,
-            "itself",
-        ),
-        (
-            lambda memory: Evaluator(GRID, [V, V])(memory, memory[:, :2]),
-            ValueError,
-            "out overlaps values",
-        ),
-        (
-            lambda memory: Evaluator(GRID, [V, V])(memory, [0.0, 0.0]),
-            TypeError,
-            "writable array of float64",
-        ),
-        (
-            lambda memory: Evaluator([400, 400, 410], V),
-            ValueError,
-            "wavelengths must be finite and ascend",
-        ),
-        (
-            lambda memory: Evaluator([400, math.nan], V),
-            ValueError,
-            "wavelengths must be finite and ascend",
-        ),
-        (
-            lambda memory: Evaluator([400, 410], "ISO8980_3_tau_w"),
-            ValueError,
-            "the nearest is 'ISO8980_3_tau_v'",
-        ),
-        (
-            lambda memory: Evaluator([400, 410], epsilon=-1.0),
-            ValueError,
-            "epsilon must not be negative",
-        ),
-        (
-            lambda memory: Evaluator(GRID, "CIE_1931_chromaticity.x").sensitivities(),
-            ValueError,
-            "'CIE_1931_chromaticity.x' is not linear",
-        ),
+        (np.empty((4, 3)), ValueError, r"out has shape \(4, 3\); \(4, 2\) is needed"),
+        (np.empty((4, 2), np.float32), TypeError, "writable array of float64"),
+        (np.broadcast_to(np.empty(2), (4, 2)), TypeError, "writable array of float64"),
+        (np.lib.stride_tricks.as_strided(np.empty(8), (4, 2), (8, 8)), ValueError, "itself"),
+        ([0.0, 0.0], TypeError, "writable array of float64"),
+        (None, ValueError, "out overlaps values"),
     ],
 )
-def test_what_cannot_be_evaluated_is_refused(
-    call: Callable[[Any], object], error: type[Exception], told: str
-) -> None:
-    memory = np.ones((4, len(GRID)))
+def test_what_takes_no_results_is_refused(out: Any, error: type[Exception], told: str) -> None:
+    values = np.ones((4, len(GRID)))
     with pytest.raises(error, match=told):
-        call(memory)
-    assert (memory == 1).all()
+        Evaluator(GRID, [V, V])(values, values[:, :2] if out is None else out)
+    assert (values == 1).all()
+
+
+def test_what_cannot_be_evaluated_is_refused() -> None:
+    for grid in ([400, 400, 410], [400, math.nan]):
+        with pytest.raises(ValueError, match="wavelengths must be finite and ascend"):
+            Evaluator(grid, V)
+    with pytest.raises(ValueError, match="the nearest is 'ISO8980_3_tau_v'"):
+        Evaluator([400, 410], "ISO8980_3_tau_w")
+    with pytest.raises(ValueError, match="epsilon must not be negative"):
+        Evaluator([400, 410], epsilon=-1.0)
+    with pytest.raises(ValueError, match=r"'CIE_1931_chromaticity\.x' is not linear"):
+        Evaluator(GRID, "CIE_1931_chromaticity.x").sensitivities()
+    with pytest.raises(TypeError, match="values of NoneType"):
+        Evaluator(GRID, V)(None)
 
 
 def test_labels_stay_and_dask_computes_later() -> None:

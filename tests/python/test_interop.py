@@ -20,6 +20,7 @@ from vekwriter import Contents, DataSet
 
 import vekanalysis as vek
 from vekanalysis import Interpolation, Scan, interop
+from vekanalysis.interop import quantities_of
 
 ODD = Scan([0.1 + 0.2, 555.0, 1e5], [1 / 3, -0.0, 5e-324], 1e-9, Interpolation.LINEAR)
 SHORT = Scan([400, 500], [1, 2], interpolation=Interpolation.LINEAR)
@@ -123,6 +124,9 @@ def array(units: str | None = None, **coordinates: Any) -> xr.DataArray:
 
 
 LENS = vek.Spectrum(Scan(range(380, 781, 5), [0.5] * 81), "transmittance", "1")
+TAU_V = "ISO8980_3_tau_v"
+ARRAY = interop.to_dataarray(LENS)
+LIGHT = interop.to_dataarray(vek.Spectrum(LENS.scan, "irradiance", "W m-2 nm-1"))
 PARTS = pd.Series([2, pd.NA, 1], [0.5876, 0.5, 0.4], dtype="Int64")
 
 
@@ -204,54 +208,34 @@ REFUSED: dict[tuple[type[Exception], str], list[Callable[[], object]]] = {
     ],
     (TypeError, "to_frame needs scans; '0' is a int"): [lambda: interop.to_frame([1])],
     (vek.Refusal, "^array: wavelengths from 0.4 to 0.5 look like um, not nm"): [
-        lambda: interop.quantities_of(array(band=[0.4, 0.5]), "f1_prime", dim="band")
+        lambda: quantities_of(array(band=[0.4, 0.5]), "f1_prime", dim="band")
     ],
     (TypeError, "array 'cube': values of int64; float64 or float32"): [
-        lambda: interop.quantities_of(
+        lambda: quantities_of(
             array(band=[400, 500]).astype(int).rename("cube"), "f1_prime", dim="band"
         )
     ],
     (ValueError, "it needs a dimension 'wl' with a coordinate"): [
-        lambda: interop.quantities_of(array(band=[400, 500]), "f1_prime", dim="wl")
+        lambda: quantities_of(array(band=[400, 500]), "f1_prime", dim="wl")
     ],
     (vek.Refusal, "transmittance in %; convert them to 1 first"): [
-        lambda: interop.quantities_of(interop.to_frame([LENS.to("%")]), "ISO8980_3_tau_v"),
-        lambda: interop.quantities_of(interop.to_dataarray(LENS.to("%")), "ISO8980_3_tau_v"),
+        lambda: quantities_of(interop.to_frame([LENS.to("%")]), TAU_V),
+        lambda: quantities_of(interop.to_dataarray(LENS.to("%")), TAU_V),
     ],
     (vek.Refusal, "^array: "): [
-        lambda: interop.quantities_of(
-            interop.to_dataarray(LENS).assign_attrs(kind="", units="%"), "ISO8980_3_tau_v"
-        ),
-        lambda: interop.quantities_of(
-            interop.to_dataarray(LENS).assign_attrs(kind="reflectance", units=""), "ISO8980_3_tau_v"
-        ),
+        lambda: quantities_of(ARRAY.assign_attrs(kind="", units="%"), TAU_V),
+        lambda: quantities_of(ARRAY.assign_attrs(kind="reflectance", units=""), TAU_V),
     ],
-    (TypeError, "got list"): [lambda: interop.quantities_of([1.0], "ISO8980_3_tau_v")],
-    (TypeError, "got Simp"): [
-        lambda: interop.quantities_of(type("Simple", (), {"columns": ()})(), "ISO8980_3_tau_v")
-    ],
+    (TypeError, "got list"): [lambda: quantities_of([1.0], TAU_V)],
+    (TypeError, "got Simp"): [lambda: quantities_of(type("Simple", (), {"columns": ()})(), TAU_V)],
     (ValueError, "l levels"): [
-        lambda: interop.quantities_of(
-            interop.to_frame(LENS).pipe(lambda f: f.set_index([[0] * len(f), f.index])),
-            "ISO8980_3_tau_v",
+        lambda: quantities_of(
+            interop.to_frame(LENS).pipe(lambda f: f.set_index([[0] * len(f), f.index])), TAU_V
         )
     ],
-    (ValueError, "^array: it ne"): [
-        lambda: interop.quantities_of(
-            interop.to_dataarray(LENS).drop_vars("wavelength"), "ISO8980_3_tau_v"
-        )
-    ],
-    (vek.Refusal, "irradiance, not a transmittance"): [
-        lambda: interop.quantities_of(
-            interop.to_dataarray(vek.Spectrum(LENS.scan, "irradiance", "W m-2 nm-1")),
-            "ISO8980_3_tau_v",
-        )
-    ],
-    (vek.Refusal, "irradiance, not a radiance"): [
-        lambda: interop.quantities_of(
-            interop.to_dataarray(vek.Spectrum(LENS.scan, "irradiance", "W m-2 nm-1")), "luminance"
-        )
-    ],
+    (ValueError, "^array: it ne"): [lambda: quantities_of(ARRAY.drop_vars("wavelength"), TAU_V)],
+    (vek.Refusal, "irradiance, not a transmittance"): [lambda: quantities_of(LIGHT, TAU_V)],
+    (vek.Refusal, "irradiance, not a radiance"): [lambda: quantities_of(LIGHT, "luminance")],
 }
 
 
