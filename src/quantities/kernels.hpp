@@ -22,7 +22,6 @@ struct alignas(lane_count * sizeof(double)) Four {
 
 /// Bit i for lane i.
 using LaneMask = unsigned;
-inline constexpr LaneMask all_lanes = (1U << lane_count) - 1U;
 
 /// The coefficients of some pieces of an interpolant: y + t (b + t (c + t d)).
 struct Pieces {
