@@ -16,7 +16,7 @@ from . import units
 from ._core import version
 from ._files import create, csv_cell, save
 from .errors import Refusal, Remedy
-from .reading import SHORTEST_IN_NM, names_wavelengths, state, taken
+from .reading import HIGHEST_FRACTION, SHORTEST_IN_NM, names_wavelengths, state, taken
 from .spectrum import Spectrum
 
 __all__ = ["Format", "write"]
@@ -31,8 +31,6 @@ _BY_EXTENSION: dict[str, Format] = {
     ".spdx": "tm27",
 }
 _FRACTIONS = ("transmittance", "reflectance")
-# Readers take higher fractions that state no unit for per cent.
-_HIGHEST_FRACTION = 2.0
 _JCAMP_LINE = 76
 # Of titles in CSV; readers take long lines for texts.
 _LONGEST_LABEL = 100
@@ -252,7 +250,7 @@ def _jcamp_unit(spectrum: Spectrum, highest: float) -> str:
         return kind or _jcamp_text(unit or "")
     if unit == units.coherent(spectrum.kind) and (
         kind in ("ABSORBANCE", "COUNTS")
-        or (spectrum.kind in _FRACTIONS and highest <= _HIGHEST_FRACTION)
+        or (spectrum.kind in _FRACTIONS and highest <= HIGHEST_FRACTION)
     ):
         return kind
     return f"{kind} ({unit})"
@@ -334,9 +332,9 @@ def _tm27_quantity(spectrum: Spectrum) -> tuple[str, str, Spectrum]:
         in_unit = f" [{spectrum.unit}]" if spectrum.unit else ""
         return "other", f"Quantity: {what}{in_unit}", spectrum
     spectrum = spectrum.to(unit)
-    if spectrum.kind in _FRACTIONS and max(spectrum.scan.values()) > _HIGHEST_FRACTION:
+    if spectrum.kind in _FRACTIONS and max(spectrum.scan.values()) > HIGHEST_FRACTION:
         raise Refusal(
-            f"{spectrum.where}: a {spectrum.kind} above {_HIGHEST_FRACTION:g} would be taken for "
+            f"{spectrum.where}: a {spectrum.kind} above {HIGHEST_FRACTION:g} would be taken for "
             "per cent: TM-27 states no unit"
         )
     return spectrum.kind, "", spectrum

@@ -14,11 +14,12 @@ from .statements import state, taken
 from .tables import Table, read_table
 from .text import Duplicates, Skipped, TextOptions
 from .titles import names_wavelengths
-from .values import Options
+from .values import HIGHEST_FRACTION, Options
 from .wavelengths import SHORTEST_IN_NM, WavelengthUnit, check_finite, in_nm, stated_unit
 
 __all__ = [
     "EXTENSIONS",
+    "HIGHEST_FRACTION",
     "SHORTEST_IN_NM",
     "Duplicates",
     "MeasurementFile",

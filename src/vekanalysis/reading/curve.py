@@ -14,7 +14,7 @@ from ..errors import Refusal, Remedy
 from ..spectrum import Source, Spectrum
 from .encoding import shortened
 from .statements import Statement, state, taken
-from .values import Options, settled
+from .values import HIGHEST_FRACTION, Options, settled
 from .wavelengths import SHORTEST_IN_NM, stated_unit
 
 MOST_POINTS = 5_000_000
@@ -28,8 +28,6 @@ _RECIPROCAL = {"cm-1": 1e7, "eV": _HC_OVER_E}
 # Kinds whose values are per unit of x.
 _DENSITIES = frozenset(["irradiance", "radiance", "intensity", "flux"])
 _PER_LENGTH = frozenset(["nm-1", "µm-1"])
-# Above it a transmittance or reflectance without a unit can only be in per cent.
-_HIGHEST_FRACTION = 2.0
 _LONGEST_FACT = 300
 
 
@@ -253,7 +251,7 @@ def _with_unit(curve: Curve, asked: Options, notes: list[str]) -> Statement:
         return curve.stated
     if reading.kind in ("transmittance", "reflectance"):
         highest = float(curve.y.max())
-        unit, words = ("%", "per cent") if highest > _HIGHEST_FRACTION else ("1", "a fraction")
+        unit, words = ("%", "per cent") if highest > HIGHEST_FRACTION else ("1", "a fraction")
         notes.append(f"taken as {words}: no unit is stated, and the highest value is {highest:.6g}")
     elif curve.usual_unit:
         unit = curve.usual_unit

@@ -14,6 +14,7 @@ from .encoding import read_source, shortened
 from .layout import DELIMITERS
 from .text import Column, Duplicates, Skipped, TextOptions, read_text
 from .titles import unit_text
+from .values import HIGHEST_FRACTION
 from .wavelengths import WavelengthUnit
 
 _PERCENT = re.compile(r"%|per\s?cent|pro[zc]ent|pourcent|por\s?cien|por\s?cento", re.IGNORECASE)
@@ -232,7 +233,7 @@ def _check_percent(source: str, column: Column) -> None:
     title = column.title
     if _PERCENT.search(title):
         reason = f"is in per cent ('{shortened(title)}')"
-    elif _FRACTION.search(title) and column.highest > 2.0:
+    elif _FRACTION.search(title) and column.highest > HIGHEST_FRACTION:
         reason = f"reaches {column.highest:g}, which looks like per cent"
     else:
         return

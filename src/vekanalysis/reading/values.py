@@ -9,8 +9,9 @@ from ..errors import Refusal, Remedy
 from ..units import Kind
 from .statements import LOOSE, Reading, Statement, taken
 
-# Above it a transmittance or reflectance without a unit is likely in per cent.
-_HIGHEST_FRACTION = 2.0
+HIGHEST_FRACTION = 2.0
+"""Above it a transmittance or reflectance without a unit is taken for per cent."""
+
 # Up to it a column that nobody but the caller says to be in per cent is likely in fractions; one
 # that says so itself may have a wrong title.
 _LOWEST_PER_CENT = 1.5
@@ -142,7 +143,7 @@ def _check_fit(kind: Kind | None, unit: units.Unit) -> None:
 
 
 def _check_fraction(highest: float, kind: Kind, where: str) -> None:
-    if highest > _HIGHEST_FRACTION:
+    if highest > HIGHEST_FRACTION:
         raise Refusal(
             f"{where}: {kind} reaches {highest:g}, which looks like per cent",
             Remedy(
