@@ -67,6 +67,14 @@ def as_text(name: str) -> str:
     return name.encode("utf-8", "surrogateescape").decode()
 
 
+def path_as_text(path: str) -> str:
+    """The same of a path, which stays as it is where it is no UTF-8."""
+    try:
+        return as_text(path)
+    except UnicodeError:
+        return path
+
+
 def save(path: str | os.PathLike[str], content: bytes) -> None:
     """Write a file whole or not at all: beside its place first, and then renamed.
 

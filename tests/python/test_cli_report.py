@@ -160,10 +160,10 @@ def test_an_output_that_takes_nothing_is_reported(output: str) -> None:
 
 
 def test_an_interruption_is_quiet(run: Runner, monkeypatch: pytest.MonkeyPatch) -> None:
-    def interrupt(path: str, **options: object) -> None:
+    def interrupt(content: bytes, path: str, **options: object) -> None:
         raise KeyboardInterrupt
 
-    monkeypatch.setattr("vekanalysis.commands._spectra.read", interrupt)
+    monkeypatch.setattr("vekanalysis.commands._spectra.read_content", interrupt)
     assert run("report", GREY) == (130, "", "")
 
 

@@ -2,10 +2,9 @@
 
 from argparse import Namespace
 from collections.abc import Iterator, Sequence
-from contextlib import suppress
 from typing import Final
 
-from .._files import as_text
+from .._files import path_as_text
 from ..quantities import Repeats
 from ..spectrum import Spectrum
 from ._arguments import Arguments, utf8_text
@@ -76,9 +75,7 @@ def place_of(spectrum: Spectrum) -> tuple[str | None, str | None]:
 
 def name_of(file: str, part: str | None, pattern: str) -> str:
     """The name that a pattern is of."""
-    with suppress(UnicodeError):
-        file = as_text(file)
-    file = file.replace("\\", "/")
+    file = path_as_text(file).replace("\\", "/")
     name = file if "/" in pattern else file.rpartition("/")[2]
     return name if part is None else f"{name}: {part}"
 

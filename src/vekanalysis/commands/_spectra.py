@@ -7,7 +7,7 @@ from contextlib import contextmanager
 
 from .. import reports
 from .._files import read_regular
-from ..reading import not_there, offered_names, read
+from ..reading import not_there, offered_names, offers, read_content
 from ..spectrum import Spectrum
 from ._arguments import reading_options
 from ._errors import CommandError
@@ -48,17 +48,17 @@ def read_spectra(arguments: Namespace, references: Sequence[str] = ()) -> list[S
     offered: list[str] = []
     left = dict.fromkeys(names)
     for path in arguments.files:
+        content = read_file(path)
         here: list[str] = []
         if names:
-            there = offered_names(read_file(path), path, options.get("encoding"))
+            there = offered_names(content, path, options.get("encoding"))
             if there is not None:
                 offered += there
-                here = [name for name in names if name in there or name in there.values()]
+                here = [name for name in names if offers(there, name)]
                 if not here:
                     continue
         left = {name: None for name in left if name not in here}
-        with told(path):
-            spectra += read(path, data_sets=here, **options)
+        spectra += read_content(content, path, data_sets=here, **options)
         if len(spectra) > _MOST:
             raise CommandError(
                 f"{path}: more than {_MOST} spectra in all; choose with --data-set or --columns"
@@ -78,8 +78,7 @@ def read_spectra(arguments: Namespace, references: Sequence[str] = ()) -> list[S
 
 def read_one(path: str, what: str) -> Spectrum:
     """The only spectrum of a file."""
-    with told(path):
-        spectra = read(path)
+    spectra = read_content(read_file(path), path)
     if len(spectra) != 1:
         raise CommandError(f"{path}: {what} is one spectrum; this file has {len(spectra)}")
     return spectra[0]

@@ -24,8 +24,8 @@ def add_arguments(arguments: Arguments) -> None:
 
 
 def run(arguments: Namespace) -> None:
-    from ..reading import is_measurement_file, parse_measurement, read
-    from ._spectra import read_file, told
+    from ..reading import is_measurement_file, parse_measurement, read_content
+    from ._spectra import read_file
     from ._terminal import emit_report
 
     options = reading_options(arguments)
@@ -34,7 +34,6 @@ def run(arguments: Namespace) -> None:
         content = read_file(path)
         if is_measurement_file(content):
             files.append(parse_measurement(content, path))
-            continue
-        with told(path):
-            files.append(reports.TextFile(path, read(path, **options)))
+        else:
+            files.append(reports.TextFile(path, read_content(content, path, **options)))
     emit_report(reports.Contents(files), arguments.json)

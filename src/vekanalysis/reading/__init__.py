@@ -1,6 +1,6 @@
 """Files of every format that the library knows, as spectra: `read` is the one door."""
 
-from .choice import not_there
+from .choice import not_there, offers
 from .files import EXTENSIONS, offered_names, read, read_content, stem
 from .measurement import (
     MeasurementFile,
@@ -34,6 +34,7 @@ __all__ = [
     "names_wavelengths",
     "not_there",
     "offered_names",
+    "offers",
     "parse_measurement",
     "read",
     "read_content",

@@ -6,14 +6,21 @@ from ..errors import Refusal
 from .encoding import showable
 
 
+def offers(offered: Mapping[str, str], name: str) -> bool:
+    """Whether a name chooses anything: ``offered`` has the names of all by their labels.
+
+    The labels are the names made distinct; either counts.
+    """
+    return name in offered or name in offered.values()
+
+
 def chosen(where: str, offered: Mapping[str, str], names: Sequence[str]) -> list[str]:
     """The labels of those meant, in the order of the file; all of them without names.
 
-    ``offered`` has the names of all by their labels, which are names made distinct; either counts.
     Refusal of a name that chooses nothing.
     """
     for name in names:
-        if name not in offered and name not in offered.values():
+        if not offers(offered, name):
             raise not_there(where, name, offered)
     return [label for label in offered if not names or label in names or offered[label] in names]
 

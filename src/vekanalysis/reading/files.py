@@ -3,12 +3,11 @@
 import hashlib
 import os
 from collections.abc import Collection, Mapping, Sequence
-from contextlib import suppress
 from types import MappingProxyType
 from typing import IO, Any
 
 from .._core import AKIMA, Interpolation, Scan, io
-from .._files import as_text
+from .._files import path_as_text
 from ..errors import Refusal
 from ..spectrum import Source, Spectrum
 from ..units import Kind
@@ -247,8 +246,6 @@ def _spectrum(
 
 def stem(path: str) -> str:
     """The name of a file without folder and ending, if the ending is one of measurements."""
-    name = path.replace("\\", "/").rpartition("/")[2]
-    with suppress(UnicodeError):
-        name = as_text(name)
+    name = path_as_text(path.replace("\\", "/").rpartition("/")[2])
     start, dot, extension = name.rpartition(".")
     return start if start and f"{dot}{extension.lower()}" in EXTENSIONS else name
