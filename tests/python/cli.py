@@ -4,7 +4,7 @@ from __future__ import annotations
 
 import json
 import re
-from collections.abc import Iterable, Sequence
+from collections.abc import Iterable, Mapping, Sequence
 from pathlib import Path
 from typing import Any, NamedTuple
 
@@ -22,6 +22,12 @@ def rows(name: str, folder: str = "reading") -> list[Any]:
     """The cases of a file in a folder of tests/data, a JSON list a line."""
     text = (ROOT / "tests/data" / folder / name).read_text("utf-8")
     return [json.loads(line) for line in text.splitlines()]
+
+
+def each_call(refused: Mapping[tuple[type[Exception], str], Iterable[Any]]) -> pytest.MarkDecorator:
+    """A test of each call in a table by the error that refuses it and what that says."""
+    cases = [(call, *how) for how, calls in refused.items() for call in calls]
+    return pytest.mark.parametrize(("call", "error", "told"), cases)
 
 
 def repeated(text: str, size: int = 0) -> str:

@@ -14,6 +14,7 @@ import numpy as np
 import pandas as pd
 import pytest
 import xarray as xr
+from cli import each_call
 from IPython.core.completer import provisionalcompleter
 from IPython.core.interactiveshell import InteractiveShell
 from vekwriter import Contents, DataSet
@@ -239,10 +240,7 @@ REFUSED: dict[tuple[type[Exception], str], list[Callable[[], object]]] = {
 }
 
 
-@pytest.mark.parametrize(
-    ("call", "error", "told"),
-    [(call, *how) for how, calls in REFUSED.items() for call in calls],
-)
+@each_call(REFUSED)
 def test_what_is_doubtful_is_refused(
     call: Callable[[], object], error: type[Exception], told: str
 ) -> None:

@@ -8,6 +8,7 @@ from typing import Any
 import numpy as np
 import pandas as pd
 import pytest
+from cli import each_call
 
 import vekanalysis as vek
 from vekanalysis import LINEAR, NONE, Interpolation, Scan, colorimetry, utils
@@ -117,10 +118,7 @@ REFUSED: dict[tuple[type[Exception], str], list[Callable[[Scan], object]]] = {
 }
 
 
-@pytest.mark.parametrize(
-    ("call", "error", "told"),
-    [(call, *how) for how, calls in REFUSED.items() for call in calls],
-)
+@each_call(REFUSED)
 def test_calls_that_are_refused_change_nothing(
     scan: Scan, call: Callable[[Scan], object], error: type[Exception], told: str
 ) -> None:

@@ -8,6 +8,7 @@ from collections.abc import Callable
 from typing import Any
 
 import pytest
+from cli import each_call
 
 import vekanalysis as vek
 from vekanalysis import Interpolation, Scan, utils
@@ -105,10 +106,7 @@ REFUSED: dict[tuple[type[Exception], str], list[Callable[[Scan], object]]] = {
 }
 
 
-@pytest.mark.parametrize(
-    ("call", "error", "told"),
-    [(call, *how) for how, calls in REFUSED.items() for call in calls],
-)
+@each_call(REFUSED)
 def test_what_is_not_there_is_not_found(
     scan: Scan, call: Callable[[Scan], object], error: type[Exception], told: str
 ) -> None:
